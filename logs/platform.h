@@ -1,0 +1,88 @@
+// All of the operating system that the program touches. Paths and texts are UTF-8; every function
+// has one body for POSIX systems and one for Windows, and nothing else knows which is which.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnlex {
+
+// A file opened for shared reading; closed when the last copy of `read` goes.
+struct InputFile {
+  std::uint64_t size = 0;
+  // Reads up to to.size() bytes at `offset`; returns how many came, 0 at the end or on failure.
+  std::function<std::size_t(std::uint64_t offset, std::span<std::uint8_t> to)> read;
+};
+
+// Opens an existing file for reading without locking or changing it. Nothing for a path that is
+// empty, absent, unreadable or a directory, or that holds a zero byte.
+std::optional<InputFile> OpenInput(const std::string& path);
+
+// Creates or truncates a file; the function writes a whole block and says whether that succeeded.
+// The file is closed when the last copy of the function goes. Nothing when it cannot be opened.
+std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path);
+
+// Whether the file system knows the path (a file or a directory); false for an empty path.
+bool FileExists(const std::string& path);
+
+// Creates a directory and its parents; true when it stands afterwards.
+bool MakeDirectory(const std::string& path);
+
+// Names (not paths) of the plain files in `directory` whose names end in `extension`, compared
+// without regard to ASCII case, in byte order; subdirectories are not entered.
+std::vector<std::string> ListFiles(const std::string& directory, std::string_view extension);
+
+// `path` as the file system spells it when its components are matched without regard to ASCII
+// case (a Windows volume mounted elsewhere); nothing when no such file exists. On Windows, the path
+// itself when it exists.
+std::optional<std::string> FindPathNoCase(const std::string& path);
+
+// Value of an environment variable; nothing when it is not set.
+std::optional<std::string> Environment(const std::string& name);
+
+// Whether the process runs with administrator rights (effective user 0 on POSIX systems).
+bool IsAdmin();
+// Whether the system is Windows of version 6 or later; false elsewhere.
+bool IsVistaOrLater();
+// Whether the program runs on Windows at all.
+bool OnWindows();
+// Lets a 32-bit process see the real system directory; true when redirection was switched off.
+bool DisableFsRedirection();
+// The Windows directory; nothing when there is none or the call fails.
+std::optional<std::string> WindowsDirectory();
+
+// What the run header says of the machine.
+struct MachineInfo {
+  std::string os_family;
+  std::string os_release;
+  std::string os_version;
+  std::string host_label;  // the computer's name, with " [remote]" when the program lies on a share
+  bool is_64bit = false;
+  bool valid = false;
+};
+MachineInfo DescribeMachine(const std::string& program_path);
+// The computer's name; "<unk>" when the system does not tell.
+std::string HostName();
+// Whether the program's own file lies on a network drive or on a removable drive.
+bool OnNetworkDrive(const std::string& program_path);
+bool OnRemovableDrive(const std::string& program_path);
+
+// The present instant as a FILETIME.
+std::uint64_t CurrentFiletime();
+
+// The process's standard streams, unbuffered and in binary mode. ReadStandardInput gives up to
+// to.size() bytes and 0 at the end.
+bool WriteStandardOutput(std::string_view text);
+bool WriteStandardError(std::string_view text);
+std::size_t ReadStandardInput(std::span<char> to);
+
+// The arguments of the process in UTF-8, the program's path first.
+std::vector<std::string> CommandLineArguments(int argc, char** argv);
+
+}  // namespace tarnlex

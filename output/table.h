@@ -1,0 +1,25 @@
+// Records as text: the padded table and its delimited forms (-csv, -csvgen, -multiline and kin).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "logs/run_options.h"
+#include "logs/text_sink.h"
+#include "output/event_rows.h"
+
+namespace tarnlex {
+
+// The word for an EVTX level or an EVT event type.
+std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type);
+
+// Writes all rows of one log in the run's form, ordered; nothing for an empty collection. `log`
+// names the log in the last column and says which container the rows are from. Sorts `rows`.
+void WriteLogResults(TextSink& out, EventRows& rows, const LogInfo& log, RunOptions& options);
+
+// The log's name in the output: the alias whose true path equals the log's path, else the path with
+// a true directory at its head replaced by its alias, else the path.
+std::string DisplayName(const LogInfo& log, const RunOptions& options);
+
+}  // namespace tarnlex

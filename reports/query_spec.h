@@ -1,0 +1,40 @@
+// One query: which events it takes and what it takes from them. Made from a report line, from a
+// line of a command file, or from the plain command-line filters.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "logs/log_info.h"
+#include "logs/run_options.h"
+
+namespace tarnlex {
+
+struct QuerySpec {
+  std::string log_path;                  // -log, else the path of the log being processed
+  std::uint64_t event_id = kAnyEventId;  // -id
+  std::string conditions;                // -conditions: "field|wanted" or "field"
+  std::string name;                      // -name
+  std::string type;                      // -type, lower-cased
+  std::string string_exists;             // -string_exists, or the run's -string
+  std::string success_condition;         // "success_type|" or "Level|" and a digit or word
+  std::uint64_t start_time = 0;          // FILETIME; 0 is no bound
+  std::uint64_t stop_time = 0;
+  std::uint32_t histogram_number = 0;  // position among the queries that keep a histogram
+  std::vector<std::string> histogram_fields;
+  bool emit_row = true;
+  bool all_data = false;
+  LogFormat format = LogFormat::EVTX;
+  bool event_lookup = false;
+  bool histogram = false;
+  std::vector<std::string> pull;  // names (EVTX); numbers with labels (EVT, until prepared)
+  std::map<std::uint16_t, std::string> labels;
+  std::vector<std::string> histogram_columns;  // the histogram's fields by column name (EVT)
+};
+
+// Queries in the order in which a record is offered to them: by lower-cased log path, then by line.
+using QueryList = std::vector<QuerySpec>;
+
+}  // namespace tarnlex
