@@ -24,9 +24,11 @@ struct InputFile {
 // empty, absent, unreadable or a directory, or that holds a zero byte.
 std::optional<InputFile> OpenInput(const std::string& path);
 
-// Creates or truncates a file; the function writes a whole block and says whether that succeeded.
-// The file is closed when the last copy of the function goes. Nothing when it cannot be opened.
-std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path);
+// Opens a file for writing, truncated or, with `append`, behind what it holds; the function writes
+// a whole block and says whether that succeeded. The file is closed when the last copy of the
+// function goes. Nothing when it cannot be opened.
+std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path,
+                                                                bool append = false);
 
 // Whether the file system knows the path (a file or a directory); false for an empty path.
 bool FileExists(const std::string& path);

@@ -11,6 +11,9 @@
 
 namespace tarnlex {
 
+struct RecordOutput;  // output/record_output.h
+struct Statistics;    // output/statistics.h
+
 inline constexpr const char* kProgramName = "tarnlex";
 inline constexpr const char* kVersion = "ver: 0.33";
 inline constexpr std::uint64_t kAnyEventId = ~std::uint64_t{0};
@@ -65,9 +68,10 @@ struct RunOptions {
   bool verbose = true;
   bool show_status = true;
   bool diags_on = false;
-  TextSink* diags = nullptr;     // open while diags_on; owned by the run
-  TextSink* records = nullptr;   // where records are written; owned by the run
-  TextSink* messages = nullptr;  // standard error; owned by the run
+  TextSink* diags = nullptr;              // open while diags_on; owned by the run
+  TextSink* messages = nullptr;           // standard error; owned by the run
+  RecordOutput* record_output = nullptr;  // where records are written; owned by the run
+  Statistics* statistics = nullptr;       // what is counted; null without -stats; owned by the run
   std::string signal;
 
   // Which logs.

@@ -1,0 +1,28 @@
+// Judges what a log is before anything is decoded: its container from the first bytes, its kind
+// from the file name or, where the name says nothing, from the first record.
+#pragma once
+
+#include <string>
+
+#include "logs/log_info.h"
+#include "logs/run_options.h"
+
+namespace tarnlex {
+
+// How far OpenLog came, for callers that tell the examiner why a log was passed over.
+enum class OpenResult {
+  kCannotOpen,  // no such file, a directory, no permission
+  kNoEventLog,  // empty, or neither container
+  kUnjudged,    // the container is known, what the log holds is not
+  kOpened,
+};
+
+// Fills `info` for `path` (UTF-8, variables already expanded), reading at most 70,144 bytes.
+OpenResult ProbeLog(LogInfo& info, const std::string& path);
+
+// True when the format was recognised and a kind was settled. Writes no message.
+inline bool OpenLog(LogInfo& info, const std::string& path, const RunOptions&) {
+  return ProbeLog(info, path) == OpenResult::kOpened;
+}
+
+}  // namespace tarnlex
