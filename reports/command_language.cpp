@@ -88,14 +88,21 @@ bool TakeType(TokenList& tokens, const LogInfo& log, QuerySpec& query) {
   return ContainsNoCase(log.kind, query.type);
 }
 
+// False when the text cannot be read. One that is read but denotes no valid instant (before 1970,
+// say) is no bound.
+bool ReadBound(std::string_view text, std::uint64_t& bound) {
+  bound = 0;
+  std::tm tm{};
+  if (!ReadTimeArgument(text, tm)) return false;
+  DateTimeFields fields;
+  if (MakeDateTimeFromTm(tm, fields)) bound = fields.filetime;
+  return true;
+}
+
 bool TakeTimes(TokenList& tokens, QuerySpec& query) {
   std::string value;
-  if (TakeValue(tokens, "-start_time", value) && !ParseTimeArgument(value, query.start_time)) {
-    return false;
-  }
-  if (TakeValue(tokens, "-stop_time", value) && !ParseTimeArgument(value, query.stop_time)) {
-    query.stop_time = 0;
-  }
+  if (TakeValue(tokens, "-start_time", value) && !ReadBound(value, query.start_time)) return false;
+  if (TakeValue(tokens, "-stop_time", value)) ReadBound(value, query.stop_time);
   return true;
 }
 
