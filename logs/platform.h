@@ -78,8 +78,9 @@ bool OnRemovableDrive(const std::string& program_path);
 // The present instant as a FILETIME.
 std::uint64_t CurrentFiletime();
 
-// The process's standard streams, unbuffered and in binary mode. ReadStandardInput gives up to
-// to.size() bytes and 0 at the end.
+// The process's standard streams, unbuffered. ReadStandardInput gives up to to.size() bytes as they
+// are and 0 at the end. On Windows what is written, here and through OpenOutput, gets the line ends
+// of Windows programs: "\n" comes in, "\r\n" goes out.
 bool WriteStandardOutput(std::string_view text);
 bool WriteStandardError(std::string_view text);
 std::size_t ReadStandardInput(std::span<char> to);

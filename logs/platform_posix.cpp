@@ -1,1 +1,212 @@
+// The system functions on POSIX systems. Everything that only Windows has answers as absent.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <utility>
+
 #include "logs/platform.h"
+#include "logs/text.h"
+
+namespace tarnlex {
+namespace {
+
+// An open file of the system, closed with its last owner.
+struct Descriptor {
+  int number = -1;
+  explicit Descriptor(int opened) : number(opened) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (number >= 0) close(number);
+  }
+};
+
+bool HoldsZeroByte(const std::string& path) { return path.find('\0') != std::string::npos; }
+
+bool WriteAll(int number, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t wrote = write(number, text.data(), text.size());
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote <= 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(wrote));
+  }
+  return true;
+}
+
+std::size_t ReadAllAt(int number, std::uint64_t offset, std::span<std::uint8_t> to) {
+  constexpr auto kLastOffset = static_cast<std::uint64_t>(INT64_MAX);
+  std::size_t done = 0;
+  while (done < to.size() && offset <= kLastOffset - done) {
+    const ssize_t got =
+        pread(number, to.data() + done, to.size() - done, static_cast<off_t>(offset + done));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    done += static_cast<std::size_t>(got);
+  }
+  return done;
+}
+
+// All names in a directory in byte order, without "." and "..".
+std::vector<std::string> EntryNames(const std::string& directory) {
+  std::vector<std::string> names;
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(directory.c_str()), closedir);
+  if (!listing) return names;
+  while (const dirent* entry = readdir(listing.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool IsKind(const std::string& path, mode_t kind) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == kind;
+}
+
+// Looks for `parts` below `base`. The spelling as given is preferred; a volume may hold names that
+// differ only in case, so the search comes back when the first candidate leads nowhere.
+std::optional<std::string> FindBelow(const std::string& base, std::span<const std::string> parts) {
+  if (parts.empty()) return base;
+  const std::string& wanted = parts.front();
+  const auto rest = parts.subspan(1);
+  const auto below = [&](const std::string& name) { return FindBelow(base + name + "/", rest); };
+  const bool exact = FileExists(base + wanted);
+  if (exact) {
+    if (rest.empty()) return base + wanted;
+    if (auto found = below(wanted)) return found;
+  }
+  for (const std::string& name : EntryNames(base.empty() ? "." : base)) {
+    if (name == wanted || !EqualsNoCase(name, wanted)) continue;
+    if (rest.empty()) return base + name;
+    if (auto found = below(name)) return found;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<InputFile> OpenInput(const std::string& path) {
+  if (path.empty() || HoldsZeroByte(path)) return std::nullopt;
+  // Without O_NONBLOCK a named pipe among the paths would hold up the whole run.
+  const auto file =
+      std::make_shared<Descriptor>(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (file->number < 0) return std::nullopt;
+  struct stat status {};
+  if (fstat(file->number, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  InputFile input;
+  input.size = static_cast<std::uint64_t>(status.st_size);
+  input.read = [file](std::uint64_t offset, std::span<std::uint8_t> to) {
+    return ReadAllAt(file->number, offset, to);
+  };
+  return input;
+}
+
+std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path,
+                                                                bool append) {
+  if (path.empty() || HoldsZeroByte(path)) return std::nullopt;
+  const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_TRUNC);
+  const auto file = std::make_shared<Descriptor>(open(path.c_str(), flags, 0666));
+  if (file->number < 0) return std::nullopt;
+  return [file](std::string_view text) { return WriteAll(file->number, text); };
+}
+
+bool FileExists(const std::string& path) {
+  struct stat status {};
+  return !path.empty() && !HoldsZeroByte(path) && stat(path.c_str(), &status) == 0;
+}
+
+bool MakeDirectory(const std::string& path) {
+  if (path.empty() || HoldsZeroByte(path)) return false;
+  for (std::size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1))
+    mkdir(path.substr(0, end).c_str(), 0777);
+  mkdir(path.c_str(), 0777);
+  return IsKind(path, S_IFDIR);
+}
+
+std::vector<std::string> ListFiles(const std::string& directory, std::string_view extension) {
+  std::vector<std::string> files;
+  for (std::string& name : EntryNames(directory)) {
+    if (name.size() < extension.size()) continue;
+    const std::string_view ending = std::string_view(name).substr(name.size() - extension.size());
+    if (!EqualsNoCase(ending, extension) || !IsKind(directory + "/" + name, S_IFREG)) continue;
+    files.push_back(std::move(name));
+  }
+  return files;
+}
+
+std::optional<std::string> FindPathNoCase(const std::string& path) {
+  if (path.empty() || HoldsZeroByte(path)) return std::nullopt;
+  std::vector<std::string> parts;
+  SplitList(path, '/', false, parts);
+  std::erase(parts, "");
+  return FindBelow(path.front() == '/' ? "/" : "", parts);
+}
+
+std::optional<std::string> Environment(const std::string& name) {
+  const char* value = getenv(name.c_str());
+  if (value == nullptr) return std::nullopt;
+  return value;
+}
+
+bool IsAdmin() { return geteuid() == 0; }
+bool IsVistaOrLater() { return false; }
+bool OnWindows() { return false; }
+bool DisableFsRedirection() { return false; }
+std::optional<std::string> WindowsDirectory() { return std::nullopt; }
+
+MachineInfo DescribeMachine(const std::string&) {
+  MachineInfo machine;
+  machine.host_label = HostName();
+  utsname names{};
+  if (uname(&names) < 0) return machine;
+  machine.os_family = names.sysname;
+  machine.os_release = names.release;
+  machine.os_version = names.version;
+  machine.is_64bit = std::string_view(names.machine).find("64") != std::string_view::npos ||
+                     std::string_view(names.machine) == "s390x";
+  machine.valid = true;
+  return machine;
+}
+
+std::string HostName() {
+  std::array<char, 8192> name{};
+  if (gethostname(name.data(), name.size() - 1) != 0 || name[0] == '\0') return "<unk>";
+  return name.data();
+}
+
+// Mounts carry no drive type here.
+bool OnNetworkDrive(const std::string&) { return false; }
+bool OnRemovableDrive(const std::string&) { return false; }
+
+std::uint64_t CurrentFiletime() {
+  constexpr std::uint64_t kUnixEpochTicks = 116'444'736'000'000'000;
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return kUnixEpochTicks + static_cast<std::uint64_t>(now.tv_sec) * 10'000'000 +
+         static_cast<std::uint64_t>(now.tv_nsec) / 100;
+}
+
+bool WriteStandardOutput(std::string_view text) { return WriteAll(STDOUT_FILENO, text); }
+bool WriteStandardError(std::string_view text) { return WriteAll(STDERR_FILENO, text); }
+
+std::size_t ReadStandardInput(std::span<char> to) {
+  while (true) {
+    const ssize_t got = read(STDIN_FILENO, to.data(), to.size());
+    if (got < 0 && errno == EINTR) continue;
+    return got < 0 ? 0 : static_cast<std::size_t>(got);
+  }
+}
+
+std::vector<std::string> CommandLineArguments(int argc, char** argv) { return {argv, argv + argc}; }
+
+}  // namespace tarnlex

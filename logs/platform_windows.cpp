@@ -1,1 +1,193 @@
+// Files and streams on Windows. Paths come in as UTF-8 and go to the wide interfaces; written text
+// gets the line ends of Windows programs, whatever it is written to.
+#define NOMINMAX
+#include <windows.h>
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
 #include "logs/platform.h"
+#include "logs/text.h"
+#include "logs/windows_text.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
+constexpr std::size_t kConsoleUnits = 8192;  // WriteConsole refuses much larger texts
+// From here on a path needs the prefix that lifts the limit; directories have the lower one.
+constexpr std::size_t kLongPath = 248;
+
+struct File {
+  HANDLE handle = INVALID_HANDLE_VALUE;
+  explicit File(HANDLE opened) : handle(opened) {}
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  ~File() {
+    if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
+  }
+};
+
+bool IsUsable(const std::string& path) {
+  return !path.empty() && path.find('\0') == std::string::npos;
+}
+
+// The path as the file functions take it at any length.
+std::wstring SystemPath(const std::string& path) {
+  std::wstring wide = Wide(path);
+  if (wide.size() < kLongPath || wide.starts_with(L"\\\\?\\")) return wide;
+  std::wstring full(32'768, L'\0');
+  const DWORD size =
+      GetFullPathNameW(wide.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+  if (size == 0 || size >= full.size()) return wide;
+  full.resize(size);
+  if (full.starts_with(L"\\\\")) return L"\\\\?\\UNC" + full.substr(1);
+  return L"\\\\?\\" + full;
+}
+
+std::size_t ReadAllAt(HANDLE file, std::uint64_t offset, std::span<std::uint8_t> to) {
+  std::size_t done = 0;
+  while (done < to.size()) {
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>((offset + done) & 0xFFFFFFFF);
+    place.OffsetHigh = static_cast<DWORD>((offset + done) >> 32);
+    const auto wanted = static_cast<DWORD>(std::min(to.size() - done, kMaxTransfer));
+    DWORD got = 0;
+    if (!ReadFile(file, to.data() + done, wanted, &got, &place) || got == 0) break;
+    done += got;
+  }
+  return done;
+}
+
+std::string WindowsLines(std::string_view text) {
+  std::string lines;
+  lines.reserve(text.size() + text.size() / 64);
+  while (!text.empty()) {
+    const std::size_t end = text.find('\n');
+    lines.append(text.substr(0, end));
+    if (end == std::string_view::npos) break;
+    lines.append("\r\n");
+    text.remove_prefix(end + 1);
+  }
+  return lines;
+}
+
+bool WriteText(HANDLE file, std::string_view text) {
+  const std::string lines = WindowsLines(text);
+  std::string_view left = lines;
+  while (!left.empty()) {
+    const auto size = static_cast<DWORD>(std::min(left.size(), kMaxTransfer));
+    DWORD wrote = 0;
+    if (!WriteFile(file, left.data(), size, &wrote, nullptr) || wrote == 0) return false;
+    left.remove_prefix(wrote);
+  }
+  return true;
+}
+
+// A console shows characters beyond ASCII only when it gets them as wide text.
+bool WriteConsoleText(HANDLE console, std::string_view text) {
+  const std::wstring wide = Wide(WindowsLines(text));
+  std::wstring_view left = wide;
+  while (!left.empty()) {
+    const auto size = static_cast<DWORD>(std::min(left.size(), kConsoleUnits));
+    DWORD wrote = 0;
+    if (!WriteConsoleW(console, left.data(), size, &wrote, nullptr) || wrote == 0) return false;
+    left.remove_prefix(wrote);
+  }
+  return true;
+}
+
+bool WriteStream(DWORD which, std::string_view text) {
+  const HANDLE stream = GetStdHandle(which);
+  if (stream == nullptr || stream == INVALID_HANDLE_VALUE) return false;
+  DWORD mode = 0;
+  return GetConsoleMode(stream, &mode) ? WriteConsoleText(stream, text) : WriteText(stream, text);
+}
+
+bool IsDirectory(const std::string& path) {
+  const DWORD attributes = GetFileAttributesW(SystemPath(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+}  // namespace
+
+std::optional<InputFile> OpenInput(const std::string& path) {
+  if (!IsUsable(path)) return std::nullopt;
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  const auto file =
+      std::make_shared<File>(CreateFileW(SystemPath(path).c_str(), GENERIC_READ, kShareAll, nullptr,
+                                         OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  LARGE_INTEGER size{};
+  if (file->handle == INVALID_HANDLE_VALUE || GetFileType(file->handle) != FILE_TYPE_DISK ||
+      !GetFileSizeEx(file->handle, &size)) {
+    return std::nullopt;
+  }
+  InputFile input;
+  input.size = static_cast<std::uint64_t>(size.QuadPart);
+  input.read = [file](std::uint64_t offset, std::span<std::uint8_t> to) {
+    return ReadAllAt(file->handle, offset, to);
+  };
+  return input;
+}
+
+std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path,
+                                                                bool append) {
+  if (!IsUsable(path)) return std::nullopt;
+  const auto file = std::make_shared<File>(CreateFileW(
+      SystemPath(path).c_str(), append ? FILE_APPEND_DATA : GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+      append ? OPEN_ALWAYS : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (file->handle == INVALID_HANDLE_VALUE) return std::nullopt;
+  return [file](std::string_view text) { return WriteText(file->handle, text); };
+}
+
+bool FileExists(const std::string& path) {
+  return IsUsable(path) && GetFileAttributesW(SystemPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+bool MakeDirectory(const std::string& path) {
+  if (!IsUsable(path)) return false;
+  constexpr const char* kSeparators = "\\/";
+  for (std::size_t end = path.find_first_of(kSeparators, 1); end != std::string::npos;
+       end = path.find_first_of(kSeparators, end + 1)) {
+    CreateDirectoryW(SystemPath(path.substr(0, end)).c_str(), nullptr);
+  }
+  CreateDirectoryW(SystemPath(path).c_str(), nullptr);
+  return IsDirectory(path);
+}
+
+std::vector<std::string> ListFiles(const std::string& directory, std::string_view extension) {
+  std::vector<std::string> files;
+  if (!IsUsable(directory)) return files;
+  WIN32_FIND_DATAW found{};
+  const HANDLE search = FindFirstFileW(SystemPath(directory + "\\*").c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return files;
+  do {
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) continue;
+    std::string name = Narrow(found.cFileName);
+    if (name.size() < extension.size()) continue;
+    const std::string_view ending = std::string_view(name).substr(name.size() - extension.size());
+    if (EqualsNoCase(ending, extension)) files.push_back(std::move(name));
+  } while (FindNextFileW(search, &found));
+  FindClose(search);
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::optional<std::string> FindPathNoCase(const std::string& path) {
+  if (!FileExists(path)) return std::nullopt;
+  return path;
+}
+
+bool WriteStandardOutput(std::string_view text) { return WriteStream(STD_OUTPUT_HANDLE, text); }
+bool WriteStandardError(std::string_view text) { return WriteStream(STD_ERROR_HANDLE, text); }
+
+std::size_t ReadStandardInput(std::span<char> to) {
+  const HANDLE stream = GetStdHandle(STD_INPUT_HANDLE);
+  const auto wanted = static_cast<DWORD>(std::min(to.size(), kMaxTransfer));
+  DWORD got = 0;
+  // A pipe whose writer has gone reports an error; for a list of paths that is its end.
+  return ReadFile(stream, to.data(), wanted, &got, nullptr) ? got : 0;
+}
+
+}  // namespace tarnlex

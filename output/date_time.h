@@ -2,6 +2,8 @@
 // 1601-01-01 UTC); nothing is ever converted to another time zone.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <string>
@@ -21,7 +23,8 @@ enum class TimeKind : std::uint32_t {
   kLow32Seconds = 2048,
 };
 
-// One instant, broken down in UTC. Writers print empty texts for one that is not valid.
+// One instant, broken down in UTC. Writers print empty texts for one that is not valid; of such an
+// instant only the FILETIME and its halves are filled, and unix_seconds where it fits.
 struct DateTimeFields {
   bool valid = false;
   std::int64_t unix_seconds = 0;
@@ -43,29 +46,58 @@ struct DateTimeFields {
   std::uint64_t nanosecond = 0;   // of the second, 0..999999900
 };
 
-// Breaks an instant down. Valid are the instants from 1970-01-01 00:00:01 UTC to the last second
-// that a 64-bit C library breaks down (32535244799 Unix seconds).
+// True from 1970-01-01 00:00:01 UTC to the last second that a 64-bit C library breaks down
+// (32535244799 Unix seconds).
+constexpr bool IsValidFiletime(std::uint64_t filetime) {
+  // An instant before 1970 wraps to a number far above the bound.
+  const std::uint64_t seconds = (filetime - kUnixEpochFiletime) / kTicksPerSecond;
+  return seconds >= 1 && seconds <= 32'535'244'799;
+}
+
+// Breaks an instant down; a value whose FILETIME does not fit 64 bits gives FILETIME 0.
 DateTimeFields MakeDateTime(std::uint64_t value, TimeKind kind);
 
-// The instant of a broken-down UTC time; false when that is no calendar time or converts to 0.
+// The instant of a broken-down UTC time (tm_year to tm_sec); false when that is no calendar time or
+// no valid instant.
 bool MakeDateTimeFromTm(const std::tm& tm, DateTimeFields& fields);
 
-// Date and time text under the run's formats ("mm/dd/yyyy", "hh:mm:ss.xxx" and their kin). False,
-// both texts empty, for an invalid instant; an empty format gives an empty text.
+// What a pair of format texts ("mm/dd/yyyy", "hh:mm:ss.xxx" and their kin, in any case) asks for.
+struct DateTimePlan {
+  bool has_date = false;  // the date format is not empty
+  char separator = '/';
+  bool month_name = false;
+  bool short_year = false;
+  bool day_first = false;
+  bool comma = false;  // behind the day, which is behind the month
+  bool year_first = false;
+  bool hour_minute = false;
+  bool second = false;
+  int fraction_digits = 0;  // 0, or 3..9
+};
+DateTimePlan MakeDateTimePlan(std::string_view date_format, std::string_view time_format);
+
+// Date and time text under the run's formats. False, both texts empty, for an invalid instant; an
+// empty format gives an empty text.
 bool FormatDateTime(const DateTimeFields& fields, std::string_view date_format,
                     std::string_view time_format, std::string& date, std::string& time);
 
-// The same for a whole table of instants: remembers what the formats ask for and the text of the
-// last day, since neighbouring records mostly share it.
+// The same for a whole table of instants: the formats are read once, and the text of the last day
+// is kept, since neighbouring records mostly share it.
 struct DateTimeFormatter {
-  std::string date_format;
-  std::string time_format;
-  std::uint64_t last_day = ~std::uint64_t{0};
-  std::string last_date;
-  std::string scratch;
+  DateTimePlan plan;
+  std::uint64_t last_day = ~std::uint64_t{0};  // days since 1970
+  std::array<char, 16> date{};
+  std::array<char, 24> time{};
+  std::size_t date_size = 0;
 };
-bool FormatDateTime(DateTimeFormatter& formatter, std::uint64_t filetime, std::string& date,
-                    std::string& time);
+DateTimeFormatter MakeDateTimeFormatter(std::string_view date_format, std::string_view time_format);
+
+// Both texts empty for an invalid instant; they stay until the formatter is asked again.
+struct DateTimeText {
+  std::string_view date;
+  std::string_view time;
+};
+DateTimeText FormatDateTime(DateTimeFormatter& formatter, std::uint64_t filetime);
 
 // "03/07/2012 14:05:09.123456700": a FILETIME inside event data. Empty for an invalid instant.
 // The second form writes at `out` (room for 32 characters) and returns the end.
@@ -85,8 +117,12 @@ int MonthFromName(std::string_view name);
 // hours above 23, minutes or seconds above 59.
 bool ParseTimeText(std::string_view text, int& hour, int& minute, int& second);
 
-// Reads "MM/DD/YYYY HH:MM:SS" (also with "-" and with month names) as UTC into a FILETIME; false
-// when the text is no such time or no valid instant.
+// Reads "MM/DD/YYYY HH:MM:SS" (see below) as it stands: month 1 to 12, day 1 to 31, any year. False
+// for a text that cannot be read so. What was read may still be no valid instant.
+bool ReadTimeArgument(std::string_view text, std::tm& tm);
+
+// Reads "MM/DD/YYYY HH:MM:SS" (also with "-" and with month names, and without a time) as UTC into
+// a FILETIME; false when the text is no such time or no valid instant.
 bool ParseTimeArgument(std::string_view text, std::uint64_t& filetime);
 
 }  // namespace tarnlex

@@ -3,12 +3,16 @@
 // from.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace tarnlex {
@@ -20,8 +24,8 @@ struct ColumnSet {
   int level = -1;          // position of "Level"
 };
 
-// One output row, filled from either container. The texts and `data_items` stay valid until the
-// collection that holds the row is cleared.
+// One output row, filled from either container. The packed cells stay valid until the collection
+// that holds the row is cleared; a row of a collection takes its texts from InternText.
 struct EventRecord {
   std::uint32_t queryIndex = 0;   // position of the query that took the record
   std::uint32_t level = 0;        // EVTX level or EVT event type
@@ -35,20 +39,42 @@ struct EventRecord {
   const char* dataItems = nullptr;  // the packed cell texts, one per column, in column order
 };
 
-// Steps through the packed cells of a row.
+// A packed cell is a 16-bit length and the text; a length of kLongCell says that the true length
+// follows as a 32-bit number.
+inline constexpr std::uint16_t kLongCell = 0xFFFF;
+inline constexpr std::size_t kCellPrefix = sizeof(std::uint16_t);
+inline constexpr std::size_t kLongCellPrefix = kCellPrefix + sizeof(std::uint32_t);
+
+// Steps through the packed cells of a row; may be asked once per column, never more often.
 struct CellReader {
   const char* at = nullptr;
 };
-std::string_view NextCell(CellReader& reader);
+inline std::string_view NextCell(CellReader& reader) {
+  std::uint16_t short_length;
+  std::memcpy(&short_length, reader.at, sizeof short_length);
+  reader.at += kCellPrefix;
+  std::size_t length = short_length;
+  if (short_length == kLongCell) {
+    std::uint32_t long_length;
+    std::memcpy(&long_length, reader.at, sizeof long_length);
+    reader.at += sizeof long_length;
+    length = long_length;
+  }
+  const std::string_view text(reader.at, length);
+  reader.at += length;
+  return text;
+}
 
 // All cells of `row` by column position; `cells` is overwritten.
 void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells);
 
-// The text of one named value of `row`; nullptr-data view when the row has no such column. Names
-// are compared exactly, or without regard to ASCII case with `fold`.
+// The text of one named value of `row`; false and a nullptr-data view when the row has no such
+// column. Names are compared exactly, or without regard to ASCII case with `fold`.
 bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::string_view& text);
 
-// The ordered collection of one log's rows. Column sets and long-lived texts live in it too.
+// The ordered collection of one log's rows. Column sets and long-lived texts live in it too and
+// stay as long as the collection itself, past ClearRows: a decoder may remember them for a whole
+// log. Use a new collection for the next log.
 struct EventRows {
   std::vector<EventRecord> rows;  // in order of arrival until SortRows
   struct Block {
@@ -58,38 +84,62 @@ struct EventRows {
   std::vector<Block> blocks;
   char* free_at = nullptr;
   char* free_end = nullptr;
-  std::map<std::string, std::string, std::less<>> texts;  // interned texts: query names, labels
+  Block scratch;                                 // a row whose bound is far above what it may need
+  std::set<std::string, std::less<>> texts;      // interned: column, query and provider names
+  std::array<std::string_view, 64> recent = {};  // the interned texts last asked for, by hash
   std::vector<std::unique_ptr<ColumnSet>> column_sets;
+  // Column sets by the hash of their names, then by the names.
+  std::map<std::pair<std::size_t, std::vector<std::string_view>>, const ColumnSet*> sets_by_names;
 };
 
 // A column set over `names`, which may come in any order and with doubles; the names are copied.
-// `position_of` gets, for every name as given, its column, or -1 for a later double.
+// Equal sets are one. `position_of` gets, for every name as given, its column, or -1 for a later
+// double.
 const ColumnSet* AddColumnSet(EventRows& rows, const std::vector<std::string_view>& names,
                               std::vector<int>& position_of);
 
-// A copy of `text` that lives as long as the collection's content; equal texts are kept once.
+// A copy of `text` that lives as long as the collection; equal texts are kept once.
 std::string_view InternText(EventRows& rows, std::string_view text);
 
-// Builds the cells of one row in place: BeginRow with an upper bound of all its text, then for
-// every column in order BeginCell, text written behind it, EndCell; at last EndRow gives the cells
-// to `row` and stores it.
+// Builds the cells of one row in place: BeginRow with an upper bound of all its text plus
+// kMaxCellOverhead for every cell, then for every column in order BeginCell (first at
+// builder.start), text written behind it, EndCell; at last EndRow gives the cells to `row` and
+// stores it. A row that is never ended takes no room. A cell may not reach 4 GiB.
 struct RowBuilder {
   char* start = nullptr;
   char* cell = nullptr;
 };
 inline constexpr std::size_t kMaxCellOverhead = 8;  // bytes that a cell needs beside its text
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes);
-char* BeginCell(RowBuilder& builder, char* at);      // returns where the text goes
-char* EndCell(RowBuilder& builder, char* text_end);  // returns where the next cell begins
+
+// Returns where the text goes.
+inline char* BeginCell(RowBuilder& builder, char* at) {
+  builder.cell = at;
+  return at + kCellPrefix;
+}
+
+// Moves the text of a cell that turned out long behind its longer prefix; returns the new end.
+char* EndLongCell(RowBuilder& builder, char* text_end);
+
+// Returns where the next cell begins.
+inline char* EndCell(RowBuilder& builder, char* text_end) {
+  const auto length = static_cast<std::size_t>(text_end - builder.cell) - kCellPrefix;
+  if (length >= kLongCell) return EndLongCell(builder, text_end);
+  const auto short_length = static_cast<std::uint16_t>(length);
+  std::memcpy(builder.cell, &short_length, sizeof short_length);
+  return text_end;
+}
+
 void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row);
 
-// Convenience for rows that are not made in the fast path.
+// Convenience for rows that are not made in the fast path: one text per column of row.columns.
 void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells);
 
 // Orders by time created, then record identifier, then arrival.
 void SortRows(EventRows& rows);
 
-// Forgets all rows and gives their memory back but for the first block.
+// Forgets all rows and gives their memory back but for the first block; column sets and interned
+// texts stay.
 void ClearRows(EventRows& rows);
 
 }  // namespace tarnlex

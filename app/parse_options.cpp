@@ -1,0 +1,98 @@
+#include "app/parse_options.h"
+
+#include <string>
+#include <vector>
+
+#include "app/input_discovery.h"
+#include "logs/parse_number.h"
+#include "logs/text.h"
+#include "output/date_time.h"
+
+namespace tarnlex {
+namespace {
+
+struct ReportOption {
+  const char* name;
+  bool RunOptions::*report;
+};
+
+constexpr ReportOption kReports[] = {
+    {"-pw", &RunOptions::report_pw},       {"-time", &RunOptions::report_time},
+    {"-logon", &RunOptions::report_logon}, {"-startstop", &RunOptions::report_startstop},
+    {"-creds", &RunOptions::report_creds}, {"-usb", &RunOptions::report_usb},
+};
+
+// The strongest separator in the list cuts it; blanks only when there is no other.
+std::vector<std::uint64_t> ReadEventIds(const std::string& list) {
+  const char separators[] = {',', '|', ' '};
+  char chosen = ' ';
+  for (const char separator : separators) {
+    if (list.find(separator) == std::string::npos) continue;
+    chosen = separator;
+    break;
+  }
+  std::vector<std::string> pieces;
+  SplitList(list, chosen, true, pieces);
+  std::vector<std::uint64_t> ids;
+  for (const std::string& piece : pieces) {
+    std::uint64_t id = 0;
+    if (ParseNumber(piece, id)) ids.push_back(id);
+  }
+  return ids;
+}
+
+void ParseTimeBound(const char* name, Arguments& args, std::uint64_t& bound) {
+  std::string value;
+  std::uint64_t filetime = 0;
+  if (FindValue(name, args, value) && ParseTimeArgument(value, filetime)) bound = filetime;
+}
+
+void ParseFilters(RunOptions& options, Arguments& args) {
+  std::string value;
+  if (options.bodyfile_form && FindFlag("-allparams", args)) options.all_params = true;
+  options.event_ids = {kAnyEventId};
+  if (FindValue("-eventid", args, value)) options.event_ids = ReadEventIds(value);
+  ParseTimeBound("-start_time", args, options.start_time);
+  ParseTimeBound("-stop_time", args, options.stop_time);
+  FindValue("-string", args, options.substring);
+}
+
+void ParseReports(RunOptions& options, Arguments& args) {
+  options.dump_all = true;
+  for (const ReportOption& report : kReports) {
+    if (!FindFlag(report.name, args)) continue;
+    options.*report.report = true;
+    options.dump_all = false;
+  }
+  std::string value;
+  options.stats_on = FindValue("-stats", args, options.stats_file);
+  if (options.stats_on && FindValue("-hist", args, value)) {
+    SplitList(value, '|', true, options.hist_ids);
+    if (options.hist_ids.empty()) options.hist_ids = {value};
+  }
+  if (FindValue("-cmdfile", args, options.cmd_file)) options.dump_all = false;
+}
+
+bool ParseInputs(RunOptions& options, Arguments& args) {
+  std::string value;
+  if (FindValue("-log", args, value)) AddLogList(options, value);
+  if (FindFlag("-livesys", args)) return UseLiveSystem(options);
+  if (FindValue("-partition", args, value)) return UsePartition(options, value);
+  if (FindValue("-vss", args, value)) return UseShadowCopy(options, value);
+  return true;
+}
+
+}  // namespace
+
+bool ParseOptions(RunOptions& options, Arguments& args, std::string_view version) {
+  options.log_type = "EVT";
+  options.csv_form = true;
+  options.hex_numbers = false;
+  if (!ParseSharedOptions(options, args)) return false;
+  options.version = version;
+  ParseFilters(options, args);
+  ParseReports(options, args);
+  return ParseInputs(options, args);
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,76 @@
+#include "app/pipe_mode.h"
+
+#include <algorithm>
+
+#include "app/messages.h"
+#include "app/status_line.h"
+#include "logs/open_log.h"
+#include "logs/paths.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::size_t kLineBuffer = 4096;
+constexpr std::size_t kMaxPiece = kLineBuffer - 1;
+
+bool Refill(LineReader& reader) {
+  reader.block.resize(kLineBuffer);
+  reader.at = 0;
+  reader.filled = reader.read ? reader.read(reader.block) : 0;
+  return reader.filled > 0;
+}
+
+void CutLineEnd(std::string& line) {
+  while (!line.empty() && (line.back() == '\r' || line.back() == '\n')) line.pop_back();
+}
+
+void HandlePath(RunOptions& options, const std::string& path, const LogSteps& steps) {
+  std::string directory;
+  std::string name;
+  if (!SplitPath(path, directory, name)) return;
+  options.current_log = LogInfo{};
+  if (!OpenLog(options.current_log, path, options)) return;
+  options.logs.clear();
+  options.logs.emplace(path, options.current_log);
+  steps.start(options.current_log);
+  if (options.show_status) Say(options, StatusLine(AnalyzingText(path)));
+  steps.process(options);
+  if (options.show_status) Say(options, "processed log ", path, "\n");
+  steps.finish();
+}
+
+}  // namespace
+
+bool ReadPiece(LineReader& reader, std::string& piece) {
+  piece.clear();
+  while (piece.size() < kMaxPiece) {
+    if (reader.at == reader.filled && !Refill(reader)) break;
+    const auto from = reader.block.begin() + static_cast<std::ptrdiff_t>(reader.at);
+    const std::size_t size = std::min(reader.filled - reader.at, kMaxPiece - piece.size());
+    const auto end = from + static_cast<std::ptrdiff_t>(size);
+    const auto feed = std::find(from, end, '\n');
+    const auto stop = feed == end ? end : feed + 1;
+    piece.append(from, stop);
+    reader.at += static_cast<std::size_t>(stop - from);
+    if (feed != end) break;
+  }
+  return !piece.empty();
+}
+
+void RunPipedLogs(RunOptions& options, LineReader& reader, const LogSteps& steps) {
+  std::string line;
+  while (ReadPiece(reader, line)) {
+    CutLineEnd(line);
+    if (line.empty()) continue;
+    std::string path = line;
+    try {
+      path = ExpandPathVariables(line);
+      HandlePath(options, path, steps);
+    } catch (...) {
+      Say(options, "exception caught on file ", path, "\n");
+    }
+  }
+  if (options.show_status) Say(options, StatusLine(" \n"));
+}
+
+}  // namespace tarnlex

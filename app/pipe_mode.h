@@ -1,0 +1,38 @@
+// Logs whose paths arrive on standard input, one per line, each handled by itself before the next
+// is read: the list may be long, and may still be growing.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "logs/run_options.h"
+
+namespace tarnlex {
+
+// Lines out of a stream of bytes, in pieces of at most 4,095 bytes; a longer line comes as several.
+struct LineReader {
+  std::function<std::size_t(std::span<char>)> read;  // gives 0 at the end
+  std::vector<char> block;
+  std::size_t at = 0;
+  std::size_t filled = 0;
+};
+
+// The next line or piece, with its line feed; false at the end of the stream.
+bool ReadPiece(LineReader& reader, std::string& piece);
+
+// What the run does with one log: `start` before its work, `process` the work, `finish` after it.
+struct LogSteps {
+  std::function<void(const LogInfo&)> start;
+  std::function<void(RunOptions&)> process;
+  std::function<void()> finish;
+};
+
+// Reads paths to the end of the stream. Each that opens as an event log becomes the only entry of
+// `options.logs` and goes through `steps`; others are passed over in silence. An exception ends
+// only the log it came from.
+void RunPipedLogs(RunOptions& options, LineReader& reader, const LogSteps& steps);
+
+}  // namespace tarnlex

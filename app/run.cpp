@@ -1,0 +1,111 @@
+#include "app/run.h"
+
+#include <utility>
+
+#include "app/messages.h"
+#include "app/parse_options.h"
+#include "app/pipe_mode.h"
+#include "app/run_header.h"
+#include "app/usage.h"
+#include "logs/platform.h"
+#include "reports/process_logs.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr int kSuccess = 0;
+constexpr int kFailure = -1;
+
+// What lives as long as the run and is pointed at by its options.
+struct Run {
+  RunOptions options;
+  TextSink diags;
+  TextSink stats;  // open with -stats
+};
+
+// INTEGRATION: these three are all that ties the run to the record writer and to the statistics.
+// Run gains one of each; here they are made, told of a piped log, and written out.
+void AttachOutputs(Run&, TextSink& /*standard_output*/) {}
+void StartLogStatistics(Run&, const LogInfo&) {}
+void WriteRunStatistics(Run&) {}
+
+void CloseOutputs(Run& run, Console& console) {
+  if (run.options.diags_on) Flush(run.diags);
+  Flush(run.stats);
+  Flush(console.out);
+  Flush(console.err);
+}
+
+bool OpenStatistics(Run& run, const std::string& header) {
+  if (!run.options.stats_on) return true;
+  auto write = OpenOutput(run.options.stats_file);
+  if (!write) {
+    Say(run.options, "prob creating stats file: ", run.options.stats_file, ", aborting\n");
+    return false;
+  }
+  run.stats = MakeSink(std::move(*write));
+  AppendNow(run.stats, header + "\n");
+  return true;
+}
+
+void RunFromInput(Run& run, Console& console) {
+  LineReader reader;
+  reader.read = console.read_input;
+  LogSteps steps;
+  steps.start = [&run](const LogInfo& log) { StartLogStatistics(run, log); };
+  steps.process = [](RunOptions& options) { ProcessLogs(options); };
+  steps.finish = [&run] { WriteRunStatistics(run); };
+  RunPipedLogs(run.options, reader, steps);
+}
+
+// A listed log that breaks the program ends the run, but not before it is named and what was
+// written so far is safe.
+int RunFixedList(Run& run) {
+  try {
+    ProcessLogs(run.options);
+  } catch (...) {
+    Say(run.options, "exception caught on file ", run.options.current_log.path, "\n");
+    return kFailure;
+  }
+  WriteRunStatistics(run);
+  return kSuccess;
+}
+
+// Everything behind the run header.
+int Work(Run& run, Arguments args, const std::string& header, Console& console) {
+  RunOptions& options = run.options;
+  options.diags = &run.diags;
+  const bool parsed = ParseOptions(options, args, kVersion);
+  if (!options.diags_on) options.diags = nullptr;
+  if (!parsed) return kFailure;
+  if (options.logs.empty() && !options.pipe) {
+    Say(options, "need to specify a log file, via the -log <event log> option\n");
+    return kFailure;
+  }
+  Say(options, "\n");
+  if (!OpenStatistics(run, header)) return kFailure;
+  AttachOutputs(run, console.out);
+  if (!options.pipe) return RunFixedList(run);
+  RunFromInput(run, console);
+  return kSuccess;
+}
+
+}  // namespace
+
+int RunApp(const std::vector<std::string>& args, Console& console) {
+  Run run;
+  run.options.messages = &console.err;
+  DisableFsRedirection();
+  if (!IsAdmin()) Say(run.options, "... running w/o admin privileges ...\n");
+  if (WantsHelp(args)) {
+    Say(run.options, UsageText());
+    return kSuccess;
+  }
+  const std::string header = BuildRunHeader(args, CurrentFiletime());
+  AppendNow(console.out, header + "\n");
+  const int result = Work(run, args, header, console);
+  CloseOutputs(run, console);
+  return result;
+}
+
+}  // namespace tarnlex

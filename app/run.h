@@ -1,0 +1,25 @@
+// One run of the program from its arguments to its exit code.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "logs/text_sink.h"
+
+namespace tarnlex {
+
+// The streams of the process, or a test's stand-ins for them.
+struct Console {
+  TextSink out;                                            // run header and records
+  TextSink err;                                            // every message
+  std::function<std::size_t(std::span<char>)> read_input;  // standard input; gives 0 at the end
+};
+
+// `args` in UTF-8, the program's path first. Returns 0, or -1 after a problem that was named on
+// `console.err`. Both sinks are flushed.
+int RunApp(const std::vector<std::string>& args, Console& console);
+
+}  // namespace tarnlex

@@ -1,0 +1,11 @@
+target_sources(tarnlex_core PRIVATE
+  app/input_discovery.cpp
+  app/option_search.cpp
+  app/parse_options.cpp
+  app/pipe_mode.cpp
+  app/run.cpp
+  app/run_header.cpp
+  app/shared_options.cpp
+  app/status_line.cpp
+  app/usage.cpp
+)

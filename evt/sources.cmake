@@ -1,0 +1,5 @@
+target_sources(tarnlex_core PRIVATE
+  evt/fields.cpp
+  evt/record.cpp
+  evt/walk.cpp
+)

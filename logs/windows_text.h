@@ -1,0 +1,13 @@
+// UTF-8 to the wide text of the Windows interfaces and back; used by the Windows sources only.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tarnlex {
+
+// Text that is not UTF-8 is taken for the console's code page: that is how paths are piped there.
+std::wstring Wide(std::string_view text);
+std::string Narrow(std::wstring_view text);
+
+}  // namespace tarnlex

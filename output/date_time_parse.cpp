@@ -1,0 +1,119 @@
+// Times as an examiner types them.
+#include <charconv>
+
+#include "output/date_time.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::size_t kNone = std::string_view::npos;
+constexpr std::string_view kBlanks = " \t\r\n";
+
+std::string_view TrimBlanks(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == kNone) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+// One to `most` decimal digits and nothing else.
+bool ReadNumber(std::string_view text, std::size_t most, int& number) {
+  if (text.empty() || text.size() > most) return false;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return false;
+  }
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return true;
+}
+
+// Takes the text before `separator` off `rest`; false without one.
+bool TakeField(std::string_view& rest, char separator, std::string_view& field) {
+  const std::size_t end = rest.find(separator);
+  if (end == kNone) return false;
+  field = rest.substr(0, end);
+  rest.remove_prefix(end + 1);
+  return true;
+}
+
+// Month and day, of which one may be a month's name; two numbers are month and day.
+bool ReadMonthAndDay(std::string_view first, std::string_view second, int& month, int& day) {
+  month = MonthFromName(first);
+  if (month != 0) return ReadNumber(second, 3, day);
+  month = MonthFromName(second);
+  if (month != 0) return ReadNumber(first, 3, day);
+  return ReadNumber(first, 3, month) && ReadNumber(second, 3, day);
+}
+
+bool ReadYear(std::string_view text, int& year) {
+  if (!ReadNumber(text, 4, year)) return false;
+  if (text.size() == 2) year += year < 31 ? 2000 : 1900;
+  return true;
+}
+
+bool ReadDate(std::string_view text, std::tm& tm) {
+  const char separator = text.find('-') != kNone ? '-' : '/';
+  std::string_view first;
+  std::string_view second;
+  int month = 0;
+  int day = 0;
+  int year = 0;
+  if (!TakeField(text, separator, first) || !TakeField(text, separator, second) ||
+      !ReadMonthAndDay(first, second, month, day) || !ReadYear(text, year)) {
+    return false;
+  }
+  tm.tm_mon = month - 1;
+  tm.tm_mday = day;
+  tm.tm_year = year - 1900;
+  return true;
+}
+
+char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+
+}  // namespace
+
+int MonthFromName(std::string_view name) {
+  if (name.size() != 3) return 0;
+  for (int month = 1; month <= 12; ++month) {
+    const std::string_view known = MonthAbbrev(month);
+    if (Lower(name[0]) == Lower(known[0]) && Lower(name[1]) == known[1] &&
+        Lower(name[2]) == known[2]) {
+      return month;
+    }
+  }
+  return 0;
+}
+
+bool ParseTimeText(std::string_view text, int& hour, int& minute, int& second) {
+  text = TrimBlanks(text);
+  second = 0;
+  std::string_view field;
+  if (!TakeField(text, ':', field) || !ReadNumber(field, 2, hour)) return false;
+  if (TakeField(text, ':', field)) {
+    if (!ReadNumber(field, 2, minute)) return false;
+    const std::size_t point = text.find('.');
+    int fraction = 0;
+    if (!ReadNumber(text.substr(0, point), 2, second)) return false;
+    if (point != kNone && !ReadNumber(text.substr(point + 1), 9, fraction)) return false;
+  } else if (!ReadNumber(text, 2, minute)) {
+    return false;
+  }
+  return hour <= 23 && minute <= 59 && second <= 59;
+}
+
+bool ReadTimeArgument(std::string_view text, std::tm& tm) {
+  text = TrimBlanks(text);
+  const std::size_t blank = text.find(' ');
+  tm = {};
+  if (!ReadDate(text.substr(0, blank), tm)) return false;
+  if (tm.tm_mon < 0 || tm.tm_mon > 11 || tm.tm_mday < 1 || tm.tm_mday > 31) return false;
+  return blank == kNone || ParseTimeText(text.substr(blank + 1), tm.tm_hour, tm.tm_min, tm.tm_sec);
+}
+
+bool ParseTimeArgument(std::string_view text, std::uint64_t& filetime) {
+  std::tm tm{};
+  DateTimeFields fields;
+  if (!ReadTimeArgument(text, tm) || !MakeDateTimeFromTm(tm, fields)) return false;
+  filetime = fields.filetime;
+  return true;
+}
+
+}  // namespace tarnlex

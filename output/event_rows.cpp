@@ -1,0 +1,174 @@
+#include "output/event_rows.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "logs/text.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
+
+// A row that may need more than this and does not fit into the current block is built aside, so
+// that a generous bound does not leave much of a block unused.
+constexpr std::size_t kLargeBound = kBlockBytes / 32;
+
+std::size_t HashNames(const std::vector<std::string_view>& names) {
+  std::size_t hash = names.size();
+  for (const std::string_view name : names) {
+    hash = hash * 0x9E3779B97F4A7C15U + std::hash<std::string_view>{}(name);
+  }
+  return hash;
+}
+
+int PositionOf(const std::vector<std::string_view>& sorted, std::string_view name) {
+  const auto at = std::lower_bound(sorted.begin(), sorted.end(), name);
+  return at != sorted.end() && *at == name ? static_cast<int>(at - sorted.begin()) : -1;
+}
+
+const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_view>& names) {
+  auto set = std::make_unique<ColumnSet>();
+  set->names.reserve(names.size());
+  for (const std::string_view name : names) set->names.push_back(InternText(rows, name));
+  set->provider_name = PositionOf(set->names, "Provider Name");
+  set->level = PositionOf(set->names, "Level");
+  rows.column_sets.push_back(std::move(set));
+  return rows.column_sets.back().get();
+}
+
+void AddBlock(EventRows& rows, std::size_t least) {
+  const std::size_t size = std::max(least, kBlockBytes);
+  rows.blocks.push_back({std::make_unique_for_overwrite<char[]>(size), size});
+  rows.free_at = rows.blocks.back().bytes.get();
+  rows.free_end = rows.free_at + size;
+}
+
+std::size_t Room(const EventRows& rows) {
+  return static_cast<std::size_t>(rows.free_end - rows.free_at);
+}
+
+bool EarlierRow(const EventRecord& a, const EventRecord& b) {
+  if (a.timeCreated != b.timeCreated) return a.timeCreated < b.timeCreated;
+  return a.eventRecordId < b.eventRecordId;
+}
+
+}  // namespace
+
+void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells) {
+  cells.clear();
+  if (row.columns == nullptr) return;
+  CellReader reader{row.dataItems};
+  for (std::size_t i = 0; i < row.columns->names.size(); ++i) cells.push_back(NextCell(reader));
+}
+
+bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::string_view& text) {
+  text = {};
+  if (row.columns == nullptr) return false;
+  const std::vector<std::string_view>& names = row.columns->names;
+  int position = PositionOf(names, name);
+  if (position < 0 && fold) {
+    const auto at = std::find_if(names.begin(), names.end(), [name](std::string_view candidate) {
+      return EqualsNoCase(candidate, name);
+    });
+    if (at != names.end()) position = static_cast<int>(at - names.begin());
+  }
+  if (position < 0) return false;
+  CellReader reader{row.dataItems};
+  for (int i = 0; i <= position; ++i) text = NextCell(reader);
+  return true;
+}
+
+const ColumnSet* AddColumnSet(EventRows& rows, const std::vector<std::string_view>& names,
+                              std::vector<int>& position_of) {
+  std::vector<std::string_view> sorted(names);
+  std::sort(sorted.begin(), sorted.end());
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  position_of.clear();
+  std::vector<bool> taken(sorted.size());
+  for (const std::string_view name : names) {
+    const int position = PositionOf(sorted, name);
+    const bool first = !taken[static_cast<std::size_t>(position)];
+    taken[static_cast<std::size_t>(position)] = true;
+    position_of.push_back(first ? position : -1);
+  }
+  const std::pair key(HashNames(sorted), std::move(sorted));
+  const auto known = rows.sets_by_names.find(key);
+  if (known != rows.sets_by_names.end()) return known->second;
+  const ColumnSet* set = StoreColumnSet(rows, key.second);
+  rows.sets_by_names.emplace(std::pair(key.first, set->names), set);
+  return set;
+}
+
+std::string_view InternText(EventRows& rows, std::string_view text) {
+  if (text.empty()) return {};
+  std::string_view& recent = rows.recent[std::hash<std::string_view>{}(text) % rows.recent.size()];
+  if (recent == text) return recent;
+  auto at = rows.texts.find(text);
+  if (at == rows.texts.end()) at = rows.texts.emplace(text).first;
+  return recent = *at;
+}
+
+RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
+  if (max_bytes > Room(rows)) {
+    if (max_bytes > kLargeBound) {
+      if (rows.scratch.size < max_bytes) {
+        rows.scratch = {std::make_unique_for_overwrite<char[]>(max_bytes), max_bytes};
+      }
+      return {rows.scratch.bytes.get(), nullptr};
+    }
+    AddBlock(rows, max_bytes);
+  }
+  return {rows.free_at, nullptr};
+}
+
+char* EndLongCell(RowBuilder& builder, char* text_end) {
+  const auto length =
+      static_cast<std::uint32_t>(static_cast<std::size_t>(text_end - builder.cell) - kCellPrefix);
+  std::memmove(builder.cell + kLongCellPrefix, builder.cell + kCellPrefix, length);
+  std::memcpy(builder.cell, &kLongCell, sizeof kLongCell);
+  std::memcpy(builder.cell + kCellPrefix, &length, sizeof length);
+  return builder.cell + kLongCellPrefix + length;
+}
+
+void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row) {
+  if (builder.start != rows.free_at) {
+    const auto size = static_cast<std::size_t>(end - builder.start);
+    if (size > Room(rows)) AddBlock(rows, size);
+    if (size > 0) std::memcpy(rows.free_at, builder.start, size);
+    end = rows.free_at + size;
+  }
+  rows.rows.push_back(row);
+  rows.rows.back().dataItems = rows.free_at;
+  rows.free_at = end;
+}
+
+void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells) {
+  std::size_t max_bytes = 0;
+  for (const std::string_view cell : cells) max_bytes += cell.size() + kMaxCellOverhead;
+  RowBuilder builder = BeginRow(rows, max_bytes);
+  char* at = builder.start;
+  for (const std::string_view cell : cells) {
+    char* text = BeginCell(builder, at);
+    if (!cell.empty()) std::memcpy(text, cell.data(), cell.size());
+    at = EndCell(builder, text + cell.size());
+  }
+  EndRow(rows, builder, at, row);
+}
+
+void SortRows(EventRows& rows) {
+  // Most logs lie in order already; then one look is all they cost.
+  if (std::is_sorted(rows.rows.begin(), rows.rows.end(), EarlierRow)) return;
+  std::stable_sort(rows.rows.begin(), rows.rows.end(), EarlierRow);
+}
+
+void ClearRows(EventRows& rows) {
+  std::vector<EventRecord>().swap(rows.rows);
+  rows.scratch = {};
+  if (rows.blocks.empty()) return;
+  rows.blocks.resize(1);
+  rows.free_at = rows.blocks.front().bytes.get();
+  rows.free_end = rows.free_at + rows.blocks.front().size;
+}
+
+}  // namespace tarnlex

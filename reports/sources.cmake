@@ -1,0 +1,9 @@
+target_sources(tarnlex_core PRIVATE
+  reports/builtin_reports.cpp
+  reports/command_file.cpp
+  reports/command_language.cpp
+  reports/evt_query.cpp
+  reports/filter.cpp
+  reports/query_index.cpp
+  reports/report_lines.cpp
+)

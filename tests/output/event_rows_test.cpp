@@ -1,0 +1,189 @@
+#include "output/event_rows.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnlex {
+namespace {
+
+const ColumnSet* AddColumns(EventRows& rows, const std::vector<std::string_view>& names) {
+  std::vector<int> position_of;
+  return AddColumnSet(rows, names, position_of);
+}
+
+EventRecord RecordAt(std::uint64_t time, std::uint64_t id) {
+  EventRecord record;
+  record.timeCreated = time;
+  record.eventRecordId = id;
+  return record;
+}
+
+TEST(ColumnSet, SortsNamesAndKeepsEachOnce) {
+  EventRows rows;
+  std::vector<int> position_of;
+  const ColumnSet* set = AddColumnSet(rows, {"b", "Level", "a", "b", "Provider Name"}, position_of);
+  EXPECT_EQ(set->names, (std::vector<std::string_view>{"Level", "Provider Name", "a", "b"}));
+  EXPECT_EQ(position_of, (std::vector<int>{3, 0, 2, -1, 1}));
+  EXPECT_EQ(set->level, 0);
+  EXPECT_EQ(set->provider_name, 1);
+}
+
+TEST(ColumnSet, EqualSetsAreOneInAnyOrder) {
+  EventRows rows;
+  EXPECT_EQ(AddColumns(rows, {"x", "y"}), AddColumns(rows, {"y", "x", "x"}));
+  EXPECT_NE(AddColumns(rows, {"x", "y"}), AddColumns(rows, {"x"}));
+  EXPECT_EQ(AddColumns(rows, {"x"})->provider_name, -1);
+}
+
+TEST(ColumnSet, NamesOutliveTheCallersText) {
+  EventRows rows;
+  const ColumnSet* set = nullptr;
+  {
+    std::string name = "a name too long for a small string";
+    set = AddColumns(rows, {name});
+    name.assign(name.size(), '?');
+  }
+  EXPECT_EQ(set->names.front(), "a name too long for a small string");
+}
+
+TEST(InternText, GivesTheSameBytesForEqualTexts) {
+  EventRows rows;
+  const std::string_view first = InternText(rows, std::string("security"));
+  for (int i = 0; i < 1000; ++i) InternText(rows, std::to_string(i));
+  EXPECT_EQ(InternText(rows, "security").data(), first.data());
+  EXPECT_EQ(first, "security");
+  EXPECT_EQ(InternText(rows, ""), "");
+}
+
+TEST(PackedCells, KeepTextsOfEveryLengthClass) {
+  EventRows rows;
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a", "b", "c", "d", "e"});
+  const std::string below(65534, 'b');
+  const std::string at(65535, 'c');
+  const std::string above(3'000'000, 'd');
+  AddRow(rows, record, {"", below, at, above, "end"});
+  AddRow(rows, record, {"1", "2", "3", "4", "5"});
+  std::vector<std::string_view> cells;
+  ReadCells(rows.rows[0], cells);
+  EXPECT_EQ(cells, (std::vector<std::string_view>{"", below, at, above, "end"}));
+  ReadCells(rows.rows[1], cells);
+  EXPECT_EQ(cells, (std::vector<std::string_view>{"1", "2", "3", "4", "5"}));
+}
+
+TEST(PackedCells, SurviveManyBlocks) {
+  EventRows rows;
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a", "b"});
+  for (std::uint64_t i = 0; i < 5000; ++i) {
+    record.eventRecordId = i;
+    AddRow(rows, record, {std::to_string(i), std::string(i % 3000, 'x')});
+  }
+  ASSERT_EQ(rows.rows.size(), 5000U);
+  EXPECT_GT(rows.blocks.size(), 3U);
+  std::vector<std::string_view> cells;
+  for (const EventRecord& row : rows.rows) {
+    ReadCells(row, cells);
+    ASSERT_EQ(cells[0], std::to_string(row.eventRecordId));
+    ASSERT_EQ(cells[1].size(), row.eventRecordId % 3000);
+  }
+}
+
+TEST(PackedCells, AGenerousBoundCostsNoMoreThanTheText) {
+  EventRows rows;
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a"});
+  for (int i = 0; i < 100; ++i) {
+    RowBuilder builder = BeginRow(rows, 700'000);
+    char* text = BeginCell(builder, builder.start);
+    std::memset(text, 'x', 10);
+    EndRow(rows, builder, EndCell(builder, text + 10), record);
+  }
+  EXPECT_EQ(rows.blocks.size(), 1U);
+  std::vector<std::string_view> cells;
+  for (const EventRecord& row : rows.rows) {
+    ReadCells(row, cells);
+    ASSERT_EQ(cells[0], "xxxxxxxxxx");
+  }
+}
+
+TEST(PackedCells, ARowThatIsNeverEndedLeavesNothing) {
+  EventRows rows;
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a"});
+  AddRow(rows, record, {"kept"});
+  RowBuilder builder = BeginRow(rows, 100);
+  char* text = BeginCell(builder, builder.start);
+  std::memcpy(text, "lost", 4);
+  AddRow(rows, record, {"next"});
+  ASSERT_EQ(rows.rows.size(), 2U);
+  std::string_view found;
+  EXPECT_TRUE(FindCell(rows.rows[0], "a", false, found));
+  EXPECT_EQ(found, "kept");
+  EXPECT_TRUE(FindCell(rows.rows[1], "a", false, found));
+  EXPECT_EQ(found, "next");
+}
+
+TEST(FindCell, ComparesExactlyOrWithoutCase) {
+  EventRows rows;
+  EventRecord record;
+  record.columns = AddColumns(rows, {"Computer", "LogonType", "logontype"});
+  AddRow(rows, record, {"HOST", "2", "3"});
+  std::string_view text;
+  EXPECT_TRUE(FindCell(rows.rows[0], "LogonType", false, text));
+  EXPECT_EQ(text, "2");
+  EXPECT_TRUE(FindCell(rows.rows[0], "logontype", true, text));
+  EXPECT_EQ(text, "3");  // an exact name comes before one that differs in case
+  EXPECT_TRUE(FindCell(rows.rows[0], "COMPUTER", true, text));
+  EXPECT_EQ(text, "HOST");
+  EXPECT_FALSE(FindCell(rows.rows[0], "COMPUTER", false, text));
+  EXPECT_EQ(text.data(), nullptr);
+  EXPECT_FALSE(FindCell(EventRecord{}, "Computer", true, text));
+}
+
+TEST(SortRows, OrdersByTimeThenRecordThenArrival) {
+  EventRows rows;
+  AddRow(rows, RecordAt(20, 1), {});
+  AddRow(rows, RecordAt(10, 9), {});
+  EventRecord twin = RecordAt(10, 3);
+  twin.level = 1;
+  AddRow(rows, twin, {});
+  twin.level = 2;
+  AddRow(rows, twin, {});
+  SortRows(rows);
+  std::vector<std::uint64_t> ids;
+  for (const EventRecord& row : rows.rows) ids.push_back(row.eventRecordId);
+  EXPECT_EQ(ids, (std::vector<std::uint64_t>{3, 3, 9, 1}));
+  EXPECT_EQ(rows.rows[0].level, 1U);
+  EXPECT_EQ(rows.rows[1].level, 2U);
+}
+
+TEST(ClearRows, KeepsColumnSetsAndTextsForTheRestOfTheLog) {
+  EventRows rows;
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a"});
+  const std::string_view name = InternText(rows, "a provider with a rather long name");
+  for (int i = 0; i < 10; ++i) AddRow(rows, record, {std::string(500'000, 'x')});
+  EXPECT_GT(rows.blocks.size(), 1U);
+  ClearRows(rows);
+  EXPECT_TRUE(rows.rows.empty());
+  EXPECT_EQ(rows.blocks.size(), 1U);
+  EXPECT_EQ(AddColumns(rows, {"a"}), record.columns);
+  EXPECT_EQ(name, "a provider with a rather long name");
+  AddRow(rows, record, {"again"});
+  std::string_view text;
+  EXPECT_TRUE(FindCell(rows.rows[0], "a", false, text));
+  EXPECT_EQ(text, "again");
+}
+
+TEST(ClearRows, IsHarmlessOnAnEmptyCollection) {
+  EventRows rows;
+  ClearRows(rows);
+  EXPECT_TRUE(rows.rows.empty());
+}
+
+}  // namespace
+}  // namespace tarnlex
