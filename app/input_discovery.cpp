@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/messages.h"
+#include "logs/messages.h"
 #include "logs/bytes.h"
 #include "logs/open_log.h"
 #include "logs/paths.h"

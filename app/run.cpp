@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "app/messages.h"
+#include "logs/messages.h"
 #include "app/parse_options.h"
 #include "app/pipe_mode.h"
 #include "app/run_header.h"

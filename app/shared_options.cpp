@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/messages.h"
+#include "logs/messages.h"
 #include "app/parse_options.h"
 #include "logs/paths.h"
 #include "logs/platform.h"

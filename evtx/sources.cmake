@@ -4,6 +4,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/chunk.cpp
   evtx/decoded_event.cpp
   evtx/expand.cpp
+  evtx/first_record.cpp
   evtx/names.cpp
   evtx/nested_scan.cpp
   evtx/record.cpp
