@@ -58,7 +58,7 @@ void OpenDiagnostics(RunOptions& options, const std::string& file) {
   if (!write || options.diags == nullptr) return;
   *options.diags = MakeSink(std::move(*write));
   options.diags_on = true;
-  AppendNow(*options.diags, "->" + options.cmdline + "\n");
+  AppendNow(*options.diags, std::string("->").append(options.cmdline).append("\n"));
 }
 
 void ApplyForm(RunOptions& options, const FormOption& form) {
@@ -149,7 +149,7 @@ void SetSeparator(RunOptions& options, const std::string& text) {
   } else if (lowered.find(',') != std::string::npos) {
     options.separator_class = {',', ' '};
   } else if (lowered == "tab" || lowered == "\\t") {
-    options.separator = "\t";
+    options.separator.assign(1, '\t');
   }
 }
 

@@ -63,6 +63,8 @@ bool WantsHelp(const Arguments& args) {
   return false;
 }
 
-std::string UsageText() { return kRule + Banner() + "\n\n" + kOptions; }
+std::string UsageText() {
+  return std::string(kRule).append(Banner()).append("\n\n").append(kOptions);
+}
 
 }  // namespace tarnlex
