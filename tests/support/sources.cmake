@@ -13,3 +13,8 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/support/evtx_builder_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/support/other_reader_test.cpp
 )
+
+foreach(tool make_sample_log make_large_log)
+  add_executable(${tool} ${CMAKE_CURRENT_SOURCE_DIR}/support/${tool}.cpp)
+  target_link_libraries(${tool} PRIVATE tarnlex_support)
+endforeach()
