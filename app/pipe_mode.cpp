@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "logs/messages.h"
-#include "logs/status_line.h"
 #include "logs/open_log.h"
 #include "logs/paths.h"
+#include "logs/status_line.h"
 
 namespace tarnlex {
 namespace {

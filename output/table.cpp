@@ -222,18 +222,12 @@ std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type) {
   if (is_evtx) return level_or_type < 5 ? kEvtxLevels[level_or_type] : "unk";
   switch (level_or_type) {
     case 0:
-    case 4:
-      return "info";
-    case 1:
-      return "error";
-    case 2:
-      return "warn";
-    case 8:
-      return "a-pass";
-    case 10:
-      return "a-fail";
-    default:
-      return "unk";
+    case 4: return "info";
+    case 1: return "error";
+    case 2: return "warn";
+    case 8: return "a-pass";
+    case 10: return "a-fail";
+    default: return "unk";
   }
 }
 
