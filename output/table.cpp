@@ -5,8 +5,10 @@
 #include <span>
 
 #include "logs/text.h"
+#include "output/bodyfile.h"
 #include "output/cell_writer.h"
 #include "output/date_time.h"
+#include "output/log2timeline.h"
 #include "output/table_columns.h"
 
 namespace tarnlex {
@@ -222,18 +224,12 @@ std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type) {
   if (is_evtx) return level_or_type < 5 ? kEvtxLevels[level_or_type] : "unk";
   switch (level_or_type) {
     case 0:
-    case 4:
-      return "info";
-    case 1:
-      return "error";
-    case 2:
-      return "warn";
-    case 8:
-      return "a-pass";
-    case 10:
-      return "a-fail";
-    default:
-      return "unk";
+    case 4: return "info";
+    case 1: return "error";
+    case 2: return "warn";
+    case 8: return "a-pass";
+    case 10: return "a-fail";
+    default: return "unk";
   }
 }
 
@@ -253,7 +249,13 @@ void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
 void WriteLogResults(TextSink& out, EventRows& rows, const LogInfo& log, RunOptions& options) {
   if (rows.rows.empty()) return;
   SortRows(rows);
-  WriteTables(out, rows, log, options, !options.csvgen_form);
+  if (options.bodyfile_form) {
+    WriteBodyfile(out, rows, options);
+  } else if (options.l2t_form) {
+    WriteLog2Timeline(out, rows, log, options);
+  } else {
+    WriteTables(out, rows, log, options, !options.csvgen_form);
+  }
 }
 
 }  // namespace tarnlex
