@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "app/messages.h"
-#include "app/status_line.h"
+#include "logs/messages.h"
 #include "logs/open_log.h"
 #include "logs/paths.h"
+#include "logs/status_line.h"
 
 namespace tarnlex {
 namespace {

@@ -2,12 +2,13 @@
 
 #include <utility>
 
-#include "app/messages.h"
 #include "app/parse_options.h"
 #include "app/pipe_mode.h"
 #include "app/run_header.h"
 #include "app/usage.h"
+#include "logs/messages.h"
 #include "logs/platform.h"
+#include "output/record_output.h"
 #include "reports/process_logs.h"
 
 namespace tarnlex {
@@ -25,7 +26,7 @@ struct Run {
 
 // INTEGRATION: these three are all that ties the run to the record writer and to the statistics.
 // Run gains one of each; here they are made, told of a piped log, and written out.
-void AttachOutputs(Run&, TextSink& /*standard_output*/) {}
+void AttachOutputs(Run& r, TextSink& o) { static RecordOutput ro; ro.out=&o; r.options.record_output=&ro;}
 void StartLogStatistics(Run&, const LogInfo&) {}
 void WriteRunStatistics(Run&) {}
 

@@ -19,16 +19,12 @@ std::uint64_t Scaled(std::uint64_t value, std::uint64_t offset, std::uint64_t ti
 
 std::uint64_t FiletimeOf(std::uint64_t value, TimeKind kind) {
   switch (kind) {
-    case TimeKind::kFiletime:
-      return value;
-    case TimeKind::kMicrosecondsSince1601:
-      return Scaled(value, 0, 10);
-    case TimeKind::kUnixMicroseconds:
-      return Scaled(value, kSecondsFrom1601To1970 * 1'000'000, 10);
+    case TimeKind::kFiletime: return value;
+    case TimeKind::kMicrosecondsSince1601: return Scaled(value, 0, 10);
+    case TimeKind::kUnixMicroseconds: return Scaled(value, kSecondsFrom1601To1970 * 1'000'000, 10);
     case TimeKind::kUnixSeconds:
       return value == 0 ? 0 : Scaled(value, kSecondsFrom1601To1970, kTicksPerSecond);
-    case TimeKind::kLow32Seconds:
-      return Scaled(value & 0xFFFFFFFF, kLow32Offset, kTicksPerSecond);
+    case TimeKind::kLow32Seconds: return Scaled(value & 0xFFFFFFFF, kLow32Offset, kTicksPerSecond);
   }
   return 0;
 }

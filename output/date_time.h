@@ -117,6 +117,10 @@ int MonthFromName(std::string_view name);
 // hours above 23, minutes or seconds above 59.
 bool ParseTimeText(std::string_view text, int& hour, int& minute, int& second);
 
+// Reads "MM/DD/YYYY HH:MM:SS" (see below) as it stands: month 1 to 12, day 1 to 31, any year. False
+// for a text that cannot be read so. What was read may still be no valid instant.
+bool ReadTimeArgument(std::string_view text, std::tm& tm);
+
 // Reads "MM/DD/YYYY HH:MM:SS" (also with "-" and with month names, and without a time) as UTC into
 // a FILETIME; false when the text is no such time or no valid instant.
 bool ParseTimeArgument(std::string_view text, std::uint64_t& filetime);

@@ -99,16 +99,19 @@ bool ParseTimeText(std::string_view text, int& hour, int& minute, int& second) {
   return hour <= 23 && minute <= 59 && second <= 59;
 }
 
-bool ParseTimeArgument(std::string_view text, std::uint64_t& filetime) {
+bool ReadTimeArgument(std::string_view text, std::tm& tm) {
   text = TrimBlanks(text);
   const std::size_t blank = text.find(' ');
-  std::tm tm{};
+  tm = {};
   if (!ReadDate(text.substr(0, blank), tm)) return false;
-  if (blank != kNone && !ParseTimeText(text.substr(blank + 1), tm.tm_hour, tm.tm_min, tm.tm_sec)) {
-    return false;
-  }
+  if (tm.tm_mon < 0 || tm.tm_mon > 11 || tm.tm_mday < 1 || tm.tm_mday > 31) return false;
+  return blank == kNone || ParseTimeText(text.substr(blank + 1), tm.tm_hour, tm.tm_min, tm.tm_sec);
+}
+
+bool ParseTimeArgument(std::string_view text, std::uint64_t& filetime) {
+  std::tm tm{};
   DateTimeFields fields;
-  if (!MakeDateTimeFromTm(tm, fields)) return false;
+  if (!ReadTimeArgument(text, tm) || !MakeDateTimeFromTm(tm, fields)) return false;
   filetime = fields.filetime;
   return true;
 }

@@ -39,7 +39,7 @@ const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_v
 
 void AddBlock(EventRows& rows, std::size_t least) {
   const std::size_t size = std::max(least, kBlockBytes);
-  rows.blocks.push_back({std::make_unique_for_overwrite<char[]>(size), size});
+  rows.blocks.push_back({std::make_unique_for_overwrite<char[]>(size + kReadableBehind), size});
   rows.free_at = rows.blocks.back().bytes.get();
   rows.free_end = rows.free_at + size;
 }

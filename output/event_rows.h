@@ -40,7 +40,9 @@ struct EventRecord {
 };
 
 // A packed cell is a 16-bit length and the text; a length of kLongCell says that the true length
-// follows as a 32-bit number.
+// follows as a 32-bit number. Behind every packed cell at least kReadableBehind bytes may be read,
+// so that writers can take whole blocks.
+inline constexpr std::size_t kReadableBehind = 16;
 inline constexpr std::uint16_t kLongCell = 0xFFFF;
 inline constexpr std::size_t kCellPrefix = sizeof(std::uint16_t);
 inline constexpr std::size_t kLongCellPrefix = kCellPrefix + sizeof(std::uint32_t);

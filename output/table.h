@@ -7,6 +7,7 @@
 
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
+#include "output/display_name.h"
 #include "output/event_rows.h"
 
 namespace tarnlex {
@@ -18,8 +19,9 @@ std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type);
 // names the log in the last column and says which container the rows are from. Sorts `rows`.
 void WriteLogResults(TextSink& out, EventRows& rows, const LogInfo& log, RunOptions& options);
 
-// The log's name in the output: the alias whose true path equals the log's path, else the path with
-// a true directory at its head replaced by its alias, else the path.
-std::string DisplayName(const LogInfo& log, const RunOptions& options);
+// Tables of rows that are ordered already: one per event identifier and provider, an empty line
+// behind each, or with `grouped` off one for all.
+void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
+                 const RunOptions& options, bool grouped);
 
 }  // namespace tarnlex

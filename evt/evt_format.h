@@ -1,0 +1,39 @@
+// The EVT container on disk (Windows XP and earlier), all numbers little-endian.
+//
+// File header: 48 bytes. Only its size (offset 0) and its signature (offset 4) are looked at; where
+// the ring of records begins and ends is not believed, since a dirty log's header is out of date.
+//
+//   0 header size (0x30)   4 "LfLe"
+//
+// Record: a fixed part of 56 bytes, then source name, computer name, SID, strings and data at
+// offsets counted from the record's first byte, padding, and the length once more.
+//
+//   0 length               4 "LfLe"               8 record number        12 time generated
+//  16 time written        20 event id            24 event type (16 bit)  26 number of strings (16)
+//  28 category (16)       30 flags (16)          32 closing record       36 string offset
+//  40 SID length          44 SID offset          48 data length          52 data offset
+//  56 source name, zero-terminated; computer name, zero-terminated
+//
+// End-of-file record: its length, then 0x11111111 in place of the signature.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace tarnlex {
+
+inline constexpr std::uint32_t kEvtSignature = 0x654C664C;  // "LfLe"
+inline constexpr std::uint32_t kEvtEndMark = 0x11111111;
+inline constexpr std::size_t kEvtFixedSize = 56;
+
+// A text whose terminator is not among this many units counts as empty when it is stepped over;
+// damaged records depend on it for where their next string is found.
+inline constexpr std::size_t kEvtMeasuredUnits = 512;
+
+// The computer name has no length of its own.
+inline constexpr std::size_t kEvtUnboundedUnits = 500;
+
+// All text of one record, in bytes of UTF-8. Real records stay far below.
+inline constexpr std::uint64_t kEvtMaxRecordText = std::uint64_t{16} << 20;
+
+}  // namespace tarnlex

@@ -1,0 +1,76 @@
+#include "evt/fields.h"
+
+#include <algorithm>
+
+#include "logs/text.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::size_t kSidHead = 8;  // revision, number of parts, 48-bit big-endian authority
+
+bool IsNumber(std::string_view text) {
+  return !text.empty() &&
+         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+void AppendUtf8(Bytes utf16, std::string& text) {
+  const std::size_t units = utf16.size() / 2;
+  const std::size_t before = text.size();
+  text.resize(before + units * kMaxUtf8PerUnit);
+  const char* end = WriteUtf8(utf16.data(), units, text.data() + before);
+  text.resize(static_cast<std::size_t>(end - text.data()));
+}
+
+void AppendDecimal(std::uint64_t value, std::string& text) {
+  char digits[20];
+  text.append(digits, WriteDecimal(value, digits));
+}
+
+}  // namespace
+
+std::string SidText(Bytes sid) {
+  if (sid.size() < kSidHead) return {};
+  const std::size_t parts = sid[1];
+  if (sid.size() - kSidHead < 4 * parts) return {};
+  std::uint64_t authority = 0;
+  for (std::size_t i = 2; i < kSidHead; ++i) authority = authority << 8 | sid[i];
+  std::string text = "S-";
+  AppendDecimal(sid[0], text);
+  text += '-';
+  if (authority >> 32 == 0) {
+    AppendDecimal(authority, text);
+  } else {
+    char digits[12];
+    text.append("0x").append(digits, WriteHex(authority, 12, digits));
+  }
+  for (std::size_t i = 0; i < parts; ++i) {
+    text += '-';
+    AppendDecimal(Load<std::uint32_t>(sid.data() + kSidHead + 4 * i), text);
+  }
+  return text;
+}
+
+bool FieldText(EvtRecord& record, std::string_view name, std::string& text) {
+  text.clear();
+  if (name == "user_sid") {
+    text = SidText(record.sid);
+  } else if (name == "success_type") {
+    AppendDecimal(record.event_type, text);
+  } else if (name == "source_name") {
+    CutTexts(record);
+    AppendUtf8(record.source_name, text);
+  } else if (name == "string") {
+    CutTexts(record);
+    for (const Bytes string : record.strings) AppendUtf8(string, text);
+  } else if (IsNumber(name)) {
+    CutTexts(record);
+    const std::uint64_t number = LeadingNumber(name);
+    if (number >= 1 && number <= record.strings.size()) {
+      AppendUtf8(record.strings[static_cast<std::size_t>(number - 1)], text);
+    }
+  }
+  return !text.empty();
+}
+
+}  // namespace tarnlex

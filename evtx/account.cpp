@@ -1,0 +1,68 @@
+#include "evtx/account.h"
+
+#include <string>
+
+#include "evtx/evtx_format.h"
+#include "logs/text.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::string_view kFaultTexts[] = {
+    "records skipped, template offset out of the chunk",
+    "records without values, no template",
+    "records without values, template not where it was registered",
+    "records with unreadable values",
+    "records with values cut at the end of the chunk",
+    "records with unreadable nested values",
+    "records with a fragment stopped at a token that is not decoded",
+    "records with a fragment cut inside a token",
+    "records cut at a limit of nesting, work or text",
+};
+static_assert(std::size(kFaultTexts) == static_cast<std::size_t>(RecordFault::kCount));
+
+void Line(TextSink& out, std::string_view label, std::uint64_t value) {
+  Append(out, label);
+  Append(out, ": " + std::to_string(value) + "\n");
+}
+
+}  // namespace
+
+void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset) {
+  ++account.skipped_slots;
+  if (!account.skipped.empty()) {
+    SkippedSlots& last = account.skipped.back();
+    if (last.file_offset + last.count * kChunkSize == file_offset) {
+      ++last.count;
+      return;
+    }
+  }
+  if (account.skipped.size() < kMaxListed) account.skipped.push_back({file_offset, 1});
+}
+
+void AddLeftChunk(WalkAccount& account, const LeftChunk& left) {
+  ++account.chunks_left;
+  if (account.left.size() < kMaxListed) account.left.push_back(left);
+}
+
+void WriteAccount(TextSink& out, const WalkAccount& account) {
+  Line(out, "chunks walked", account.chunks);
+  Line(out, "chunks without records", account.empty_chunks);
+  Line(out, "slots skipped, no chunk signature", account.skipped_slots);
+  for (const SkippedSlots& run : account.skipped) {
+    Append(out, "  at file offset 0x" + HexText(run.file_offset) + ": " +
+                    std::to_string(run.count) + "\n");
+  }
+  Line(out, "records decoded", account.records);
+  for (std::size_t i = 0; i < account.faults.size(); ++i)
+    Line(out, kFaultTexts[i], account.faults[i]);
+  Line(out, "chunks left before their last record", account.chunks_left);
+  for (const LeftChunk& chunk : account.left) {
+    Append(out, "  chunk at file offset 0x" + HexText(chunk.file_offset) +
+                    ", left at file offset 0x" + HexText(chunk.record_offset) +
+                    ", records not found: " + std::to_string(chunk.missing) + "\n");
+  }
+  Line(out, "bytes behind the last whole chunk", account.trailing_bytes);
+}
+
+}  // namespace tarnlex

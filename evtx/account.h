@@ -1,0 +1,62 @@
+// What a walk has read of one log and what it has not: the account that -diags gives at its end, so
+// that an examiner can vouch for it.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "logs/text_sink.h"
+
+namespace tarnlex {
+
+// Why a record came out with less than it holds, or not at all. A record counts once for each.
+enum class RecordFault : std::uint8_t {
+  kTemplateOffset,    // its template offset points out of the chunk: skipped
+  kNoTemplate,        // its template is not known: no values
+  kTemplateMismatch,  // the template registered for it is not where it should be
+  kUnreadableValues,  // its substitution array could not be read
+  kValuesCut,         // values that would run past the chunk were left out
+  kNestedUnreadable,  // the same of an array inside a binary XML value, or its definition is
+                      // missing
+  kFragmentStopped,   // a token that is not decoded ended a fragment early
+  kFragmentCut,       // a fragment ended inside a token
+  kLimit,             // a bound on nesting, work or text was reached
+  kCount
+};
+
+// Slots that hold no chunk, as runs of neighbours.
+struct SkippedSlots {
+  std::uint64_t file_offset = 0;
+  std::uint64_t count = 0;
+};
+
+// A chunk that was left before its last record.
+struct LeftChunk {
+  std::uint64_t file_offset = 0;
+  std::uint64_t record_offset = 0;  // in the file: where the walk stopped
+  std::uint64_t missing = 0;        // records that the chunk's header still promised
+};
+
+struct WalkAccount {
+  std::uint64_t chunks = 0;
+  std::uint64_t empty_chunks = 0;  // among them, chunks that say they hold no records
+  std::uint64_t skipped_slots = 0;
+  std::vector<SkippedSlots> skipped;  // at most kMaxListed runs
+  std::uint64_t records = 0;          // handed on, whole or in part
+  std::array<std::uint64_t, static_cast<std::size_t>(RecordFault::kCount)> faults{};
+  std::uint64_t chunks_left = 0;
+  std::vector<LeftChunk> left;       // at most kMaxListed
+  std::uint64_t trailing_bytes = 0;  // behind the last whole slot
+};
+inline constexpr std::size_t kMaxListed = 1000;
+
+void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset);
+void AddLeftChunk(WalkAccount& account, const LeftChunk& left);
+
+// Writes the account as lines of text.
+void WriteAccount(TextSink& out, const WalkAccount& account);
+
+}  // namespace tarnlex

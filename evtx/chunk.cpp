@@ -1,0 +1,61 @@
+#include "evtx/chunk.h"
+
+#include <cstring>
+
+#include "evtx/names.h"
+#include "evtx/substitution.h"
+#include "logs/text.h"
+
+namespace tarnlex {
+namespace {
+
+void LoadNames(EvtxChunk& chunk) {
+  for (std::uint32_t bucket = 0; bucket < kNameBuckets; ++bucket) {
+    std::uint32_t offset = 0;
+    ReadAt(chunk.data, kChunkNameTable + 4 * bucket, offset);
+    NameRecord record;
+    if (offset == 0 || !ReadNameRecord(chunk.data, offset, record)) continue;
+    chunk.names.push_back({chunk.file_offset + offset, bucket, record.next, record.hash,
+                           record.count, Utf16ToUtf8(record.units)});
+  }
+}
+
+void LoadTemplates(EvtxChunk& chunk) {
+  for (std::uint32_t bucket = 0; bucket < kTemplateBuckets; ++bucket) {
+    std::uint32_t offset = 0;
+    ReadAt(chunk.data, kChunkTemplateTable + 4 * bucket, offset);
+    DefinitionHead head;
+    if (offset == 0 || !ReadDefinitionHead(chunk.data, offset, head)) continue;
+    RegisterTemplate(chunk, {chunk.file_offset + offset, chunk.file_offset, offset, bucket,
+                             head.next, head.guid, head.size});
+  }
+}
+
+}  // namespace
+
+bool HasChunkSignature(Bytes bytes, std::uint64_t offset) {
+  return Fits(bytes, offset, kEvtxChunkSignature.size()) &&
+         std::memcmp(bytes.data() + offset, kEvtxChunkSignature.data(),
+                     kEvtxChunkSignature.size()) == 0;
+}
+
+void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk& chunk) {
+  chunk.data = data;
+  chunk.file_offset = file_offset;
+  ReadAt(data, kChunkFirstNumber, chunk.first_number);
+  ReadAt(data, kChunkLastNumber, chunk.last_number);
+  chunk.templates.clear();
+  chunk.names.clear();
+  chunk.programs.clear();
+  chunk.resolved.clear();
+  chunk.work_left = kMaxChunkWork;
+  chunk.text_left = kMaxChunkText;
+  if (with_names) LoadNames(chunk);
+  LoadTemplates(chunk);
+}
+
+const TemplateRef& RegisterTemplate(EvtxChunk& chunk, const TemplateRef& reference) {
+  return chunk.templates.try_emplace(reference.guid, reference).first->second;
+}
+
+}  // namespace tarnlex

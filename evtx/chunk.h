@@ -1,0 +1,69 @@
+// The state that a chunk gives its records: where its names and templates are. All of it is cleared
+// for every chunk; nothing is ever resolved across two of them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "evtx/evtx_format.h"
+#include "evtx/template.h"
+#include "logs/bytes.h"
+#include "logs/text_sink.h"
+
+namespace tarnlex {
+
+using Guid = std::array<std::uint8_t, 16>;
+
+// A template definition as it was registered.
+struct TemplateRef {
+  std::uint64_t definition_file_offset = 0;  // all ones when only a scan has seen it
+  std::uint64_t chunk_file_offset = 0;
+  std::uint32_t chunk_offset = 0;  // of the definition
+  std::uint32_t origin_index = 0;  // bucket, or record number plus kOriginRecord or kOriginNested
+  std::uint32_t next = 0;
+  Guid guid{};
+  std::uint32_t data_size = 0;
+};
+
+// The head of a bucket of the chunk's name table.
+struct ChunkName {
+  std::uint64_t file_offset = 0;
+  std::uint32_t bucket = 0;
+  std::uint32_t next = 0;
+  std::uint16_t hash = 0;
+  std::uint16_t count = 0;
+  std::string name;
+};
+
+struct EvtxChunk {
+  Bytes data;  // 65,536 bytes, the header included
+  std::uint64_t file_offset = 0;
+  std::uint64_t first_number = 0;
+  std::uint64_t last_number = 0;
+  std::map<Guid, TemplateRef> templates;  // the first definition of a GUID stays
+  std::vector<ChunkName> names;           // only filled for a trace; decoding follows offsets
+  // Prepared streams by the chunk offset of their definition.
+  std::unordered_map<std::uint32_t, std::unique_ptr<TemplateProgram>> programs;
+  // What the map holds under the GUID of the definition at an offset, for offsets asked for before.
+  std::unordered_map<std::uint32_t, const TemplateRef*> resolved;
+  std::uint64_t work_left = kMaxChunkWork;
+  std::uint64_t text_left = kMaxChunkText;
+};
+
+// Whether a chunk begins here.
+bool HasChunkSignature(Bytes bytes, std::uint64_t offset);
+
+// Makes `chunk` stand for the 65,536 bytes `data`, which must outlive its use: clears everything
+// and registers the heads of the template table's buckets (and, for a trace, of the name table's).
+void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk& chunk);
+
+// Registers a definition under its GUID; one that is there already stays. Returns what is there
+// then.
+const TemplateRef& RegisterTemplate(EvtxChunk& chunk, const TemplateRef& reference);
+
+}  // namespace tarnlex

@@ -1,0 +1,69 @@
+// Sizes and offsets of the EVTX container and its binary XML ([MS-EVEN6] 2.2.12 for the tokens).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace tarnlex {
+
+inline constexpr std::string_view kEvtxFileSignature = "ElfFile";
+inline constexpr std::string_view kEvtxChunkSignature = "ElfChnk";
+
+inline constexpr std::uint64_t kEvtxFileHeaderSize = 4096;
+inline constexpr std::uint32_t kChunkSize = 0x10000;
+inline constexpr std::uint64_t kBlockChunks = 50;  // chunks read at a time
+inline constexpr std::uint64_t kBlockSize = kBlockChunks * kChunkSize;
+
+// Chunk header, 512 bytes.
+inline constexpr std::uint32_t kChunkFirstNumber = 8;
+inline constexpr std::uint32_t kChunkLastNumber = 16;
+inline constexpr std::uint64_t kNoRecords = ~std::uint64_t{0};  // as the last number: empty chunk
+inline constexpr std::uint32_t kChunkNameTable = 128;
+inline constexpr std::uint32_t kNameBuckets = 64;
+inline constexpr std::uint32_t kChunkTemplateTable = 384;
+inline constexpr std::uint32_t kTemplateBuckets = 32;
+inline constexpr std::uint32_t kFirstRecord = 512;
+
+// Event record: signature, size, identifier, written time, then binary XML.
+inline constexpr std::uint32_t kRecordSizeField = 4;
+inline constexpr std::uint32_t kRecordIdField = 8;
+inline constexpr std::uint32_t kRecordTimeField = 16;
+inline constexpr std::uint32_t kRecordHeaderSize = 24;
+// Of a record that is a template instance, from the record's start.
+inline constexpr std::uint32_t kRecordDefinitionField = kRecordHeaderSize + 10;
+inline constexpr std::uint32_t kRecordInlinePosition = kRecordHeaderSize + 14;
+inline constexpr std::uint32_t kMaxDefinitionOffset = 0x10000;
+
+// Template definition: next offset, GUID, body size, body.
+inline constexpr std::uint32_t kDefinitionGuidField = 4;
+inline constexpr std::uint32_t kDefinitionSizeField = 20;
+inline constexpr std::uint32_t kDefinitionHeadSize = 24;
+
+// Name record: next offset, hash, character count, characters, a zero unit.
+inline constexpr std::uint32_t kNameHashField = 4;
+inline constexpr std::uint32_t kNameCountField = 6;
+inline constexpr std::uint32_t kNameHeadSize = 8;
+
+inline constexpr std::uint32_t kFragmentHeader = 0x0001010F;  // token 0x0F, version 1.1, no flags
+inline constexpr std::uint32_t kFragmentHeaderSize = 4;
+inline constexpr std::uint32_t kInstanceTokenSize = 10;  // token, version, identifier, offset
+
+inline constexpr std::uint32_t kMaxArrayValues = 28;
+inline constexpr std::uint32_t kDescriptorSize = 4;
+
+// Bounds that no real log comes near; they keep a crafted one from costing more than it is worth.
+inline constexpr int kMaxNesting = 16;
+inline constexpr std::uint32_t kMaxRecordWork = 65'536;  // tokens and slot values of one record
+inline constexpr std::uint64_t kMaxRecordText = std::uint64_t{16} << 20;
+inline constexpr std::uint64_t kMaxChunkWork = 4'000'000;  // of all records of one chunk
+inline constexpr std::uint64_t kMaxChunkText = std::uint64_t{40} << 20;
+// Names that do not overlap cannot have more text than this in one chunk.
+inline constexpr std::uint64_t kMaxChunkNameText = std::uint64_t{256} << 10;
+inline constexpr std::size_t kMaxNameTableText = std::size_t{16} << 20;
+
+// Where the identifier of a registered template comes from (TemplateRef::origin_index).
+inline constexpr std::uint32_t kOriginRecord = 0x10000000;
+inline constexpr std::uint32_t kOriginNested = 0x20000000;
+
+}  // namespace tarnlex

@@ -1,0 +1,309 @@
+#include "evtx/expand.h"
+
+#include <algorithm>
+
+#include "evtx/trace.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr StreamLayout kBodyLayout{true, false};
+constexpr StreamLayout kFragmentLayout{false, false};
+constexpr std::uint32_t kBytesPerToken = 16;  // of a typical stream
+
+void ChargeChunk(EvtxDecoder& decoder, std::uint64_t work) {
+  decoder.chunk.work_left -= std::min(decoder.chunk.work_left, work);
+}
+
+// One stream being run over one array.
+struct Expansion {
+  EvtxDecoder& decoder;
+  DecodedEvent& event;
+  const TemplateProgram& program;
+  const SubstitutionArray& array;
+  int depth;
+  std::uint32_t reached = 0;  // bits of the binary XML slots decoded so far
+};
+
+void DecodeBinaryXml(EvtxDecoder& decoder, DecodedEvent& event, const SubstitutionValue& value,
+                     int depth);
+void ExpandInstance(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t token, int depth);
+bool IsBinaryXml(const Expansion& run, std::uint16_t slot) {
+  return slot < run.array.count && (run.array.binary_xml >> slot & 1) != 0;
+}
+
+void DecodeSlot(Expansion& run, std::uint16_t slot) {
+  if (!IsBinaryXml(run, slot)) return;
+  run.reached |= 1U << slot;
+  DecodeBinaryXml(run.decoder, run.event, run.array.values[slot], run.depth + 1);
+}
+
+// Puts a value under its name unless the record has one already; null when it has.
+NamedValue* AddNamed(DecodedEvent& event, Name* name) {
+  if (name->record_serial == event.serial) return nullptr;
+  name->record_serial = event.serial;
+  name->value_index = static_cast<std::uint32_t>(event.values.size());
+  NamedValue& value = event.values.emplace_back();
+  value.name = name;
+  return &value;
+}
+
+ValuePart SlotPart(const SubstitutionValue& value) {
+  return {nullptr, value.offset, value.size, value.type};
+}
+
+ValuePart LiteralPart(std::string_view text) {
+  // An empty literal still needs an address, since a null one means a slot.
+  return {text.empty() ? "" : text.data(), static_cast<std::uint32_t>(text.size()), 0, 0};
+}
+
+// The part that a piece gives. False when it gives none: a slot past the array, binary XML, or an
+// empty slot of an optional substitution, which leaves the value `unresolved`.
+bool PieceValue(const Expansion& run, const TextPiece& piece, ValuePart& part, bool& unresolved) {
+  if (!piece.is_slot) {
+    part = LiteralPart(piece.literal);
+    return true;
+  }
+  if (piece.slot >= run.array.count || IsBinaryXml(run, piece.slot)) return false;
+  const SubstitutionValue& value = run.array.values[piece.slot];
+  if (piece.optional && value.type == kEvtVarTypeNull) {
+    unresolved = true;
+    return false;
+  }
+  part = SlotPart(value);
+  return true;
+}
+
+void AddSlotValue(Expansion& run, const Step& step) {
+  if (step.slot >= run.array.count) return;
+  const SubstitutionValue& value = run.array.values[step.slot];
+  if (value.type == kEvtVarTypeEvtBXml) {
+    DecodeSlot(run, step.slot);
+    return;
+  }
+  NamedValue* named = AddNamed(run.event, step.name);
+  if (!named) return;
+  named->part = SlotPart(value);
+  named->unresolved = step.optional && value.type == kEvtVarTypeNull;
+  if (!named->unresolved) run.event.max_text += MaxValueText(run.event.chunk, value);
+}
+
+// Joins the pieces of a step under `name`; a value without any piece that gives something is none.
+void AddJoined(Expansion& run, const Step& step, Name* name) {
+  if (name->record_serial == run.event.serial) return;
+  const TextPiece* pieces = run.program.pieces.data() + step.first_piece;
+  const auto begin = static_cast<std::uint32_t>(run.event.parts.size());
+  ValuePart first;
+  bool resolved = false;
+  bool unresolved = false;
+  for (std::uint32_t i = 0; i < step.piece_count; ++i) {
+    ValuePart part;
+    if (!PieceValue(run, pieces[i], part, unresolved)) continue;
+    if (resolved) run.event.parts.push_back(part);
+    if (!resolved) first = part;
+    resolved = true;
+  }
+  if (!resolved && !unresolved) return;
+  NamedValue* named = AddNamed(run.event, name);
+  named->part = first;
+  named->more_begin = begin;
+  named->more_count = static_cast<std::uint32_t>(run.event.parts.size()) - begin;
+  named->unresolved = !resolved;
+  run.event.max_text += MaxTextSize(run.event, *named);
+}
+
+void DecodeSlotsOf(Expansion& run, const Step& step) {
+  for (std::uint32_t i = step.decoded_pieces; i < step.piece_count; ++i) {
+    const TextPiece& piece = run.program.pieces[step.first_piece + i];
+    if (piece.is_slot) DecodeSlot(run, piece.slot);
+  }
+}
+
+Name* ComputeName(Expansion& run, const Step& step) {
+  std::string text;
+  std::string scratch;
+  for (std::uint32_t i = 0; i < step.name_piece_count; ++i) {
+    ValuePart part;
+    bool unresolved = false;
+    if (!PieceValue(run, run.program.pieces[step.first_name_piece + i], part, unresolved)) continue;
+    NamedValue piece;
+    piece.part = part;
+    text += TextOf(run.event, piece, scratch);
+    if (text.size() > kMaxChunkNameText) break;
+  }
+  return InternComputedName(run.decoder.names, text);
+}
+
+void AddUnnamedData(Expansion& run, const Step& step, std::size_t number) {
+  if (step.piece_count > 0) AddJoined(run, step, UnnamedDataName(run.decoder.names, number));
+}
+
+void RunStep(Expansion& run, const Step& step) {
+  EvtxDecoder& decoder = run.decoder;
+  switch (step.kind) {
+    case StepKind::kSlotValue: AddSlotValue(run, step); return;
+    case StepKind::kDecodeSlot: DecodeSlot(run, step.slot); return;
+    case StepKind::kInstance:
+      ExpandInstance(decoder, run.event, step.offset, run.depth + 1);
+      return;
+    case StepKind::kCountData: decoder.counted_data.push_back(++decoder.unnamed_data); return;
+    default: break;
+  }
+  if (step.kind == StepKind::kUnnamedData) ++decoder.unnamed_data;
+  const std::size_t number = decoder.unnamed_data;
+  DecodeSlotsOf(run, step);
+  if (step.kind == StepKind::kValue) AddJoined(run, step, step.name);
+  if (step.kind == StepKind::kComputedName) AddJoined(run, step, ComputeName(run, step));
+  if (step.kind == StepKind::kUnnamedData) AddUnnamedData(run, step, number);
+  if (step.kind == StepKind::kCountedData && !decoder.counted_data.empty()) {
+    const std::size_t taken = decoder.counted_data.back();
+    decoder.counted_data.pop_back();
+    AddUnnamedData(run, step, taken);
+  }
+}
+
+void NoteEnd(EvtxDecoder& decoder, StreamEnd end) {
+  if (end == StreamEnd::kStopped) NoteFault(decoder, RecordFault::kFragmentStopped);
+  if (end == StreamEnd::kCut) NoteFault(decoder, RecordFault::kFragmentCut);
+}
+
+// Runs the steps, then decodes the template instances among the slots that no step has reached, as
+// happens when a stream stops early: their values would be lost otherwise.
+void Expand(EvtxDecoder& decoder, DecodedEvent& event, const TemplateProgram* program,
+            const SubstitutionArray& array, int depth) {
+  static const TemplateProgram kNothing;
+  Expansion run{decoder, event, program ? *program : kNothing, array, depth};
+  std::uint32_t tokens = 0;
+  for (const Step& step : run.program.steps) {
+    if (!Charge(decoder, step.tokens - tokens)) {
+      NoteFault(decoder, RecordFault::kLimit);
+      return;
+    }
+    tokens = step.tokens;
+    RunStep(run, step);
+  }
+  if (!Charge(decoder, run.program.tokens - tokens)) NoteFault(decoder, RecordFault::kLimit);
+  NoteEnd(decoder, run.program.end);
+  if ((array.binary_xml & ~run.reached) == 0) return;
+  for (std::uint16_t slot = 0; slot < array.count; ++slot) {
+    if (!IsBinaryXml(run, slot) || (run.reached >> slot & 1) != 0) continue;
+    const SubstitutionValue& value = array.values[slot];
+    std::uint32_t token = 0;
+    const FragmentStart start = LookAtFragment(event.chunk, value.offset, value.size, token);
+    if (start == FragmentStart::kInstance) ExpandInstance(decoder, event, token, depth + 1);
+  }
+}
+
+bool MayNest(EvtxDecoder& decoder, int depth) {
+  const bool may = depth <= kMaxNesting && decoder.work_left > 0;
+  if (!may) NoteFault(decoder, RecordFault::kLimit);
+  return may;
+}
+
+// A template instance inside the record finds its definition by the offset that it carries.
+void ExpandInstance(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t token, int depth) {
+  if (!MayNest(decoder, depth)) return;
+  TemplateInstance instance;
+  DefinitionHead head;
+  if (!LocateInstance(event.chunk, token, instance) ||
+      !ReadDefinitionHead(event.chunk, instance.definition, head)) {
+    NoteFault(decoder, RecordFault::kNestedUnreadable);
+    return;
+  }
+  SubstitutionArray array;
+  if (!ParseSubstitutionArray(event.chunk, instance.array, array)) {
+    NoteFault(decoder, RecordFault::kNestedUnreadable);
+    if (decoder.trace) TraceLine(*decoder.trace, "prob parsing slot data first, continuing");
+  }
+  if (array.cut) NoteFault(decoder, RecordFault::kValuesCut);
+  if (!Charge(decoder, array.count)) {
+    NoteFault(decoder, RecordFault::kLimit);
+    return;
+  }
+  Expand(decoder, event, PreparedTemplate(decoder, instance.definition, head.size), array, depth);
+}
+
+void DecodeBinaryXml(EvtxDecoder& decoder, DecodedEvent& event, const SubstitutionValue& value,
+                     int depth) {
+  std::uint32_t token = 0;
+  switch (LookAtFragment(event.chunk, value.offset, value.size, token)) {
+    case FragmentStart::kInstance: ExpandInstance(decoder, event, token, depth); return;
+    case FragmentStart::kOther: return;
+    case FragmentStart::kElement: break;
+  }
+  if (!MayNest(decoder, depth)) return;
+  const std::uint32_t end = value.offset + value.size;
+  Expand(decoder, event, PreparedFragment(decoder, token, end), {}, depth);
+}
+
+// Leaves out what would pass the bound on a record's text. The few records that come here are
+// crafted, so texts are measured by making them, and even that effort is bounded.
+void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
+  constexpr std::uint64_t kMaxMeasured = 4 * kMaxRecordText;
+  std::string scratch;
+  std::uint64_t used = 0;
+  std::uint64_t measured = 0;
+  const auto trim = [&](ValuePart& part) {
+    NamedValue piece;
+    piece.part = part;
+    const std::size_t cost = part.literal ? part.offset : std::size_t{part.size} + 1;
+    measured += cost;
+    const std::size_t size = measured > kMaxMeasured ? 0 : TextOf(event, piece, scratch).size();
+    if (size == 0 || used + size > limit) {
+      if (size > 0 || measured > kMaxMeasured) NoteFault(decoder, RecordFault::kLimit);
+      part = LiteralPart("");
+    } else {
+      used += size;
+    }
+  };
+  for (NamedValue& value : event.values) {
+    if (value.unresolved) continue;
+    trim(value.part);
+    for (std::uint32_t i = 0; i < value.more_count; ++i) trim(event.parts[value.more_begin + i]);
+  }
+  event.max_text = static_cast<std::size_t>(used);
+}
+
+}  // namespace
+
+const TemplateProgram* PreparedTemplate(EvtxDecoder& decoder, std::uint32_t offset,
+                                        std::uint32_t size) {
+  const Bytes chunk = decoder.chunk.data;
+  const std::uint32_t begin = offset + kDefinitionHeadSize;
+  const auto end = static_cast<std::uint32_t>(
+      std::min<std::uint64_t>(std::uint64_t{begin} + size, chunk.size()));
+  if (decoder.trace) TraceStream(*decoder.trace, chunk, begin, end, kBodyLayout);
+  std::unique_ptr<TemplateProgram>& program = decoder.chunk.programs[offset];
+  if (program) return program.get();
+  program = std::make_unique<TemplateProgram>();
+  CompileStream(chunk, begin, end, kBodyLayout, decoder.names, *program);
+  ChargeChunk(decoder, program->tokens);
+  return program.get();
+}
+
+const TemplateProgram* PreparedFragment(EvtxDecoder& decoder, std::uint32_t begin,
+                                        std::uint32_t end) {
+  const Bytes chunk = decoder.chunk.data;
+  if (decoder.trace) TraceStream(*decoder.trace, chunk, begin, end, kFragmentLayout);
+  if (decoder.fragments_used == decoder.fragments.size()) {
+    decoder.fragments.push_back(std::make_unique<TemplateProgram>());
+  }
+  TemplateProgram& program = *decoder.fragments[decoder.fragments_used++];
+  // The same bytes may be reached from many slots, and every time they are prepared anew.
+  if (!Charge(decoder, (end - begin) / kBytesPerToken)) {
+    NoteFault(decoder, RecordFault::kLimit);
+    program = {};
+    return &program;
+  }
+  CompileStream(chunk, begin, end, kFragmentLayout, decoder.names, program);
+  return &program;
+}
+
+void ExpandRecord(EvtxDecoder& decoder, DecodedEvent& event) {
+  Expand(decoder, event, decoder.program, decoder.array, 0);
+  const std::uint64_t limit = std::min(kMaxRecordText, decoder.chunk.text_left);
+  if (event.max_text > limit) TrimText(decoder, event, limit);
+  decoder.chunk.text_left -= std::min<std::uint64_t>(decoder.chunk.text_left, event.max_text);
+}
+
+}  // namespace tarnlex

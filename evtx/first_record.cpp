@@ -1,0 +1,40 @@
+#include "evtx/first_record.h"
+
+#include "evtx/record.h"
+
+namespace tarnlex {
+namespace {
+
+// Here the template counts wherever it stands, since no earlier record can have registered it.
+void RegisterFirstTemplate(EvtxChunk& chunk) {
+  std::uint32_t offset = 0;
+  DefinitionHead head;
+  if (!ReadAt(chunk.data, kFirstRecord + kRecordDefinitionField, offset) ||
+      !ReadDefinitionHead(chunk.data, offset, head)) {
+    return;
+  }
+  std::uint64_t record_number = 0;
+  ReadAt(chunk.data, kFirstRecord + kRecordIdField, record_number);
+  const auto origin = static_cast<std::uint32_t>(record_number + kOriginRecord);
+  RegisterTemplate(chunk, {chunk.file_offset + offset, chunk.file_offset, offset, origin, head.next,
+                           head.guid, head.size});
+}
+
+}  // namespace
+
+bool FirstRecordChannel(Bytes bytes, std::string& channel) {
+  if (bytes.size() < kChunkSize || !HasChunkSignature(bytes, 0)) return false;
+  EvtxDecoder decoder;
+  DecodedEvent event;
+  BeginChunk(decoder, bytes.first(kChunkSize), kEvtxFileHeaderSize);
+  RegisterFirstTemplate(decoder.chunk);
+  if (!FrameRecord(decoder, kFirstRecord, decoder.chunk.first_number, event)) return false;
+  DecodeValues(decoder, event);
+  const NamedValue* value = FindValue(event, InternName(decoder.names, "Channel"));
+  if (!value || value->unresolved) return false;
+  std::string scratch;
+  channel = TextOf(event, *value, scratch);
+  return true;
+}
+
+}  // namespace tarnlex

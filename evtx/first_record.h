@@ -1,0 +1,14 @@
+// A look at the first record of a chunk, for judging a log before it is walked.
+#pragma once
+
+#include <string>
+
+#include "logs/bytes.h"
+
+namespace tarnlex {
+
+// The channel that the first record names. `bytes` begins with the chunk; false when there is no
+// chunk, or when the record has no such element.
+bool FirstRecordChannel(Bytes bytes, std::string& channel);
+
+}  // namespace tarnlex

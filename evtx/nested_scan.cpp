@@ -1,0 +1,65 @@
+#include "evtx/nested_scan.h"
+
+namespace tarnlex {
+namespace {
+
+std::uint32_t Origin(std::uint64_t record_id, std::uint32_t source) {
+  return static_cast<std::uint32_t>(record_id) + source;
+}
+
+bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64_t record_id,
+               int depth);
+
+bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t record_id, int depth) {
+  const Bytes chunk = decoder.chunk.data;
+  TemplateInstance instance;
+  DefinitionHead head;
+  SubstitutionArray nested;
+  if (depth == kMaxNesting || !LocateInstance(chunk, token, instance) ||
+      !ReadDefinitionHead(chunk, instance.definition, head) ||
+      !ParseSubstitutionArray(chunk, instance.array, nested) || !Charge(decoder, nested.count)) {
+    return false;
+  }
+  if (!decoder.chunk.resolved.contains(instance.definition)) {
+    decoder.scanned.push_back({decoder.chunk.file_offset + instance.definition,
+                               decoder.chunk.file_offset, instance.definition,
+                               Origin(record_id, kOriginNested), head.next, head.guid, head.size});
+  }
+  return ScanArray(decoder, nested, record_id, depth + 1);
+}
+
+bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64_t record_id,
+               int depth) {
+  for (std::uint32_t i = 0; array.binary_xml >> i != 0; ++i) {
+    if ((array.binary_xml >> i & 1) == 0) continue;
+    const SubstitutionValue& value = array.values[i];
+    std::uint32_t token = 0;
+    const FragmentStart start = LookAtFragment(decoder.chunk.data, value.offset, value.size, token);
+    if (start == FragmentStart::kInstance && !ScanInstance(decoder, token, record_id, depth)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, std::uint64_t record_id,
+                             const DefinitionHead& own) {
+  constexpr std::uint64_t kUnknownOffset = ~std::uint64_t{0};
+  decoder.scanned.clear();
+  if (!ScanArray(decoder, decoder.array, record_id, 0)) return;
+  if (!decoder.reference) {
+    // The record's own entry carries the place of its binary XML instead of the definition's, so it
+    // only matters while nothing is registered under its GUID: later records find it and no values.
+    RegisterTemplate(decoder.chunk,
+                     {kUnknownOffset, kUnknownOffset, record + kRecordHeaderSize,
+                      Origin(record_id, kOriginRecord), own.next, own.guid, own.size});
+  }
+  for (const TemplateRef& nested : decoder.scanned) {
+    const TemplateRef& kept = RegisterTemplate(decoder.chunk, nested);
+    decoder.chunk.resolved.emplace(nested.chunk_offset, &kept);
+  }
+}
+
+}  // namespace tarnlex

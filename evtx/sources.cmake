@@ -1,0 +1,16 @@
+target_sources(tarnlex_core PRIVATE
+  evtx/account.cpp
+  evtx/binary_xml.cpp
+  evtx/chunk.cpp
+  evtx/decoded_event.cpp
+  evtx/expand.cpp
+  evtx/first_record.cpp
+  evtx/names.cpp
+  evtx/nested_scan.cpp
+  evtx/record.cpp
+  evtx/substitution.cpp
+  evtx/template.cpp
+  evtx/trace.cpp
+  evtx/value.cpp
+  evtx/walk.cpp
+)

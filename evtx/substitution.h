@@ -1,0 +1,57 @@
+// Substitution arrays and the template instances that they belong to: where their parts lie.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "evtx/evtx_format.h"
+#include "evtx/value.h"
+#include "logs/bytes.h"
+
+namespace tarnlex {
+
+// One parsed array. It is small and of fixed bound, so it lives wherever it is needed.
+struct SubstitutionArray {
+  std::array<SubstitutionValue, kMaxArrayValues> values;
+  std::uint32_t count = 0;
+  std::uint32_t end = 0;         // of the last value taken: where what follows begins
+  std::uint32_t binary_xml = 0;  // bit N: value N is binary XML
+  bool cut = false;              // values that would run past the chunk were left out
+};
+
+// Parses the array at `offset` of the chunk. False, the array empty, when fewer than 8 bytes
+// remain, when it counts more than 28 values, or when its descriptors do not fit. A value that
+// would not fit ends the array; what came before it stays.
+bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SubstitutionArray& array);
+
+// A template instance: the definition that it names and its array.
+struct TemplateInstance {
+  std::uint32_t definition = 0;  // chunk-relative offset
+  std::uint32_t array = 0;       // chunk-relative offset; may lie behind the chunk's end
+};
+
+// A definition's head.
+struct DefinitionHead {
+  std::uint32_t next = 0;
+  std::array<std::uint8_t, 16> guid{};
+  std::uint32_t size = 0;  // of the body
+};
+
+// Reads the 24 bytes at `offset`; false when they do not lie inside the chunk.
+bool ReadDefinitionHead(Bytes chunk, std::uint32_t offset, DefinitionHead& head);
+
+// The instance whose token stands at `token`: its definition stands directly behind the token
+// (inline), with the array behind it, or elsewhere, with the array directly behind the token. False
+// when the token or an inline definition's head does not lie inside the chunk.
+bool LocateInstance(Bytes chunk, std::uint32_t token, TemplateInstance& instance);
+
+// What a binary XML value or a whole record's binary XML begins with.
+enum class FragmentStart : std::uint8_t { kInstance, kElement, kOther };
+
+// Looks at the stream at `offset` of `size` bytes; `first` gets the offset of its first token,
+// behind the fragment header if there is one.
+FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t size,
+                             std::uint32_t& first);
+
+}  // namespace tarnlex

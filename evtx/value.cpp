@@ -1,0 +1,212 @@
+#include "evtx/value.h"
+
+#include <charconv>
+#include <cstring>
+
+#include "logs/text.h"
+#include "output/date_time.h"
+
+namespace tarnlex {
+namespace {
+
+// Number texts are cut where a 32-character buffer with its final zero would end.
+constexpr std::ptrdiff_t kMaxNumberText = 31;
+
+template <typename T>
+char* WriteSigned(Bytes value, char* out) {
+  if (value.size() < sizeof(T)) return out;
+  return WriteDecimal(static_cast<std::int64_t>(Load<T>(value.data())), out);
+}
+
+template <typename T>
+char* WriteUnsigned(Bytes value, char* out) {
+  if (value.size() < sizeof(T)) return out;
+  return WriteDecimal(static_cast<std::uint64_t>(Load<T>(value.data())), out);
+}
+
+template <typename T>
+char* WriteHexNumber(Bytes value, char* out) {
+  if (value.size() < sizeof(T)) return out;
+  *out++ = '0';
+  *out++ = 'x';
+  return WriteHex(Load<T>(value.data()), 2 * sizeof(T), out);
+}
+
+template <typename T>
+char* WriteFloat(Bytes value, char* out) {
+  if (value.size() < sizeof(T)) return out;
+  char digits[400];  // the largest double has 309 digits before its point
+  const double number = static_cast<double>(Load<T>(value.data()));
+  const auto end =
+      std::to_chars(digits, digits + sizeof digits, number, std::chars_format::fixed, 6).ptr;
+  const auto size = static_cast<std::size_t>(std::min(end - digits, kMaxNumberText));
+  std::memcpy(out, digits, size);
+  return out + size;
+}
+
+char* WriteText(std::string_view text, char* out) {
+  if (!text.empty()) std::memcpy(out, text.data(), text.size());
+  return out + text.size();
+}
+
+// Single-byte strings carry their own end; the size in the descriptor does not bound them.
+std::string_view AnsiText(Bytes chunk, const SubstitutionValue& value) {
+  if (value.size == 0) return {};
+  const Bytes rest = Clip(chunk, value.offset, chunk.size());
+  if (rest.empty()) return {};
+  const void* zero = std::memchr(rest.data(), 0, rest.size());
+  const std::size_t length =
+      zero ? static_cast<std::size_t>(static_cast<const std::uint8_t*>(zero) - rest.data())
+           : rest.size();
+  return {reinterpret_cast<const char*>(rest.data()), length};
+}
+
+char* WriteMultiString(Bytes value, char* out) {
+  std::size_t units = value.size() / 2;
+  while (units > 0 && Load<std::uint16_t>(value.data() + 2 * (units - 1)) == 0) --units;
+  std::size_t begin = 0;
+  for (std::size_t at = 0; at <= units; ++at) {
+    if (at < units && Load<std::uint16_t>(value.data() + 2 * at) != 0) continue;
+    if (begin > 0) out = WriteText(", ", out);
+    out = WriteUtf8(value.data() + 2 * begin, at - begin, out);
+    begin = at + 1;
+  }
+  return out;
+}
+
+char* WriteBinary(Bytes value, char* out) {
+  for (const std::uint8_t byte : value) {
+    *out++ = "0123456789ABCDEF"[byte >> 4];
+    *out++ = "0123456789ABCDEF"[byte & 0xF];
+  }
+  return out;
+}
+
+char* WriteSystemTime(Bytes value, char* out) {
+  std::uint16_t fields[8];
+  if (value.size() < sizeof fields) return out;
+  std::memcpy(fields, value.data(), sizeof fields);
+  return WriteText(FormatSystemTime(fields), out);
+}
+
+}  // namespace
+
+std::string_view TypeName(std::uint8_t type) {
+  switch (type) {
+    case kEvtVarTypeNull: return "EvtVarTypeNull";
+    case kEvtVarTypeString: return "EvtVarTypeString";
+    case kEvtVarTypeAnsiString: return "EvtVarTypeAnsiString";
+    case kEvtVarTypeSByte: return "EvtVarTypeSByte";
+    case kEvtVarTypeByte: return "EvtVarTypeByte";
+    case kEvtVarTypeInt16: return "EvtVarTypeInt16";
+    case kEvtVarTypeUInt16: return "EvtVarTypeUInt16";
+    case kEvtVarTypeInt32: return "EvtVarTypeInt32";
+    case kEvtVarTypeUInt32: return "EvtVarTypeUInt32";
+    case kEvtVarTypeInt64: return "EvtVarTypeInt64";
+    case kEvtVarTypeUInt64: return "EvtVarTypeUInt64";
+    case kEvtVarTypeSingle: return "EvtVarTypeSingle";
+    case kEvtVarTypeDouble: return "EvtVarTypeDouble";
+    case kEvtVarTypeBoolean: return "EvtVarTypeBoolean";
+    case kEvtVarTypeBinary: return "EvtVarTypeBinary";
+    case kEvtVarTypeGuid: return "EvtVarTypeGuid";
+    case kEvtVarTypeSizeT: return "EvtVarTypeSizeT";
+    case kEvtVarTypeFileTime: return "EvtVarTypeFileTime";
+    case kEvtVarTypeSysTime: return "EvtVarTypeSysTime";
+    case kEvtVarTypeSid: return "EvtVarTypeSid";
+    case kEvtVarTypeHexInt32: return "EvtVarTypeHexInt32";
+    case kEvtVarTypeHexInt64: return "EvtVarTypeHexInt64";
+    case kEvtVarTypeEvtHandle: return "EvtVarTypeEvtHandle";
+    case kEvtVarTypeEvtBXml: return "EvtVarTypeEvtBXml";
+    case kEvtVarTypeEvtXml: return "EvtVarTypeEvtXml";
+    case kEvtVarTypeMultiWideString: return "EvtVarTypeMultiWideString";
+    case kEvtVarTypeArrayHexInt32: return "EvtVarTypeArrayHexInt32";
+    case kEvtVarTypeArrayHexInt64: return "EvtVarTypeArrayHexInt64";
+    default: return "unknown type";
+  }
+}
+
+char* WriteGuidText(const std::uint8_t* guid, char* out) {
+  out = WriteHex(Load<std::uint32_t>(guid), 8, out);
+  *out++ = '-';
+  out = WriteHex(Load<std::uint16_t>(guid + 4), 4, out);
+  *out++ = '-';
+  out = WriteHex(Load<std::uint16_t>(guid + 6), 4, out);
+  *out++ = '-';
+  for (int i = 8; i < 16; ++i) {
+    if (i == 10) *out++ = '-';
+    out = WriteHex(guid[i], 2, out);
+  }
+  return out;
+}
+
+char* WriteSidText(Bytes sid, char* out) {
+  constexpr std::size_t kHead = 8;  // revision, count, 48-bit big-endian authority
+  if (sid.size() < kHead) return out;
+  const std::size_t count = sid[1];
+  if (sid.size() - kHead < 4 * count) return out;
+  std::uint64_t authority = 0;
+  for (std::size_t i = 2; i < kHead; ++i) authority = authority << 8 | sid[i];
+  out = WriteText("S-", out);
+  out = WriteDecimal(std::uint64_t{sid[0]}, out);
+  *out++ = '-';
+  if (authority >> 32 == 0) {
+    out = WriteDecimal(authority, out);
+  } else {
+    out = WriteText("0x", out);
+    out = WriteHex(authority, 12, out);
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    *out++ = '-';
+    out = WriteDecimal(std::uint64_t{Load<std::uint32_t>(sid.data() + kHead + 4 * i)}, out);
+  }
+  return out;
+}
+
+std::size_t MaxValueText(Bytes chunk, const SubstitutionValue& value) {
+  if (value.type == kEvtVarTypeAnsiString) return AnsiText(chunk, value).size();
+  return 64 + std::size_t{3} * value.size;
+}
+
+char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out) {
+  if (value.type == kEvtVarTypeNull) return WriteText("0", out);
+  if (value.type == kEvtVarTypeAnsiString) return WriteText(AnsiText(chunk, value), out);
+  if (!Fits(chunk, value.offset, value.size)) return out;
+  const Bytes bytes = chunk.subspan(value.offset, value.size);
+  switch (value.type) {
+    case kEvtVarTypeString:
+    case kEvtVarTypeEvtXml: return WriteUtf8(bytes.data(), bytes.size() / 2, out);
+    case kEvtVarTypeSByte:  // read as unsigned, like Byte
+    case kEvtVarTypeByte: return WriteUnsigned<std::uint8_t>(bytes, out);
+    case kEvtVarTypeInt16: return WriteSigned<std::int16_t>(bytes, out);
+    case kEvtVarTypeUInt16: return WriteUnsigned<std::uint16_t>(bytes, out);
+    case kEvtVarTypeInt32: return WriteSigned<std::int32_t>(bytes, out);
+    case kEvtVarTypeUInt32:
+    case kEvtVarTypeSizeT: return WriteUnsigned<std::uint32_t>(bytes, out);
+    case kEvtVarTypeInt64:
+    case kEvtVarTypeUInt64:  // prints negative above the signed range
+      return WriteSigned<std::int64_t>(bytes, out);
+    case kEvtVarTypeSingle: return WriteFloat<float>(bytes, out);
+    case kEvtVarTypeDouble: return WriteFloat<double>(bytes, out);
+    case kEvtVarTypeBoolean:
+      return bytes.empty() ? out : WriteText(bytes[0] != 0 ? "true" : "false", out);
+    case kEvtVarTypeBinary: return WriteBinary(bytes, out);
+    case kEvtVarTypeGuid: return bytes.size() < 16 ? out : WriteGuidText(bytes.data(), out);
+    case kEvtVarTypeFileTime:
+      return bytes.size() < 8 ? out : WriteFiletimeFull(Load<std::uint64_t>(bytes.data()), out);
+    case kEvtVarTypeSysTime: return WriteSystemTime(bytes, out);
+    case kEvtVarTypeSid: return WriteSidText(bytes, out);
+    case kEvtVarTypeHexInt32:
+    case kEvtVarTypeEvtHandle: return WriteHexNumber<std::uint32_t>(bytes, out);
+    case kEvtVarTypeHexInt64: return WriteHexNumber<std::uint64_t>(bytes, out);
+    case kEvtVarTypeMultiWideString: return WriteMultiString(bytes, out);
+    default: return out;  // arrays and everything unknown have no text
+  }
+}
+
+std::string ValueText(Bytes chunk, const SubstitutionValue& value) {
+  std::string text(MaxValueText(chunk, value), '\0');
+  text.resize(static_cast<std::size_t>(WriteValueText(chunk, value, text.data()) - text.data()));
+  return text;
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,72 @@
+// One typed value of a substitution array, and its text.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "logs/bytes.h"
+
+namespace tarnlex {
+
+// Value types ([MS-EVEN6] 2.2.12, BinXmlValueType).
+enum EvtVarType : std::uint8_t {
+  kEvtVarTypeNull = 0x00,
+  kEvtVarTypeString = 0x01,
+  kEvtVarTypeAnsiString = 0x02,
+  kEvtVarTypeSByte = 0x03,
+  kEvtVarTypeByte = 0x04,
+  kEvtVarTypeInt16 = 0x05,
+  kEvtVarTypeUInt16 = 0x06,
+  kEvtVarTypeInt32 = 0x07,
+  kEvtVarTypeUInt32 = 0x08,
+  kEvtVarTypeInt64 = 0x09,
+  kEvtVarTypeUInt64 = 0x0A,
+  kEvtVarTypeSingle = 0x0B,
+  kEvtVarTypeDouble = 0x0C,
+  kEvtVarTypeBoolean = 0x0D,
+  kEvtVarTypeBinary = 0x0E,
+  kEvtVarTypeGuid = 0x0F,
+  kEvtVarTypeSizeT = 0x10,
+  kEvtVarTypeFileTime = 0x11,
+  kEvtVarTypeSysTime = 0x12,
+  kEvtVarTypeSid = 0x13,
+  kEvtVarTypeHexInt32 = 0x14,
+  kEvtVarTypeHexInt64 = 0x15,
+  kEvtVarTypeEvtHandle = 0x20,
+  kEvtVarTypeEvtBXml = 0x21,
+  kEvtVarTypeEvtXml = 0x23,
+  kEvtVarTypeMultiWideString = 0x81,
+  kEvtVarTypeArrayHexInt32 = 0x94,
+  kEvtVarTypeArrayHexInt64 = 0x95,
+};
+
+// One slot of a substitution array. Its text is rendered only when somebody asks for it.
+struct SubstitutionValue {
+  std::uint32_t offset = 0;  // of the value's bytes in the chunk
+  std::uint16_t size = 0;    // in bytes
+  std::uint8_t type = kEvtVarTypeNull;
+};
+
+// The type's name as traces give it; "unknown type" for a code without one.
+std::string_view TypeName(std::uint8_t type);
+
+// An upper bound of the text of a value, in bytes of UTF-8.
+std::size_t MaxValueText(Bytes chunk, const SubstitutionValue& value);
+
+// Writes the text of a value at `out`, which has room for MaxValueText; returns the end. A value
+// that is too small for its type, does not lie inside the chunk, or is no valid instant or SID, and
+// every type without a text of its own, gives an empty text.
+char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out);
+
+// The same into a string of its own.
+std::string ValueText(Bytes chunk, const SubstitutionValue& value);
+
+// "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x" of 16 bytes, written at `out` (36 characters).
+inline constexpr std::size_t kGuidTextSize = 36;
+char* WriteGuidText(const std::uint8_t* guid, char* out);
+
+// "S-1-5-21-..." of the bytes of a SID; nothing when they are malformed. Room: 32 + 3 bytes a byte.
+char* WriteSidText(Bytes sid, char* out);
+
+}  // namespace tarnlex

@@ -1,0 +1,27 @@
+// The walk over the 64 KiB slots of a log and over the records of each chunk. It is positional:
+// what the headers count is not believed, what carries a signature is read.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "evtx/decoded_event.h"
+#include "evtx/decoder.h"
+#include "logs/bytes.h"
+
+namespace tarnlex {
+
+struct EvtxHandlers {
+  // One record, framed; DecodeValues fills its values when they are wanted.
+  std::function<void(EvtxDecoder&, DecodedEvent&)> record;
+  // Before each record of a block: its running count in the block, from 0, and its identifier.
+  // Empty when nobody watches.
+  std::function<void(std::uint64_t count, std::uint64_t record_id)> progress;
+};
+
+// Walks every whole 64 KiB slot of `block`, which begins at `file_offset` of the file. Slots
+// without the chunk signature are passed over; bytes behind the last whole slot are left.
+void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
+               const EvtxHandlers& handlers);
+
+}  // namespace tarnlex

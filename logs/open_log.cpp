@@ -1,0 +1,118 @@
+#include "logs/open_log.h"
+
+#include <array>
+#include <cstring>
+#include <vector>
+
+#include "evtx/first_record.h"
+#include "logs/bytes.h"
+#include "logs/paths.h"
+#include "logs/platform.h"
+#include "logs/text.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::size_t kProbeBytes = 16;
+constexpr std::size_t kEvtProbeBytes = 48 + 4096;
+constexpr std::size_t kEvtxProbeBytes = 4096 + 65'536 + 512;
+
+struct NamePattern {
+  std::string_view part;  // of the lower-cased file name
+  std::string_view kind;
+};
+constexpr NamePattern kNamePatterns[] = {
+    {"security.", kKindSecurity},
+    {"secevent.", kKindSecurity},
+    {"system.", kKindSystem},
+    {"sysevent.", kKindSystem},
+    {"application.", kKindApplication},
+    {"appevent.", kKindApplication},
+    {"driverframeworks-usermode", kKindDriverFrameworks},
+};
+
+bool BeginsWith(Bytes bytes, std::string_view signature) {
+  return bytes.size() >= signature.size() &&
+         std::memcmp(bytes.data(), signature.data(), signature.size()) == 0;
+}
+
+// Up to `size` bytes from the start of the file.
+std::vector<std::uint8_t> ReadHead(const InputFile& file, std::size_t size) {
+  std::vector<std::uint8_t> head(size);
+  std::size_t filled = 0;
+  while (filled < size) {
+    const std::size_t came = file.read(filled, std::span(head).subspan(filled));
+    if (came == 0) break;
+    filled += came;
+  }
+  head.resize(filled);
+  return head;
+}
+
+bool RecogniseFormat(Bytes head, LogInfo& info) {
+  constexpr std::string_view kEvtHeader("\x30\0\0\0LfLe", 8);
+  const bool is_evt = BeginsWith(head, kEvtHeader);
+  if (!is_evt && (head.size() < 8 || !BeginsWith(head, "ElfFile"))) return false;
+  info.is_evtx = !is_evt;
+  info.format_unknown = false;
+  return true;
+}
+
+bool JudgeByName(LogInfo& info) {
+  for (const NamePattern& pattern : kNamePatterns) {
+    if (info.kind.find(pattern.part) == std::string::npos) continue;
+    info.kind = pattern.kind;
+    return true;
+  }
+  return false;
+}
+
+// The text compared starts four bytes into the source name of the first record: logs judged this
+// way have been judged so for years, and their reports must not change.
+bool JudgeEvt(const InputFile& file, LogInfo& info) {
+  constexpr std::size_t kFirstRecord = 48;
+  constexpr std::size_t kJudgedText = 108;
+  const std::vector<std::uint8_t> head = ReadHead(file, kEvtProbeBytes);
+  std::int32_t length = 0;
+  if (!ReadAt(Bytes(head), kFirstRecord, length) || length > 4096 || length < 60) return false;
+  const auto limit = static_cast<std::size_t>(length) - 48;
+  Bytes text = Clip(head, kJudgedText, 2 * limit);
+  std::size_t size = 0;
+  while (Fits(text, size, 2) && Load<std::uint16_t>(text.data() + size) != 0) size += 2;
+  if (ToLowerAscii(Utf16ToUtf8(text.first(size))) == kKindSecurity) info.kind = kKindSecurity;
+  return true;
+}
+
+bool JudgeEvtx(const InputFile& file, LogInfo& info) {
+  const std::vector<std::uint8_t> head = ReadHead(file, kEvtxProbeBytes);
+  std::string channel;
+  if (head.size() < kEvtxProbeBytes || !FirstRecordChannel(Bytes(head).subspan(4096), channel)) {
+    return false;
+  }
+  channel = ToLowerAscii(channel);
+  std::erase(channel, '"');
+  const bool usb = channel.find("driverframeworks-usermode") != std::string::npos;
+  info.kind = usb ? kKindDriverFrameworks : channel;
+  return true;
+}
+
+}  // namespace
+
+OpenResult ProbeLog(LogInfo& info, const std::string& path) {
+  info.path = path;
+  info.kind.clear();
+  std::string directory;
+  std::string name;
+  if (!SplitPath(path, directory, name) || name.empty()) name = path;
+  info.format_unknown = true;
+  DisableFsRedirection();
+  const std::optional<InputFile> file = OpenInput(path);
+  if (!file) return OpenResult::kCannotOpen;
+  if (!RecogniseFormat(ReadHead(*file, kProbeBytes), info)) return OpenResult::kNoEventLog;
+  info.kind = ToLowerAscii(name);
+  if (JudgeByName(info)) return OpenResult::kOpened;
+  const bool judged = info.is_evtx ? JudgeEvtx(*file, info) : JudgeEvt(*file, info);
+  return judged ? OpenResult::kOpened : OpenResult::kUnjudged;
+}
+
+}  // namespace tarnlex

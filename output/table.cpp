@@ -1,0 +1,253 @@
+#include "output/table.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "logs/text.h"
+#include "output/cell_writer.h"
+#include "output/date_time.h"
+#include "output/table_columns.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::size_t kNumberWidth = 10;
+constexpr std::size_t kLevelWidth = 6;
+constexpr std::size_t kLogWidth = 11;
+
+// A short text that stands behind every cell: stored as one block, then counted.
+struct CellEnd {
+  std::string whole;
+  char block[16] = {};
+};
+
+CellEnd MakeCellEnd(std::string_view text) {
+  CellEnd end;
+  end.whole = text;
+  std::memcpy(end.block, text.data(), std::min(text.size(), sizeof end.block));
+  return end;
+}
+
+// Everything that the tables of one log have in common.
+struct TableWriter {
+  CellWriter cells;
+  CellCleaner text_cleaner;
+  CellCleaner value_cleaner;
+  DateTimeFormatter date_time;
+  CellEnd between;             // two cells of a row
+  CellEnd row_end;             // behind the last cell
+  std::string_view separator;  // between two names of the header
+  bool padded = true;
+  bool paired = false;
+  bool blank_before_time = true;
+  bool is_evtx = true;
+  std::size_t date_width = 0;
+  std::size_t time_width = 0;
+  std::string log_name;
+};
+
+void Write(CellWriter& cells, const CellEnd& end) {
+  if (end.whole.size() > sizeof end.block) {
+    WriteVerbatim(cells, end.whole);
+    return;
+  }
+  NeedRoom(cells, sizeof end.block);
+  std::memcpy(cells.at, end.block, sizeof end.block);
+  cells.at += end.whole.size();
+}
+
+void Pad(TableWriter& table, std::size_t width, std::size_t written) {
+  if (table.padded && written < width) WriteBlanks(table.cells, width - written);
+}
+
+void PadText(TableWriter& table, std::size_t width, std::string_view text) {
+  if (table.padded && text.size() < width * 4) Pad(table, width, CleanedWidth(text));
+}
+
+void WriteNumberCell(TableWriter& table, std::uint64_t number) {
+  NeedRoom(table.cells, 20 + kNumberWidth);
+  const char* const start = table.cells.at;
+  WriteNumber(table.cells, number);
+  Pad(table, kNumberWidth, static_cast<std::size_t>(table.cells.at - start));
+}
+
+void WriteTextCell(TableWriter& table, std::string_view text, std::size_t width) {
+  WriteCleaned(table.cells, table.text_cleaner, text);
+  PadText(table, width, text);
+}
+
+void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
+  const DateTimeText text = FormatDateTime(table.date_time, filetime);
+  // A date like "Mar 07, 12" holds a comma of its own.
+  WriteCleaned(table.cells, table.text_cleaner, text.date);
+  if (table.paired) {
+    WriteCharacter(table.cells, ' ');
+    WriteVerbatim(table.cells, text.time);
+    Pad(table, table.date_width + table.time_width + 1, text.date.size() + text.time.size() + 1);
+    return;
+  }
+  Pad(table, table.date_width, text.date.size());
+  Write(table.cells, table.between);
+  if (table.blank_before_time) WriteCharacter(table.cells, ' ');
+  WriteVerbatim(table.cells, text.time);
+  Pad(table, table.time_width, text.time.size());
+}
+
+std::size_t WidthOf(const TableColumns& columns, std::size_t column) {
+  return columns.widths.empty() ? 0 : columns.widths[column];
+}
+
+// Cells of columns that the row does not have, up to `column`.
+void WriteEmptyCells(TableWriter& table, const TableColumns& columns, std::size_t& next,
+                     std::size_t column) {
+  for (; next < column; ++next) {
+    Pad(table, WidthOf(columns, next), 0);
+    Write(table.cells, table.between);
+  }
+}
+
+void WriteValueCells(TableWriter& table, const TableColumns& columns, const EventRecord& row,
+                     const std::vector<std::uint32_t>* positions) {
+  std::size_t next = 0;
+  if (positions != nullptr) {
+    CellReader reader{row.dataItems};
+    for (const std::uint32_t column : *positions) {
+      WriteEmptyCells(table, columns, next, column);
+      const std::string_view text = NextCell(reader);
+      WriteCleanedCell(table.cells, table.value_cleaner, text);
+      PadText(table, WidthOf(columns, column), text);
+      Write(table.cells, table.between);
+      next = column + std::size_t{1};
+    }
+  }
+  WriteEmptyCells(table, columns, next, columns.names.size());
+}
+
+void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord& row,
+              const std::vector<std::uint32_t>* positions) {
+  WriteNumberCell(table, row.eventRecordId);
+  Write(table.cells, table.between);
+  WriteNumberCell(table, row.eventId);
+  Write(table.cells, table.between);
+  WriteTimeCells(table, row.timeCreated);
+  Write(table.cells, table.between);
+  const std::string_view level = LevelText(table.is_evtx, row.level);
+  WriteVerbatim(table.cells, level);
+  Pad(table, kLevelWidth, level.size());
+  Write(table.cells, table.between);
+  if (columns.has_query_name) {
+    WriteTextCell(table, row.queryName, columns.query_name_width);
+    Write(table.cells, table.between);
+  }
+  if (table.is_evtx) {
+    WriteTextCell(table, row.providerName, columns.provider_width);
+    Write(table.cells, table.between);
+  }
+  WriteValueCells(table, columns, row, positions);
+  WriteTextCell(table, table.log_name, kLogWidth);
+  Write(table.cells, table.row_end);
+}
+
+void WriteName(TableWriter& table, std::string_view name, std::size_t width, bool centred) {
+  const std::size_t taken = CleanedWidth(name);
+  const std::size_t spare = table.padded && width > taken ? width - taken : 0;
+  const std::size_t before = centred && spare > 1 ? spare / 2 : 0;
+  WriteBlanks(table.cells, before);
+  WriteCleaned(table.cells, table.text_cleaner, name);
+  WriteBlanks(table.cells, spare - before);
+}
+
+void WriteHeader(TableWriter& table, const TableColumns& columns) {
+  const auto put = [&table](std::string_view name, std::size_t width, bool centred) {
+    WriteName(table, name, width, centred);
+    WriteVerbatim(table.cells, table.separator);
+  };
+  put("Record#", kNumberWidth, true);
+  put("EventID", kNumberWidth, true);
+  if (table.paired) {
+    put("Date [UTC]", table.date_width + table.time_width + 1, false);
+  } else {
+    put("Date", table.date_width, false);
+    put("Time-UTC", table.time_width, false);
+  }
+  put("Level", kLevelWidth, false);
+  if (columns.has_query_name) put("name", columns.query_name_width, true);
+  if (table.is_evtx) put("Provider Name", columns.provider_width, false);
+  for (std::size_t i = 0; i < columns.names.size(); ++i) {
+    put(columns.names[i], WidthOf(columns, i), false);
+  }
+  WriteName(table, "event log", kLogWidth, false);
+  WriteCharacter(table.cells, '\n');
+}
+
+void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::uint32_t> group) {
+  const TableColumns columns = MakeTableColumns(rows, group, table.padded);
+  WriteHeader(table, columns);
+  const ColumnSet* last = nullptr;
+  const std::vector<std::uint32_t>* positions = nullptr;
+  for (const std::uint32_t number : group) {
+    const EventRecord& row = rows.rows[number];
+    if (row.columns != last) {
+      last = row.columns;
+      positions = last == nullptr ? nullptr : &columns.positions.find(last)->second;
+    }
+    WriteRow(table, columns, row, positions);
+  }
+}
+
+TableWriter MakeTableWriter(TextSink& out, const LogInfo& log, const RunOptions& options) {
+  TableWriter table;
+  table.cells = BeginCells(out);
+  table.text_cleaner = MakeCellCleaner(options.separator_class, false);
+  table.value_cleaner = MakeCellCleaner(options.separator_class, true);
+  table.date_time = MakeDateTimeFormatter(options.date_format, options.time_format);
+  table.between = MakeCellEnd(options.multiline_form ? "\n" : std::string_view(options.separator));
+  table.row_end = MakeCellEnd("\n");
+  table.separator = options.separator;
+  table.padded = !options.delimited;
+  table.paired = options.pair_datetime;
+  table.blank_before_time = options.pad_separator;
+  table.is_evtx = log.is_evtx;
+  table.date_width = CountCodePoints(options.date_format);
+  table.time_width = CountCodePoints(options.time_format);
+  table.log_name = DisplayName(log, options);
+  return table;
+}
+
+}  // namespace
+
+std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type) {
+  constexpr std::string_view kEvtxLevels[] = {"info", "crit", "error", "warn", "info"};
+  if (is_evtx) return level_or_type < 5 ? kEvtxLevels[level_or_type] : "unk";
+  switch (level_or_type) {
+    case 0:
+    case 4: return "info";
+    case 1: return "error";
+    case 2: return "warn";
+    case 8: return "a-pass";
+    case 10: return "a-fail";
+    default: return "unk";
+  }
+}
+
+void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
+                 const RunOptions& options, bool grouped) {
+  TableWriter table = MakeTableWriter(out, log, options);
+  const RowGroups groups = grouped ? GroupRows(rows) : OneGroup(rows);
+  std::size_t begin = 0;
+  for (const std::size_t end : groups.ends) {
+    WriteTable(table, rows, std::span(groups.order).subspan(begin, end - begin));
+    if (grouped) WriteCharacter(table.cells, '\n');
+    begin = end;
+  }
+  FinishCells(table.cells);
+}
+
+void WriteLogResults(TextSink& out, EventRows& rows, const LogInfo& log, RunOptions& options) {
+  if (rows.rows.empty()) return;
+  SortRows(rows);
+  WriteTables(out, rows, log, options, !options.csvgen_form);
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,19 @@
+// Command files: reports of one's own, one query a line.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "logs/platform.h"
+#include "reports/command_language.h"
+
+namespace tarnlex {
+
+// Adds the commands of a file's text to `lines`, in order; comments, script lines and anything else
+// are passed over. Lines end in LF or CR LF; a byte order mark at the head is no part of the text.
+void ParseCommandText(std::string_view text, std::vector<TokenList>& lines);
+
+// The same for a whole file, which the caller has opened.
+void ReadCommandFile(const InputFile& file, std::vector<TokenList>& lines);
+
+}  // namespace tarnlex

@@ -1,0 +1,201 @@
+#include "reports/command_language.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "logs/parse_number.h"
+#include "logs/text.h"
+#include "output/date_time.h"
+#include "reports/filter.h"
+
+namespace tarnlex {
+namespace {
+
+// Every option that is recognised leaves the list, so that no later search takes it for a value.
+bool TakeFlag(TokenList& tokens, std::string_view name) {
+  const auto at = std::find_if(tokens.begin(), tokens.end(), [name](const std::string& token) {
+    return EqualsNoCase(token, name);
+  });
+  if (at == tokens.end()) return false;
+  tokens.erase(at);
+  return true;
+}
+
+// An option that stands last has no value and counts as absent.
+bool TakeValue(TokenList& tokens, std::string_view name, std::string& value) {
+  const auto at = std::find_if(tokens.begin(), tokens.end(), [name](const std::string& token) {
+    return EqualsNoCase(token, name);
+  });
+  if (at == tokens.end() || at + 1 == tokens.end()) return false;
+  value = std::move(at[1]);
+  tokens.erase(at, at + 2);
+  return true;
+}
+
+std::string ValueOf(TokenList& tokens, std::string_view name) {
+  std::string value;
+  TakeValue(tokens, name, value);
+  return value;
+}
+
+void MoveToEnd(TokenList& tokens, const std::string& name) {
+  std::string value;
+  if (!TakeValue(tokens, name, value)) return;
+  tokens.push_back(name);
+  tokens.push_back(std::move(value));
+}
+
+bool TakeFormat(TokenList& tokens, LogFormat& format) {
+  if (TakeFlag(tokens, "-enum_evtxlog")) {
+    format = LogFormat::EVTX;
+    return true;
+  }
+  format = LogFormat::EVT;
+  return TakeFlag(tokens, "-enum_evtlog");
+}
+
+bool TakeEventId(TokenList& tokens, QuerySpec& query) {
+  std::string value;
+  return !TakeValue(tokens, "-id", value) || ParseNumber(value, query.event_id);
+}
+
+// A line that names a log waits until that log is processed; then its format and kind are known.
+bool TakeLog(TokenList& tokens, const LogInfo& log, QuerySpec& query) {
+  if (log.path.empty()) return false;
+  query.log_path = log.path;
+  return !TakeValue(tokens, "-log", query.log_path) || EqualsNoCase(query.log_path, log.path);
+}
+
+void SetHistogram(const std::vector<std::string>& fields, QuerySpec& query) {
+  query.histogram = true;
+  for (const std::string& field : fields) query.histogram_fields.push_back(ToLowerAscii(field));
+}
+
+void TakeHistogram(TokenList& tokens, const RunOptions& options, QuerySpec& query) {
+  std::string value;
+  if (TakeValue(tokens, "-hist", value)) {
+    std::vector<std::string> fields;
+    SplitList(value, '|', true, fields);
+    if (fields.empty()) fields.push_back(value);
+    SetHistogram(fields, query);
+  } else if (!options.hist_ids.empty()) {
+    SetHistogram(options.hist_ids, query);
+  }
+}
+
+bool TakeType(TokenList& tokens, const LogInfo& log, QuerySpec& query) {
+  query.type = ToLowerAscii(ValueOf(tokens, "-type"));
+  return ContainsNoCase(log.kind, query.type);
+}
+
+// False when the text cannot be read. One that is read but denotes no valid instant (before 1970,
+// say) is no bound.
+bool ReadBound(std::string_view text, std::uint64_t& bound) {
+  bound = 0;
+  std::tm tm{};
+  if (!ReadTimeArgument(text, tm)) return false;
+  DateTimeFields fields;
+  if (MakeDateTimeFromTm(tm, fields)) bound = fields.filetime;
+  return true;
+}
+
+bool TakeTimes(TokenList& tokens, QuerySpec& query) {
+  std::string value;
+  if (TakeValue(tokens, "-start_time", value) && !ReadBound(value, query.start_time)) return false;
+  if (TakeValue(tokens, "-stop_time", value)) ReadBound(value, query.stop_time);
+  return true;
+}
+
+// Event types and levels are numbered differently in the two containers.
+std::string SuccessCondition(const std::string& word, LogFormat format) {
+  const bool evtx = format == LogFormat::EVTX;
+  const std::string field = evtx ? "Level|" : "success_type|";
+  if (EqualsNoCase(word, "error")) return field + (evtx ? "2" : "1");
+  if (EqualsNoCase(word, "warning")) return field + (evtx ? "3" : "2");
+  if (EqualsNoCase(word, "information")) return field + "4";
+  return field + word;
+}
+
+// The order of the steps matters: what one of them takes no other can mistake for its own.
+bool MakeQuery(TokenList tokens, const RunOptions& options, QuerySpec& query) {
+  const LogInfo& log = options.current_log;
+  query.all_data = TakeFlag(tokens, "-all_data");
+  query.event_lookup = TakeFlag(tokens, "-event_lookup");
+  if (!TakeFormat(tokens, query.format)) return false;
+  if (!TakeEventId(tokens, query)) return false;
+  if (!TakeLog(tokens, log, query)) return false;
+  TakeHistogram(tokens, options, query);
+  if (!TakeType(tokens, log, query)) return false;
+  if (!TakeTimes(tokens, query)) return false;
+  query.name = ValueOf(tokens, "-name");
+  query.conditions = ValueOf(tokens, "-conditions");
+  query.string_exists = ValueOf(tokens, "-string_exists");
+  for (std::string value; TakeValue(tokens, "-pull", value);) query.pull.push_back(value);
+  std::string word;
+  if (TakeValue(tokens, "-success_type", word)) {
+    query.success_condition = SuccessCondition(word, query.format);
+  }
+  if (query.format != FormatOf(log)) return false;
+  ApplyRunOverrides(options, query);
+  return true;
+}
+
+std::uint32_t CountHistograms(const QueryList& queries) {
+  return static_cast<std::uint32_t>(std::count_if(
+      queries.begin(), queries.end(), [](const QuerySpec& query) { return query.histogram; }));
+}
+
+void InsertQuery(QuerySpec query, QueryList& queries) {
+  const std::string path = ToLowerAscii(query.log_path);
+  const auto at = std::upper_bound(queries.begin(), queries.end(), path,
+                                   [](const std::string& left, const QuerySpec& right) {
+                                     return left < ToLowerAscii(right.log_path);
+                                   });
+  queries.insert(at, std::move(query));
+}
+
+}  // namespace
+
+bool SplitCommandLine(std::string_view line, TokenList& tokens) {
+  constexpr std::string_view kCommand = "!cmd,";
+  tokens.clear();
+  if (line.starts_with("//")) return false;
+  const std::size_t at = line.find(kCommand);
+  if (at == std::string_view::npos) return false;
+  SplitList(line.substr(at + kCommand.size()), ',', false, tokens);
+  for (std::string& token : tokens) token = std::string(Trim(token));
+  MoveToEnd(tokens, "-name");
+  MoveToEnd(tokens, "-comment");
+  return true;
+}
+
+bool BuildQueries(const std::vector<TokenList>& lines, const RunOptions& options, bool append,
+                  QueryList& queries) {
+  if (!append) queries.clear();
+  std::uint32_t histograms = CountHistograms(queries);
+  for (const TokenList& tokens : lines) {
+    QuerySpec query;
+    if (!MakeQuery(tokens, options, query)) continue;
+    if (query.histogram) query.histogram_number = histograms++;
+    InsertQuery(std::move(query), queries);
+  }
+  return !queries.empty();
+}
+
+QueryList PlainQueries(const RunOptions& options) {
+  QueryList queries;
+  for (const std::uint64_t event_id : options.event_ids) {
+    QuerySpec query;
+    query.log_path = options.current_log.path;
+    query.event_id = event_id;
+    query.all_data = true;
+    query.format = FormatOf(options.current_log);
+    if (!options.hist_ids.empty()) SetHistogram(options.hist_ids, query);
+    if (query.histogram) query.histogram_number = static_cast<std::uint32_t>(queries.size());
+    ApplyRunOverrides(options, query);
+    queries.push_back(std::move(query));
+  }
+  return queries;
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,31 @@
+// The language of reports: one line, one query. Built-in reports and command files are both written
+// in it. A line that makes no query for the log at hand is dropped without a word.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "logs/run_options.h"
+#include "reports/query_spec.h"
+
+namespace tarnlex {
+
+// What stands behind "!cmd,", cut at the commas and trimmed: options and their values.
+using TokenList = std::vector<std::string>;
+
+// Takes one line apart. False when it is a comment ("//" at its head) or holds no "!cmd,". The
+// options -name and -comment move to the end with their values.
+bool SplitCommandLine(std::string_view line, TokenList& tokens);
+
+// Makes the queries that `lines` ask for of options.current_log and puts them into `queries`, which
+// is emptied first unless `append` is set. The order is that of the log paths without regard to
+// case, then of the lines. True when `queries` is not empty afterwards.
+bool BuildQueries(const std::vector<TokenList>& lines, const RunOptions& options, bool append,
+                  QueryList& queries);
+
+// The queries of a plain dump of options.current_log: one per event identifier of the run, each
+// taking everything.
+QueryList PlainQueries(const RunOptions& options);
+
+}  // namespace tarnlex

@@ -1,0 +1,206 @@
+#include "reports/evtx_query.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "evtx/record.h"
+#include "logs/text.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::string_view kUnnamed = "<unnamed>";
+constexpr std::string_view kUnresolved = "[null]";
+constexpr std::string_view kProviderName = "Provider Name";
+
+bool Holds(const Condition& condition, const DecodedEvent& event, std::string& scratch) {
+  if (!condition.given) return true;
+  const NamedValue* value = FindValueNoCase(event, condition.field);
+  return value && ConditionHolds(condition, TextOf(event, *value, scratch));
+}
+
+bool AnyTextContains(const DecodedEvent& event, std::string_view lowered, std::string& scratch) {
+  return std::any_of(event.values.begin(), event.values.end(), [&](const NamedValue& value) {
+    return ContainsNoCase(TextOf(event, value, scratch), lowered);
+  });
+}
+
+// Names that a query pulls and that become columns: those that have a column of their own anyway
+// are left out once each when the query looks events up.
+std::vector<std::string> PulledNames(const QuerySpec& query) {
+  std::vector<std::string> names = query.pull;
+  if (std::find(names.begin(), names.end(), kProviderName) == names.end()) {
+    names.emplace_back(kProviderName);
+  }
+  if (!query.event_lookup) return names;
+  for (const std::string_view own : {"EventRecordID", "EventID", "SystemTime"}) {
+    const auto first = std::find(names.begin(), names.end(), own);
+    if (first != names.end()) names.erase(first);
+  }
+  return names;
+}
+
+void PreparePulls(EventRows& rows, EvtxQuery& query) {
+  const std::vector<std::string> names = PulledNames(*query.spec);
+  std::vector<int> position_of;
+  query.pulled = AddColumnSet(rows, {names.begin(), names.end()}, position_of);
+  query.sources.clear();
+  for (const std::string_view name : query.pulled->names) query.sources.emplace_back(name);
+}
+
+std::uint64_t HashNames(const DecodedEvent& event) {
+  std::uint64_t hash = event.values.size();
+  for (const NamedValue& value : event.values) {
+    hash = (hash ^ value.name->id) * 0x9E3779B97F4A7C15U;
+    hash ^= hash >> 29;
+  }
+  return hash;
+}
+
+bool SameNames(const EvtxShape& shape, const DecodedEvent& event) {
+  return std::equal(shape.name_ids.begin(), shape.name_ids.end(), event.values.begin(),
+                    event.values.end(),
+                    [](std::uint32_t id, const NamedValue& value) { return id == value.name->id; });
+}
+
+EvtxShape MakeShape(EventRows& rows, const DecodedEvent& event) {
+  EvtxShape shape;
+  std::vector<std::string_view> names;
+  for (const NamedValue& value : event.values) {
+    shape.name_ids.push_back(value.name->id);
+    names.push_back(value.name->text.empty() ? kUnnamed : value.name->text);
+  }
+  std::vector<int> position_of;
+  shape.columns = AddColumnSet(rows, names, position_of);
+  shape.order.resize(shape.columns->names.size());
+  for (std::size_t i = 0; i < position_of.size(); ++i) {
+    if (position_of[i] < 0) continue;
+    shape.order[static_cast<std::size_t>(position_of[i])] = static_cast<std::uint32_t>(i);
+  }
+  return shape;
+}
+
+const EvtxShape& ShapeOf(EventRows& rows, EvtxQueries& all, const EvtxDecoder& decoder,
+                         const DecodedEvent& event) {
+  if (all.names_generation != decoder.names.generation) {
+    all.shapes.clear();
+    all.names_generation = decoder.names.generation;
+  }
+  std::vector<EvtxShape>& candidates = all.shapes[HashNames(event)];
+  for (const EvtxShape& shape : candidates) {
+    if (SameNames(shape, event)) return shape;
+  }
+  return candidates.emplace_back(MakeShape(rows, event));
+}
+
+char* CopyText(std::string_view text, char* at) {
+  std::memcpy(at, text.data(), text.size());
+  return at + text.size();
+}
+
+// The text of a cell that EndCell has just closed.
+std::string_view CellText(const RowBuilder& builder) {
+  CellReader reader{builder.cell};
+  return NextCell(reader);
+}
+
+// What of a row is found out while its cells are written.
+struct CellWatch {
+  const ColumnSet& columns;
+  EventRows& rows;
+  EventRecord& row;
+};
+
+void Watch(CellWatch& watch, std::size_t column, const RowBuilder& builder) {
+  const auto position = static_cast<int>(column);
+  if (position == watch.columns.provider_name) {
+    watch.row.providerName = InternText(watch.rows, CellText(builder));
+  } else if (position == watch.columns.level) {
+    const std::uint64_t level = LeadingNumber(CellText(builder));
+    constexpr std::uint64_t kMax = std::numeric_limits<std::uint32_t>::max();
+    watch.row.level = static_cast<std::uint32_t>(std::min(level, kMax));
+  }
+}
+
+void AddAllData(EventRows& rows, const EvtxShape& shape, const DecodedEvent& event,
+                EventRecord& row) {
+  row.columns = shape.columns;
+  const std::size_t overhead = shape.order.size() * (kMaxCellOverhead + kUnresolved.size());
+  RowBuilder builder = BeginRow(rows, event.max_text + overhead);
+  CellWatch watch{*shape.columns, rows, row};
+  char* at = builder.start;
+  for (std::size_t column = 0; column < shape.order.size(); ++column) {
+    const NamedValue& value = event.values[shape.order[column]];
+    char* text = BeginCell(builder, at);
+    text = value.unresolved ? CopyText(kUnresolved, text) : WriteText(event, value, text);
+    at = EndCell(builder, text);
+    Watch(watch, column, builder);
+  }
+  EndRow(rows, builder, at, row);
+}
+
+void AddPulled(EventRows& rows, const EvtxQuery& query, EvtxDecoder& decoder,
+               const DecodedEvent& event, EventRecord& row) {
+  row.columns = query.pulled;
+  const std::size_t overhead = query.sources.size() * kMaxCellOverhead;
+  RowBuilder builder = BeginRow(rows, event.max_text + overhead);
+  CellWatch watch{*query.pulled, rows, row};
+  char* at = builder.start;
+  for (std::size_t column = 0; column < query.sources.size(); ++column) {
+    const auto name = decoder.names.by_text.find(query.sources[column]);
+    const NamedValue* value =
+        name == decoder.names.by_text.end() ? nullptr : FindValue(event, name->second);
+    char* text = BeginCell(builder, at);
+    at = EndCell(builder, value ? WriteText(event, *value, text) : text);
+    Watch(watch, column, builder);
+  }
+  EndRow(rows, builder, at, row);
+}
+
+}  // namespace
+
+EvtxQueries PrepareEvtxQueries(const QueryList& queries) {
+  EvtxQueries all;
+  for (const QuerySpec& spec : queries) {
+    EvtxQuery& query = all.queries.emplace_back();
+    query.spec = &spec;
+    query.position = static_cast<std::uint32_t>(all.queries.size() - 1);
+    query.tests = MakeQueryTests(spec);
+  }
+  return all;
+}
+
+bool EvtxQueryTakes(EvtxQueries& all, const EvtxQuery& query, EvtxDecoder& decoder,
+                    DecodedEvent& event) {
+  const QueryTests& tests = query.tests;
+  if (!IdPasses(tests, event.event_id) || !TimePasses(tests, event.written_time)) return false;
+  if (!tests.condition.given && !tests.success.given && tests.exists.empty()) return true;
+  DecodeValues(decoder, event);
+  return (tests.exists.empty() || AnyTextContains(event, tests.exists, all.scratch)) &&
+         Holds(tests.condition, event, all.scratch) && Holds(tests.success, event, all.scratch);
+}
+
+void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder,
+                DecodedEvent& event) {
+  DecodeValues(decoder, event);
+  EventRecord row;
+  row.queryIndex = query.position;
+  row.timeCreated = event.written_time;
+  row.eventId = event.event_id;
+  row.eventRecordId = event.record_id;
+  row.queryName = InternText(rows, query.spec->name);
+  row.queryLabel = InternText(rows, query.spec->log_path);
+  if (query.spec->all_data) {
+    AddAllData(rows, ShapeOf(rows, all, decoder, event), event, row);
+    return;
+  }
+  if (!query.spec->pull.empty() && !query.pulled) PreparePulls(rows, query);
+  if (query.pulled) {
+    AddPulled(rows, query, decoder, event, row);
+  } else {
+    AddRow(rows, row, {});
+  }
+}
+
+}  // namespace tarnlex

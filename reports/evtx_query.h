@@ -1,0 +1,53 @@
+// EVTX records against queries: does a record pass, and which row does it make.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "evtx/decoded_event.h"
+#include "evtx/decoder.h"
+#include "output/event_rows.h"
+#include "reports/filter.h"
+#include "reports/query_spec.h"
+
+namespace tarnlex {
+
+struct EvtxQuery {
+  const QuerySpec* spec = nullptr;
+  std::uint32_t position = 0;
+  QueryTests tests;
+  // Of a query that pulls: its columns, and the name that fills each. Null until first used.
+  const ColumnSet* pulled = nullptr;
+  std::vector<std::string> sources;
+};
+
+// The columns of records that carry the same names in the same order.
+struct EvtxShape {
+  std::vector<std::uint32_t> name_ids;
+  const ColumnSet* columns = nullptr;
+  std::vector<std::uint32_t> order;  // for each column, the position of its value in the record
+};
+
+// The queries of one walk, with what they remember from record to record.
+struct EvtxQueries {
+  std::vector<EvtxQuery> queries;
+  std::unordered_map<std::uint64_t, std::vector<EvtxShape>> shapes;  // by hash of the name ids
+  std::uint64_t names_generation = 0;  // of the name table that the ids belong to
+  std::string scratch;
+};
+
+// Both lists must stay where they are while the result is used.
+EvtxQueries PrepareEvtxQueries(const QueryList& queries);
+
+// Whether the record passes all tests of the query. Decodes the record's values only when
+// identifier and time leave the question open.
+bool EvtxQueryTakes(EvtxQueries& all, const EvtxQuery& query, EvtxDecoder& decoder,
+                    DecodedEvent& event);
+
+// Adds the row that the query makes of a record it takes.
+void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder,
+                DecodedEvent& event);
+
+}  // namespace tarnlex

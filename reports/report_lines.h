@@ -1,0 +1,21 @@
+// From the tables of the built-in reports to lines for one log.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "reports/builtin_reports.h"
+#include "reports/command_language.h"
+
+namespace tarnlex {
+
+// Whether a report is for a log, by the log's kind, its file name and its format.
+bool ReportFits(const BuiltinReport& report, const LogInfo& log);
+
+// One line of a report as it would stand in a command file: "!cmd, -enum_evtxlog, -id, ...".
+std::string CommandLineOf(const BuiltinQuery& query);
+
+// The report's lines for logs of one format, taken apart.
+std::vector<TokenList> ReportLines(const BuiltinReport& report, LogFormat format);
+
+}  // namespace tarnlex

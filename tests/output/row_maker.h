@@ -1,0 +1,52 @@
+// Rows made by hand for the writers' tests.
+#pragma once
+
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "logs/log_info.h"
+#include "output/event_rows.h"
+
+namespace tarnlex {
+
+inline constexpr std::uint64_t kMarch2012 = 129'756'027'091'234'567;  // 03/07/2012 14:05:09.1234567
+inline constexpr std::uint64_t kTickSecond = 10'000'000;
+
+struct RowSpec {
+  std::uint64_t record = 1;
+  std::uint64_t event = 4624;
+  std::uint64_t time = kMarch2012;
+  std::uint32_t level = 4;
+  std::string_view provider = {};
+  std::string_view name = {};
+  std::vector<std::pair<std::string_view, std::string_view>> values = {};  // sorted by name
+};
+
+inline void AddRow(EventRows& rows, const RowSpec& spec) {
+  std::vector<std::string_view> names;
+  std::vector<std::string_view> cells;
+  for (const auto& [name, text] : spec.values) {
+    names.push_back(name);
+    cells.push_back(text);
+  }
+  std::vector<int> position_of;
+  EventRecord row;
+  row.eventRecordId = spec.record;
+  row.eventId = spec.event;
+  row.timeCreated = spec.time;
+  row.level = spec.level;
+  row.providerName = InternText(rows, spec.provider);
+  row.queryName = InternText(rows, spec.name);
+  row.columns = AddColumnSet(rows, names, position_of);
+  AddRow(rows, row, cells);
+}
+
+inline LogInfo LogAt(std::string_view path, bool is_evtx = true) {
+  LogInfo log;
+  log.path = path;
+  log.is_evtx = is_evtx;
+  return log;
+}
+
+}  // namespace tarnlex
