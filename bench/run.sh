@@ -8,7 +8,7 @@ set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
 source=${1:-}
 size=${2:-128}
-runs=${3:-5}
+runs=${3:-3}
 [ -z "$source" ] || source=$(realpath "$source")
 [ "$size" -ge 100 ] || { echo "bench: $size MB are too few to time; at least 100" >&2; exit 2; }
 cd "$root"

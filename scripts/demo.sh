@@ -10,10 +10,8 @@ cd "$root"
 scripts/install_packages.sh build test
 cmake --preset release >/dev/null
 cmake --build --preset release -j "$(nproc)" >/dev/null
-if [ -z "$log" ]; then
-  build/release/tests/make_sample_log build/demo
-  log=build/demo/Security.evtx
-fi
+sample=build/demo/Security.evtx
+[ -n "$log" ] || build/release/tests/make_sample_log build/demo
 
 show() {
   printf '\n$ tarnlex'
@@ -26,6 +24,7 @@ show() {
   [ "$lines" -le 25 ] || echo "... $((lines - 25)) more lines"
 }
 
-show -log "$log" -quiet
-show -log "$log" -logon -csv -quiet
-show -log "$log" -csv -quiet
+show -log "${log:-$sample}" -quiet
+show -log "${log:-$sample}" -csv -quiet
+# The reports have rows for logs of their kind only, so they are shown over the sample.
+[ -n "$log" ] || show -log "$sample" -logon -csv -quiet
