@@ -9,6 +9,7 @@
 #include "logs/messages.h"
 #include "logs/platform.h"
 #include "output/record_output.h"
+#include "output/statistics.h"
 #include "reports/process_logs.h"
 
 namespace tarnlex {
@@ -22,17 +23,24 @@ struct Run {
   RunOptions options;
   TextSink diags;
   TextSink stats;  // open with -stats
+  RecordOutput records;
+  Statistics statistics;
 };
 
-// INTEGRATION: these three are all that ties the run to the record writer and to the statistics.
-// Run gains one of each; here they are made, told of a piped log, and written out.
-void AttachOutputs(Run& r, TextSink& o) { static RecordOutput ro; ro.out=&o; r.options.record_output=&ro;}
-void StartLogStatistics(Run&, const LogInfo&) {}
-void WriteRunStatistics(Run&) {}
+void AttachOutputs(Run& run, TextSink& standard_output) {
+  run.records = MakeRecordOutput(standard_output);
+  run.options.record_output = &run.records;
+  if (run.options.stats_on) run.options.statistics = &run.statistics;
+}
+
+void WriteRunStatistics(Run& run) {
+  if (run.options.stats_on) WriteStatistics(run.stats, run.statistics, run.options);
+}
 
 void CloseOutputs(Run& run, Console& console) {
   if (run.options.diags_on) Flush(run.diags);
   Flush(run.stats);
+  CloseRecordOutput(run.records);
   Flush(console.out);
   Flush(console.err);
 }
@@ -53,7 +61,6 @@ void RunFromInput(Run& run, Console& console) {
   LineReader reader;
   reader.read = console.read_input;
   LogSteps steps;
-  steps.start = [&run](const LogInfo& log) { StartLogStatistics(run, log); };
   steps.process = [](RunOptions& options) { ProcessLogs(options); };
   steps.finish = [&run] { WriteRunStatistics(run); };
   RunPipedLogs(run.options, reader, steps);
