@@ -9,6 +9,7 @@
 #include "logs/messages.h"
 #include "logs/platform.h"
 #include "output/record_output.h"
+#include "output/statistics.h"
 #include "reports/process_logs.h"
 
 namespace tarnlex {
@@ -20,19 +21,26 @@ constexpr int kFailure = -1;
 // What lives as long as the run and is pointed at by its options.
 struct Run {
   RunOptions options;
+  RecordOutput records;
+  Statistics statistics;
   TextSink diags;
-  TextSink stats;  // open with -stats
+  TextSink stats_file;  // open with -stats
 };
 
-// INTEGRATION: these three are all that ties the run to the record writer and to the statistics.
-// Run gains one of each; here they are made, told of a piped log, and written out.
-void AttachOutputs(Run& r, TextSink& o) { static RecordOutput ro; ro.out=&o; r.options.record_output=&ro;}
-void StartLogStatistics(Run&, const LogInfo&) {}
-void WriteRunStatistics(Run&) {}
+void AttachOutputs(Run& run, Console& console) {
+  run.records = MakeRecordOutput(console.out);
+  run.options.record_output = &run.records;
+  if (run.options.stats_on) run.options.statistics = &run.statistics;
+}
+
+void WriteRunStatistics(Run& run) {
+  if (run.options.stats_on) WriteStatistics(run.stats_file, run.statistics, run.options);
+}
 
 void CloseOutputs(Run& run, Console& console) {
+  CloseRecordOutput(run.records);
   if (run.options.diags_on) Flush(run.diags);
-  Flush(run.stats);
+  Flush(run.stats_file);
   Flush(console.out);
   Flush(console.err);
 }
@@ -44,8 +52,8 @@ bool OpenStatistics(Run& run, const std::string& header) {
     Say(run.options, "prob creating stats file: ", run.options.stats_file, ", aborting\n");
     return false;
   }
-  run.stats = MakeSink(std::move(*write));
-  AppendNow(run.stats, header + "\n");
+  run.stats_file = MakeSink(std::move(*write));
+  AppendNow(run.stats_file, header + "\n");
   return true;
 }
 
@@ -53,7 +61,8 @@ void RunFromInput(Run& run, Console& console) {
   LineReader reader;
   reader.read = console.read_input;
   LogSteps steps;
-  steps.start = [&run](const LogInfo& log) { StartLogStatistics(run, log); };
+  // What a log that failed half way was counted for must not go to the next one.
+  steps.start = [&run](const LogInfo&) { run.statistics = Statistics{}; };
   steps.process = [](RunOptions& options) { ProcessLogs(options); };
   steps.finish = [&run] { WriteRunStatistics(run); };
   RunPipedLogs(run.options, reader, steps);
@@ -85,7 +94,7 @@ int Work(Run& run, Arguments args, const std::string& header, Console& console) 
   }
   Say(options, "\n");
   if (!OpenStatistics(run, header)) return kFailure;
-  AttachOutputs(run, console.out);
+  AttachOutputs(run, console);
   if (!options.pipe) return RunFixedList(run);
   RunFromInput(run, console);
   return kSuccess;
