@@ -1,10 +1,14 @@
 target_sources(tarnlex_core PRIVATE
+  output/bodyfile.cpp
   output/cell_writer.cpp
   output/date_time.cpp
   output/date_time_parse.cpp
   output/date_time_text.cpp
   output/display_name.cpp
   output/event_rows.cpp
+  output/log2timeline.cpp
+  output/record_output.cpp
+  output/statistics.cpp
   output/table.cpp
   output/table_columns.cpp
 )

@@ -5,8 +5,10 @@
 #include <span>
 
 #include "logs/text.h"
+#include "output/bodyfile.h"
 #include "output/cell_writer.h"
 #include "output/date_time.h"
+#include "output/log2timeline.h"
 #include "output/table_columns.h"
 
 namespace tarnlex {
@@ -247,7 +249,13 @@ void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
 void WriteLogResults(TextSink& out, EventRows& rows, const LogInfo& log, RunOptions& options) {
   if (rows.rows.empty()) return;
   SortRows(rows);
-  WriteTables(out, rows, log, options, !options.csvgen_form);
+  if (options.bodyfile_form) {
+    WriteBodyfile(out, rows, options);
+  } else if (options.l2t_form) {
+    WriteLog2Timeline(out, rows, log, options);
+  } else {
+    WriteTables(out, rows, log, options, !options.csvgen_form);
+  }
 }
 
 }  // namespace tarnlex

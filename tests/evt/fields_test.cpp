@@ -15,7 +15,8 @@ std::string Field(const ByteString& bytes, std::string_view name) {
   EvtRecord record;
   EXPECT_TRUE(ReadEvtRecord(bytes, 0, record));
   std::string text = "left over";
-  EXPECT_EQ(FieldText(record, name, text), !text.empty());
+  const bool found = FieldText(record, name, text);
+  EXPECT_EQ(found, !text.empty());
   return text;
 }
 

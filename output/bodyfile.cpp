@@ -1,0 +1,79 @@
+#include "output/bodyfile.h"
+
+#include <string_view>
+
+#include "output/cell_writer.h"
+#include "output/date_time.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::string_view kHeader =
+    "md5|name|inode|mode as string|uid|gid|size|access time|modify time|mft time|create time\n";
+
+// The separator is "|" whatever the run's separator option says.
+constexpr SeparatorClass kSeparators{'|', ';'};
+
+struct BodyfileWriter {
+  CellWriter cells;
+  CellCleaner text_cleaner;
+  CellCleaner value_cleaner;
+  bool all_params = false;
+};
+
+// A value without comma is closed with "], ", one with a comma with "] ", and the last two
+// characters of the name are cut: the last closing is "]" or nothing at all.
+void WriteValues(BodyfileWriter& line, const EventRecord& row) {
+  if (row.columns == nullptr) return;
+  CellReader reader{row.dataItems};
+  std::string_view before = ", ";
+  std::string_view last;
+  for (const std::string_view name : row.columns->names) {
+    const std::string_view value = NextCell(reader);
+    WriteVerbatim(line.cells, before);
+    WriteCharacter(line.cells, '[');
+    WriteCleaned(line.cells, line.text_cleaner, name);
+    WriteCharacter(line.cells, ':');
+    WriteCleanedCell(line.cells, line.value_cleaner, value);
+    const bool comma = value.find(',') != std::string_view::npos;
+    before = comma ? "] " : "], ";
+    last = comma ? "" : "]";
+  }
+  WriteVerbatim(line.cells, last);
+}
+
+void WriteLine(BodyfileWriter& line, const EventRecord& row) {
+  WriteVerbatim(line.cells, "0|Event ID: ");
+  WriteNumber(line.cells, row.eventId);
+  if (!row.queryName.empty()) {
+    WriteCharacter(line.cells, '-');
+    WriteCleaned(line.cells, line.text_cleaner, row.queryName);
+  }
+  if (line.all_params) WriteValues(line, row);
+  WriteVerbatim(line.cells, "|0||0|0|0");
+  const std::uint64_t seconds = BodyfileSeconds(row.timeCreated);
+  for (int i = 0; i < 4; ++i) {
+    WriteCharacter(line.cells, '|');
+    WriteNumber(line.cells, seconds);
+  }
+  WriteCharacter(line.cells, '\n');
+}
+
+}  // namespace
+
+std::uint64_t BodyfileSeconds(std::uint64_t filetime) {
+  if (filetime == 0 || filetime >> 63 != 0) return 0;
+  return (filetime - kUnixEpochFiletime) / kTicksPerSecond;
+}
+
+void WriteBodyfile(TextSink& out, const EventRows& rows, RunOptions& options) {
+  if (rows.rows.empty()) return;
+  BodyfileWriter line{BeginCells(out), MakeCellCleaner(kSeparators, false),
+                      MakeCellCleaner(kSeparators, true), options.all_params};
+  if (options.header_pending) WriteVerbatim(line.cells, kHeader);
+  options.header_pending = false;
+  for (const EventRecord& row : rows.rows) WriteLine(line, row);
+  FinishCells(line.cells);
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,155 @@
+#include "output/log2timeline.h"
+
+#include <string>
+#include <string_view>
+
+#include "logs/text.h"
+#include "output/cell_writer.h"
+#include "output/date_time.h"
+#include "output/display_name.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::string_view kNames[] = {"timezone", "MACB",  "source", "sourcetype", "type",
+                                       "user",     "host",  "short",  "desc",       "version",
+                                       "filename", "inode", "notes",  "format",     "extra"};
+
+struct TimelineWriter {
+  CellWriter cells;
+  CellCleaner text_cleaner;
+  CellCleaner value_cleaner;
+  DateTimeFormatter date_time;
+  std::string log_name;
+  const LogInfo* log = nullptr;
+  const RunOptions* options = nullptr;
+};
+
+void WriteSeparator(TimelineWriter& line) { WriteVerbatim(line.cells, line.options->separator); }
+
+void WriteField(TimelineWriter& line, std::string_view text) {
+  WriteCleaned(line.cells, line.text_cleaner, text);
+  WriteSeparator(line);
+}
+
+void WriteHeader(TimelineWriter& line) {
+  if (line.options->pair_datetime) {
+    WriteVerbatim(line.cells, "date/time");
+  } else {
+    WriteVerbatim(line.cells, "date");
+    WriteSeparator(line);
+    WriteVerbatim(line.cells, "time");
+  }
+  for (const std::string_view name : kNames) {
+    WriteSeparator(line);
+    WriteVerbatim(line.cells, name);
+  }
+  WriteCharacter(line.cells, '\n');
+}
+
+void WriteInstant(TimelineWriter& line, std::uint64_t filetime) {
+  const DateTimeText text = FormatDateTime(line.date_time, filetime);
+  WriteCleaned(line.cells, line.text_cleaner, text.date);
+  if (!line.options->pair_datetime) WriteSeparator(line);
+  if (line.options->pair_datetime || !line.options->delimited) WriteCharacter(line.cells, ' ');
+  WriteVerbatim(line.cells, text.time);
+  WriteSeparator(line);
+}
+
+std::string_view HostOf(const EventRecord& row, const TimelineWriter& line) {
+  std::string_view host;
+  FindCell(row, line.log->is_evtx ? "Computer" : "computer name", false, host);
+  return host.empty() ? std::string_view(line.options->hostname) : host;
+}
+
+void WriteShort(TimelineWriter& line, const EventRecord& row) {
+  WriteVerbatim(line.cells, "Event ID: ");
+  WriteNumber(line.cells, row.eventId);
+  if (!row.queryName.empty()) {
+    WriteVerbatim(line.cells, " : ");
+    WriteCleaned(line.cells, line.text_cleaner, row.queryName);
+  }
+  WriteSeparator(line);
+}
+
+void WriteDescription(TimelineWriter& line, const EventRecord& row) {
+  if (row.columns != nullptr) {
+    CellReader reader{row.dataItems};
+    std::string_view opening = "[";
+    for (const std::string_view name : row.columns->names) {
+      WriteVerbatim(line.cells, opening);
+      WriteCleaned(line.cells, line.text_cleaner, name);
+      WriteCharacter(line.cells, ':');
+      WriteCleanedCell(line.cells, line.value_cleaner, NextCell(reader));
+      WriteCharacter(line.cells, ']');
+      opening = " [";
+    }
+  }
+  WriteSeparator(line);
+}
+
+void WriteInode(TimelineWriter& line) {
+  if (line.options->hex_numbers) {
+    char text[16];
+    WriteVerbatim(line.cells, "0x");
+    const int digits = line.log->aux_value > 0xFFFFFFFF ? 16 : 8;
+    WriteVerbatim(line.cells, {text, WriteHex(line.log->aux_value, digits, text)});
+  } else {
+    WriteNumber(line.cells, line.log->aux_value);
+  }
+  WriteSeparator(line);
+}
+
+void WriteNotes(TimelineWriter& line, const EventRecord& row) {
+  if (!row.providerName.empty()) {
+    WriteVerbatim(line.cells, "Provider: ");
+    WriteCleaned(line.cells, line.text_cleaner, row.providerName);
+  }
+  WriteSeparator(line);
+}
+
+void WriteLine(TimelineWriter& line, const EventRecord& row) {
+  WriteInstant(line, row.timeCreated);
+  WriteField(line, "UTC");
+  WriteField(line, "MACB");  // an event has one time for all four
+  WriteField(line, line.log->is_evtx ? "EVTX" : "EVT");
+  WriteField(line, line.log->kind);
+  WriteField(line, "Event Logged");
+  WriteField(line, line.options->username);
+  WriteField(line, HostOf(row, line));
+  WriteShort(line, row);
+  WriteDescription(line, row);
+  WriteField(line, "2");
+  WriteField(line, line.log_name);
+  WriteInode(line);
+  WriteNotes(line, row);
+  WriteVerbatim(line.cells, kProgramName);
+  WriteVerbatim(line.cells, " (mirafen)");
+  WriteSeparator(line);
+  WriteVerbatim(line.cells, "Record# ");
+  WriteNumber(line.cells, row.eventRecordId);
+  WriteCharacter(line.cells, '\n');
+}
+
+}  // namespace
+
+void WriteLog2Timeline(TextSink& out, const EventRows& rows, const LogInfo& log,
+                       RunOptions& options) {
+  TimelineWriter line;
+  line.cells = BeginCells(out);
+  line.text_cleaner = MakeCellCleaner(options.separator_class, false);
+  line.value_cleaner = MakeCellCleaner(options.separator_class, true);
+  line.date_time = MakeDateTimeFormatter(options.date_format, options.time_format);
+  line.log_name = DisplayName(log, options);
+  line.log = &log;
+  line.options = &options;
+  for (const EventRecord& row : rows.rows) {
+    if (!IsValidFiletime(row.timeCreated)) continue;
+    if (options.header_pending) WriteHeader(line);
+    options.header_pending = false;
+    WriteLine(line, row);
+  }
+  FinishCells(line.cells);
+}
+
+}  // namespace tarnlex

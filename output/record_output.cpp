@@ -1,0 +1,111 @@
+#include "output/record_output.h"
+
+#include <utility>
+
+#include "logs/paths.h"
+#include "logs/platform.h"
+#include "logs/text.h"
+#include "output/table.h"
+
+namespace tarnlex {
+namespace {
+
+// The CSV form is preset even where nobody asked for it, so the arguments decide.
+bool AskedForCsv(const RunOptions& options) {
+  return options.csv_form && ContainsNoCase(options.cmdline, "\"-csv\"");
+}
+
+std::string_view Extension(const RunOptions& options) {
+  if (options.bodyfile_form) return ".body";
+  if (options.csvgen_form || options.l2t_form || AskedForCsv(options)) return ".csv";
+  return ".txt";
+}
+
+std::string_view FileNameOf(std::string_view path) {
+  const std::size_t slash = path.find_last_of("/\\");
+  return slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
+// The log's file name, numbered when another log of the run has taken it. Names that differ only in
+// case are one file on many systems.
+std::string FreeName(RecordOutput& output, std::string_view name, std::string_view extension) {
+  std::string candidate = std::string(name).append(extension);
+  for (int number = 2; !output.names.insert(ToLowerAscii(candidate)).second; ++number) {
+    candidate = std::string(name).append("_").append(std::to_string(number)).append(extension);
+  }
+  return candidate;
+}
+
+// The file for the log's records; nullptr for standard output.
+OutputFile* FileFor(RecordOutput& output, const LogInfo& log, const RunOptions& options) {
+  if (!options.to_file && !options.have_out_dir) return nullptr;
+  const auto [at, added] = output.files.try_emplace(options.to_file ? std::string() : log.path);
+  OutputFile& file = at->second;
+  if (!added) return &file;
+  file.path =
+      options.to_file
+          ? options.out_file
+          : JoinPath(options.out_dir, FreeName(output, FileNameOf(log.path), Extension(options)));
+  return &file;
+}
+
+void SayCannotOpen(const RunOptions& options, const std::string& path) {
+  if (options.messages == nullptr) return;
+  AppendNow(*options.messages, "prob opening file " + path + " for output, aborting\n");
+}
+
+// Makes `file` the one that is open.
+bool OpenFile(RecordOutput& output, OutputFile& file, const RunOptions& options) {
+  if (file.failed) return false;
+  if (output.current == &file) return true;
+  CloseRecordOutput(output);
+  auto write = output.open(file.path, file.begun);
+  if (!write) {
+    file.failed = true;
+    SayCannotOpen(options, file.path);
+    return false;
+  }
+  file.begun = true;
+  output.current = &file;
+  output.sink.write = std::move(*write);
+  output.sink.failed = false;
+  return true;
+}
+
+}  // namespace
+
+RecordOutput MakeRecordOutput(TextSink& standard_output) {
+  return MakeRecordOutput(standard_output, OpenOutput);
+}
+
+RecordOutput MakeRecordOutput(TextSink& standard_output, OutputOpener open) {
+  RecordOutput output;
+  output.standard_output = &standard_output;
+  output.open = std::move(open);
+  return output;
+}
+
+bool WriteRecords(RecordOutput& output, EventRows& rows, const LogInfo& log, RunOptions& options) {
+  if (rows.rows.empty()) return false;
+  OutputFile* file = FileFor(output, log, options);
+  if (file == nullptr) {
+    WriteLogResults(*output.standard_output, rows, log, options);
+    Flush(*output.standard_output);
+    return true;
+  }
+  if (!OpenFile(output, *file, options)) return false;
+  std::swap(options.header_pending, file->header_pending);
+  WriteLogResults(output.sink, rows, log, options);
+  std::swap(options.header_pending, file->header_pending);
+  Flush(output.sink);
+  return true;
+}
+
+void CloseRecordOutput(RecordOutput& output) {
+  if (output.current == nullptr) return;
+  Flush(output.sink);
+  output.sink.write = nullptr;
+  output.current = nullptr;
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,50 @@
+// Where records go: standard output, one file for the whole run, or one file per log.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "logs/run_options.h"
+#include "logs/text_sink.h"
+#include "output/event_rows.h"
+
+namespace tarnlex {
+
+// Opens a file for writing, truncated or behind what it holds (see OpenOutput).
+using OutputOpener = std::function<std::optional<std::function<bool(std::string_view)>>(
+    const std::string& path, bool append)>;
+
+// A file of this run; one that was begun is never truncated again.
+struct OutputFile {
+  std::string path;
+  bool begun = false;
+  bool failed = false;         // could not be opened, which was said once
+  bool header_pending = true;  // a timeline's header line is still to be written
+};
+
+struct RecordOutput {
+  TextSink* standard_output = nullptr;
+  OutputOpener open;
+  std::map<std::string, OutputFile, std::less<>> files;  // by log path; by "" with -out
+  std::set<std::string> names;                           // lower-cased names of the files
+  OutputFile* current = nullptr;                         // the one file that is open
+  TextSink sink;                                         // of `current`
+};
+
+// Records go where `options` says at each call of WriteRecords; nothing is opened yet.
+RecordOutput MakeRecordOutput(TextSink& standard_output);
+RecordOutput MakeRecordOutput(TextSink& standard_output, OutputOpener open);
+
+// Writes the rows of `log` in the run's form (sorting them) and hands everything on. True when rows
+// were written; false for an empty collection, and when the file cannot be opened, which is said on
+// `options.messages`. May be called several times for one log: its file goes on.
+bool WriteRecords(RecordOutput& output, EventRows& rows, const LogInfo& log, RunOptions& options);
+
+// Hands on what is left and closes the file.
+void CloseRecordOutput(RecordOutput& output);
+
+}  // namespace tarnlex

@@ -1,0 +1,263 @@
+#include "output/statistics.h"
+
+#include <algorithm>
+
+#include "logs/text.h"
+#include "output/date_time.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::size_t kIdWidth = 8;
+constexpr std::size_t kCountWidth = 11;
+constexpr std::size_t kFilterWidth = 8;
+constexpr std::size_t kLeastTimeWidth = 9;
+constexpr std::size_t kIdBytes = 8;
+constexpr std::string_view kMissing = "<null>";
+
+// Key of an entry: the identifier in eight bytes, the highest first, then every key value behind a
+// zero byte, which no text of an event holds. So keys sort by identifier, then by values.
+void SpellKey(std::string& key, const std::vector<std::string>& fields, const EventRecord& row) {
+  key.clear();
+  for (int shift = 56; shift >= 0; shift -= 8) {
+    key += static_cast<char>(row.eventId >> shift & 0xFF);
+  }
+  for (const std::string& field : fields) {
+    std::string_view value;
+    key += '\0';
+    key += FindCell(row, field, true, value) ? value : kMissing;
+  }
+}
+
+std::uint64_t EventIdOf(std::string_view key) {
+  std::uint64_t id = 0;
+  for (std::size_t i = 0; i < kIdBytes; ++i) id = id << 8 | static_cast<unsigned char>(key[i]);
+  return id;
+}
+
+std::string KeyValues(std::string_view key) {
+  std::string joined;
+  for (std::size_t at = kIdBytes; at < key.size();) {
+    const std::size_t end = std::min(key.find('\0', at + 1), key.size());
+    if (at > kIdBytes) joined += "; ";
+    joined += key.substr(at + 1, end - at - 1);
+    at = end;
+  }
+  return joined;
+}
+
+std::string JoinFields(const std::vector<std::string>& fields) {
+  std::string joined;
+  for (const std::string& field : fields) {
+    if (&field != &fields.front()) joined += "; ";
+    joined += field;
+  }
+  return joined;
+}
+
+struct StatsWriter {
+  TextSink* out = nullptr;
+  std::string_view separator;
+  std::size_t date_width = 0;
+  std::size_t time_width = 0;
+  DateTimeFormatter date_time;
+};
+
+void WriteLine(StatsWriter& writer, std::string_view text) {
+  Append(*writer.out, text);
+  Append(*writer.out, '\n');
+}
+
+void Blanks(StatsWriter& writer, std::string_view text, std::size_t width) {
+  const std::size_t taken = CountCodePoints(text);
+  for (std::size_t i = taken; i < width; ++i) Append(*writer.out, ' ');
+}
+
+// The first cell of a line has no separator before it.
+void WriteCell(StatsWriter& writer, std::string_view text, std::size_t width, bool first = false) {
+  if (!first) Append(*writer.out, writer.separator);
+  Blanks(writer, text, width);
+  Append(*writer.out, text);
+}
+
+void WriteNumberCell(StatsWriter& writer, std::uint64_t number, std::size_t width,
+                     bool first = false) {
+  char text[20];
+  const char* end = WriteDecimal(number, text);
+  WriteCell(writer, {text, static_cast<std::size_t>(end - text)}, width, first);
+}
+
+void WriteName(StatsWriter& writer, std::string_view name, std::size_t width, bool first = false) {
+  if (!first) Append(*writer.out, writer.separator);
+  Append(*writer.out, name);
+  Blanks(writer, name, width);
+}
+
+void WriteNames(StatsWriter& writer) {
+  WriteName(writer, "event id", kIdWidth, true);
+  WriteName(writer, "occurrences", kCountWidth);
+  WriteName(writer, "from date", writer.date_width);
+  WriteName(writer, "from time", writer.time_width);
+  WriteName(writer, "to date", writer.date_width);
+  WriteName(writer, "to time", writer.time_width);
+}
+
+void WriteTime(StatsWriter& writer, std::uint64_t filetime) {
+  const DateTimeText text = FormatDateTime(writer.date_time, filetime);
+  WriteCell(writer, text.date, writer.date_width);
+  WriteCell(writer, text.time, writer.time_width);
+}
+
+void WriteSpan(StatsWriter& writer, const SpanCount& span) {
+  WriteNumberCell(writer, span.count, kCountWidth);
+  WriteTime(writer, span.first);
+  WriteTime(writer, span.last);
+}
+
+struct IdLine {
+  std::uint64_t event_id = 0;
+  SpanCount span;
+};
+
+// The identifiers that occurred, ascending.
+std::vector<IdLine> IdLines(const EventIdCounts& counts) {
+  std::vector<IdLine> lines;
+  for (std::size_t page = 0; page < counts.pages.size(); ++page) {
+    if (!counts.pages[page]) continue;
+    for (std::size_t i = 0; i < counts.pages[page]->size(); ++i) {
+      const SpanCount& span = (*counts.pages[page])[i];
+      if (span.count > 0) lines.push_back({page * counts.pages[page]->size() + i, span});
+    }
+  }
+  for (const auto& [event_id, span] : counts.others) lines.push_back({event_id, span});
+  return lines;
+}
+
+SpanCount Overall(const std::vector<IdLine>& lines) {
+  SpanCount all;
+  for (const IdLine& line : lines) {
+    all.count += line.span.count;
+    if (line.span.first == 0) continue;
+    all.first = all.first == 0 ? line.span.first : std::min(all.first, line.span.first);
+    all.last = std::max(all.last, line.span.last);
+  }
+  return all;
+}
+
+void WriteOverall(StatsWriter& writer, std::vector<IdLine>& lines) {
+  WriteLine(writer, "\n--- overall log stats ----");
+  WriteNames(writer);
+  WriteLine(writer, "");
+  WriteCell(writer, "all", kIdWidth, true);
+  WriteSpan(writer, Overall(lines));
+  WriteLine(writer, "");
+  std::stable_sort(lines.begin(), lines.end(),
+                   [](const IdLine& a, const IdLine& b) { return a.span.count > b.span.count; });
+  for (const IdLine& line : lines) {
+    WriteNumberCell(writer, line.event_id, kIdWidth, true);
+    WriteSpan(writer, line.span);
+    WriteLine(writer, "");
+  }
+}
+
+void WriteFilters(StatsWriter& writer, const LogStats& stats) {
+  WriteLine(writer, "\n--- filter stats --- [refer to filter# for details]");
+  WriteNames(writer);
+  WriteName(writer, "filter#", kFilterWidth);
+  WriteName(writer, "key values", 0);
+  WriteName(writer, "key fields", 0);
+  WriteLine(writer, "");
+  for (const auto& [number, filter] : stats.filters) {
+    for (const auto& [key, span] : filter.entries) {
+      WriteNumberCell(writer, EventIdOf(key), kIdWidth, true);
+      WriteSpan(writer, span);
+      WriteNumberCell(writer, number + 1, kFilterWidth);
+      WriteCell(writer, KeyValues(key), 0);
+      WriteCell(writer, JoinFields(filter.key_fields), 0);
+      WriteLine(writer, "");
+    }
+  }
+}
+
+void WriteHead(StatsWriter& writer, const LogInfo& log) {
+  WriteLine(writer, "log: " + log.path);
+  WriteLine(writer, log.is_evtx ? "format: evtx [newer Vista/Win7 format]"
+                                : "format: evt [older XP format]");
+  if (!log.kind.empty() && log.kind != kKindUnknown) WriteLine(writer, "type: " + log.kind);
+}
+
+}  // namespace
+
+void AddToSpan(SpanCount& span, std::uint64_t filetime) {
+  ++span.count;
+  if (!IsValidFiletime(filetime)) return;
+  if (span.first == 0 || filetime < span.first) span.first = filetime;
+  if (filetime > span.last) span.last = filetime;
+}
+
+SpanCount& EventIdEntry(EventIdCounts& counts, std::uint64_t event_id) {
+  if (event_id > 0xFFFF) return counts.others[event_id];
+  std::unique_ptr<EventIdCounts::Page>& page = counts.pages[event_id >> 8];
+  if (!page) page = std::make_unique<EventIdCounts::Page>();
+  return (*page)[event_id & 0xFF];
+}
+
+void BeginWalk(Statistics& statistics, const LogInfo& log, std::size_t query_count,
+               bool show_filters) {
+  LogStats& stats = statistics.logs[log.path];
+  stats.log = log;
+  statistics.current = &stats;
+  statistics.counting = !stats.counted;
+  statistics.first_filter = stats.filter_count;
+  stats.counted = true;
+  stats.filter_count += query_count;
+  stats.shows_filters = stats.shows_filters || show_filters;
+}
+
+void CountMatch(Statistics& statistics, std::size_t query,
+                const std::vector<std::string>& key_fields, const EventRecord& row) {
+  LogStats* stats = statistics.current;
+  if (stats == nullptr) return;
+  stats->any_match = true;
+  if (!stats->shows_filters) return;
+  FilterCounts& filter = stats->filters[statistics.first_filter + query];
+  if (filter.entries.empty()) filter.key_fields = key_fields;
+  SpellKey(statistics.key, key_fields, row);
+  auto at = filter.entries.find(statistics.key);
+  if (at == filter.entries.end()) at = filter.entries.try_emplace(statistics.key).first;
+  AddToSpan(at->second, row.timeCreated);
+}
+
+void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& options) {
+  StatsWriter writer;
+  writer.out = &out;
+  writer.separator = options.separator;
+  writer.date_width = std::max(kLeastTimeWidth, CountCodePoints(options.date_format));
+  writer.time_width = std::max(kLeastTimeWidth, CountCodePoints(options.time_format));
+  writer.date_time = MakeDateTimeFormatter(options.date_format, options.time_format);
+  WriteHead(writer, stats.log);
+  std::vector<IdLine> lines = IdLines(stats.event_ids);
+  if (lines.empty() || !stats.any_match) {
+    WriteLine(writer, "No events found in log OR log skipped based on filter selected");
+    return;
+  }
+  WriteOverall(writer, lines);
+  if (stats.shows_filters) WriteFilters(writer, stats);
+}
+
+void WriteStatistics(TextSink& out, Statistics& statistics, const RunOptions& options) {
+  for (const auto& [path, log] : options.logs) {
+    const auto known = statistics.logs.find(path);
+    if (known != statistics.logs.end()) {
+      WriteLogStats(out, known->second, options);
+    } else {
+      LogStats unseen;
+      unseen.log = log;
+      WriteLogStats(out, unseen, options);
+    }
+  }
+  Flush(out);
+  statistics = {};
+}
+
+}  // namespace tarnlex
