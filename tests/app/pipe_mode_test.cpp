@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "app/status_line.h"
+#include "logs/status_line.h"
 #include "tests/app/temp_directory.h"
 
 namespace tarnlex {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "app/status_line.h"
 #include "app/usage.h"
+#include "logs/status_line.h"
 #include "tests/app/temp_directory.h"
 
 namespace tarnlex {

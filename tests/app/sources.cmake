@@ -6,5 +6,4 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/app/run_header_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/app/run_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/app/shared_options_test.cpp
-  ${CMAKE_CURRENT_SOURCE_DIR}/app/status_line_test.cpp
 )

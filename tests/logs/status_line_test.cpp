@@ -1,4 +1,4 @@
-#include "app/status_line.h"
+#include "logs/status_line.h"
 
 #include <gtest/gtest.h>
 
