@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace tarnlex {
@@ -72,6 +74,27 @@ TEST(CommandFile, ReadsWholeFilesInWhateverPiecesTheyCome) {
   Lines lines;
   ReadCommandFile(FileOf(none, 100), lines);
   EXPECT_TRUE(lines.empty());
+}
+
+// The example of the documentation must do what is said of it.
+TEST(CommandFile, ReadsTheDocumentedExample) {
+  std::ifstream in(TARNLEX_DOCS "/examples/accounts.txt");
+  ASSERT_TRUE(in.is_open());
+  Lines lines;
+  ParseCommandText(std::string(std::istreambuf_iterator<char>(in), {}), lines);
+  EXPECT_EQ(lines.size(), 8U);
+  for (const bool is_evtx : {false, true}) {
+    RunOptions options;
+    options.current_log = {.path = "x", .is_evtx = is_evtx, .kind = "security"};
+    QueryList queries;
+    BuildQueries(lines, options, false, queries);
+    ASSERT_EQ(queries.size(), 4U);
+    EXPECT_EQ(queries[0].name, is_evtx ? "logon/remote desktop" : "logon");
+    EXPECT_EQ(queries[is_evtx ? 2 : 1].histogram_fields.size(), is_evtx ? 2U : 1U);
+    EXPECT_EQ(queries[3].event_id, is_evtx ? 4720U : kAnyEventId);
+    options.current_log.kind = "system";
+    EXPECT_FALSE(BuildQueries(lines, options, false, queries));
+  }
 }
 
 }  // namespace
