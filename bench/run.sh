@@ -33,6 +33,7 @@ hyperfine --warmup 1 --runs "$runs" --export-csv "$work/times.csv" \
   --command-name cp "cp $work/Security.evtx $work/copy.evtx"
 
 # A time counts only when the work was done: as many rows as events that the other reader found.
+[ -s "$work/rows.csv" ] || { echo "bench: tarnlex wrote nothing" >&2; exit 1; }
 rows=$(grep -c '^' "$work/rows.csv" || true)
 events=$(grep -c '^<Event ' "$work/export.xml" || true)
 bytes=$(wc -c <"$work/Security.evtx")

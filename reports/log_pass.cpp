@@ -1,10 +1,31 @@
 #include "reports/log_pass.h"
 
 #include "output/record_output.h"
-#include "output/table.h"
+#include "output/statistics.h"
 
 namespace tarnlex {
 namespace {
+
+// Counts the row just made under the query that made it, and under every later one that keeps a
+// histogram.
+void CountRow(LogPass& pass, std::uint32_t position) {
+  Statistics* statistics = pass.options.statistics;
+  if (!statistics) return;
+  const EventRecord& row = pass.rows.rows.back();
+  const auto count = [&](std::uint32_t query) {
+    const QuerySpec& spec = pass.queries[query];
+    CountMatch(*statistics, query,
+               pass.log.is_evtx ? spec.histogram_fields : spec.histogram_columns, row);
+  };
+  count(position);
+  for (const std::uint32_t later : HistogramsFrom(pass.index, position)) {
+    if (later != position) count(later);
+  }
+}
+
+void CountAny(LogPass& pass, std::uint64_t event_id, std::uint64_t filetime) {
+  if (pass.options.statistics) CountRecord(*pass.options.statistics, event_id, filetime);
+}
 
 // Offers a record to the queries that may take it, in order, until one does: `takes` tests, `add`
 // makes the row.
@@ -13,7 +34,9 @@ void Offer(LogPass& pass, std::uint64_t event_id, Takes takes, Add add) {
   QueryCandidates candidates = CandidatesFor(pass.index, event_id);
   for (std::uint32_t position = 0; NextCandidate(candidates, position);) {
     if (!takes(position)) continue;
-    if (pass.queries[position].emit_row) add(position);
+    if (!pass.queries[position].emit_row) return;
+    add(position);
+    CountRow(pass, position);
     return;
   }
 }
@@ -31,6 +54,7 @@ void PrepareEvtPass(LogPass& pass) {
 }
 
 void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
+  CountAny(pass, event.event_id, event.written_time);
   std::vector<EvtxQuery>& queries = pass.evtx.queries;
   Offer(
       pass, event.event_id,
@@ -39,6 +63,7 @@ void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
 }
 
 void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
+  CountAny(pass, record.event_id, record.filetime);
   Offer(
       pass, record.event_id, [&](std::uint32_t at) { return EvtQueryTakes(pass.evt[at], record); },
       [&](std::uint32_t at) { AddEvtRow(pass.rows, pass.evt[at], record); });
@@ -46,9 +71,7 @@ void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
 
 void WriteRows(LogPass& pass) {
   if (pass.rows.rows.empty()) return;
-  TextSink* sink = RecordSink(*pass.options.record_output, pass.log, pass.options);
-  if (sink) WriteLogResults(*sink, pass.rows, pass.log, pass.options);
-  pass.wrote = true;
+  pass.wrote |= WriteRecords(*pass.options.record_output, pass.rows, pass.log, pass.options);
   ClearRows(pass.rows);
 }
 

@@ -4,6 +4,7 @@
 
 #include "logs/messages.h"
 #include "logs/platform.h"
+#include "output/statistics.h"
 #include "reports/builtin_reports.h"
 #include "reports/command_file.h"
 #include "reports/command_language.h"
@@ -14,9 +15,10 @@
 namespace tarnlex {
 namespace {
 
-// One walk over one log with the queries made for it.
-bool RunQueries(RunOptions& options, const LogInfo& log, QueryList queries) {
+// One walk over one log with the queries made for it; `filters` when somebody asked for them.
+bool RunQueries(RunOptions& options, const LogInfo& log, QueryList queries, bool filters) {
   if (queries.empty()) return false;
+  if (options.statistics) BeginWalk(*options.statistics, log, queries.size(), filters);
   LogPass pass{options, log, queries, {}, {}, {}, {}, false};
   WalkLog(pass);
   return pass.wrote;
@@ -25,7 +27,7 @@ bool RunQueries(RunOptions& options, const LogInfo& log, QueryList queries) {
 bool RunLines(RunOptions& options, const LogInfo& log, const std::vector<TokenList>& lines) {
   QueryList queries;
   BuildQueries(lines, options, false, queries);
-  return RunQueries(options, log, std::move(queries));
+  return RunQueries(options, log, std::move(queries), true);
 }
 
 bool RunReport(RunOptions& options, const BuiltinReport& report) {
@@ -64,7 +66,7 @@ bool DumpAll(RunOptions& options) {
   bool wrote = false;
   for (const auto& [path, log] : options.logs) {
     options.current_log = log;
-    wrote |= RunQueries(options, log, PlainQueries(options));
+    wrote |= RunQueries(options, log, PlainQueries(options), !options.hist_ids.empty());
   }
   return wrote;
 }
