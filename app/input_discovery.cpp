@@ -95,7 +95,8 @@ void AddLogList(RunOptions& options, const std::string& list) {
   for (const std::string& piece : pieces) {
     const std::string path = ExpandPathVariables(piece);
     options.opener_scratch = LogInfo{};
-    SayUnusable(options, ProbeLog(options.opener_scratch, path), path);
+    options.opener_scratch.path = path;
+    if (!options.trial) SayUnusable(options, ProbeLog(options.opener_scratch, path), path);
     options.logs.emplace(path, options.opener_scratch);
   }
 }

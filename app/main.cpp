@@ -7,5 +7,9 @@ int main(int argc, char** argv) {
   console.out = tarnlex::MakeSink(tarnlex::WriteStandardOutput);
   console.err = tarnlex::MakeSink(tarnlex::WriteStandardError);
   console.read_input = tarnlex::ReadStandardInput;
+  console.out_is_terminal = tarnlex::StandardOutputIsTerminal();
+  console.err_is_terminal = tarnlex::StandardErrorIsTerminal();
+  console.reader_gone = tarnlex::StandardOutputReaderGone;
+  tarnlex::KeepRunningOnBrokenPipe();
   return tarnlex::RunApp(tarnlex::CommandLineArguments(argc, argv), console);
 }

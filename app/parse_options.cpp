@@ -1,9 +1,12 @@
 #include "app/parse_options.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "app/input_discovery.h"
+#include "logs/messages.h"
+#include "logs/output_guard.h"
 #include "logs/parse_number.h"
 #include "logs/text.h"
 #include "output/date_time.h"
@@ -82,9 +85,7 @@ bool ParseInputs(RunOptions& options, Arguments& args) {
   return true;
 }
 
-}  // namespace
-
-bool ParseOptions(RunOptions& options, Arguments& args, std::string_view version) {
+bool ParseAll(RunOptions& options, Arguments& args, std::string_view version) {
   options.log_type = "EVT";
   options.csv_form = true;
   options.hex_numbers = false;
@@ -93,6 +94,41 @@ bool ParseOptions(RunOptions& options, Arguments& args, std::string_view version
   ParseFilters(options, args);
   ParseReports(options, args);
   return ParseInputs(options, args);
+}
+
+// The paths that would be opened for writing once, before any log is read.
+std::vector<std::string> OutputPaths(const RunOptions& options) {
+  std::vector<std::string> paths;
+  if (!options.diags_file.empty()) paths.push_back(options.diags_file);
+  if (options.to_file) paths.push_back(options.out_file);
+  if (options.stats_on) paths.push_back(options.stats_file);
+  return paths;
+}
+
+// Which files are read and which are written is only known when all arguments have been looked at,
+// while some are opened on the way. So the arguments are read twice, the first time for this.
+bool WouldOverwriteInput(const RunOptions& options, Arguments args, std::string_view version) {
+  const auto writes = {"-diags", "-out", "-outfile", "-stats"};
+  if (std::none_of(writes.begin(), writes.end(),
+                   [&args](const char* name) { return HasFlag(name, args); })) {
+    return false;
+  }
+  RunOptions trial = options;
+  trial.trial = true;
+  trial.messages = nullptr;
+  ParseAll(trial, args, version);
+  for (const std::string& path : OutputPaths(trial)) {
+    if (!HoldsEventLog(path) && !IsSameFile(path, trial.logs, trial.cmd_file)) continue;
+    Say(options, "prob opening file ", path, " for output, aborting\n");
+    return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+bool ParseOptions(RunOptions& options, Arguments& args, std::string_view version) {
+  return !WouldOverwriteInput(options, args, version) && ParseAll(options, args, version);
 }
 
 }  // namespace tarnlex

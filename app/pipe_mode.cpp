@@ -68,6 +68,7 @@ void RunPipedLogs(RunOptions& options, LineReader& reader, const LogSteps& steps
     } catch (...) {
       Say(options, "exception caught on file ", path, "\n");
     }
+    if (steps.stop && steps.stop()) return;
   }
   if (options.show_status) Say(options, StatusLine(" \n"));
 }

@@ -23,10 +23,12 @@ struct LineReader {
 // The next line or piece, with its line feed; false at the end of the stream.
 bool ReadPiece(LineReader& reader, std::string& piece);
 
-// What the run does with one log: `process` the work, `finish` after it.
+// What the run does with one log: `process` the work, `finish` after it. When `stop` answers true
+// after a log, no further path is read.
 struct LogSteps {
   std::function<void(RunOptions&)> process;
   std::function<void()> finish;
+  std::function<bool()> stop = {};
 };
 
 // Reads paths to the end of the stream. Each that opens as an event log becomes the only entry of

@@ -10,6 +10,7 @@
 #include "logs/platform.h"
 #include "output/record_output.h"
 #include "output/statistics.h"
+#include "output/visible_text.h"
 #include "reports/process_logs.h"
 
 namespace tarnlex {
@@ -25,11 +26,30 @@ struct Run {
   TextSink stats;  // open with -stats
   RecordOutput records;
   Statistics statistics;
+  VisibleText shown_out;  // of what goes to a terminal
+  VisibleText shown_err;
 };
+
+// Names of files come from the examined machine too, so messages get the same treatment.
+void GuardTerminals(Run& run, Console& console) {
+  run.shown_err.kept = "\b";  // the status line overwrites itself
+  if (console.out_is_terminal) {
+    console.out.write = ShowControls(run.shown_out, std::move(console.out.write));
+  }
+  if (console.err_is_terminal) {
+    console.err.write = ShowControls(run.shown_err, std::move(console.err.write));
+  }
+}
+
+bool AnyOutputFailed(const Run& run, const Console& console) {
+  return console.out.failed || run.diags.failed || run.stats.failed ||
+         HasFailed(run.options.record_output);
+}
 
 void AttachOutputs(Run& run, TextSink& standard_output) {
   run.records = MakeRecordOutput(standard_output);
   run.options.record_output = &run.records;
+  if (run.options.separator.find('\t') != std::string::npos) run.shown_out.kept = "\t";
   if (run.options.stats_on) run.options.statistics = &run.statistics;
 }
 
@@ -66,6 +86,7 @@ void RunFromInput(Run& run, Console& console) {
     ProcessLogs(options);
   };
   steps.finish = [&run] { WriteRunStatistics(run); };
+  steps.stop = [&] { return AnyOutputFailed(run, console); };
   RunPipedLogs(run.options, reader, steps);
 }
 
@@ -101,11 +122,18 @@ int Work(Run& run, Arguments args, const std::string& header, Console& console) 
   return kSuccess;
 }
 
+int EndAfterFailedWrite(const Run& run, const Console& console) {
+  if (console.out.failed && console.reader_gone && console.reader_gone()) return kSuccess;
+  Say(run.options, "prob writing output, aborting\n");
+  return kFailure;
+}
+
 }  // namespace
 
 int RunApp(const std::vector<std::string>& args, Console& console) {
   Run run;
   run.options.messages = &console.err;
+  GuardTerminals(run, console);
   DisableFsRedirection();
   if (!IsAdmin()) Say(run.options, "... running w/o admin privileges ...\n");
   if (WantsHelp(args)) {
@@ -114,9 +142,9 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
   }
   const std::string header = BuildRunHeader(args, CurrentFiletime());
   AppendNow(console.out, header + "\n");
-  const int result = Work(run, args, header, console);
+  const int result = console.out.failed ? kFailure : Work(run, args, header, console);
   CloseOutputs(run, console);
-  return result;
+  return AnyOutputFailed(run, console) ? EndAfterFailedWrite(run, console) : result;
 }
 
 }  // namespace tarnlex

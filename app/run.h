@@ -16,10 +16,16 @@ struct Console {
   TextSink out;                                            // run header and records
   TextSink err;                                            // every message
   std::function<std::size_t(std::span<char>)> read_input;  // standard input; gives 0 at the end
+  // On a terminal, control characters are shown and not sent.
+  bool out_is_terminal = false;
+  bool err_is_terminal = false;
+  // Whether a failed write to `out` means that nobody reads it any more.
+  std::function<bool()> reader_gone = {};
 };
 
 // `args` in UTF-8, the program's path first. Returns 0, or -1 after a problem that was named on
-// `console.err`. Both sinks are flushed.
+// `console.err`. Both sinks are flushed. When the reader of `out` goes, the run ends as soon as it
+// is noticed, without a word and with 0.
 int RunApp(const std::vector<std::string>& args, Console& console);
 
 }  // namespace tarnlex

@@ -6,6 +6,7 @@
 
 #include "app/parse_options.h"
 #include "logs/messages.h"
+#include "logs/output_guard.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
 #include "logs/text.h"
@@ -53,8 +54,9 @@ std::string ProgramName(std::string_view path) {
   return std::string(path.substr(0, path.find('.')));
 }
 
-void OpenDiagnostics(RunOptions& options, const std::string& file) {
-  auto write = OpenOutput(file);
+void OpenDiagnostics(RunOptions& options) {
+  if (options.trial) return;
+  auto write = OpenGuardedOutput(options.diags_file);
   if (!write || options.diags == nullptr) return;
   *options.diags = MakeSink(std::move(*write));
   options.diags_on = true;
@@ -128,13 +130,14 @@ bool ParseOutput(RunOptions& options, Arguments& args) {
   options.out_file = ExpandPathVariables(options.out_file);
   options.out_dir = ExpandPathVariables(options.out_dir);
   if (options.have_out_dir) {
-    if (!MakeDirectory(options.out_dir)) return RefuseOutput(options, options.out_dir);
+    if (!options.trial && !MakeDirectory(options.out_dir))
+      return RefuseOutput(options, options.out_dir);
     if (options.to_file && !IsAbsolutePath(options.out_file)) {
       options.out_file = JoinPath(options.out_dir, options.out_file);
     }
   }
   // Opened and closed again: the examiner should learn of a bad name now, not after the work.
-  if (options.to_file && !OpenOutput(options.out_file)) {
+  if (options.to_file && !options.trial && !OpenGuardedOutput(options.out_file)) {
     return RefuseOutput(options, options.out_file);
   }
   return true;
@@ -180,7 +183,7 @@ bool ParseSharedOptions(RunOptions& options, Arguments& args) {
 
   std::string value;
   if (FindFlag("-pair_datetime", args)) options.pair_datetime = true;
-  if (FindValue("-diags", args, value)) OpenDiagnostics(options, value);
+  if (FindValue("-diags", args, options.diags_file)) OpenDiagnostics(options);
   for (const FormOption& form : kForms) {
     if (FindFlag(form.name, args)) ApplyForm(options, form);
   }

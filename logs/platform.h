@@ -20,7 +20,8 @@ struct InputFile {
   std::function<std::size_t(std::uint64_t offset, std::span<std::uint8_t> to)> read;
 };
 
-// Opens an existing file for reading without locking or changing it. Nothing for a path that is
+// Opens an existing file for reading without locking or changing it, its time of last access
+// included where the system lets us. Nothing for a path that is
 // empty, absent, unreadable or a directory, or that holds a zero byte.
 std::optional<InputFile> OpenInput(const std::string& path);
 
@@ -29,6 +30,14 @@ std::optional<InputFile> OpenInput(const std::string& path);
 // function goes. Nothing when it cannot be opened.
 std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path,
                                                                 bool append = false);
+
+// What tells one file from all others, whatever it is called. Nothing for a path that names none.
+struct FileId {
+  std::uint64_t volume = 0;
+  std::uint64_t file = 0;
+  bool operator==(const FileId&) const = default;
+};
+std::optional<FileId> IdentifyFile(const std::string& path);
 
 // Whether the file system knows the path (a file or a directory); false for an empty path.
 bool FileExists(const std::string& path);
@@ -84,6 +93,15 @@ std::uint64_t CurrentFiletime();
 bool WriteStandardOutput(std::string_view text);
 bool WriteStandardError(std::string_view text);
 std::size_t ReadStandardInput(std::span<char> to);
+
+// Whether a person reads the stream rather than a file or another program.
+bool StandardOutputIsTerminal();
+bool StandardErrorIsTerminal();
+
+// Makes a write to a pipe whose reader has gone fail instead of ending the process.
+void KeepRunningOnBrokenPipe();
+// Whether a write to standard output has failed because its reader has gone.
+bool StandardOutputReaderGone();
 
 // The arguments of the process in UTF-8, the program's path first.
 std::vector<std::string> CommandLineArguments(int argc, char** argv);

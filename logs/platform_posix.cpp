@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
@@ -68,6 +69,20 @@ std::vector<std::string> EntryNames(const std::string& directory) {
   return names;
 }
 
+// Only the owner of a file and root may leave its time of last access alone.
+int OpenForReading(const std::string& path) {
+  // Without O_NONBLOCK a named pipe among the paths would hold up the whole run.
+  constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+#ifdef O_NOATIME
+  const int number = open(path.c_str(), kFlags | O_NOATIME);
+  if (number >= 0 || errno != EPERM) return number;
+#endif
+  return open(path.c_str(), kFlags);
+}
+
+// Set by the one thread that writes.
+bool reader_gone = false;
+
 bool IsKind(const std::string& path, mode_t kind) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == kind;
@@ -97,9 +112,7 @@ std::optional<std::string> FindBelow(const std::string& base, std::span<const st
 
 std::optional<InputFile> OpenInput(const std::string& path) {
   if (path.empty() || HoldsZeroByte(path)) return std::nullopt;
-  // Without O_NONBLOCK a named pipe among the paths would hold up the whole run.
-  const auto file =
-      std::make_shared<Descriptor>(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const auto file = std::make_shared<Descriptor>(OpenForReading(path));
   if (file->number < 0) return std::nullopt;
   struct stat status {};
   if (fstat(file->number, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
@@ -118,6 +131,12 @@ std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::strin
   const auto file = std::make_shared<Descriptor>(open(path.c_str(), flags, 0666));
   if (file->number < 0) return std::nullopt;
   return [file](std::string_view text) { return WriteAll(file->number, text); };
+}
+
+std::optional<FileId> IdentifyFile(const std::string& path) {
+  struct stat status {};
+  if (path.empty() || HoldsZeroByte(path) || stat(path.c_str(), &status) != 0) return std::nullopt;
+  return FileId{status.st_dev, status.st_ino};
 }
 
 bool FileExists(const std::string& path) {
@@ -196,7 +215,11 @@ std::uint64_t CurrentFiletime() {
          static_cast<std::uint64_t>(now.tv_nsec) / 100;
 }
 
-bool WriteStandardOutput(std::string_view text) { return WriteAll(STDOUT_FILENO, text); }
+bool WriteStandardOutput(std::string_view text) {
+  const bool written = WriteAll(STDOUT_FILENO, text);
+  if (!written && errno == EPIPE) reader_gone = true;
+  return written;
+}
 bool WriteStandardError(std::string_view text) { return WriteAll(STDERR_FILENO, text); }
 
 std::size_t ReadStandardInput(std::span<char> to) {
@@ -206,6 +229,12 @@ std::size_t ReadStandardInput(std::span<char> to) {
     return got < 0 ? 0 : static_cast<std::size_t>(got);
   }
 }
+
+bool StandardOutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
+bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+void KeepRunningOnBrokenPipe() { signal(SIGPIPE, SIG_IGN); }
+bool StandardOutputReaderGone() { return reader_gone; }
 
 std::vector<std::string> CommandLineArguments(int argc, char** argv) { return {argv, argv + argc}; }
 

@@ -14,6 +14,7 @@
 namespace tarnlex {
 namespace {
 
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 constexpr std::size_t kConsoleUnits = 8192;  // WriteConsole refuses much larger texts
 // From here on a path needs the prefix that lifts the limit; directories have the lower one.
@@ -28,6 +29,14 @@ struct File {
     if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
   }
 };
+
+// Set by the one thread that writes.
+bool reader_gone = false;
+
+bool IsTerminal(DWORD stream) {
+  DWORD mode = 0;
+  return GetConsoleMode(GetStdHandle(stream), &mode) != 0;
+}
 
 bool IsUsable(const std::string& path) {
   return !path.empty() && path.find('\0') == std::string::npos;
@@ -114,7 +123,6 @@ bool IsDirectory(const std::string& path) {
 
 std::optional<InputFile> OpenInput(const std::string& path) {
   if (!IsUsable(path)) return std::nullopt;
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   const auto file =
       std::make_shared<File>(CreateFileW(SystemPath(path).c_str(), GENERIC_READ, kShareAll, nullptr,
                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -179,7 +187,12 @@ std::optional<std::string> FindPathNoCase(const std::string& path) {
   return path;
 }
 
-bool WriteStandardOutput(std::string_view text) { return WriteStream(STD_OUTPUT_HANDLE, text); }
+bool WriteStandardOutput(std::string_view text) {
+  if (WriteStream(STD_OUTPUT_HANDLE, text)) return true;
+  const DWORD error = GetLastError();
+  if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA) reader_gone = true;
+  return false;
+}
 bool WriteStandardError(std::string_view text) { return WriteStream(STD_ERROR_HANDLE, text); }
 
 std::size_t ReadStandardInput(std::span<char> to) {
@@ -188,6 +201,24 @@ std::size_t ReadStandardInput(std::span<char> to) {
   DWORD got = 0;
   // A pipe whose writer has gone reports an error; for a list of paths that is its end.
   return ReadFile(stream, to.data(), wanted, &got, nullptr) ? got : 0;
+}
+
+bool StandardOutputIsTerminal() { return IsTerminal(STD_OUTPUT_HANDLE); }
+bool StandardErrorIsTerminal() { return IsTerminal(STD_ERROR_HANDLE); }
+
+void KeepRunningOnBrokenPipe() {}  // no such signal here
+bool StandardOutputReaderGone() { return reader_gone; }
+
+std::optional<FileId> IdentifyFile(const std::string& path) {
+  if (!IsUsable(path)) return std::nullopt;
+  const File file(CreateFileW(SystemPath(path).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+                              FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  BY_HANDLE_FILE_INFORMATION info{};
+  if (file.handle == INVALID_HANDLE_VALUE || !GetFileInformationByHandle(file.handle, &info)) {
+    return std::nullopt;
+  }
+  const std::uint64_t high = info.nFileIndexHigh;
+  return FileId{info.dwVolumeSerialNumber, high << 32 | info.nFileIndexLow};
 }
 
 }  // namespace tarnlex

@@ -33,6 +33,7 @@ struct RunOptions {
   // Where records go.
   std::string out_file;
   std::string out_dir;
+  std::string diags_file;
   bool to_file = false;
   bool have_out_dir = false;
 
@@ -68,8 +69,9 @@ struct RunOptions {
   bool verbose = true;
   bool show_status = true;
   bool diags_on = false;
-  TextSink* diags = nullptr;              // open while diags_on; owned by the run
-  TextSink* messages = nullptr;           // standard error; owned by the run
+  bool trial = false;            // the arguments are read once without opening or saying anything
+  TextSink* diags = nullptr;     // open while diags_on; owned by the run
+  TextSink* messages = nullptr;  // standard error; owned by the run
   RecordOutput* record_output = nullptr;  // where records are written; owned by the run
   Statistics* statistics = nullptr;       // what is counted; null without -stats; owned by the run
   std::string signal;

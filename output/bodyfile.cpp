@@ -72,7 +72,10 @@ void WriteBodyfile(TextSink& out, const EventRows& rows, RunOptions& options) {
                       MakeCellCleaner(kSeparators, true), options.all_params};
   if (options.header_pending) WriteVerbatim(line.cells, kHeader);
   options.header_pending = false;
-  for (const EventRecord& row : rows.rows) WriteLine(line, row);
+  for (const EventRecord& row : rows.rows) {
+    if (out.failed) break;
+    WriteLine(line, row);
+  }
   FinishCells(line.cells);
 }
 

@@ -144,6 +144,7 @@ void WriteLog2Timeline(TextSink& out, const EventRows& rows, const LogInfo& log,
   line.log = &log;
   line.options = &options;
   for (const EventRecord& row : rows.rows) {
+    if (out.failed) break;
     if (!IsValidFiletime(row.timeCreated)) continue;
     if (options.header_pending) WriteHeader(line);
     options.header_pending = false;

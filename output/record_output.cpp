@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "logs/output_guard.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
 #include "logs/text.h"
@@ -59,7 +60,8 @@ bool OpenFile(RecordOutput& output, OutputFile& file, const RunOptions& options)
   if (file.failed) return false;
   if (output.current == &file) return true;
   CloseRecordOutput(output);
-  auto write = output.open(file.path, file.begun);
+  const bool is_input = !file.begun && IsSameFile(file.path, options.logs, options.cmd_file);
+  auto write = is_input ? std::nullopt : output.open(file.path, file.begun);
   if (!write) {
     file.failed = true;
     SayCannotOpen(options, file.path);
@@ -75,7 +77,7 @@ bool OpenFile(RecordOutput& output, OutputFile& file, const RunOptions& options)
 }  // namespace
 
 RecordOutput MakeRecordOutput(TextSink& standard_output) {
-  return MakeRecordOutput(standard_output, OpenOutput);
+  return MakeRecordOutput(standard_output, OpenGuardedOutput);
 }
 
 RecordOutput MakeRecordOutput(TextSink& standard_output, OutputOpener open) {
@@ -101,9 +103,15 @@ bool WriteRecords(RecordOutput& output, EventRows& rows, const LogInfo& log, Run
   return true;
 }
 
+bool HasFailed(const RecordOutput* output) {
+  return output != nullptr &&
+         (output->failed || output->sink.failed || output->standard_output->failed);
+}
+
 void CloseRecordOutput(RecordOutput& output) {
   if (output.current == nullptr) return;
   Flush(output.sink);
+  output.failed = output.failed || output.sink.failed;
   output.sink.write = nullptr;
   output.current = nullptr;
 }

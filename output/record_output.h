@@ -33,6 +33,7 @@ struct RecordOutput {
   std::set<std::string> names;                           // lower-cased names of the files
   OutputFile* current = nullptr;                         // the one file that is open
   TextSink sink;                                         // of `current`
+  bool failed = false;  // a file that is closed again was cut short
 };
 
 // Records go where `options` says at each call of WriteRecords; nothing is opened yet.
@@ -43,6 +44,9 @@ RecordOutput MakeRecordOutput(TextSink& standard_output, OutputOpener open);
 // were written; false for an empty collection, and when the file cannot be opened, which is said on
 // `options.messages`. May be called several times for one log: its file goes on.
 bool WriteRecords(RecordOutput& output, EventRows& rows, const LogInfo& log, RunOptions& options);
+
+// Whether a record could not be written; what follows it would be worthless. Never true of null.
+bool HasFailed(const RecordOutput* output);
 
 // Hands on what is left and closes the file.
 void CloseRecordOutput(RecordOutput& output);

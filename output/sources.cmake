@@ -11,4 +11,5 @@ target_sources(tarnlex_core PRIVATE
   output/statistics.cpp
   output/table.cpp
   output/table_columns.cpp
+  output/visible_text.cpp
 )

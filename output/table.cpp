@@ -189,6 +189,7 @@ void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::
   const ColumnSet* last = nullptr;
   const std::vector<std::uint32_t>* positions = nullptr;
   for (const std::uint32_t number : group) {
+    if (table.cells.sink->failed) return;
     const EventRecord& row = rows.rows[number];
     if (row.columns != last) {
       last = row.columns;

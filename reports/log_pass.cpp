@@ -69,10 +69,13 @@ void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
       [&](std::uint32_t at) { AddEvtRow(pass.rows, pass.evt[at], record); });
 }
 
-void WriteRows(LogPass& pass) {
-  if (pass.rows.rows.empty()) return;
-  pass.wrote |= WriteRecords(*pass.options.record_output, pass.rows, pass.log, pass.options);
+bool WriteRows(LogPass& pass) {
+  RecordOutput* output = pass.options.record_output;
+  if (!pass.rows.rows.empty() && !HasFailed(output)) {
+    pass.wrote |= WriteRecords(*output, pass.rows, pass.log, pass.options);
+  }
   ClearRows(pass.rows);
+  return !HasFailed(output);
 }
 
 }  // namespace tarnlex

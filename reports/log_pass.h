@@ -35,7 +35,8 @@ void PrepareEvtPass(LogPass& pass);
 void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event);
 void RouteEvtRecord(LogPass& pass, EvtRecord& record);
 
-// Writes and forgets the rows gathered so far.
-void WriteRows(LogPass& pass);
+// Writes and forgets the rows gathered so far. False when they, or rows before them, could not be
+// written.
+bool WriteRows(LogPass& pass);
 
 }  // namespace tarnlex

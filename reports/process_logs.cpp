@@ -4,6 +4,7 @@
 
 #include "logs/messages.h"
 #include "logs/platform.h"
+#include "output/record_output.h"
 #include "output/statistics.h"
 #include "reports/builtin_reports.h"
 #include "reports/command_file.h"
@@ -17,7 +18,8 @@ namespace {
 
 // One walk over one log with the queries made for it; `filters` when somebody asked for them.
 bool RunQueries(RunOptions& options, const LogInfo& log, QueryList queries, bool filters) {
-  if (queries.empty()) return false;
+  // Behind a record that could not be written nothing is worth reading.
+  if (queries.empty() || HasFailed(options.record_output)) return false;
   if (options.statistics) BeginWalk(*options.statistics, log, queries.size(), filters);
   LogPass pass{options, log, queries, {}, {}, {}, {}, false};
   WalkLog(pass);

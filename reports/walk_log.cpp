@@ -96,8 +96,8 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
     const Bytes bytes = ReadBlock(file, offset, size, block);
     WalkSlots(decoder, bytes, offset, handlers);
     if (pass.options.show_status) Say(pass.options, StatusLine(" "));
-    if (file.size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile) WriteRows(pass);
-    if (bytes.size() < size) break;
+    const bool write = file.size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile;
+    if (bytes.size() < size || (write && !WriteRows(pass))) break;
     offset += size;
   }
   WriteRows(pass);
