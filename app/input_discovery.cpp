@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "logs/messages.h"
 #include "logs/bytes.h"
+#include "logs/messages.h"
 #include "logs/open_log.h"
 #include "logs/paths.h"
 #include "logs/platform.h"

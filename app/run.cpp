@@ -2,12 +2,14 @@
 
 #include <utility>
 
-#include "logs/messages.h"
 #include "app/parse_options.h"
 #include "app/pipe_mode.h"
 #include "app/run_header.h"
 #include "app/usage.h"
+#include "logs/messages.h"
 #include "logs/platform.h"
+#include "output/record_output.h"
+#include "output/statistics.h"
 #include "reports/process_logs.h"
 
 namespace tarnlex {
@@ -21,17 +23,24 @@ struct Run {
   RunOptions options;
   TextSink diags;
   TextSink stats;  // open with -stats
+  RecordOutput records;
+  Statistics statistics;
 };
 
-// INTEGRATION: these three are all that ties the run to the record writer and to the statistics.
-// Run gains one of each; here they are made, told of a piped log, and written out.
-void AttachOutputs(Run&, TextSink& /*standard_output*/) {}
-void StartLogStatistics(Run&, const LogInfo&) {}
-void WriteRunStatistics(Run&) {}
+void AttachOutputs(Run& run, TextSink& standard_output) {
+  run.records = MakeRecordOutput(standard_output);
+  run.options.record_output = &run.records;
+  if (run.options.stats_on) run.options.statistics = &run.statistics;
+}
+
+void WriteRunStatistics(Run& run) {
+  if (run.options.stats_on) WriteStatistics(run.stats, run.statistics, run.options);
+}
 
 void CloseOutputs(Run& run, Console& console) {
   if (run.options.diags_on) Flush(run.diags);
   Flush(run.stats);
+  CloseRecordOutput(run.records);
   Flush(console.out);
   Flush(console.err);
 }
@@ -52,8 +61,10 @@ void RunFromInput(Run& run, Console& console) {
   LineReader reader;
   reader.read = console.read_input;
   LogSteps steps;
-  steps.start = [&run](const LogInfo& log) { StartLogStatistics(run, log); };
-  steps.process = [](RunOptions& options) { ProcessLogs(options); };
+  steps.process = [&run](RunOptions& options) {
+    run.statistics = Statistics{};  // a log that failed half way leaves its counts behind
+    ProcessLogs(options);
+  };
   steps.finish = [&run] { WriteRunStatistics(run); };
   RunPipedLogs(run.options, reader, steps);
 }

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "logs/messages.h"
 #include "app/parse_options.h"
+#include "logs/messages.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
 #include "logs/text.h"

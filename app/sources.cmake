@@ -6,6 +6,5 @@ target_sources(tarnlex_core PRIVATE
   app/run.cpp
   app/run_header.cpp
   app/shared_options.cpp
-  logs/status_line.cpp
   app/usage.cpp
 )

@@ -1,4 +1,5 @@
 target_sources(tarnlex_core PRIVATE
+  evt/account.cpp
   evt/fields.cpp
   evt/record.cpp
   evt/walk.cpp

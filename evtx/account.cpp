@@ -26,6 +26,14 @@ void Line(TextSink& out, std::string_view label, std::uint64_t value) {
   Append(out, ": " + std::to_string(value) + "\n");
 }
 
+void ListFaulty(TextSink& out, const WalkAccount& account, RecordFault fault) {
+  for (const FaultyRecord& record : account.faulty) {
+    if (record.fault != fault) continue;
+    Append(out, "  record " + std::to_string(record.record_id) + " at file offset 0x" +
+                    HexText(record.file_offset) + "\n");
+  }
+}
+
 }  // namespace
 
 void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset) {
@@ -38,6 +46,11 @@ void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset) {
     }
   }
   if (account.skipped.size() < kMaxListed) account.skipped.push_back({file_offset, 1});
+}
+
+void AddFault(WalkAccount& account, const FaultyRecord& record) {
+  ++account.faults[static_cast<std::size_t>(record.fault)];
+  if (account.faulty.size() < kMaxListed) account.faulty.push_back(record);
 }
 
 void AddLeftChunk(WalkAccount& account, const LeftChunk& left) {
@@ -54,8 +67,10 @@ void WriteAccount(TextSink& out, const WalkAccount& account) {
                     std::to_string(run.count) + "\n");
   }
   Line(out, "records decoded", account.records);
-  for (std::size_t i = 0; i < account.faults.size(); ++i)
+  for (std::size_t i = 0; i < account.faults.size(); ++i) {
     Line(out, kFaultTexts[i], account.faults[i]);
+    ListFaulty(out, account, static_cast<RecordFault>(i));
+  }
   Line(out, "chunks left before their last record", account.chunks_left);
   for (const LeftChunk& chunk : account.left) {
     Append(out, "  chunk at file offset 0x" + HexText(chunk.file_offset) +

@@ -40,6 +40,13 @@ struct LeftChunk {
   std::uint64_t missing = 0;        // records that the chunk's header still promised
 };
 
+// A record that counts under a fault.
+struct FaultyRecord {
+  RecordFault fault = RecordFault::kCount;
+  std::uint64_t record_id = 0;
+  std::uint64_t file_offset = 0;
+};
+
 struct WalkAccount {
   std::uint64_t chunks = 0;
   std::uint64_t empty_chunks = 0;  // among them, chunks that say they hold no records
@@ -47,6 +54,7 @@ struct WalkAccount {
   std::vector<SkippedSlots> skipped;  // at most kMaxListed runs
   std::uint64_t records = 0;          // handed on, whole or in part
   std::array<std::uint64_t, static_cast<std::size_t>(RecordFault::kCount)> faults{};
+  std::vector<FaultyRecord> faulty;  // at most kMaxListed
   std::uint64_t chunks_left = 0;
   std::vector<LeftChunk> left;       // at most kMaxListed
   std::uint64_t trailing_bytes = 0;  // behind the last whole slot
@@ -54,6 +62,7 @@ struct WalkAccount {
 inline constexpr std::size_t kMaxListed = 1000;
 
 void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset);
+void AddFault(WalkAccount& account, const FaultyRecord& record);
 void AddLeftChunk(WalkAccount& account, const LeftChunk& left);
 
 // Writes the account as lines of text.

@@ -75,6 +75,12 @@ TokenKind KindOf(std::uint8_t byte) {
 
 }  // namespace
 
+std::uint32_t FirstToken(Bytes chunk, std::uint32_t begin, std::uint32_t end) {
+  std::uint32_t header = 0;
+  const bool has_header = ReadAt(Clip(chunk, 0, end), begin, header) && header == kFragmentHeader;
+  return has_header ? begin + kFragmentHeaderSize : begin;
+}
+
 bool ReadToken(Bytes chunk, std::uint32_t pos, std::uint32_t end, StreamLayout layout,
                Token& token) {
   ByteReader in{Clip(chunk, 0, end), pos};

@@ -52,6 +52,10 @@ struct Token {
 // Whether a token carries the flag for "attribute list follows" or "more of the same follows".
 inline bool HasMore(const Token& token) { return (token.byte & 0x40) != 0; }
 
+// Where the first token of the stream from `begin` to `end` stands: behind its fragment header, if
+// it has one.
+std::uint32_t FirstToken(Bytes chunk, std::uint32_t begin, std::uint32_t end);
+
 // Reads the token at `pos`; nothing of it may lie at or behind `end`, which is not beyond the
 // chunk. False when it does not fit: the stream is over. A template instance reaches to the
 // end of its values.

@@ -22,6 +22,8 @@ struct EvtxDecoder {
   TextSink* trace = nullptr;  // null: no trace is asked for
 
   // The record being decoded.
+  std::uint64_t record_id = 0;
+  std::uint64_t record_file_offset = 0;
   std::uint64_t serial = 0;                  // counts records over the decoder's life
   std::uint32_t faults = 0;                  // bits of RecordFault noted for it
   const TemplateRef* reference = nullptr;    // null: no template, or an element fragment
@@ -40,8 +42,9 @@ struct EvtxDecoder {
 // Counts a fault of the present record, once.
 inline void NoteFault(EvtxDecoder& decoder, RecordFault fault) {
   const std::uint32_t bit = 1U << static_cast<unsigned>(fault);
-  if ((decoder.faults & bit) == 0) ++decoder.account.faults[static_cast<std::size_t>(fault)];
+  if ((decoder.faults & bit) != 0) return;
   decoder.faults |= bit;
+  AddFault(decoder.account, {fault, decoder.record_id, decoder.record_file_offset});
 }
 
 // Takes `work` from what the record and its chunk may cost; false, nothing being left, when that is

@@ -7,8 +7,8 @@
 
 namespace tarnlex {
 
-// The channel that the first record names. `bytes` begins with the chunk; false when there is no chunk,
-// or when the record has no such element.
+// The channel that the first record names. `bytes` begins with the chunk; false when there is no
+// chunk, or when the record has no such element.
 bool FirstRecordChannel(Bytes bytes, std::string& channel);
 
 }  // namespace tarnlex

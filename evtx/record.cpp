@@ -21,6 +21,8 @@ void ReadHeader(EvtxDecoder& decoder, std::uint32_t offset, DecodedEvent& event)
   event.written_time = Load<std::uint64_t>(record + kRecordTimeField);
   event.chunk_file_offset = decoder.chunk.file_offset;
   event.record_file_offset = decoder.chunk.file_offset + offset;
+  decoder.record_id = event.record_id;
+  decoder.record_file_offset = event.record_file_offset;
   event.event_id = 0;
   event.serial = ++decoder.serial;
   event.values.clear();

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "evtx/binary_xml.h"
+
 namespace tarnlex {
 
 bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SubstitutionArray& array) {
@@ -53,12 +55,11 @@ bool LocateInstance(Bytes chunk, std::uint32_t token, TemplateInstance& instance
 
 FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t size,
                              std::uint32_t& first) {
-  const Bytes stream = Clip(chunk, offset, size);
-  std::uint32_t header = 0;
-  const bool has_header = ReadAt(stream, 0, header) && header == kFragmentHeader;
-  first = offset + (has_header ? kFragmentHeaderSize : 0);
+  first = FirstToken(chunk, offset, offset + size);
   std::uint8_t token = 0;
-  if (!ReadAt(stream, first - offset, token)) return FragmentStart::kOther;
+  if (!ReadAt(Clip(chunk, 0, std::uint64_t{offset} + size), first, token)) {
+    return FragmentStart::kOther;
+  }
   if ((token & 0x1F) == 0x0C) return FragmentStart::kInstance;
   return (token & 0x0F) == 0x01 ? FragmentStart::kElement : FragmentStart::kOther;
 }

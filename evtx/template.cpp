@@ -200,7 +200,7 @@ StreamEnd EndOf(const Token& token) {
 StreamEnd ReadTokens(Compiler& compiler, std::uint32_t begin, std::uint32_t end,
                      StreamLayout layout) {
   Token token;
-  for (std::uint32_t pos = begin; pos < end; pos = token.end) {
+  for (std::uint32_t pos = FirstToken(compiler.chunk, begin, end); pos < end; pos = token.end) {
     if (!ReadToken(compiler.chunk, pos, end, layout, token)) return StreamEnd::kCut;
     ++compiler.program.tokens;
     if (!Apply(compiler, token)) return EndOf(token);

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstring>
 
+#include "logs/sid.h"
 #include "logs/text.h"
 #include "output/date_time.h"
 
@@ -135,29 +136,6 @@ char* WriteGuidText(const std::uint8_t* guid, char* out) {
   for (int i = 8; i < 16; ++i) {
     if (i == 10) *out++ = '-';
     out = WriteHex(guid[i], 2, out);
-  }
-  return out;
-}
-
-char* WriteSidText(Bytes sid, char* out) {
-  constexpr std::size_t kHead = 8;  // revision, count, 48-bit big-endian authority
-  if (sid.size() < kHead) return out;
-  const std::size_t count = sid[1];
-  if (sid.size() - kHead < 4 * count) return out;
-  std::uint64_t authority = 0;
-  for (std::size_t i = 2; i < kHead; ++i) authority = authority << 8 | sid[i];
-  out = WriteText("S-", out);
-  out = WriteDecimal(std::uint64_t{sid[0]}, out);
-  *out++ = '-';
-  if (authority >> 32 == 0) {
-    out = WriteDecimal(authority, out);
-  } else {
-    out = WriteText("0x", out);
-    out = WriteHex(authority, 12, out);
-  }
-  for (std::size_t i = 0; i < count; ++i) {
-    *out++ = '-';
-    out = WriteDecimal(std::uint64_t{Load<std::uint32_t>(sid.data() + kHead + 4 * i)}, out);
   }
   return out;
 }

@@ -66,7 +66,4 @@ std::string ValueText(Bytes chunk, const SubstitutionValue& value);
 inline constexpr std::size_t kGuidTextSize = 36;
 char* WriteGuidText(const std::uint8_t* guid, char* out);
 
-// "S-1-5-21-..." of the bytes of a SID; nothing when they are malformed. Room: 32 + 3 bytes a byte.
-char* WriteSidText(Bytes sid, char* out);
-
 }  // namespace tarnlex

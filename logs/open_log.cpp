@@ -67,8 +67,8 @@ bool JudgeByName(LogInfo& info) {
   return false;
 }
 
-// The text compared starts four bytes into the source name of the first record: logs judged this way
-// have been judged so for years, and their reports must not change.
+// The text compared starts four bytes into the source name of the first record: logs judged this
+// way have been judged so for years, and their reports must not change.
 bool JudgeEvt(const InputFile& file, LogInfo& info) {
   constexpr std::size_t kFirstRecord = 48;
   constexpr std::size_t kJudgedText = 108;

@@ -65,14 +65,10 @@ bool TokenGivesAdmin() {
 
 const char* ProductType(BYTE type) {
   switch (type) {
-    case VER_NT_WORKSTATION:
-      return "workstation";
-    case VER_NT_DOMAIN_CONTROLLER:
-      return "domain-controller";
-    case VER_NT_SERVER:
-      return "server";
-    default:
-      return "unk";
+    case VER_NT_WORKSTATION: return "workstation";
+    case VER_NT_DOMAIN_CONTROLLER: return "domain-controller";
+    case VER_NT_SERVER: return "server";
+    default: return "unk";
   }
 }
 

@@ -95,6 +95,8 @@ struct RunOptions {
   bool report_usb = false;
   bool dump_all = true;
   std::string cmd_file;
+  bool command_file_read = false;
+  std::vector<std::vector<std::string>> command_lines;  // of the command file, taken apart
 
   // What is counted.
   bool stats_on = false;

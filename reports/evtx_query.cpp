@@ -26,8 +26,8 @@ bool AnyTextContains(const DecodedEvent& event, std::string_view lowered, std::s
   });
 }
 
-// Names that a query pulls and that become columns: those that have a column of their own anyway are
-// left out once each when the query looks events up.
+// Names that a query pulls and that become columns: those that have a column of their own anyway
+// are left out once each when the query looks events up.
 std::vector<std::string> PulledNames(const QuerySpec& query) {
   std::vector<std::string> names = query.pull;
   if (std::find(names.begin(), names.end(), kProviderName) == names.end()) {

@@ -41,8 +41,8 @@ struct EvtxQueries {
 // Both lists must stay where they are while the result is used.
 EvtxQueries PrepareEvtxQueries(const QueryList& queries);
 
-// Whether the record passes all tests of the query. Decodes the record's values only when identifier
-// and time leave the question open.
+// Whether the record passes all tests of the query. Decodes the record's values only when
+// identifier and time leave the question open.
 bool EvtxQueryTakes(EvtxQueries& all, const EvtxQuery& query, EvtxDecoder& decoder,
                     DecodedEvent& event);
 

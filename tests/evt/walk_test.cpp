@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -41,9 +42,20 @@ TEST(EvtWalk, GivesRecordsInFileOrder) {
   EvtAccount account;
   EXPECT_EQ(RecordNumbers(ThreeRecords().Build(), &account), (Numbers{1, 2, 3}));
   EXPECT_EQ(account.records, 3U);
-  EXPECT_EQ(account.end_marks, 1U);
   EXPECT_EQ(account.skipped_bytes, 0U);
   EXPECT_FALSE(account.torn_record);
+}
+
+TEST(EvtWalk, LeavesAnEndRecordAloneThatIsTooShortForARecord) {
+  ByteString file = ThreeRecords().Build();
+  EvtAccount account;
+  RecordNumbers(file, &account);
+  EXPECT_EQ(account.end_marks, 0U);
+  EXPECT_EQ(account.unwalked_bytes, 40U);
+  file.resize(file.size() + 16);
+  RecordNumbers(file, &account);
+  EXPECT_EQ(account.end_marks, 1U);
+  EXPECT_EQ(account.unwalked_bytes, 16U);
 }
 
 TEST(EvtWalk, FindsNothingInALogOfHeaderAndEndRecord) {
@@ -166,9 +178,9 @@ TEST(EvtWalk, SurvivesEveryDamagedByte) {
   const ByteString file = ThreeRecords().Build();
   std::size_t walked = 0;
   for (std::size_t at = 0; at < file.size(); ++at) {
-    for (const std::uint8_t value : {0x00, 0x01, 0x7F, 0x80, 0xFF}) {
+    for (const int value : {0x00, 0x01, 0x7F, 0x80, 0xFF}) {
       ByteString damaged = file;
-      damaged[at] = value;
+      damaged[at] = static_cast<std::uint8_t>(value);
       EvtCursor cursor;
       EvtRecord record;
       if (!BeginEvtWalk(damaged, cursor)) continue;

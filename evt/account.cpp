@@ -1,0 +1,20 @@
+#include "evt/account.h"
+
+#include <string>
+
+#include "logs/text.h"
+
+namespace tarnlex {
+
+void WriteAccount(TextSink& out, const EvtAccount& account) {
+  Append(out, "records decoded: " + std::to_string(account.records) + "\n");
+  Append(out, "end-of-file records: " + std::to_string(account.end_marks) + "\n");
+  Append(out, "bytes skipped, no signature: " + std::to_string(account.skipped_bytes) + "\n");
+  if (account.torn_record) {
+    Append(out, "walk ended at file offset 0x" + HexText(account.torn_offset) +
+                    ": a record runs past the end\n");
+  }
+  Append(out, "bytes behind the last record: " + std::to_string(account.unwalked_bytes) + "\n");
+}
+
+}  // namespace tarnlex

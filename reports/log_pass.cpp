@@ -1,0 +1,78 @@
+#include "reports/log_pass.h"
+
+#include "output/record_output.h"
+#include "output/statistics.h"
+
+namespace tarnlex {
+namespace {
+
+// Counts the row just made under the query that made it, and under every later one that keeps a
+// histogram.
+void CountRow(LogPass& pass, std::uint32_t position) {
+  Statistics* statistics = pass.options.statistics;
+  if (!statistics) return;
+  const EventRecord& row = pass.rows.rows.back();
+  const auto count = [&](std::uint32_t query) {
+    const QuerySpec& spec = pass.queries[query];
+    CountMatch(*statistics, query,
+               pass.log.is_evtx ? spec.histogram_fields : spec.histogram_columns, row);
+  };
+  count(position);
+  for (const std::uint32_t later : HistogramsFrom(pass.index, position)) {
+    if (later != position) count(later);
+  }
+}
+
+void CountAny(LogPass& pass, std::uint64_t event_id, std::uint64_t filetime) {
+  if (pass.options.statistics) CountRecord(*pass.options.statistics, event_id, filetime);
+}
+
+// Offers a record to the queries that may take it, in order, until one does: `takes` tests, `add`
+// makes the row.
+template <typename Takes, typename Add>
+void Offer(LogPass& pass, std::uint64_t event_id, Takes takes, Add add) {
+  QueryCandidates candidates = CandidatesFor(pass.index, event_id);
+  for (std::uint32_t position = 0; NextCandidate(candidates, position);) {
+    if (!takes(position)) continue;
+    if (!pass.queries[position].emit_row) return;
+    add(position);
+    CountRow(pass, position);
+    return;
+  }
+}
+
+}  // namespace
+
+void PrepareEvtxPass(LogPass& pass) {
+  pass.index = IndexQueries(pass.queries);
+  pass.evtx = PrepareEvtxQueries(pass.queries);
+}
+
+void PrepareEvtPass(LogPass& pass) {
+  pass.index = IndexQueries(pass.queries);
+  pass.evt = PrepareEvtQueries(pass.queries);
+}
+
+void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
+  CountAny(pass, event.event_id, event.written_time);
+  std::vector<EvtxQuery>& queries = pass.evtx.queries;
+  Offer(
+      pass, event.event_id,
+      [&](std::uint32_t at) { return EvtxQueryTakes(pass.evtx, queries[at], decoder, event); },
+      [&](std::uint32_t at) { AddEvtxRow(pass.rows, pass.evtx, queries[at], decoder, event); });
+}
+
+void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
+  CountAny(pass, record.event_id, record.filetime);
+  Offer(
+      pass, record.event_id, [&](std::uint32_t at) { return EvtQueryTakes(pass.evt[at], record); },
+      [&](std::uint32_t at) { AddEvtRow(pass.rows, pass.evt[at], record); });
+}
+
+void WriteRows(LogPass& pass) {
+  if (pass.rows.rows.empty()) return;
+  pass.wrote |= WriteRecords(*pass.options.record_output, pass.rows, pass.log, pass.options);
+  ClearRows(pass.rows);
+}
+
+}  // namespace tarnlex

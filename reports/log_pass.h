@@ -1,0 +1,41 @@
+// One pass of one log's records over one list of queries: every record goes to the first query that
+// takes it, and rows are kept until they are written.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "evt/record.h"
+#include "evtx/decoder.h"
+#include "logs/run_options.h"
+#include "output/event_rows.h"
+#include "reports/evt_query.h"
+#include "reports/evtx_query.h"
+#include "reports/query_index.h"
+#include "reports/query_spec.h"
+
+namespace tarnlex {
+
+struct LogPass {
+  RunOptions& options;
+  LogInfo log;  // with the format that its content turned out to have
+  QueryList& queries;
+  QueryIndex index;
+  EvtxQueries evtx;           // prepared when the log is EVTX
+  std::vector<EvtQuery> evt;  // prepared when it is EVT
+  EventRows rows;
+  bool wrote = false;  // a row has been handed to the writers
+};
+
+// Makes the queries ready for records of the log's format; before the first record.
+void PrepareEvtxPass(LogPass& pass);
+void PrepareEvtPass(LogPass& pass);
+
+// Counts a record and offers it to the queries in their order.
+void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event);
+void RouteEvtRecord(LogPass& pass, EvtRecord& record);
+
+// Writes and forgets the rows gathered so far.
+void WriteRows(LogPass& pass);
+
+}  // namespace tarnlex

@@ -1,0 +1,86 @@
+#include "reports/process_logs.h"
+
+#include <optional>
+
+#include "logs/messages.h"
+#include "logs/platform.h"
+#include "output/statistics.h"
+#include "reports/builtin_reports.h"
+#include "reports/command_file.h"
+#include "reports/command_language.h"
+#include "reports/log_pass.h"
+#include "reports/report_lines.h"
+#include "reports/walk_log.h"
+
+namespace tarnlex {
+namespace {
+
+// One walk over one log with the queries made for it; `filters` when somebody asked for them.
+bool RunQueries(RunOptions& options, const LogInfo& log, QueryList queries, bool filters) {
+  if (queries.empty()) return false;
+  if (options.statistics) BeginWalk(*options.statistics, log, queries.size(), filters);
+  LogPass pass{options, log, queries, {}, {}, {}, {}, false};
+  WalkLog(pass);
+  return pass.wrote;
+}
+
+bool RunLines(RunOptions& options, const LogInfo& log, const std::vector<TokenList>& lines) {
+  QueryList queries;
+  BuildQueries(lines, options, false, queries);
+  return RunQueries(options, log, std::move(queries), true);
+}
+
+bool RunReport(RunOptions& options, const BuiltinReport& report) {
+  bool wrote = false;
+  for (const auto& [path, log] : options.logs) {
+    if (!ReportFits(report, log)) continue;
+    options.current_log = log;
+    wrote |= RunLines(options, log, ReportLines(report, FormatOf(log)));
+  }
+  return wrote;
+}
+
+// The file is read once, however many logs come through a pipe.
+void LoadCommandFile(RunOptions& options) {
+  if (options.command_file_read) return;
+  options.command_file_read = true;
+  const std::optional<InputFile> file = OpenInput(options.cmd_file);
+  if (file) {
+    ReadCommandFile(*file, options.command_lines);
+  } else {
+    Say(options, "prob opening command file ", options.cmd_file, ", skipping\n");
+  }
+}
+
+bool RunCommandFile(RunOptions& options) {
+  LoadCommandFile(options);
+  bool wrote = false;
+  for (const auto& [path, log] : options.logs) {
+    options.current_log = log;
+    wrote |= RunLines(options, log, options.command_lines);
+  }
+  return wrote;
+}
+
+bool DumpAll(RunOptions& options) {
+  bool wrote = false;
+  for (const auto& [path, log] : options.logs) {
+    options.current_log = log;
+    wrote |= RunQueries(options, log, PlainQueries(options), !options.hist_ids.empty());
+  }
+  return wrote;
+}
+
+}  // namespace
+
+bool ProcessLogs(RunOptions& options) {
+  bool wrote = false;
+  for (const BuiltinReport& report : BuiltinReports()) {
+    if (options.*report.selected) wrote |= RunReport(options, report);
+  }
+  if (!options.cmd_file.empty()) wrote |= RunCommandFile(options);
+  if (options.dump_all) wrote |= DumpAll(options);
+  return wrote;
+}
+
+}  // namespace tarnlex

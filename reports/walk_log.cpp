@@ -1,0 +1,143 @@
+#include "reports/walk_log.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "evt/account.h"
+#include "evt/walk.h"
+#include "evtx/evtx_format.h"
+#include "evtx/trace.h"
+#include "evtx/walk.h"
+#include "logs/messages.h"
+#include "logs/paths.h"
+#include "logs/platform.h"
+#include "logs/status_line.h"
+#include "logs/text.h"
+
+namespace tarnlex {
+namespace {
+
+constexpr std::uint64_t kLargeFile = 0x10000001;  // from this size on, rows are written in between
+constexpr std::size_t kRowsOfLargeFile = 200'000;
+constexpr std::uint64_t kLargestEvt = 0x100000000;
+constexpr std::uint64_t kProgressEvery = 17;
+constexpr std::size_t kProgressName = 15;
+
+// Bytes read from the file; not cleared before they are filled.
+struct Block {
+  std::unique_ptr<std::uint8_t[]> bytes;
+  std::size_t capacity = 0;
+};
+
+// Reads up to `size` bytes at `offset`; the result is shorter when the file ends or a read fails.
+Bytes ReadBlock(const InputFile& file, std::uint64_t offset, std::uint64_t size, Block& block) {
+  const auto wanted = static_cast<std::size_t>(size);
+  if (block.capacity < wanted) {
+    block.bytes = std::make_unique_for_overwrite<std::uint8_t[]>(wanted);
+    block.capacity = wanted;
+  }
+  std::size_t filled = 0;
+  while (filled < wanted) {
+    const std::size_t came =
+        file.read(offset + filled, std::span(block.bytes.get() + filled, wanted - filled));
+    if (came == 0) break;
+    filled += came;
+  }
+  return {block.bytes.get(), filled};
+}
+
+bool BeginsWith(Bytes bytes, std::string_view signature) {
+  return bytes.size() >= signature.size() &&
+         std::equal(signature.begin(), signature.end(), bytes.begin());
+}
+
+// The name that stands before the record numbers of the progress line.
+std::string ProgressName(const std::string& path) {
+  std::string directory;
+  std::string name;
+  if (!SplitPath(path, directory, name)) name = path;
+  name = ReplaceChar(ToLowerAscii(name), '%', ' ');
+  if (name.size() > kProgressName) name = name.substr(0, kProgressName) + "..";
+  return name;
+}
+
+EvtxHandlers MakeHandlers(LogPass& pass) {
+  EvtxHandlers handlers;
+  handlers.record = [&pass](EvtxDecoder& decoder, DecodedEvent& event) {
+    RouteEvtxRecord(pass, decoder, event);
+  };
+  if (!pass.options.show_status) return handlers;
+  const std::string head = ProgressName(pass.log.path) + ": ";
+  handlers.progress = [&pass, head](std::uint64_t count, std::uint64_t record_id) {
+    if (count % kProgressEvery != 0) return;
+    Say(pass.options, StatusLine(head + std::to_string(static_cast<std::int64_t>(record_id))));
+  };
+  return handlers;
+}
+
+void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
+  if (!decoder.trace) return;
+  TraceLine(*decoder.trace, "--- account of " + pass.log.path);
+  WriteAccount(*decoder.trace, decoder.account);
+  Flush(*decoder.trace);
+}
+
+void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
+  EvtxDecoder decoder;
+  decoder.trace = pass.options.diags;
+  pass.log.is_evtx = true;
+  PrepareEvtxPass(pass);
+  const EvtxHandlers handlers = MakeHandlers(pass);
+  Block block;
+  for (std::uint64_t offset = start; offset < file.size;) {
+    const std::uint64_t size = std::min(kBlockSize, file.size - offset);
+    const Bytes bytes = ReadBlock(file, offset, size, block);
+    WalkSlots(decoder, bytes, offset, handlers);
+    if (pass.options.show_status) Say(pass.options, StatusLine(" "));
+    if (file.size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile) WriteRows(pass);
+    if (bytes.size() < size) break;
+    offset += size;
+  }
+  WriteRows(pass);
+  WriteEvtxAccount(pass, decoder);
+}
+
+void WalkEvtFile(LogPass& pass, const InputFile& file) {
+  EvtCursor cursor;
+  Block block;
+  if (file.size > kLargestEvt || !BeginEvtWalk(ReadBlock(file, 0, file.size, block), cursor)) {
+    return;
+  }
+  pass.log.is_evtx = false;
+  PrepareEvtPass(pass);
+  EvtRecord record;
+  while (NextEvtRecord(cursor, record)) RouteEvtRecord(pass, record);
+  WriteRows(pass);
+  if (!pass.options.diags) return;
+  TraceLine(*pass.options.diags, "--- account of " + pass.log.path);
+  WriteAccount(*pass.options.diags, cursor.account);
+  Flush(*pass.options.diags);
+}
+
+}  // namespace
+
+bool WalkLog(LogPass& pass) {
+  const std::optional<InputFile> file = OpenInput(pass.log.path);
+  if (!file) return false;
+  constexpr std::uint64_t kHead = 256;
+  Block block;
+  const Bytes head = ReadBlock(*file, 0, std::min(kHead, file->size), block);
+  if (head.empty()) return false;
+  if (BeginsWith(head, kEvtxFileSignature)) {
+    WalkEvtxFile(pass, *file, kEvtxFileHeaderSize);
+  } else if (BeginsWith(head, kEvtxChunkSignature)) {
+    WalkEvtxFile(pass, *file, 0);
+  } else {
+    WalkEvtFile(pass, *file);
+  }
+  return true;
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,224 @@
+#!/usr/bin/env python3
+"""Compares what tarnlex says of EVTX logs with what evtxexport (libevtx) says, value by value.
+
+Usage: compare_evtxexport.py TARNLEX LOG...
+
+The XML of evtxexport is turned into named values by the rules that docs/output.md gives for columns;
+its text forms are turned into ours where the two are known to differ. What is left over is printed,
+by class, and makes the exit code 1.
+"""
+import collections
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+from xml.parsers import expat
+
+SEPARATOR = "\x01"
+ISO_TIME = re.compile(r"^(\d{4})-(\d\d)-(\d\d)T(\d\d:\d\d:\d\d)\.(\d{3,9})Z$")
+CONTROLS = re.compile("[\x00-\x08\x0b\x0c\x0e-\x1f\ufffe\uffff]")
+GUID = re.compile(r"^\{([0-9A-Fa-f]{8}(-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12})\}$")
+
+
+def our_records(tarnlex, log, diags):
+    """Rows of a one-table dump, as (record id, event id, columns)."""
+    command = [tarnlex, "-log", log, "-csvgen", "-csv_separator", SEPARATOR, "-quiet",
+               "-diags", diags]
+    # A table is cut at line feeds alone: texts may hold other characters that Python takes for ends.
+    run = subprocess.run(command, capture_output=True, check=True)
+    lines = run.stdout.decode("utf-8", "surrogateescape").split("\n")[4:]
+    if lines and lines[-1] == "":
+        lines.pop()
+    if not lines:
+        return []
+    header = lines[0].split(SEPARATOR)
+    records = []
+    for line in lines[1:]:
+        cells = line.split(SEPARATOR)
+        if len(cells) != len(header):
+            raise SystemExit(f"{log}: a row of {len(cells)} cells under {len(header)} columns")
+        # Behind the fixed columns stand those of the values, before the last the log's name.
+        values = {n: c for n, c in zip(header[6:-1], cells[6:-1]) if c not in ("", "[null]")}
+        records.append((int(cells[0]), int(cells[1]), values))
+    return records
+
+
+def their_values(xml):
+    """Named values of one event's XML, the first of each name kept. Names keep their prefixes."""
+    values = {}
+    open_elements = []  # [key, texts, whether it has children]
+    unnamed = 0
+
+    def keep(name, text):
+        if text:
+            values.setdefault(name, text)
+
+    def start(name, attributes):
+        nonlocal unnamed
+        if open_elements:
+            open_elements[-1][2] = True
+        key = name
+        for attribute, text in attributes.items():
+            if name == "Data" and attribute == "Name":
+                key = text
+            else:
+                keep("Provider " + attribute if name == "Provider" else attribute, text)
+        if name == "Data" and "Name" not in attributes:
+            unnamed += 1
+            key = "Data" if unnamed == 1 else f"Data_{unnamed:02}"
+        open_elements.append([key, [], False])
+
+    def text(data):
+        open_elements[-1][1].append(data)
+
+    def end(_):
+        key, texts, has_children = open_elements.pop()
+        joined = "".join(texts)
+        # Between children stands only the indentation.
+        if not has_children or joined.strip():
+            keep(key, joined)
+
+    parser = expat.ParserCreate()
+    parser.buffer_text = True
+    parser.StartElementHandler = start
+    parser.EndElementHandler = end
+    parser.CharacterDataHandler = text
+    parser.Parse(xml, True)
+    return values
+
+
+def their_records(log):
+    run = subprocess.run(["evtxexport", "-f", "xml", log], capture_output=True, check=False)
+    text = run.stdout.decode("utf-8", "surrogateescape")
+    records = []
+    for part in re.findall(r"<Event[ >].*?\n</Event>", text, re.S):
+        part = part.replace("\r", "&#13;")
+        part = CONTROLS.sub("?", part)
+        try:
+            values = their_values(part)
+        except expat.ExpatError as error:
+            records.append((None, str(error), {}))
+            continue
+        records.append((int(values.get("EventRecordID", "-1")), int(values.get("EventID", "0")),
+                        values))
+    return records
+
+
+def our_form(text):
+    """A text of theirs in the form that a cell of ours has."""
+    time = ISO_TIME.match(text)
+    if time:
+        year, month, day, clock, fraction = time.groups()
+        if len(fraction) == 3:  # a SYSTEMTIME
+            return f"{month}/{day}/{year} : {clock}:{int(fraction):02}"
+        return f"{month}/{day}/{year} {clock}.{fraction:0<9}"
+    text = text.replace(",", ";")
+    for ends, mark in (("\r\n", "[CRLF]"), ("\n\r", "[LFCR]"), ("\n", "[LF]"), ("\r", "[CR]")):
+        text = text.replace(ends, mark)
+    return text
+
+
+def same(ours, theirs):
+    if ours in (theirs, our_form(theirs)):
+        return True
+    guid = GUID.match(theirs)
+    return bool(guid and ours.lower() in (guid.group(1).lower(), theirs.lower()))
+
+
+def data_texts(values):
+    """The texts of all unnamed "Data" elements in order, multi-strings taken apart."""
+    names = sorted(n for n in values if n == "Data" or re.match(r"Data_\d\d+$", n))
+    texts = [t for n in names for t in our_form(values[n]).split("; ")]
+    return [t for t in texts if t.strip()]
+
+
+def explain(name, ours, theirs, our_values, their_values_, partial):
+    """The known reason for a difference of one value, or None."""
+    if partial:
+        return partial
+    if CONTROLS.sub("?", ours) == our_form(theirs):
+        return "control characters: no XML can hold them"
+    if ours.startswith("-") and theirs.isdigit() and int(ours) + 2**64 == int(theirs):
+        return "UInt64 above the signed range: written signed here"
+    if not ours and theirs.startswith("1601-01-01T00:00:00.0"):
+        return "FILETIME 0: no instant here"
+    if name.startswith("Data") and data_texts(our_values) == data_texts(their_values_):
+        return "multi-string: one text here, an element each there"
+    if ours == "false" and theirs == "true":
+        return "Boolean of four bytes whose first is zero"
+    if not theirs and "<" in ours:
+        return "text that is XML: printed there as if it were the event's own"
+    if not ours and any("<" in t and name in t for t in our_values.values()):
+        return "text that is XML: printed there as if it were the event's own"
+    if not theirs and not ours.replace("[LF]", "").replace("[CR]", "").replace("[CRLF]", "").strip():
+        return "white space only: left out there"
+    return None
+
+
+def partial_records(diags):
+    """Why a record came out in part, as the account gives it, by record identifier."""
+    found = {}
+    reason = None
+    for line in open(diags, encoding="utf-8", errors="replace"):
+        if line.startswith("records "):
+            reason = line.split(":")[0]
+        elif line.startswith("  record ") and reason:
+            found[int(line.split()[1])] = reason
+    return found
+
+
+def compare(tarnlex, log):
+    with tempfile.NamedTemporaryFile(suffix=".txt") as diags:
+        ours = our_records(tarnlex, log, diags.name)
+        partial = partial_records(diags.name)
+    theirs = their_records(log)
+    explained = collections.Counter()
+    open_questions = collections.Counter()
+    examples = {}
+
+    def note(kind, detail):
+        open_questions[kind] += 1
+        examples.setdefault(kind, detail)
+
+    by_id = collections.defaultdict(list)
+    for record in ours:
+        by_id[int(record[2].get("EventRecordID", record[0]))].append(record)
+    for record_id, event_id, values in theirs:
+        if record_id is None:
+            note("their XML does not parse", event_id)
+            continue
+        if not by_id[record_id]:
+            note("record missing", record_id)
+            continue
+        header_id, our_id, our_values = by_id[record_id].pop(0)
+        if our_id != event_id:
+            note("event id", (record_id, our_id, event_id))
+        for name in values.keys() | our_values.keys():
+            a, b = our_values.get(name, ""), values.get(name, "")
+            if same(a, b):
+                continue
+            reason = explain(name, a, b, our_values, values, partial.get(header_id))
+            if reason:
+                explained[reason] += 1
+            else:
+                note("value", (record_id, name, a[:150], b[:150]))
+    only_ours = sum(len(records) for records in by_id.values())
+    print(f"{log}: {len(ours)} records, evtxexport {len(theirs)}, only here {only_ours}")
+    for kind, count in sorted(explained.items()):
+        print(f"  {count:6} {kind}")
+    for kind, count in open_questions.items():
+        print(f"  {count:6} UNEXPLAINED {kind}, first: {examples[kind]}")
+    return len(theirs), not open_questions
+
+
+def main():
+    if shutil.which("evtxexport") is None:
+        print("skipped: evtxexport is not installed")
+        return
+    results = [compare(sys.argv[1], log) for log in sys.argv[2:]]
+    print(f"{len(results)} logs, {sum(count for count, _ in results)} records of evtxexport")
+    sys.exit(0 if all(good for _, good in results) else 1)
+
+
+main()

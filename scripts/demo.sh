@@ -1,0 +1,30 @@
+#!/bin/sh
+# Builds the program and shows what it makes of a log: the plain table, a report and CSV.
+# usage: demo.sh [LOG]   (default: a sample log, written to build/demo)
+set -eu
+root=$(cd "$(dirname "$0")/.." && pwd)
+log=${1:-}
+[ -z "$log" ] || log=$(realpath "$log")
+cd "$root"
+
+scripts/install_packages.sh build test
+cmake --preset release >/dev/null
+cmake --build --preset release -j "$(nproc)" >/dev/null
+sample=build/demo/Security.evtx
+[ -n "$log" ] || build/release/tests/make_sample_log build/demo
+
+show() {
+  printf '\n$ tarnlex'
+  printf ' "%s"' "$@"
+  printf '\n'
+  output=$(build/release/tarnlex "$@") || { echo "demo.sh: tarnlex ended with $?" >&2; exit 1; }
+  [ -n "$output" ] || { echo "demo.sh: tarnlex wrote nothing" >&2; exit 1; }
+  printf '%s\n' "$output" | cut -c1-200 | head -n 25
+  lines=$(printf '%s\n' "$output" | wc -l)
+  [ "$lines" -le 25 ] || echo "... $((lines - 25)) more lines"
+}
+
+show -log "${log:-$sample}" -quiet
+show -log "${log:-$sample}" -csv -quiet
+# The reports have rows for logs of their kind only, so they are shown over the sample.
+[ -n "$log" ] || show -log "$sample" -logon -csv -quiet

@@ -1,0 +1,243 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "tests/app/parsed_options.h"
+#include "tests/app/temp_directory.h"
+
+namespace tarnlex {
+namespace {
+
+using Aliases = std::map<std::string, std::string>;
+
+TEST(SharedOptions, StartFromTheToolsPresets) {
+  const ParsedOptions run({"-unknown", "left"});
+  const RunOptions& options = run.options;
+  EXPECT_TRUE(run.parsed);
+  EXPECT_EQ(run.said, "");
+  EXPECT_EQ(run.rest, (Arguments{"/bin/tarnlex.exe", "-unknown", "left"}));
+  EXPECT_EQ(options.cmdline, "\"/bin/tarnlex.exe\" \"-unknown\" \"left\"");
+  EXPECT_EQ(options.program_name, "tarnlex");
+  EXPECT_EQ(options.version, "ver: 0.33");
+  EXPECT_EQ(options.log_type, "EVT");
+  EXPECT_TRUE(options.csv_form);
+  EXPECT_TRUE(options.field_mode);
+  EXPECT_TRUE(options.pad_separator);
+  EXPECT_TRUE(options.show_status);
+  EXPECT_TRUE(options.dump_all);
+  EXPECT_FALSE(options.hex_numbers);
+  EXPECT_FALSE(options.delimited);
+  EXPECT_EQ(options.separator, " | ");
+  EXPECT_EQ(options.date_format, "mm/dd/yyyy");
+  EXPECT_EQ(options.time_format, "hh:mm:ss.xxx");
+}
+
+TEST(SharedOptions, NameTheProgramWithoutFolderAndExtension) {
+  for (const char* path : {"C:\\tools\\tarn.v2.exe", "/opt/tarn", "./tarn", "tarn.exe"}) {
+    RunOptions options;
+    Arguments args = {path};
+    EXPECT_TRUE(ParseSharedOptions(options, args));
+    EXPECT_EQ(options.program_name, "tarn") << path;
+  }
+}
+
+TEST(SharedOptions, FailForAnEmptyArgumentList) {
+  RunOptions options;
+  Arguments args;
+  EXPECT_FALSE(ParseSharedOptions(options, args));
+}
+
+struct Form {
+  const char* option;
+  bool RunOptions::*form;
+  const char* separator;
+  char from;
+  char to;
+  bool delimited;
+  bool field_mode;
+};
+
+struct FormTest : testing::TestWithParam<Form> {};
+
+TEST_P(FormTest, SetsItsFlagSeparatorAndReplacement) {
+  const Form& form = GetParam();
+  const ParsedOptions run({form.option});
+  EXPECT_TRUE(run.options.*form.form);
+  EXPECT_EQ(run.options.csv_form + run.options.csvgen_form + run.options.l2t_form +
+                run.options.bodyfile_form + run.options.xml_form + run.options.multiline_form,
+            1);
+  EXPECT_EQ(run.options.separator, form.separator);
+  EXPECT_EQ(run.options.separator_class.separator, form.from);
+  EXPECT_EQ(run.options.separator_class.replacement, form.to);
+  EXPECT_EQ(run.options.delimited, form.delimited);
+  EXPECT_EQ(run.options.field_mode, form.field_mode);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Forms, FormTest,
+    testing::Values(Form{"-csv", &RunOptions::csv_form, ",", ',', ' ', true, true},
+                    Form{"-CsvGen", &RunOptions::csvgen_form, ",", ',', ' ', true, true},
+                    Form{"-csvl2t", &RunOptions::l2t_form, ",", ',', ' ', false, true},
+                    Form{"-bodyfile", &RunOptions::bodyfile_form, "|", '|', ';', false, true},
+                    Form{"-xml", &RunOptions::xml_form, "", '\0', '\0', false, false},
+                    Form{"-multiline", &RunOptions::multiline_form, "", '\0', '\0', false, true}));
+
+TEST(SharedOptions, LetTheLaterFormInTheFixedOrderPrevail) {
+  const ParsedOptions run({"-bodyfile", "-csv"});
+  EXPECT_TRUE(run.options.bodyfile_form);
+  EXPECT_FALSE(run.options.csv_form);
+  EXPECT_EQ(run.options.separator, "|");
+}
+
+struct Separator {
+  const char* text;
+  const char* separator;
+  char from;
+  char to;
+};
+
+struct SeparatorTest : testing::TestWithParam<Separator> {};
+
+TEST_P(SeparatorTest, IsKeptAndJudged) {
+  const Separator& wanted = GetParam();
+  const ParsedOptions run({"-csv_separator", wanted.text, "-csv"});
+  EXPECT_EQ(run.options.separator, wanted.separator);
+  EXPECT_EQ(run.options.separator_class.separator, wanted.from);
+  EXPECT_EQ(run.options.separator_class.replacement, wanted.to);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Separators, SeparatorTest,
+    testing::Values(Separator{"|", "|", '|', ';'}, Separator{" |,", " |,", '|', ';'},
+                    Separator{", ", ", ", ',', ' '}, Separator{"tab", "\t", '\0', '\0'},
+                    Separator{"TAB", "\t", '\0', '\0'}, Separator{"\\t", "\t", '\0', '\0'},
+                    Separator{"\\T", "\t", '\0', '\0'}, Separator{";", ";", '\0', '\0'},
+                    Separator{"tabs", "tabs", '\0', '\0'}, Separator{"", "", '\0', '\0'}));
+
+TEST(SharedOptions, NoWhitespaceRemovesBlanksFromTheSeparator) {
+  const ParsedOptions run({"-no_whitespace"});
+  EXPECT_EQ(run.options.separator, "|");
+  EXPECT_TRUE(run.options.delimited);
+  EXPECT_FALSE(run.options.pad_separator);
+  EXPECT_EQ(ParsedOptions({"-no_whitespace", "-csv_separator", "tab"}).options.separator, "\t");
+}
+
+TEST(SharedOptions, AcceptDateFormatsOf8And10Characters) {
+  EXPECT_EQ(ParsedOptions({"-dateformat", "dd/mm/yy"}).options.date_format, "dd/mm/yy");
+  EXPECT_EQ(ParsedOptions({"-dateformat", "yyyy-mm-dd"}).options.date_format, "yyyy-mm-dd");
+  const ParsedOptions run({"-dateformat", "mm/dd/yyy"});
+  EXPECT_TRUE(run.parsed);
+  EXPECT_EQ(run.options.date_format, "mm/dd/yyyy");
+  EXPECT_EQ(run.said, "invalid mm/dd/yyy, using default format\n");
+}
+
+TEST(SharedOptions, AcceptTimeFormatsOf8And12To18CharactersWithColon) {
+  for (const char* good : {"hh:mm:ss", "hh:mm:ss.xxx", "hh:mm:ss.xxxxxxxxx"}) {
+    EXPECT_EQ(ParsedOptions({"-timeformat", good}).options.time_format, good);
+  }
+  for (const char* bad : {"hh:mm:s", "hh:mm:ss.", "hh:mm:ss.xx", "hh:mm:ss.xxxxxxxxxx", "hh.mm.ss",
+                          "hh.mm.ss.xxx", ""}) {
+    const ParsedOptions run({"-timeformat", bad});
+    EXPECT_TRUE(run.parsed);
+    EXPECT_EQ(run.options.time_format, "hh:mm:ss.xxx");
+    EXPECT_EQ(run.said, std::string("invalid ") + bad + ", using default format\n");
+  }
+}
+
+TEST(SharedOptions, PairAliasesWithTruePaths) {
+  setenv("TARNLEX_ROOT", "/mnt/c", 1);
+  const ParsedOptions run({"-alias", "DC1.evtx | %TARNLEX_ROOT%/a.evtx || dc1.EVTX | /late"});
+  EXPECT_TRUE(run.parsed);
+  EXPECT_EQ(run.options.alias_map, (Aliases{{"dc1.evtx", "/mnt/c/a.evtx"}}));
+}
+
+TEST(SharedOptions, CutSeparatorsAndQuotesFromAliasDirectories) {
+  const ParsedOptions run({"-aliaspath", "Host1\\ | \"C:\\Logs\\\" | h2 | D:\\x | h3/ | /mnt/y/"});
+  EXPECT_TRUE(run.parsed);
+  EXPECT_EQ(run.options.alias_path_map,
+            (Aliases{{"host1", "C:\\Logs"}, {"h2", "D:\\x"}, {"h3", "/mnt/y"}}));
+}
+
+TEST(SharedOptions, RefuseAliasesWithoutPartner) {
+  const ParsedOptions files({"-alias", "a|b|c"});
+  EXPECT_FALSE(files.parsed);
+  EXPECT_EQ(files.said, "inbalanced alias to true pathfiles, aborting\n");
+  const ParsedOptions paths({"-aliaspath", "a"});
+  EXPECT_FALSE(paths.parsed);
+  EXPECT_EQ(paths.said, "inbalanced alias to true paths, aborting\n");
+}
+
+TEST(SharedOptions, RefuseSqlite) {
+  const ParsedOptions run({"-sqlite", "x.db"});
+  EXPECT_FALSE(run.parsed);
+  EXPECT_EQ(run.said, "This option is not offered in this build\n");
+  EXPECT_TRUE(ParsedOptions({"-sqlite"}).parsed) << "without its value the option counts as absent";
+}
+
+TEST(SharedOptions, TakeNamesSwitchesAndSignal) {
+  const ParsedOptions run({"-hostname", "LAB", "-username", "me", "-signal", "s", "-QUIET",
+                           "-verbose", "-pair_datetime", "-base10", "-pipe"});
+  EXPECT_TRUE(run.options.have_hostname && run.options.have_username);
+  EXPECT_EQ(run.options.hostname, "LAB");
+  EXPECT_EQ(run.options.username, "me");
+  EXPECT_EQ(run.options.signal, "s");
+  EXPECT_FALSE(run.options.show_status);
+  EXPECT_TRUE(run.options.verbose && run.options.pair_datetime && run.options.pipe);
+  EXPECT_EQ(run.rest.size(), 1U);
+}
+
+TEST(SharedOptions, WriteTheCommandLineIntoTheDiagnosticsFile) {
+  const TempDirectory directory;
+  const std::string file = directory.path + "/diags.txt";
+  const ParsedOptions run({"-diags", file, "-pipe"});
+  EXPECT_TRUE(run.options.diags_on);
+  EXPECT_EQ(ReadFile(file), "->\"/bin/tarnlex.exe\" \"-diags\" \"" + file + "\" \"-pipe\"\n");
+  const ParsedOptions unopened({"-diags", directory.path});
+  EXPECT_TRUE(unopened.parsed);
+  EXPECT_FALSE(unopened.options.diags_on);
+}
+
+TEST(OutOption, TruncatesItsFileAtOnce) {
+  const TempDirectory directory;
+  const std::string file = directory.AddFile("out.txt", "old");
+  setenv("TARNLEX_OUT", directory.path.c_str(), 1);
+  const ParsedOptions run({"-outfile", "%TARNLEX_OUT%/out.txt"});
+  EXPECT_TRUE(run.parsed && run.options.to_file);
+  EXPECT_EQ(run.options.out_file, file);
+  EXPECT_EQ(ReadFile(file), "");
+}
+
+TEST(OutOption, NamesAFileThatCannotBeOpened) {
+  const ParsedOptions run({"-out", "/none/such/out.txt"});
+  EXPECT_FALSE(run.parsed);
+  EXPECT_EQ(run.said, "prob opening file /none/such/out.txt for output, aborting\n");
+}
+
+TEST(OutOption, GoesIntoTheOutputDirectoryWhenRelative) {
+  const TempDirectory directory;
+  const std::string below = directory.path + "/a/b";
+  const ParsedOptions run({"-out", "out.csv", "-outdir", below});
+  EXPECT_TRUE(run.parsed);
+  EXPECT_EQ(run.options.out_file, below + "/out.csv");
+  EXPECT_TRUE(std::filesystem::exists(below + "/out.csv"));
+  const std::string absolute = directory.path + "/out.csv";
+  EXPECT_EQ(ParsedOptions({"-outdir", below, "-out", absolute}).options.out_file, absolute);
+}
+
+TEST(OutDirOption, CreatesTheDirectoryOrNamesIt) {
+  const TempDirectory directory;
+  const ParsedOptions made({"-outdir", directory.path + "/new"});
+  EXPECT_TRUE(made.parsed && made.options.have_out_dir);
+  EXPECT_FALSE(made.options.to_file);
+  EXPECT_TRUE(std::filesystem::is_directory(directory.path + "/new"));
+  const std::string file = directory.AddFile("file", "");
+  const ParsedOptions refused({"-outdir", file});
+  EXPECT_FALSE(refused.parsed);
+  EXPECT_EQ(refused.said, "prob opening file " + file + " for output, aborting\n");
+}
+
+}  // namespace
+}  // namespace tarnlex
