@@ -47,8 +47,10 @@ struct EvtxChunk {
   std::uint64_t last_number = 0;
   std::map<Guid, TemplateRef> templates;  // the first definition of a GUID stays
   std::vector<ChunkName> names;           // only filled for a trace; decoding follows offsets
-  // Prepared streams by the chunk offset of their definition.
-  std::unordered_map<std::uint32_t, std::unique_ptr<TemplateProgram>> programs;
+  // Prepared streams by the chunk offset of their definition; those that only this chunk can use
+  // lie in `own_programs`.
+  std::unordered_map<std::uint32_t, const TemplateProgram*> programs;
+  std::vector<std::unique_ptr<TemplateProgram>> own_programs;
   // What the map holds under the GUID of the definition at an offset, for offsets asked for before.
   std::unordered_map<std::uint32_t, const TemplateRef*> resolved;
   std::uint64_t work_left = kMaxChunkWork;

@@ -11,12 +11,14 @@
 #include "evtx/names.h"
 #include "evtx/substitution.h"
 #include "evtx/template.h"
+#include "evtx/template_cache.h"
 #include "logs/text_sink.h"
 
 namespace tarnlex {
 
 struct EvtxDecoder {
   NameTable names;
+  TemplateCache cache;
   EvtxChunk chunk;
   WalkAccount account;
   TextSink* trace = nullptr;  // null: no trace is asked for

@@ -264,6 +264,22 @@ void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
   event.max_text = static_cast<std::size_t>(used);
 }
 
+const TemplateProgram* PrepareTemplate(EvtxDecoder& decoder, std::uint32_t offset,
+                                       std::uint32_t begin, std::uint32_t end) {
+  const Bytes chunk = decoder.chunk.data;
+  DefinitionHead head;
+  ReadDefinitionHead(chunk, offset, head);
+  const TemplateProgram* program = FindCached(decoder.cache, head.guid, chunk, begin, end);
+  if (program) return program;
+  auto own = std::make_unique<TemplateProgram>();
+  CompileStream(chunk, begin, end, kBodyLayout, decoder.names, *own);
+  ChargeChunk(decoder, own->tokens);
+  program = KeepInCache(decoder.cache, head.guid, chunk, begin, end, *own);
+  if (program) return program;
+  decoder.chunk.own_programs.push_back(std::move(own));
+  return decoder.chunk.own_programs.back().get();
+}
+
 }  // namespace
 
 const TemplateProgram* PreparedTemplate(EvtxDecoder& decoder, std::uint32_t offset,
@@ -273,12 +289,9 @@ const TemplateProgram* PreparedTemplate(EvtxDecoder& decoder, std::uint32_t offs
   const auto end = static_cast<std::uint32_t>(
       std::min<std::uint64_t>(std::uint64_t{begin} + size, chunk.size()));
   if (decoder.trace) TraceStream(*decoder.trace, chunk, begin, end, kBodyLayout);
-  std::unique_ptr<TemplateProgram>& program = decoder.chunk.programs[offset];
-  if (program) return program.get();
-  program = std::make_unique<TemplateProgram>();
-  CompileStream(chunk, begin, end, kBodyLayout, decoder.names, *program);
-  ChargeChunk(decoder, program->tokens);
-  return program.get();
+  const TemplateProgram*& known = decoder.chunk.programs[offset];
+  if (!known) known = PrepareTemplate(decoder, offset, begin, end);
+  return known;
 }
 
 const TemplateProgram* PreparedFragment(EvtxDecoder& decoder, std::uint32_t begin,

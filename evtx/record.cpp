@@ -175,6 +175,10 @@ void SettleEventId(EvtxDecoder& decoder, DecodedEvent& event) {
 
 void BeginChunk(EvtxDecoder& decoder, Bytes data, std::uint64_t file_offset) {
   BeginChunkNames(decoder.names);
+  if (decoder.cache.generation != decoder.names.generation) {
+    ClearCache(decoder.cache);
+    decoder.cache.generation = decoder.names.generation;
+  }
   LoadChunk(data, file_offset, decoder.trace != nullptr, decoder.chunk);
 }
 

@@ -10,6 +10,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/record.cpp
   evtx/substitution.cpp
   evtx/template.cpp
+  evtx/template_cache.cpp
   evtx/trace.cpp
   evtx/value.cpp
   evtx/walk.cpp
