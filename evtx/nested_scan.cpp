@@ -46,7 +46,7 @@ bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64
 
 void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, std::uint64_t record_id,
                              const DefinitionHead& own) {
-  constexpr std::uint64_t kUnknownOffset = ~std::uint64_t{0};
+  constexpr std::uint64_t kUnknownOffset = 0xFFFFFFFF;
   decoder.scanned.clear();
   if (!ScanArray(decoder, decoder.array, record_id, 0)) return;
   if (!decoder.reference) {
