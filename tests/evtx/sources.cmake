@@ -1,6 +1,7 @@
 target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/account_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/binary_xml_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/bounds_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/expand_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/names_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/nested_scan_test.cpp
