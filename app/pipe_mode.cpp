@@ -32,7 +32,6 @@ void HandlePath(RunOptions& options, const std::string& path, const LogSteps& st
   if (!OpenLog(options.current_log, path, options)) return;
   options.logs.clear();
   options.logs.emplace(path, options.current_log);
-  steps.start(options.current_log);
   if (options.show_status) Say(options, StatusLine(AnalyzingText(path)));
   steps.process(options);
   if (options.show_status) Say(options, "processed log ", path, "\n");

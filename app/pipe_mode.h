@@ -23,9 +23,8 @@ struct LineReader {
 // The next line or piece, with its line feed; false at the end of the stream.
 bool ReadPiece(LineReader& reader, std::string& piece);
 
-// What the run does with one log: `start` before its work, `process` the work, `finish` after it.
+// What the run does with one log: `process` the work, `finish` after it.
 struct LogSteps {
-  std::function<void(const LogInfo&)> start;
   std::function<void(RunOptions&)> process;
   std::function<void()> finish;
 };

@@ -21,26 +21,26 @@ constexpr int kFailure = -1;
 // What lives as long as the run and is pointed at by its options.
 struct Run {
   RunOptions options;
+  TextSink diags;
+  TextSink stats;  // open with -stats
   RecordOutput records;
   Statistics statistics;
-  TextSink diags;
-  TextSink stats_file;  // open with -stats
 };
 
-void AttachOutputs(Run& run, Console& console) {
-  run.records = MakeRecordOutput(console.out);
+void AttachOutputs(Run& run, TextSink& standard_output) {
+  run.records = MakeRecordOutput(standard_output);
   run.options.record_output = &run.records;
   if (run.options.stats_on) run.options.statistics = &run.statistics;
 }
 
 void WriteRunStatistics(Run& run) {
-  if (run.options.stats_on) WriteStatistics(run.stats_file, run.statistics, run.options);
+  if (run.options.stats_on) WriteStatistics(run.stats, run.statistics, run.options);
 }
 
 void CloseOutputs(Run& run, Console& console) {
-  CloseRecordOutput(run.records);
   if (run.options.diags_on) Flush(run.diags);
-  Flush(run.stats_file);
+  Flush(run.stats);
+  CloseRecordOutput(run.records);
   Flush(console.out);
   Flush(console.err);
 }
@@ -52,8 +52,8 @@ bool OpenStatistics(Run& run, const std::string& header) {
     Say(run.options, "prob creating stats file: ", run.options.stats_file, ", aborting\n");
     return false;
   }
-  run.stats_file = MakeSink(std::move(*write));
-  AppendNow(run.stats_file, header + "\n");
+  run.stats = MakeSink(std::move(*write));
+  AppendNow(run.stats, header + "\n");
   return true;
 }
 
@@ -61,9 +61,10 @@ void RunFromInput(Run& run, Console& console) {
   LineReader reader;
   reader.read = console.read_input;
   LogSteps steps;
-  // What a log that failed half way was counted for must not go to the next one.
-  steps.start = [&run](const LogInfo&) { run.statistics = Statistics{}; };
-  steps.process = [](RunOptions& options) { ProcessLogs(options); };
+  steps.process = [&run](RunOptions& options) {
+    run.statistics = Statistics{};  // a log that failed half way leaves its counts behind
+    ProcessLogs(options);
+  };
   steps.finish = [&run] { WriteRunStatistics(run); };
   RunPipedLogs(run.options, reader, steps);
 }
@@ -94,7 +95,7 @@ int Work(Run& run, Arguments args, const std::string& header, Console& console) 
   }
   Say(options, "\n");
   if (!OpenStatistics(run, header)) return kFailure;
-  AttachOutputs(run, console);
+  AttachOutputs(run, console.out);
   if (!options.pipe) return RunFixedList(run);
   RunFromInput(run, console);
   return kSuccess;

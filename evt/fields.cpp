@@ -2,12 +2,11 @@
 
 #include <algorithm>
 
+#include "logs/sid.h"
 #include "logs/text.h"
 
 namespace tarnlex {
 namespace {
-
-constexpr std::size_t kSidHead = 8;  // revision, number of parts, 48-bit big-endian authority
 
 bool IsNumber(std::string_view text) {
   return !text.empty() &&
@@ -28,28 +27,6 @@ void AppendDecimal(std::uint64_t value, std::string& text) {
 }
 
 }  // namespace
-
-std::string SidText(Bytes sid) {
-  if (sid.size() < kSidHead) return {};
-  const std::size_t parts = sid[1];
-  if (sid.size() - kSidHead < 4 * parts) return {};
-  std::uint64_t authority = 0;
-  for (std::size_t i = 2; i < kSidHead; ++i) authority = authority << 8 | sid[i];
-  std::string text = "S-";
-  AppendDecimal(sid[0], text);
-  text += '-';
-  if (authority >> 32 == 0) {
-    AppendDecimal(authority, text);
-  } else {
-    char digits[12];
-    text.append("0x").append(digits, WriteHex(authority, 12, digits));
-  }
-  for (std::size_t i = 0; i < parts; ++i) {
-    text += '-';
-    AppendDecimal(Load<std::uint32_t>(sid.data() + kSidHead + 4 * i), text);
-  }
-  return text;
-}
 
 bool FieldText(EvtRecord& record, std::string_view name, std::string& text) {
   text.clear();

@@ -14,7 +14,4 @@ namespace tarnlex {
 // the text is not empty.
 bool FieldText(EvtRecord& record, std::string_view name, std::string& text);
 
-// "S-1-5-21-..." for the bytes of a SID; empty when they are malformed.
-std::string SidText(Bytes sid);
-
 }  // namespace tarnlex

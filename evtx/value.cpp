@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstring>
 
+#include "logs/sid.h"
 #include "logs/text.h"
 #include "output/date_time.h"
 
@@ -24,12 +25,18 @@ char* WriteUnsigned(Bytes value, char* out) {
   return WriteDecimal(static_cast<std::uint64_t>(Load<T>(value.data())), out);
 }
 
-template <typename T>
-char* WriteHexNumber(Bytes value, char* out) {
-  if (value.size() < sizeof(T)) return out;
+char* WriteHexInt32(Bytes value, char* out) {
+  if (value.size() < 4) return out;
   *out++ = '0';
   *out++ = 'x';
-  return WriteHex(Load<T>(value.data()), 2 * sizeof(T), out);
+  return WriteHex8(Load<std::uint32_t>(value.data()), out);
+}
+
+char* WriteHexInt64(Bytes value, char* out) {
+  if (value.size() < 8) return out;
+  *out++ = '0';
+  *out++ = 'x';
+  return WriteHex16(Load<std::uint64_t>(value.data()), out);
 }
 
 template <typename T>
@@ -126,45 +133,24 @@ std::string_view TypeName(std::uint8_t type) {
 }
 
 char* WriteGuidText(const std::uint8_t* guid, char* out) {
-  out = WriteHex(Load<std::uint32_t>(guid), 8, out);
-  *out++ = '-';
-  out = WriteHex(Load<std::uint16_t>(guid + 4), 4, out);
-  *out++ = '-';
-  out = WriteHex(Load<std::uint16_t>(guid + 6), 4, out);
-  *out++ = '-';
-  for (int i = 8; i < 16; ++i) {
-    if (i == 10) *out++ = '-';
-    out = WriteHex(guid[i], 2, out);
+  char digits[32];
+  char* next = WriteHex8(Load<std::uint32_t>(guid), digits);
+  next = WriteHex8(
+      std::uint32_t{Load<std::uint16_t>(guid + 4)} << 16 | Load<std::uint16_t>(guid + 6), next);
+  WriteHex16(__builtin_bswap64(Load<std::uint64_t>(guid + 8)), next);
+  constexpr int kGroups[] = {8, 4, 4, 4, 12};
+  const char* from = digits;
+  for (const int length : kGroups) {
+    if (from != digits) *out++ = '-';
+    std::memcpy(out, from, static_cast<std::size_t>(length));
+    from += length;
+    out += length;
   }
   return out;
 }
 
-char* WriteSidText(Bytes sid, char* out) {
-  constexpr std::size_t kHead = 8;  // revision, count, 48-bit big-endian authority
-  if (sid.size() < kHead) return out;
-  const std::size_t count = sid[1];
-  if (sid.size() - kHead < 4 * count) return out;
-  std::uint64_t authority = 0;
-  for (std::size_t i = 2; i < kHead; ++i) authority = authority << 8 | sid[i];
-  out = WriteText("S-", out);
-  out = WriteDecimal(std::uint64_t{sid[0]}, out);
-  *out++ = '-';
-  if (authority >> 32 == 0) {
-    out = WriteDecimal(authority, out);
-  } else {
-    out = WriteText("0x", out);
-    out = WriteHex(authority, 12, out);
-  }
-  for (std::size_t i = 0; i < count; ++i) {
-    *out++ = '-';
-    out = WriteDecimal(std::uint64_t{Load<std::uint32_t>(sid.data() + kHead + 4 * i)}, out);
-  }
-  return out;
-}
-
-std::size_t MaxValueText(Bytes chunk, const SubstitutionValue& value) {
-  if (value.type == kEvtVarTypeAnsiString) return AnsiText(chunk, value).size();
-  return 64 + std::size_t{3} * value.size;
+std::size_t AnsiTextSize(Bytes chunk, const SubstitutionValue& value) {
+  return AnsiText(chunk, value).size();
 }
 
 char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out) {
@@ -196,8 +182,8 @@ char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out) {
     case kEvtVarTypeSysTime: return WriteSystemTime(bytes, out);
     case kEvtVarTypeSid: return WriteSidText(bytes, out);
     case kEvtVarTypeHexInt32:
-    case kEvtVarTypeEvtHandle: return WriteHexNumber<std::uint32_t>(bytes, out);
-    case kEvtVarTypeHexInt64: return WriteHexNumber<std::uint64_t>(bytes, out);
+    case kEvtVarTypeEvtHandle: return WriteHexInt32(bytes, out);
+    case kEvtVarTypeHexInt64: return WriteHexInt64(bytes, out);
     case kEvtVarTypeMultiWideString: return WriteMultiString(bytes, out);
     default: return out;  // arrays and everything unknown have no text
   }

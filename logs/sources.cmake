@@ -2,6 +2,7 @@ target_sources(tarnlex_core PRIVATE
   logs/open_log.cpp
   logs/parse_number.cpp
   logs/paths.cpp
+  logs/sid.cpp
   logs/status_line.cpp
   logs/text.cpp
   logs/text_sink.cpp

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "evt/fields.h"
+#include "logs/sid.h"
 #include "logs/text.h"
 
 namespace tarnlex {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -18,6 +19,8 @@ struct EvtxQuery {
   const QuerySpec* spec = nullptr;
   std::uint32_t position = 0;
   QueryTests tests;
+  std::string_view name;  // of the query and of its log, kept with the rows; set at first use
+  std::string_view label;
   // Of a query that pulls: its columns, and the name that fills each. Null until first used.
   const ColumnSet* pulled = nullptr;
   std::vector<std::string> sources;
@@ -28,6 +31,7 @@ struct EvtxShape {
   std::vector<std::uint32_t> name_ids;
   const ColumnSet* columns = nullptr;
   std::vector<std::uint32_t> order;  // for each column, the position of its value in the record
+  std::string_view provider;         // of the last record, kept with the rows
 };
 
 // The queries of one walk, with what they remember from record to record.

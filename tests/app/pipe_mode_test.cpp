@@ -64,7 +64,7 @@ struct PipedRun {
   std::string said;
   TextSink messages = MakeStringSink(said);
   RunOptions options;
-  Texts started;
+  Texts kinds;
   Texts processed;
   int finished = 0;
   std::string throw_on;
@@ -73,11 +73,12 @@ struct PipedRun {
     options.messages = &messages;
     LineReader reader = ReaderOf(input);
     LogSteps steps;
-    steps.start = [this](const LogInfo& log) { started.push_back(log.path + " " + log.kind); };
     steps.process = [this](RunOptions& run) {
       ASSERT_EQ(run.logs.size(), 1U);
       const std::string& path = run.logs.begin()->first;
       EXPECT_EQ(run.current_log.path, path);
+      EXPECT_EQ(run.current_log.kind, run.logs.begin()->second.kind);
+      kinds.push_back(run.current_log.kind);
       if (path == throw_on) throw std::runtime_error("damaged");
       processed.push_back(path);
     };
@@ -93,7 +94,7 @@ TEST(PipedLogs, AreProcessedOneByOne) {
   PipedRun run;
   run.Run(system + "\r\n\r\n\n" + security + "\r\r\n" + system);
   EXPECT_EQ(run.processed, (Texts{system, security, system}));
-  EXPECT_EQ(run.started, (Texts{system + " system", security + " security", system + " system"}));
+  EXPECT_EQ(run.kinds, (Texts{"system", "security", "system"}));
   EXPECT_EQ(run.finished, 3);
   EXPECT_EQ(run.said, StatusLine(AnalyzingText(system)) + "processed log " + system + "\n" +
                           StatusLine(AnalyzingText(security)) + "processed log " + security + "\n" +
@@ -118,7 +119,7 @@ TEST(PipedLogs, ThatAreNoneArePassedOverInSilence) {
   PipedRun run;
   run.Run(text + "\n" + directory.path + "/none\n" + directory.path + "\n" + zero + "\n" +
           std::string(9000, 'l') + "\n");
-  EXPECT_TRUE(run.started.empty());
+  EXPECT_TRUE(run.processed.empty());
   EXPECT_EQ(run.said, StatusLine(" \n"));
 }
 

@@ -3,5 +3,6 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/paths_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/platform_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/status_line_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/sid_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/text_test.cpp
 )

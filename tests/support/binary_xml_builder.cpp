@@ -87,8 +87,7 @@ void WriteInstance(ChunkImage& chunk, const Instance& instance);
 
 void WriteNode(ChunkImage& chunk, const Node& node, bool dependency_ids) {
   switch (node.kind) {
-    case Node::Kind::kElement:
-      return WriteElement(chunk, node, dependency_ids);
+    case Node::Kind::kElement: return WriteElement(chunk, node, dependency_ids);
     case Node::Kind::kAttribute:
       PutU8(chunk.bytes, 0x06);
       WriteName(chunk, node.text);
@@ -104,13 +103,9 @@ void WriteNode(ChunkImage& chunk, const Node& node, bool dependency_ids) {
     case Node::Kind::kCharacters:
       PutU8(chunk.bytes, node.token);
       return WriteCounted(chunk, node.text);
-    case Node::Kind::kNamed:
-      PutU8(chunk.bytes, node.token);
-      return WriteName(chunk, node.text);
-    case Node::Kind::kInstance:
-      return WriteInstance(chunk, node.instances.at(0));
-    case Node::Kind::kRaw:
-      return PutBytes(chunk.bytes, node.raw);
+    case Node::Kind::kNamed: PutU8(chunk.bytes, node.token); return WriteName(chunk, node.text);
+    case Node::Kind::kInstance: return WriteInstance(chunk, node.instances.at(0));
+    case Node::Kind::kRaw: return PutBytes(chunk.bytes, node.raw);
   }
 }
 
