@@ -21,7 +21,7 @@ using Guid = std::array<std::uint8_t, 16>;
 
 // A template definition as it was registered.
 struct TemplateRef {
-  std::uint64_t definition_file_offset = 0;  // all ones when only a scan has seen it
+  std::uint64_t definition_file_offset = 0;  // 0xFFFFFFFF when only a scan has seen it
   std::uint64_t chunk_file_offset = 0;
   std::uint32_t chunk_offset = 0;  // of the definition
   std::uint32_t origin_index = 0;  // bucket, or record number plus kOriginRecord or kOriginNested

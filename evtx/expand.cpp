@@ -246,11 +246,11 @@ void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
   const auto trim = [&](ValuePart& part) {
     NamedValue piece;
     piece.part = part;
-    const std::size_t cost = part.literal ? part.offset : std::size_t{part.size} + 1;
-    measured += cost;
-    const std::size_t size = measured > kMaxMeasured ? 0 : TextOf(event, piece, scratch).size();
+    const bool spent = used >= limit || measured > kMaxMeasured;
+    const std::size_t size = spent ? 0 : TextOf(event, piece, scratch).size();
+    measured += std::max(size, std::size_t{part.size});
     if (size == 0 || used + size > limit) {
-      if (size > 0 || measured > kMaxMeasured) NoteFault(decoder, RecordFault::kLimit);
+      if (size > 0 || spent) NoteFault(decoder, RecordFault::kLimit);
       part = LiteralPart("");
     } else {
       used += size;
@@ -314,9 +314,13 @@ const TemplateProgram* PreparedFragment(EvtxDecoder& decoder, std::uint32_t begi
 
 void ExpandRecord(EvtxDecoder& decoder, DecodedEvent& event) {
   Expand(decoder, event, decoder.program, decoder.array, 0);
-  const std::uint64_t limit = std::min(kMaxRecordText, decoder.chunk.text_left);
-  if (event.max_text > limit) TrimText(decoder, event, limit);
-  decoder.chunk.text_left -= std::min<std::uint64_t>(decoder.chunk.text_left, event.max_text);
+  std::uint64_t& left = decoder.chunk.text_left;
+  const std::uint64_t limit = std::min(kMaxRecordText, left);
+  const bool trim = event.max_text > limit;
+  if (trim) TrimText(decoder, event, limit);
+  // Once the chunk itself is at its bound, measuring every further record against the few bytes
+  // left would cost far more than they are worth.
+  left = trim && limit == left ? 0 : left - event.max_text;
 }
 
 }  // namespace tarnlex

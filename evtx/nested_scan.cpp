@@ -15,11 +15,14 @@ bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t recor
   TemplateInstance instance;
   DefinitionHead head;
   SubstitutionArray nested;
-  if (depth == kMaxNesting || !LocateInstance(chunk, token, instance) ||
+  // At its bounds the scan ends quietly: what it has listed by then is sound.
+  if (depth == kMaxNesting) return true;
+  if (!LocateInstance(chunk, token, instance) ||
       !ReadDefinitionHead(chunk, instance.definition, head) ||
-      !ParseSubstitutionArray(chunk, instance.array, nested) || !Charge(decoder, nested.count)) {
+      !ParseSubstitutionArray(chunk, instance.array, nested)) {
     return false;
   }
+  if (!Charge(decoder, nested.count)) return true;
   if (!decoder.chunk.resolved.contains(instance.definition)) {
     decoder.scanned.push_back({decoder.chunk.file_offset + instance.definition,
                                decoder.chunk.file_offset, instance.definition,
@@ -46,9 +49,14 @@ bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64
 
 void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, std::uint64_t record_id,
                              const DefinitionHead& own) {
-  constexpr std::uint64_t kUnknownOffset = ~std::uint64_t{0};
+  constexpr std::uint64_t kUnknownOffset = 0xFFFFFFFF;
   decoder.scanned.clear();
-  if (!ScanArray(decoder, decoder.array, record_id, 0)) return;
+  // The values are decoded after the scan. They count once, or arrays that multiply would use up
+  // all work before the first value of the event is reached.
+  const std::uint32_t work_left = decoder.work_left;
+  const bool walked = ScanArray(decoder, decoder.array, record_id, 0);
+  decoder.work_left = work_left;
+  if (!walked) return;
   if (!decoder.reference) {
     // The record's own entry carries the place of its binary XML instead of the definition's, so it
     // only matters while nothing is registered under its GUID: later records find it and no values.

@@ -127,9 +127,11 @@ void FrameInstance(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t def
 
 // A record whose binary XML is plain elements, as forwarded and re-exported logs hold them.
 void FrameElements(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t size) {
-  const std::uint64_t end = std::min<std::uint64_t>(std::uint64_t{record} + size, kChunkSize);
-  const std::uint32_t begin = record + kRecordHeaderSize + kFragmentHeaderSize;
-  decoder.program = PreparedFragment(decoder, begin, static_cast<std::uint32_t>(end));
+  constexpr std::uint32_t kHeaders = kRecordHeaderSize + kFragmentHeaderSize;
+  // Behind the elements stands a copy of the size, which must not be read as a token.
+  const std::uint64_t body_end = std::max(size, kHeaders + kRecordSizeCopy) - kRecordSizeCopy;
+  const std::uint64_t end = std::min<std::uint64_t>(record + body_end, kChunkSize);
+  decoder.program = PreparedFragment(decoder, record + kHeaders, static_cast<std::uint32_t>(end));
 }
 
 bool IsElementRecord(Bytes chunk, std::uint32_t record) {
