@@ -99,8 +99,7 @@ bool JudgeEvtx(const InputFile& file, LogInfo& info) {
 }  // namespace
 
 OpenResult ProbeLog(LogInfo& info, const std::string& path) {
-  info.path = path;
-  info.kind.clear();
+  info = {.path = path, .kind = {}};
   std::string directory;
   std::string name;
   if (!SplitPath(path, directory, name) || name.empty()) name = path;
