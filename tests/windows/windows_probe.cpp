@@ -4,8 +4,8 @@
 //   windows_probe resources EXE                 version, manifest
 //   windows_probe hold LOG COMMAND...           LOG is open for writing meanwhile
 //   windows_probe console FILE COMMAND...       what a console shows goes to FILE
-//   windows_probe codepage NUMBER LIST COMMAND...  LIST is standard input, in a console of that page
-//   windows_probe limited COMMAND...            without the rights of an administrator
+//   windows_probe codepage NUMBER LIST COMMAND...  LIST is standard input, in a console of that
+//   page windows_probe limited COMMAND...            without the rights of an administrator
 //
 // Ends as COMMAND does; with 99 and a line on standard error when it could not get so far.
 #define NOMINMAX
@@ -57,11 +57,11 @@ int Run(std::wstring line, const Streams& streams, HANDLE token = nullptr) {
   startup.hStdOutput = streams.out;
   startup.hStdError = streams.err;
   PROCESS_INFORMATION process{};
-  const BOOL started =
-      token == nullptr ? CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                        nullptr, &startup, &process)
-                       : CreateProcessAsUserW(token, nullptr, line.data(), nullptr, nullptr, TRUE,
-                                              0, nullptr, nullptr, &startup, &process);
+  const BOOL started = token == nullptr
+                           ? CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0,
+                                            nullptr, nullptr, &startup, &process)
+                           : CreateProcessAsUserW(token, nullptr, line.data(), nullptr, nullptr,
+                                                  TRUE, 0, nullptr, nullptr, &startup, &process);
   if (!started) return Fail("starting the command");
   WaitForSingleObject(process.hProcess, INFINITE);
   DWORD code = kFailed;
