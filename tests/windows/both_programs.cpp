@@ -124,7 +124,8 @@ Outcome RunInWine(const std::string& program, const Args& args, const std::strin
 
 Outcome RunOnTerminal(const std::string& program, const Args& args) {
   WorkDirectory();
-  const std::string command = TARNLEX_WINE " " + CommandLine(program, args);
+  const std::string command =
+      "stty cols 120 rows 100; " TARNLEX_WINE " " + CommandLine(program, args);
   return RunCommand("script -qec " + Quoted(command) + " /dev/null", "");
 }
 

@@ -18,7 +18,7 @@ constexpr const char* kNeedAdmin =
 // The records alone: everything behind the run header.
 std::string Records(const std::string& text) {
   const std::size_t cmdline = text.find("\"cmdline: ");
-  return cmdline == std::string::npos ? text : text.substr(text.find('\n', cmdline));
+  return cmdline == std::string::npos ? text : text.substr(text.find('\n', cmdline) + 1);
 }
 
 // A run whose records show paths: the same but for the directory that the logs lie in.
@@ -113,7 +113,7 @@ TEST(WindowsPaths, MayBeLong) {
 TEST(WindowsPaths, AreExpandedFromTheEnvironment) {
   CopyLog("System.evtx", DriveC() + "/System.evtx");
   const Outcome windows = RunOnWindows(With({"-log", "%SystemDrive%\\System.evtx"}));
-  ExpectRecordsOf(windows, "c:\\", RunHere(With({"-log", "logs/System.evtx"})), "logs/");
+  ExpectRecordsOf(windows, "C:\\", RunHere(With({"-log", "logs/System.evtx"})), "logs/");
 }
 
 TEST(HeldLog, IsReadAllTheSame) {
@@ -201,7 +201,8 @@ TEST(LimitedRights, AreSaidAndKeepTheSystemOut) {
   };
   EXPECT_EQ(said({"-livesys"}), warning + kNeedAdmin);
   EXPECT_EQ(said({"-partition", "C"}), warning + kNeedAdmin);
-  EXPECT_EQ(said({"-partition", "u", "-out", "logs/x.txt"}), warning + "\r\n");
+  EXPECT_EQ(said({"-partition", "u", "-out", "from_u.txt", "-quiet"}), warning + "\r\n");
+  EXPECT_GT(ReadAll(WorkDirectory() + "/from_u.txt").size(), 3000U);
   EXPECT_EQ(said({"-vss", "1"}),
             warning +
                 "This option requires admin privileges...\r\nneed to restart cmd prompt "
@@ -210,12 +211,14 @@ TEST(LimitedRights, AreSaidAndKeepTheSystemOut) {
 
 TEST(Console, ShowsTextAsItIs) {
   const Outcome run = RunOnTerminal(
-      WindowsProbe(), {"console", "shown.txt", WindowsProgram(), "-log", "logs/System.evtx",
-                       "-eventid", "7000", "-cmdfile", "нет такого.txt"});
+      WindowsProbe(), {"console", "shown.txt", WindowsProgram(), "-log",
+                       "logs/System.evtx|нет 🗂.evtx", "-string", "Журнал", "-quiet"});
   EXPECT_EQ(run.code, 0) << run.out;
   const std::string shown = ReadAll(WorkDirectory() + "/shown.txt");
-  EXPECT_NE(shown.find("prob opening command file нет такого.txt, skipping\n"), std::string::npos)
-      << shown << run.out;
+  for (const char* text : {"prob opening log нет 🗂.evtx, skipping\n", "tarnlex ver: 0.33\n",
+                           "| Тест 🧪 ", "Журнал 🗂 événement"}) {
+    EXPECT_NE(shown.find(text), std::string::npos) << text << " in\n" << shown << run.out;
+  }
 }
 
 TEST(PipedList, MayBeInTheCodePageOfTheConsole) {
