@@ -47,6 +47,7 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.templates.clear();
   chunk.names.clear();
   chunk.programs.clear();
+  chunk.own_programs.clear();
   chunk.resolved.clear();
   chunk.work_left = kMaxChunkWork;
   chunk.text_left = kMaxChunkText;

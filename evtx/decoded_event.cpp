@@ -33,6 +33,7 @@ std::size_t MaxTextSize(const DecodedEvent& event, const NamedValue& value) {
 char* WriteText(const DecodedEvent& event, const NamedValue& value, char* out) {
   if (value.unresolved) return out;
   out = WritePart(event.chunk, value.part, out);
+  if (value.more_count == 0) return out;
   for (std::uint32_t i = 0; i < value.more_count; ++i) {
     out = WritePart(event.chunk, event.parts[value.more_begin + i], out);
   }

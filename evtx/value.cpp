@@ -25,12 +25,18 @@ char* WriteUnsigned(Bytes value, char* out) {
   return WriteDecimal(static_cast<std::uint64_t>(Load<T>(value.data())), out);
 }
 
-template <typename T>
-char* WriteHexNumber(Bytes value, char* out) {
-  if (value.size() < sizeof(T)) return out;
+char* WriteHexInt32(Bytes value, char* out) {
+  if (value.size() < 4) return out;
   *out++ = '0';
   *out++ = 'x';
-  return WriteHex(Load<T>(value.data()), 2 * sizeof(T), out);
+  return WriteHex8(Load<std::uint32_t>(value.data()), out);
+}
+
+char* WriteHexInt64(Bytes value, char* out) {
+  if (value.size() < 8) return out;
+  *out++ = '0';
+  *out++ = 'x';
+  return WriteHex16(Load<std::uint64_t>(value.data()), out);
 }
 
 template <typename T>
@@ -127,22 +133,24 @@ std::string_view TypeName(std::uint8_t type) {
 }
 
 char* WriteGuidText(const std::uint8_t* guid, char* out) {
-  out = WriteHex(Load<std::uint32_t>(guid), 8, out);
-  *out++ = '-';
-  out = WriteHex(Load<std::uint16_t>(guid + 4), 4, out);
-  *out++ = '-';
-  out = WriteHex(Load<std::uint16_t>(guid + 6), 4, out);
-  *out++ = '-';
-  for (int i = 8; i < 16; ++i) {
-    if (i == 10) *out++ = '-';
-    out = WriteHex(guid[i], 2, out);
+  char digits[32];
+  char* next = WriteHex8(Load<std::uint32_t>(guid), digits);
+  next = WriteHex8(
+      std::uint32_t{Load<std::uint16_t>(guid + 4)} << 16 | Load<std::uint16_t>(guid + 6), next);
+  WriteHex16(__builtin_bswap64(Load<std::uint64_t>(guid + 8)), next);
+  constexpr int kGroups[] = {8, 4, 4, 4, 12};
+  const char* from = digits;
+  for (const int length : kGroups) {
+    if (from != digits) *out++ = '-';
+    std::memcpy(out, from, static_cast<std::size_t>(length));
+    from += length;
+    out += length;
   }
   return out;
 }
 
-std::size_t MaxValueText(Bytes chunk, const SubstitutionValue& value) {
-  if (value.type == kEvtVarTypeAnsiString) return AnsiText(chunk, value).size();
-  return 64 + std::size_t{3} * value.size;
+std::size_t AnsiTextSize(Bytes chunk, const SubstitutionValue& value) {
+  return AnsiText(chunk, value).size();
 }
 
 char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out) {
@@ -174,8 +182,8 @@ char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out) {
     case kEvtVarTypeSysTime: return WriteSystemTime(bytes, out);
     case kEvtVarTypeSid: return WriteSidText(bytes, out);
     case kEvtVarTypeHexInt32:
-    case kEvtVarTypeEvtHandle: return WriteHexNumber<std::uint32_t>(bytes, out);
-    case kEvtVarTypeHexInt64: return WriteHexNumber<std::uint64_t>(bytes, out);
+    case kEvtVarTypeEvtHandle: return WriteHexInt32(bytes, out);
+    case kEvtVarTypeHexInt64: return WriteHexInt64(bytes, out);
     case kEvtVarTypeMultiWideString: return WriteMultiString(bytes, out);
     default: return out;  // arrays and everything unknown have no text
   }

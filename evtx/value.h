@@ -51,8 +51,15 @@ struct SubstitutionValue {
 // The type's name as traces give it; "unknown type" for a code without one.
 std::string_view TypeName(std::uint8_t type);
 
-// An upper bound of the text of a value, in bytes of UTF-8.
-std::size_t MaxValueText(Bytes chunk, const SubstitutionValue& value);
+// The length of the text of a single-byte string.
+std::size_t AnsiTextSize(Bytes chunk, const SubstitutionValue& value);
+
+// An upper bound of the text of a value, in bytes of UTF-8: three bytes a unit for strings, the
+// digits of the widest number for the rest.
+inline std::size_t MaxValueText(Bytes chunk, const SubstitutionValue& value) {
+  if (value.type == kEvtVarTypeAnsiString) return AnsiTextSize(chunk, value);
+  return 64 + std::size_t{3} * value.size;
+}
 
 // Writes the text of a value at `out`, which has room for MaxValueText; returns the end. A value
 // that is too small for its type, does not lie inside the chunk, or is no valid instant or SID, and

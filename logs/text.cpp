@@ -150,6 +150,33 @@ char* WriteDecimal(std::int64_t value, char* out) {
   return std::to_chars(out, out + 20, value).ptr;
 }
 
+namespace {
+
+// The eight hexadecimal digits of `value` as the bytes of a number, the first digit lowest: nibbles
+// are spread over bytes and turned into characters all at once.
+std::uint64_t EightHexDigits(std::uint32_t value) {
+  std::uint64_t nibbles = value;
+  nibbles = (nibbles << 16 | nibbles) & 0x0000FFFF0000FFFF;
+  nibbles = (nibbles << 8 | nibbles) & 0x00FF00FF00FF00FF;
+  nibbles = (nibbles << 4 | nibbles) & 0x0F0F0F0F0F0F0F0F;
+  const std::uint64_t letters = ((nibbles + 0x0606060606060606) >> 4) & 0x0101010101010101;
+  const std::uint64_t digits = nibbles + 0x3030303030303030 + letters * ('a' - '0' - 10);
+  return __builtin_bswap64(digits);
+}
+
+}  // namespace
+
+char* WriteHex8(std::uint32_t value, char* out) {
+  const std::uint64_t digits = EightHexDigits(value);
+  std::memcpy(out, &digits, sizeof digits);
+  return out + sizeof digits;
+}
+
+char* WriteHex16(std::uint64_t value, char* out) {
+  return WriteHex8(static_cast<std::uint32_t>(value),
+                   WriteHex8(static_cast<std::uint32_t>(value >> 32), out));
+}
+
 char* WriteHex(std::uint64_t value, int digits, char* out) {
   for (int i = digits; i-- > 0; value >>= 4) out[i] = "0123456789abcdef"[value & 0xF];
   return out + digits;

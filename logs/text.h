@@ -53,6 +53,10 @@ char* WriteDecimal(std::int64_t value, char* out);
 char* WriteHex(std::uint64_t value, int digits, char* out);
 char* WritePaddedDecimal(std::uint64_t value, int digits, char* out);
 
+// The same for the two frequent lengths, faster.
+char* WriteHex8(std::uint32_t value, char* out);
+char* WriteHex16(std::uint64_t value, char* out);
+
 // Hexadecimal text without leading zeros.
 std::string HexText(std::uint64_t value);
 

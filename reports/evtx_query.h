@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -18,6 +19,8 @@ struct EvtxQuery {
   const QuerySpec* spec = nullptr;
   std::uint32_t position = 0;
   QueryTests tests;
+  std::string_view name;  // of the query and of its log, kept with the rows; set at first use
+  std::string_view label;
   // Of a query that pulls: its columns, and the name that fills each. Null until first used.
   const ColumnSet* pulled = nullptr;
   std::vector<std::string> sources;
@@ -28,12 +31,26 @@ struct EvtxShape {
   std::vector<std::uint32_t> name_ids;
   const ColumnSet* columns = nullptr;
   std::vector<std::uint32_t> order;  // for each column, the position of its value in the record
+  std::string_view provider;         // of the last record, kept with the rows
+};
+
+// The same for the records of one plan: where the text of each cell comes from.
+struct PlannedCell {
+  std::uint8_t origin = kOriginUnknown;
+  bool optional = false;
+  std::string_view literal;
+};
+struct PlannedShape {
+  const ColumnSet* columns = nullptr;
+  std::vector<PlannedCell> cells;
+  std::string_view provider;  // as EvtxShape::provider
 };
 
 // The queries of one walk, with what they remember from record to record.
 struct EvtxQueries {
   std::vector<EvtxQuery> queries;
   std::unordered_map<std::uint64_t, std::vector<EvtxShape>> shapes;  // by hash of the name ids
+  std::vector<PlannedShape> planned;                                 // by the plan's id
   std::uint64_t names_generation = 0;  // of the name table that the ids belong to
   std::string scratch;
 };
