@@ -4,8 +4,8 @@
 //   windows_probe resources EXE                 version, manifest
 //   windows_probe hold LOG COMMAND...           LOG is open for writing meanwhile
 //   windows_probe console FILE COMMAND...       what a console shows goes to FILE
-//   windows_probe codepage NUMBER LIST COMMAND...  LIST is standard input, in a console of that page
-//   windows_probe limited COMMAND...            without the rights of an administrator
+//   windows_probe codepage NUMBER LIST COMMAND...  LIST is standard input, in a console of that
+//   page windows_probe limited COMMAND...            without the rights of an administrator
 //
 // Ends as COMMAND does; with 99 and a line on standard error when it could not get so far.
 #define NOMINMAX
@@ -19,8 +19,6 @@
 namespace {
 
 constexpr int kFailed = 99;
-constexpr SHORT kColumns = 200;
-constexpr SHORT kLines = 100;
 
 int Fail(const char* what) {
   std::fprintf(stderr, "windows_probe: %s failed with %lu\n", what, GetLastError());
@@ -57,11 +55,11 @@ int Run(std::wstring line, const Streams& streams, HANDLE token = nullptr) {
   startup.hStdOutput = streams.out;
   startup.hStdError = streams.err;
   PROCESS_INFORMATION process{};
-  const BOOL started =
-      token == nullptr ? CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                        nullptr, &startup, &process)
-                       : CreateProcessAsUserW(token, nullptr, line.data(), nullptr, nullptr, TRUE,
-                                              0, nullptr, nullptr, &startup, &process);
+  const BOOL started = token == nullptr
+                           ? CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0,
+                                            nullptr, nullptr, &startup, &process)
+                           : CreateProcessAsUserW(token, nullptr, line.data(), nullptr, nullptr,
+                                                  TRUE, 0, nullptr, nullptr, &startup, &process);
   if (!started) return Fail("starting the command");
   WaitForSingleObject(process.hProcess, INFINITE);
   DWORD code = kFailed;
@@ -124,15 +122,17 @@ int ShowOnConsole(const wchar_t* file, wchar_t** command, int count) {
   const HANDLE screen = CreateConsoleScreenBuffer(GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
                                                   &inherited, CONSOLE_TEXTMODE_BUFFER, nullptr);
   if (screen == INVALID_HANDLE_VALUE) return Fail("making a screen buffer");
-  if (!SetConsoleScreenBufferSize(screen, {kColumns, kLines})) return Fail("sizing the buffer");
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  if (!GetConsoleScreenBufferInfo(screen, &info)) return Fail("measuring the screen buffer");
   Streams streams;
   streams.out = streams.err = screen;
   const int code = Run(CommandLine(command, count), streams);
   const HANDLE target = OpenForWriting(file);
-  for (SHORT line = 0; line < kLines; ++line) {
-    std::wstring cells(kColumns, L' ');
+  const auto columns = static_cast<DWORD>(info.dwSize.X);
+  for (SHORT line = 0; line < info.dwSize.Y; ++line) {
+    std::wstring cells(columns, L' ');
     DWORD got = 0;
-    if (!ReadConsoleOutputCharacterW(screen, cells.data(), kColumns, {0, line}, &got)) {
+    if (!ReadConsoleOutputCharacterW(screen, cells.data(), columns, {0, line}, &got)) {
       return Fail("reading the console");
     }
     cells.erase(cells.find_last_not_of(L' ') + 1);
@@ -154,18 +154,17 @@ int PipeIn(const wchar_t* code_page, const wchar_t* list, wchar_t** command, int
   return Run(CommandLine(command, count), streams);
 }
 
+// With the token that an administrator has before confirming anything.
 int RunLimited(wchar_t** command, int count) {
-  BYTE sid[SECURITY_MAX_SID_SIZE];
-  DWORD sid_size = sizeof sid;
   HANDLE own = nullptr;
+  TOKEN_LINKED_TOKEN linked{};
+  DWORD size = 0;
   HANDLE limited = nullptr;
-  if (!CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, sid, &sid_size) ||
-      !OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, &own)) {
-    return Fail("opening the token");
-  }
-  SID_AND_ATTRIBUTES disabled{sid, 0};
-  if (!CreateRestrictedToken(own, 0, 1, &disabled, 0, nullptr, 0, nullptr, &limited)) {
-    return Fail("limiting the token");
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, &own) ||
+      !GetTokenInformation(own, TokenLinkedToken, &linked, sizeof linked, &size) ||
+      !DuplicateTokenEx(linked.LinkedToken, TOKEN_ALL_ACCESS, nullptr, SecurityImpersonation,
+                        TokenPrimary, &limited)) {
+    return Fail("getting the limited token");
   }
   return Run(CommandLine(command, count), Streams{}, limited);
 }
