@@ -47,9 +47,12 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.templates.clear();
   chunk.names.clear();
   chunk.programs.clear();
+  chunk.own_programs.clear();
   chunk.resolved.clear();
   chunk.work_left = kMaxChunkWork;
   chunk.text_left = kMaxChunkText;
+  chunk.prepared_left = kMaxChunkPrepared;
+  chunk.measured_left = kMaxChunkMeasured;
   if (with_names) LoadNames(chunk);
   LoadTemplates(chunk);
 }

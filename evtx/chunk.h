@@ -21,7 +21,7 @@ using Guid = std::array<std::uint8_t, 16>;
 
 // A template definition as it was registered.
 struct TemplateRef {
-  std::uint64_t definition_file_offset = 0;  // all ones when only a scan has seen it
+  std::uint64_t definition_file_offset = 0;  // 0xFFFFFFFF when only a scan has seen it
   std::uint64_t chunk_file_offset = 0;
   std::uint32_t chunk_offset = 0;  // of the definition
   std::uint32_t origin_index = 0;  // bucket, or record number plus kOriginRecord or kOriginNested
@@ -47,12 +47,16 @@ struct EvtxChunk {
   std::uint64_t last_number = 0;
   std::map<Guid, TemplateRef> templates;  // the first definition of a GUID stays
   std::vector<ChunkName> names;           // only filled for a trace; decoding follows offsets
-  // Prepared streams by the chunk offset of their definition.
-  std::unordered_map<std::uint32_t, std::unique_ptr<TemplateProgram>> programs;
+  // Prepared streams by the chunk offset of their definition; those that only this chunk can use
+  // lie in `own_programs`.
+  std::unordered_map<std::uint32_t, const TemplateProgram*> programs;
+  std::vector<std::unique_ptr<TemplateProgram>> own_programs;
   // What the map holds under the GUID of the definition at an offset, for offsets asked for before.
   std::unordered_map<std::uint32_t, const TemplateRef*> resolved;
   std::uint64_t work_left = kMaxChunkWork;
   std::uint64_t text_left = kMaxChunkText;
+  std::uint32_t prepared_left = kMaxChunkPrepared;
+  std::uint64_t measured_left = kMaxChunkMeasured;
 };
 
 // Whether a chunk begins here.

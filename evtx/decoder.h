@@ -11,12 +11,16 @@
 #include "evtx/names.h"
 #include "evtx/substitution.h"
 #include "evtx/template.h"
+#include "evtx/template_cache.h"
+#include "evtx/value_plan.h"
 #include "logs/text_sink.h"
 
 namespace tarnlex {
 
 struct EvtxDecoder {
   NameTable names;
+  TemplateCache cache;
+  PlanTable plans;
   EvtxChunk chunk;
   WalkAccount account;
   TextSink* trace = nullptr;  // null: no trace is asked for
@@ -29,7 +33,9 @@ struct EvtxDecoder {
   const TemplateRef* reference = nullptr;    // null: no template, or an element fragment
   const TemplateProgram* program = nullptr;  // what its values come from; null: nothing
   SubstitutionArray array;
+  NestedValues nested;
   std::uint32_t work_left = 0;            // tokens and slot values that it may still cost
+  std::uint32_t record_share = 0;         // its bytes in the chunk
   std::size_t unnamed_data = 0;           // unnamed "Data" elements met
   std::vector<std::size_t> counted_data;  // numbers taken by those that have children
   std::vector<TemplateRef> scanned;       // definitions met inside its values

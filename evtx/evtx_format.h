@@ -30,6 +30,7 @@ inline constexpr std::uint32_t kRecordSizeField = 4;
 inline constexpr std::uint32_t kRecordIdField = 8;
 inline constexpr std::uint32_t kRecordTimeField = 16;
 inline constexpr std::uint32_t kRecordHeaderSize = 24;
+inline constexpr std::uint32_t kRecordSizeCopy = 4;  // ends the record
 // Of a record that is a template instance, from the record's start.
 inline constexpr std::uint32_t kRecordDefinitionField = kRecordHeaderSize + 10;
 inline constexpr std::uint32_t kRecordInlinePosition = kRecordHeaderSize + 14;
@@ -56,8 +57,17 @@ inline constexpr std::uint32_t kDescriptorSize = 4;
 inline constexpr int kMaxNesting = 16;
 inline constexpr std::uint32_t kMaxRecordWork = 65'536;  // tokens and slot values of one record
 inline constexpr std::uint64_t kMaxRecordText = std::uint64_t{16} << 20;
-inline constexpr std::uint64_t kMaxChunkWork = 4'000'000;  // of all records of one chunk
-inline constexpr std::uint64_t kMaxChunkText = std::uint64_t{40} << 20;
+// Of all records of one chunk. Records that come when these are spent still get their share by
+// size, so that a crafted record does not take the next ones' values away.
+inline constexpr std::uint64_t kMaxChunkWork = 400'000;
+inline constexpr std::uint64_t kMaxChunkText = std::uint64_t{20} << 20;
+inline constexpr std::uint32_t kWorkPerByte = 8;
+inline constexpr std::uint64_t kTextPerByte = 64;
+// Tokens of the definitions that are prepared, and bytes converted only to measure them.
+inline constexpr std::uint32_t kMaxChunkPrepared = 131'072;
+inline constexpr std::uint64_t kMaxChunkMeasured = std::uint64_t{40} << 20;
+// Bytes of text that cost as much as a token.
+inline constexpr std::size_t kTextPerToken = 16;
 // Names that do not overlap cannot have more text than this in one chunk.
 inline constexpr std::uint64_t kMaxChunkNameText = std::uint64_t{256} << 10;
 inline constexpr std::size_t kMaxNameTableText = std::size_t{16} << 20;

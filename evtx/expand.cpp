@@ -11,8 +11,11 @@ constexpr StreamLayout kBodyLayout{true, false};
 constexpr StreamLayout kFragmentLayout{false, false};
 constexpr std::uint32_t kBytesPerToken = 16;  // of a typical stream
 
-void ChargeChunk(EvtxDecoder& decoder, std::uint64_t work) {
-  decoder.chunk.work_left -= std::min(decoder.chunk.work_left, work);
+// Text that is made whether or not the record keeps it.
+bool ChargeText(EvtxDecoder& decoder, std::size_t size) {
+  const bool enough = Charge(decoder, static_cast<std::uint32_t>(size / kTextPerToken));
+  if (!enough) NoteFault(decoder, RecordFault::kLimit);
+  return enough;
 }
 
 // One stream being run over one array.
@@ -49,12 +52,24 @@ NamedValue* AddNamed(DecodedEvent& event, Name* name) {
 }
 
 ValuePart SlotPart(const SubstitutionValue& value) {
-  return {nullptr, value.offset, value.size, value.type};
+  return {nullptr, value.offset, value.size, value.type, kOriginUnknown, false};
+}
+
+// Plans reach as far as kept templates, the record's own and one nested in it.
+std::uint8_t SlotOrigin(const Expansion& run, std::uint16_t slot) {
+  if (!run.program.cached || run.depth > 1) return kOriginUnknown;
+  const std::uint8_t array = run.depth == 0 ? kOriginOwnSlot : kOriginNestedSlot;
+  return static_cast<std::uint8_t>(array | slot);
 }
 
 ValuePart LiteralPart(std::string_view text) {
   // An empty literal still needs an address, since a null one means a slot.
-  return {text.empty() ? "" : text.data(), static_cast<std::uint32_t>(text.size()), 0, 0};
+  return {text.empty() ? "" : text.data(),
+          static_cast<std::uint32_t>(text.size()),
+          0,
+          0,
+          kOriginUnknown,
+          false};
 }
 
 // The part that a piece gives. False when it gives none: a slot past the array, binary XML, or an
@@ -84,8 +99,19 @@ void AddSlotValue(Expansion& run, const Step& step) {
   NamedValue* named = AddNamed(run.event, step.name);
   if (!named) return;
   named->part = SlotPart(value);
+  named->part.origin = SlotOrigin(run, step.slot);
+  named->part.optional = step.optional;
   named->unresolved = step.optional && value.type == kEvtVarTypeNull;
   if (!named->unresolved) run.event.max_text += MaxValueText(run.event.chunk, value);
+}
+
+void SetOrigin(const Expansion& run, const TextPiece& piece, ValuePart& part) {
+  part.optional = piece.optional;
+  if (piece.is_slot) {
+    part.origin = SlotOrigin(run, piece.slot);
+  } else if (run.program.cached) {
+    part.origin = kOriginLiteral;
+  }
 }
 
 // Joins the pieces of a step under `name`; a value without any piece that gives something is none.
@@ -104,6 +130,7 @@ void AddJoined(Expansion& run, const Step& step, Name* name) {
     resolved = true;
   }
   if (!resolved && !unresolved) return;
+  if (step.piece_count == 1) SetOrigin(run, pieces[0], first);
   NamedValue* named = AddNamed(run.event, name);
   named->part = first;
   named->more_begin = begin;
@@ -120,6 +147,7 @@ void DecodeSlotsOf(Expansion& run, const Step& step) {
 }
 
 Name* ComputeName(Expansion& run, const Step& step) {
+  run.event.plannable = false;
   std::string text;
   std::string scratch;
   for (std::uint32_t i = 0; i < step.name_piece_count; ++i) {
@@ -128,6 +156,7 @@ Name* ComputeName(Expansion& run, const Step& step) {
     if (!PieceValue(run, run.program.pieces[step.first_name_piece + i], part, unresolved)) continue;
     NamedValue piece;
     piece.part = part;
+    if (!ChargeText(run.decoder, MaxTextSize(run.event, piece))) break;
     text += TextOf(run.event, piece, scratch);
     if (text.size() > kMaxChunkNameText) break;
   }
@@ -239,18 +268,17 @@ void DecodeBinaryXml(EvtxDecoder& decoder, DecodedEvent& event, const Substituti
 // Leaves out what would pass the bound on a record's text. The few records that come here are
 // crafted, so texts are measured by making them, and even that effort is bounded.
 void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
-  constexpr std::uint64_t kMaxMeasured = 4 * kMaxRecordText;
   std::string scratch;
   std::uint64_t used = 0;
-  std::uint64_t measured = 0;
+  std::uint64_t& measurable = decoder.chunk.measured_left;
   const auto trim = [&](ValuePart& part) {
     NamedValue piece;
     piece.part = part;
-    const std::size_t cost = part.literal ? part.offset : std::size_t{part.size} + 1;
-    measured += cost;
-    const std::size_t size = measured > kMaxMeasured ? 0 : TextOf(event, piece, scratch).size();
+    const bool spent = used >= limit || measurable == 0;
+    const std::size_t size = spent ? 0 : TextOf(event, piece, scratch).size();
+    measurable -= std::min<std::uint64_t>(measurable, std::max(size, std::size_t{part.size}));
     if (size == 0 || used + size > limit) {
-      if (size > 0 || measured > kMaxMeasured) NoteFault(decoder, RecordFault::kLimit);
+      if (size > 0 || spent) NoteFault(decoder, RecordFault::kLimit);
       part = LiteralPart("");
     } else {
       used += size;
@@ -264,6 +292,30 @@ void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
   event.max_text = static_cast<std::size_t>(used);
 }
 
+const TemplateProgram* PrepareTemplate(EvtxDecoder& decoder, std::uint32_t offset,
+                                       std::uint32_t begin, std::uint32_t end) {
+  const Bytes chunk = decoder.chunk.data;
+  // Definitions that overlap may hold far more tokens than the chunk has bytes.
+  std::uint32_t& left = decoder.chunk.prepared_left;
+  if (left == 0) {
+    static const TemplateProgram kNothing;
+    NoteFault(decoder, RecordFault::kLimit);
+    return &kNothing;
+  }
+  left -= std::min(left, 1 + (end - std::min(begin, end)) / kBytesPerToken);
+  DefinitionHead head;
+  ReadDefinitionHead(chunk, offset, head);
+  const TemplateProgram* program = FindCached(decoder.cache, head.guid, chunk, begin, end);
+  if (program) return program;
+  auto own = std::make_unique<TemplateProgram>();
+  CompileStream(chunk, begin, end, kBodyLayout, decoder.names, *own);
+  left -= std::min(left, own->tokens);
+  program = KeepInCache(decoder.cache, head.guid, chunk, begin, end, *own);
+  if (program) return program;
+  decoder.chunk.own_programs.push_back(std::move(own));
+  return decoder.chunk.own_programs.back().get();
+}
+
 }  // namespace
 
 const TemplateProgram* PreparedTemplate(EvtxDecoder& decoder, std::uint32_t offset,
@@ -272,19 +324,17 @@ const TemplateProgram* PreparedTemplate(EvtxDecoder& decoder, std::uint32_t offs
   const std::uint32_t begin = offset + kDefinitionHeadSize;
   const auto end = static_cast<std::uint32_t>(
       std::min<std::uint64_t>(std::uint64_t{begin} + size, chunk.size()));
-  if (decoder.trace) TraceStream(*decoder.trace, chunk, begin, end, kBodyLayout);
-  std::unique_ptr<TemplateProgram>& program = decoder.chunk.programs[offset];
-  if (program) return program.get();
-  program = std::make_unique<TemplateProgram>();
-  CompileStream(chunk, begin, end, kBodyLayout, decoder.names, *program);
-  ChargeChunk(decoder, program->tokens);
-  return program.get();
+  if (decoder.trace) TraceStream(*decoder.trace, chunk, begin, end, kBodyLayout, decoder.work_left);
+  const TemplateProgram*& known = decoder.chunk.programs[offset];
+  if (!known) known = PrepareTemplate(decoder, offset, begin, end);
+  return known;
 }
 
 const TemplateProgram* PreparedFragment(EvtxDecoder& decoder, std::uint32_t begin,
                                         std::uint32_t end) {
   const Bytes chunk = decoder.chunk.data;
-  if (decoder.trace) TraceStream(*decoder.trace, chunk, begin, end, kFragmentLayout);
+  if (decoder.trace)
+    TraceStream(*decoder.trace, chunk, begin, end, kFragmentLayout, decoder.work_left);
   if (decoder.fragments_used == decoder.fragments.size()) {
     decoder.fragments.push_back(std::make_unique<TemplateProgram>());
   }
@@ -301,9 +351,11 @@ const TemplateProgram* PreparedFragment(EvtxDecoder& decoder, std::uint32_t begi
 
 void ExpandRecord(EvtxDecoder& decoder, DecodedEvent& event) {
   Expand(decoder, event, decoder.program, decoder.array, 0);
-  const std::uint64_t limit = std::min(kMaxRecordText, decoder.chunk.text_left);
+  std::uint64_t& left = decoder.chunk.text_left;
+  const std::uint64_t share = kTextPerByte * decoder.record_share;
+  const std::uint64_t limit = std::min(kMaxRecordText, std::max(left, share));
   if (event.max_text > limit) TrimText(decoder, event, limit);
-  decoder.chunk.text_left -= std::min<std::uint64_t>(decoder.chunk.text_left, event.max_text);
+  left -= std::min<std::uint64_t>(left, event.max_text);
 }
 
 }  // namespace tarnlex

@@ -1,5 +1,7 @@
 #include "evtx/names.h"
 
+#include <algorithm>
+
 #include "evtx/binary_xml.h"
 #include "evtx/evtx_format.h"
 #include "logs/text.h"
@@ -33,7 +35,12 @@ Name* InternTokenName(NameTable& table, const Token& token) {
   }
   // Before the conversion, so that refused names cost nothing.
   if (token.name.units.size() / 2 > table.chunk_text_left) return InternName(table, "");
-  Name* name = InternComputedName(table, Utf16ToUtf8(token.name.units));
+  const std::size_t units = token.name.units.size() / 2;
+  const std::string text = Utf16ToUtf8(token.name.units);
+  Name* name = InternComputedName(table, text);
+  // Zero units at the end give no text but are read all the same.
+  const std::uint64_t dropped = units - std::min(text.size(), units);
+  table.chunk_text_left -= std::min(table.chunk_text_left, dropped);
   if (token.name_offset != 0) table.by_offset.emplace(token.name_offset, name);
   return name;
 }

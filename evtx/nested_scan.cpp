@@ -1,5 +1,7 @@
 #include "evtx/nested_scan.h"
 
+#include <bit>
+
 namespace tarnlex {
 namespace {
 
@@ -10,16 +12,30 @@ std::uint32_t Origin(std::uint64_t record_id, std::uint32_t source) {
 bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64_t record_id,
                int depth);
 
+// The record's one nested array is parsed here already; who plans its values need not do it again.
+void KeepNested(EvtxDecoder& decoder, const TemplateInstance& instance, const DefinitionHead& head,
+                const SubstitutionArray& nested) {
+  decoder.nested.usable = std::has_single_bit(decoder.array.binary_xml) && nested.binary_xml == 0;
+  if (!decoder.nested.usable) return;
+  decoder.nested.definition = instance.definition;
+  decoder.nested.definition_size = head.size;
+  decoder.nested.array = nested;
+}
+
 bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t record_id, int depth) {
   const Bytes chunk = decoder.chunk.data;
   TemplateInstance instance;
   DefinitionHead head;
   SubstitutionArray nested;
-  if (depth == kMaxNesting || !LocateInstance(chunk, token, instance) ||
+  // At its bounds the scan ends quietly: what it has listed by then is sound.
+  if (depth == kMaxNesting) return true;
+  if (!LocateInstance(chunk, token, instance) ||
       !ReadDefinitionHead(chunk, instance.definition, head) ||
-      !ParseSubstitutionArray(chunk, instance.array, nested) || !Charge(decoder, nested.count)) {
+      !ParseSubstitutionArray(chunk, instance.array, nested)) {
     return false;
   }
+  if (!Charge(decoder, nested.count)) return true;
+  if (depth == 0) KeepNested(decoder, instance, head, nested);
   if (!decoder.chunk.resolved.contains(instance.definition)) {
     decoder.scanned.push_back({decoder.chunk.file_offset + instance.definition,
                                decoder.chunk.file_offset, instance.definition,
@@ -46,9 +62,14 @@ bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64
 
 void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, std::uint64_t record_id,
                              const DefinitionHead& own) {
-  constexpr std::uint64_t kUnknownOffset = ~std::uint64_t{0};
+  constexpr std::uint64_t kUnknownOffset = 0xFFFFFFFF;
   decoder.scanned.clear();
-  if (!ScanArray(decoder, decoder.array, record_id, 0)) return;
+  // The values are decoded after the scan. They count once, or arrays that multiply would use up
+  // all work before the first value of the event is reached.
+  const std::uint32_t work_left = decoder.work_left;
+  const bool walked = ScanArray(decoder, decoder.array, record_id, 0);
+  decoder.work_left = work_left;
+  if (!walked) return;
   if (!decoder.reference) {
     // The record's own entry carries the place of its binary XML instead of the definition's, so it
     // only matters while nothing is registered under its GUID: later records find it and no values.

@@ -29,6 +29,7 @@ void ReadHeader(EvtxDecoder& decoder, std::uint32_t offset, DecodedEvent& event)
   event.parts.clear();
   event.max_text = 0;
   event.values_decoded = false;
+  event.plannable = true;
 }
 
 void BeginRecord(EvtxDecoder& decoder) {
@@ -37,12 +38,19 @@ void BeginRecord(EvtxDecoder& decoder) {
   decoder.program = nullptr;
   decoder.array.count = 0;
   decoder.array.binary_xml = 0;
+  decoder.nested.usable = false;
   decoder.unnamed_data = 0;
   decoder.counted_data.clear();
   decoder.fragments_used = 0;
   if (decoder.fragments.size() > kKeptFragments) decoder.fragments.resize(kKeptFragments);
-  decoder.work_left =
-      static_cast<std::uint32_t>(std::min<std::uint64_t>(kMaxRecordWork, decoder.chunk.work_left));
+}
+
+// Sizes of records lead from one to the next, so they add up to no more than the chunk.
+void ShareOutWork(EvtxDecoder& decoder, std::uint32_t offset, DecodedEvent& event) {
+  decoder.record_share = std::min(event.size, kChunkSize - offset);
+  const std::uint64_t work =
+      std::max<std::uint64_t>(decoder.chunk.work_left, kWorkPerByte * decoder.record_share);
+  decoder.work_left = static_cast<std::uint32_t>(std::min<std::uint64_t>(kMaxRecordWork, work));
 }
 
 // A definition is known by its GUID. One that the chunk has not registered counts only when it
@@ -127,9 +135,11 @@ void FrameInstance(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t def
 
 // A record whose binary XML is plain elements, as forwarded and re-exported logs hold them.
 void FrameElements(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t size) {
-  const std::uint64_t end = std::min<std::uint64_t>(std::uint64_t{record} + size, kChunkSize);
-  const std::uint32_t begin = record + kRecordHeaderSize + kFragmentHeaderSize;
-  decoder.program = PreparedFragment(decoder, begin, static_cast<std::uint32_t>(end));
+  constexpr std::uint32_t kHeaders = kRecordHeaderSize + kFragmentHeaderSize;
+  // Behind the elements stands a copy of the size, which must not be read as a token.
+  const std::uint64_t body_end = std::max(size, kHeaders + kRecordSizeCopy) - kRecordSizeCopy;
+  const std::uint64_t end = std::min<std::uint64_t>(record + body_end, kChunkSize);
+  decoder.program = PreparedFragment(decoder, record + kHeaders, static_cast<std::uint32_t>(end));
 }
 
 bool IsElementRecord(Bytes chunk, std::uint32_t record) {
@@ -175,6 +185,11 @@ void SettleEventId(EvtxDecoder& decoder, DecodedEvent& event) {
 
 void BeginChunk(EvtxDecoder& decoder, Bytes data, std::uint64_t file_offset) {
   BeginChunkNames(decoder.names);
+  if (decoder.cache.generation != decoder.names.generation) {
+    ClearPlans(decoder.plans);
+    ClearCache(decoder.cache);
+    decoder.cache.generation = decoder.names.generation;
+  }
   LoadChunk(data, file_offset, decoder.trace != nullptr, decoder.chunk);
 }
 
@@ -182,6 +197,7 @@ bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expec
                  DecodedEvent& event) {
   BeginRecord(decoder);
   ReadHeader(decoder, offset, event);
+  ShareOutWork(decoder, offset, event);
   const Bytes chunk = decoder.chunk.data;
   if (decoder.trace) {
     TraceLine(*decoder.trace, "record " + std::to_string(event.record_id) + " at file offset 0x" +

@@ -10,7 +10,9 @@ target_sources(tarnlex_core PRIVATE
   evtx/record.cpp
   evtx/substitution.cpp
   evtx/template.cpp
+  evtx/template_cache.cpp
   evtx/trace.cpp
   evtx/value.cpp
+  evtx/value_plan.cpp
   evtx/walk.cpp
 )

@@ -11,22 +11,28 @@ bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SubstitutionArray
   array.end = offset;
   array.binary_xml = 0;
   array.cut = false;
+  array.has_ansi = false;
   if (!Fits(chunk, offset, 8)) return false;
   const std::uint32_t count = Load<std::uint32_t>(chunk.data() + offset);
   if (count > kMaxArrayValues) return false;
   const std::uint32_t descriptors = offset + 4;
   if (!Fits(chunk, descriptors, std::uint64_t{kDescriptorSize} * count)) return false;
+  const std::uint8_t* descriptor = chunk.data() + descriptors;
+  const auto chunk_end = static_cast<std::uint32_t>(chunk.size());
   std::uint32_t at = descriptors + kDescriptorSize * count;
-  for (std::uint32_t i = 0; i < count; ++i) {
-    const std::uint8_t* descriptor = chunk.data() + descriptors + kDescriptorSize * i;
-    SubstitutionValue& value = array.values[i];
-    value = {at, Load<std::uint16_t>(descriptor), descriptor[2]};
-    array.cut = !Fits(chunk, at, value.size);
+  std::uint32_t taken = 0;
+  for (; taken < count; ++taken, descriptor += kDescriptorSize) {
+    const std::uint32_t fields = Load<std::uint32_t>(descriptor);
+    const std::uint32_t size = fields & 0xFFFF;
+    const auto type = static_cast<std::uint8_t>(fields >> 16);
+    array.cut = size > chunk_end - at;
     if (array.cut) break;
-    if (value.type == kEvtVarTypeEvtBXml) array.binary_xml |= 1U << i;
-    at += value.size;
-    ++array.count;
+    array.values[taken] = {at, static_cast<std::uint16_t>(size), type};
+    array.binary_xml |= std::uint32_t{type == kEvtVarTypeEvtBXml} << taken;
+    array.has_ansi |= type == kEvtVarTypeAnsiString;
+    at += size;
   }
+  array.count = taken;
   array.end = at;
   return true;
 }

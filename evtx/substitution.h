@@ -18,6 +18,7 @@ struct SubstitutionArray {
   std::uint32_t end = 0;         // of the last value taken: where what follows begins
   std::uint32_t binary_xml = 0;  // bit N: value N is binary XML
   bool cut = false;              // values that would run past the chunk were left out
+  bool has_ansi = false;         // a single-byte string, whose size bounds nothing, is among them
 };
 
 // Parses the array at `offset` of the chunk. False, the array empty, when fewer than 8 bytes

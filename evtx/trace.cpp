@@ -95,10 +95,10 @@ void TraceToken(TextSink& trace, const Token& token) {
 }
 
 void TraceStream(TextSink& trace, Bytes chunk, std::uint32_t begin, std::uint32_t end,
-                 StreamLayout layout) {
+                 StreamLayout layout, std::uint32_t most) {
   Token token;
   for (std::uint32_t pos = FirstToken(chunk, begin, end); pos < end; pos = token.end) {
-    if (!ReadToken(chunk, pos, end, layout, token)) return;
+    if (most-- == 0 || !ReadToken(chunk, pos, end, layout, token)) return;
     TraceToken(trace, token);
     if (token.kind == TokenKind::kEndOfStream || token.kind == TokenKind::kStopping) return;
   }

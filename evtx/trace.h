@@ -12,9 +12,9 @@ namespace tarnlex {
 // One line for one token: its tag, with "+" where its flag for more is set, and its fields.
 void TraceToken(TextSink& trace, const Token& token);
 
-// The lines of all tokens of the stream from `begin` to `end` of the chunk.
+// The lines of the tokens of the stream from `begin` to `end` of the chunk, at most `most`.
 void TraceStream(TextSink& trace, Bytes chunk, std::uint32_t begin, std::uint32_t end,
-                 StreamLayout layout);
+                 StreamLayout layout, std::uint32_t most);
 
 // A line of plain text.
 void TraceLine(TextSink& trace, std::string_view text);

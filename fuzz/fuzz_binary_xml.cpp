@@ -19,7 +19,7 @@ void ReadAlone(Bytes stream) {
     BeginChunkNames(names);
     TemplateProgram program;
     CompileStream(stream, 0, size, layout, names, program);
-    TraceStream(trace, stream, 0, size, layout);
+    TraceStream(trace, stream, 0, size, layout, size);
   }
 }
 

@@ -99,8 +99,7 @@ bool JudgeEvtx(const InputFile& file, LogInfo& info) {
 }  // namespace
 
 OpenResult ProbeLog(LogInfo& info, const std::string& path) {
-  info.path = path;
-  info.kind.clear();
+  info = {.path = path, .kind = {}};
   info.format_unknown = true;
   DisableFsRedirection();
   const std::optional<InputFile> file = OpenInput(path);

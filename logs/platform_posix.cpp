@@ -180,6 +180,7 @@ std::optional<std::string> Environment(const std::string& name) {
 bool IsAdmin() { return geteuid() == 0; }
 bool IsVistaOrLater() { return false; }
 bool OnWindows() { return false; }
+void PrepareProcess() {}
 bool DisableFsRedirection() { return false; }
 std::optional<std::string> WindowsDirectory() { return std::nullopt; }
 
@@ -235,6 +236,8 @@ bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 void KeepRunningOnBrokenPipe() { signal(SIGPIPE, SIG_IGN); }
 bool StandardOutputReaderGone() { return reader_gone; }
+
+std::string InputText(std::string line) { return line; }
 
 std::vector<std::string> CommandLineArguments(int argc, char** argv) { return {argv, argv + argc}; }
 

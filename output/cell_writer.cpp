@@ -1,77 +1,27 @@
 #include "output/cell_writer.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "logs/text.h"
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace tarnlex {
 namespace {
 
-constexpr std::size_t kBlock = 16;
-
 // Room that cleaning one block and one line break may take, block stores included.
-constexpr std::size_t kStepRoom = 2 * kBlock;
+constexpr std::size_t kStepRoom = 2 * kCellBlock;
 
 // How much room a long text asks for at a time.
 constexpr std::size_t kMostRoom = std::size_t{1} << 16;
 
-bool IsBreak(char c) { return c == '\r' || c == '\n'; }
-
 void SetReplacement(CellCleaner& cleaner, int index, char from, char to) {
-  std::memset(cleaner.from[index], from, kBlock);
-  std::memset(cleaner.to[index], to, kBlock);
+  std::memset(cleaner.from[index], from, kCellBlock);
+  std::memset(cleaner.to[index], to, kCellBlock);
 }
-
-#if defined(__SSE2__)
-
-__m128i LoadBlock(const char* at) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));  // unaligned by design
-}
-
-__m128i Replaced(const CellCleaner& cleaner, int index, __m128i text) {
-  const __m128i hit = _mm_cmpeq_epi8(text, LoadBlock(cleaner.from[index]));
-  return _mm_or_si128(_mm_andnot_si128(hit, text),
-                      _mm_and_si128(hit, LoadBlock(cleaner.to[index])));
-}
-
-// Copies up to a block of `count` characters, replaced, until a line break; returns how many. Reads
-// and writes a whole block.
-std::size_t CopyBlock(const CellCleaner& cleaner, const char* from, std::size_t count, char* out) {
-  const __m128i text = LoadBlock(from);
-  const __m128i breaks = _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8('\r')),
-                                      _mm_cmpeq_epi8(text, _mm_set1_epi8('\n')));
-  // The two replacements never meet: neither gives what the other takes.
-  const __m128i replaced = Replaced(cleaner, 1, Replaced(cleaner, 0, text));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), replaced);
-  const unsigned stops = static_cast<unsigned>(_mm_movemask_epi8(breaks)) | 1U << count;
-  return static_cast<std::size_t>(std::countr_zero(stops));
-}
-
-#else
-
-char Replaced(const CellCleaner& cleaner, char c) {
-  if (c == cleaner.from[0][0]) return cleaner.to[0][0];
-  if (c == cleaner.from[1][0]) return cleaner.to[1][0];
-  return c;
-}
-
-std::size_t CopyBlock(const CellCleaner& cleaner, const char* from, std::size_t count, char* out) {
-  std::size_t done = 0;
-  for (; done < count && !IsBreak(from[done]); ++done) out[done] = Replaced(cleaner, from[done]);
-  return done;
-}
-
-#endif
 
 // Marks the line break at `from`, the longest there; returns its length.
 std::size_t MarkBreak(const char* from, const char* end, char*& out) {
-  const bool pair = end - from > 1 && IsBreak(from[1]) && from[0] != from[1];
+  const bool pair = end - from > 1 && IsLineBreak(from[1]) && from[0] != from[1];
   const bool carriage = from[0] == '\r';
   const std::string_view mark = pair ? carriage ? "[CRLF]" : "[LFCR]" : carriage ? "[CR]" : "[LF]";
   std::memcpy(out, mark.data(), mark.size());
@@ -80,30 +30,36 @@ std::size_t MarkBreak(const char* from, const char* end, char*& out) {
 }
 
 // The last characters of a text behind which nothing may be read.
-const char* CopyLast(const char* from, std::size_t count, char (&last)[kBlock]) {
-  std::memset(last, ' ', kBlock);
+const char* CopyLast(const char* from, std::size_t count, char (&last)[kCellBlock]) {
+  std::memset(last, ' ', kCellBlock);
   std::memcpy(last, from, count);
   return last;
 }
 
 template <bool kReadBehind>
-void Clean(CellWriter& writer, const CellCleaner& cleaner, std::string_view text) {
+std::size_t Clean(CellWriter& writer, const CellCleaner& cleaner, std::string_view text) {
   const char* from = text.data();
   const char* const end = from + text.size();
+  std::size_t longer = 0;
   while (from != end) {
     const auto left = static_cast<std::size_t>(end - from);
     if (static_cast<std::size_t>(writer.end - writer.at) < kStepRoom) {
       MakeRoom(writer, std::min(left, kMostRoom) + kStepRoom);
     }
-    const std::size_t count = std::min(left, kBlock);
+    const std::size_t count = std::min(left, kCellBlock);
     const char* block = from;
-    char last[kBlock];
-    if (!kReadBehind && count < kBlock) block = CopyLast(from, count, last);
-    const std::size_t plain = CopyBlock(cleaner, block, count, writer.at);
+    char last[kCellBlock];
+    if (!kReadBehind && count < kCellBlock) block = CopyLast(from, count, last);
+    const std::size_t plain = CopyCellBlock(cleaner, block, count, writer.at);
     from += plain;
     writer.at += plain;
-    if (plain < count) from += MarkBreak(from, end, writer.at);
+    if (plain == count) continue;
+    const char* const mark = writer.at;
+    const std::size_t length = MarkBreak(from, end, writer.at);
+    from += length;
+    longer += static_cast<std::size_t>(writer.at - mark) - length;
   }
+  return longer;
 }
 
 }  // namespace
@@ -153,25 +109,23 @@ void WriteNumber(CellWriter& writer, std::uint64_t number) {
   writer.at = WriteDecimal(number, writer.at);
 }
 
-void WriteCleaned(CellWriter& writer, const CellCleaner& cleaner, std::string_view text) {
-  Clean<false>(writer, cleaner, text);
+std::size_t WriteCleaned(CellWriter& writer, const CellCleaner& cleaner, std::string_view text) {
+  return Clean<false>(writer, cleaner, text);
 }
 
-void WriteCleanedCell(CellWriter& writer, const CellCleaner& cleaner, std::string_view text) {
-  Clean<true>(writer, cleaner, text);
+std::size_t WriteCleanedCell(CellWriter& writer, const CellCleaner& cleaner,
+                             std::string_view text) {
+  return Clean<true>(writer, cleaner, text);
 }
 
-std::size_t CleanedWidth(std::string_view text) {
-  std::size_t width = CountCodePoints(text);
-  for (std::size_t at = text.find_first_of("\r\n"); at != std::string_view::npos;
-       at = text.find_first_of("\r\n", at)) {
-    char mark[8];
-    char* end = mark;
-    const std::size_t length = MarkBreak(text.data() + at, text.data() + text.size(), end);
-    width += static_cast<std::size_t>(end - mark) - length;
-    at += length;
-  }
-  return width;
+std::string Cleaned(const CellCleaner& cleaner, std::string_view text) {
+  std::string cleaned;
+  TextSink sink = MakeStringSink(cleaned);
+  CellWriter writer = BeginCells(sink);
+  WriteCleaned(writer, cleaner, text);
+  FinishCells(writer);
+  Flush(sink);
+  return cleaned;
 }
 
 }  // namespace tarnlex

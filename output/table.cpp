@@ -18,10 +18,13 @@ constexpr std::size_t kNumberWidth = 10;
 constexpr std::size_t kLevelWidth = 6;
 constexpr std::size_t kLogWidth = 11;
 
+// Room for a block of text and a block behind it.
+constexpr std::ptrdiff_t kDelimitedRoom = 2 * kCellBlock;
+
 // A short text that stands behind every cell: stored as one block, then counted.
 struct CellEnd {
   std::string whole;
-  char block[16] = {};
+  char block[kCellBlock] = {};
 };
 
 CellEnd MakeCellEnd(std::string_view text) {
@@ -30,6 +33,13 @@ CellEnd MakeCellEnd(std::string_view text) {
   std::memcpy(end.block, text.data(), std::min(text.size(), sizeof end.block));
   return end;
 }
+
+// A text as it was last written.
+struct RepeatedText {
+  std::string_view source;
+  std::string cleaned;
+  std::size_t characters = 0;
+};
 
 // Everything that the tables of one log have in common.
 struct TableWriter {
@@ -47,6 +57,9 @@ struct TableWriter {
   std::size_t date_width = 0;
   std::size_t time_width = 0;
   std::string log_name;
+  RepeatedText query_name_text;
+  RepeatedText provider_text;
+  RepeatedText log_name_text;
 };
 
 void Write(CellWriter& cells, const CellEnd& end) {
@@ -63,10 +76,6 @@ void Pad(TableWriter& table, std::size_t width, std::size_t written) {
   if (table.padded && written < width) WriteBlanks(table.cells, width - written);
 }
 
-void PadText(TableWriter& table, std::size_t width, std::string_view text) {
-  if (table.padded && text.size() < width * 4) Pad(table, width, CleanedWidth(text));
-}
-
 void WriteNumberCell(TableWriter& table, std::uint64_t number) {
   NeedRoom(table.cells, 20 + kNumberWidth);
   const char* const start = table.cells.at;
@@ -74,9 +83,16 @@ void WriteNumberCell(TableWriter& table, std::uint64_t number) {
   Pad(table, kNumberWidth, static_cast<std::size_t>(table.cells.at - start));
 }
 
-void WriteTextCell(TableWriter& table, std::string_view text, std::size_t width) {
-  WriteCleaned(table.cells, table.text_cleaner, text);
-  PadText(table, width, text);
+// A text that is mostly the very one of the row before: cleaned when it changes.
+void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_view text,
+                       std::size_t width) {
+  if (text.data() != repeated.source.data() || text.size() != repeated.source.size()) {
+    repeated.source = text;
+    repeated.cleaned = Cleaned(table.text_cleaner, text);
+    repeated.characters = CountCodePoints(repeated.cleaned);
+  }
+  WriteVerbatim(table.cells, repeated.cleaned);
+  Pad(table, width, repeated.characters);
 }
 
 void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
@@ -117,13 +133,50 @@ void WriteValueCells(TableWriter& table, const TableColumns& columns, const Even
     for (const std::uint32_t column : *positions) {
       WriteEmptyCells(table, columns, next, column);
       const std::string_view text = NextCell(reader);
-      WriteCleanedCell(table.cells, table.value_cleaner, text);
-      PadText(table, WidthOf(columns, column), text);
+      const std::size_t longer = WriteCleanedCell(table.cells, table.value_cleaner, text);
+      if (table.padded) Pad(table, columns.widths[column], CountCellCharacters(text) + longer);
       Write(table.cells, table.between);
       next = column + std::size_t{1};
     }
   }
   WriteEmptyCells(table, columns, next, columns.names.size());
+}
+
+// The same without padding, which is how most of a large run is written. The place to write at is
+// kept in a local: text stored through a pointer might otherwise be that pointer itself.
+void WriteDelimitedCells(TableWriter& table, const TableColumns& columns, const EventRecord& row,
+                         const std::vector<std::uint32_t>& positions) {
+  const CellCleaner cleaner = table.value_cleaner;
+  const std::size_t end_size = table.between.whole.size();
+  CellReader reader{row.dataItems};
+  std::size_t next = 0;
+  char* at = table.cells.at;
+  const char* room_end = table.cells.end;
+  const auto slowly = [&](auto write) {
+    table.cells.at = at;
+    write();
+    at = table.cells.at;
+    room_end = table.cells.end;
+  };
+  for (const std::uint32_t column : positions) {
+    if (next < column) slowly([&] { WriteEmptyCells(table, columns, next, column); });
+    next = column + std::size_t{1};
+    if (room_end - at < kDelimitedRoom) slowly([&] { MakeRoom(table.cells, kDelimitedRoom); });
+    const std::string_view text = NextCell(reader);
+    std::size_t done = 0;
+    if (text.size() <= kCellBlock) done = CopyCellBlock(cleaner, text.data(), text.size(), at);
+    at += done;
+    if (done < text.size()) {
+      slowly([&] { WriteCleanedCell(table.cells, table.value_cleaner, text.substr(done)); });
+    }
+    if (end_size > kCellBlock || room_end - at < kDelimitedRoom) {
+      slowly([&] { Write(table.cells, table.between); });
+    } else {
+      std::memcpy(at, table.between.block, kCellBlock);
+      at += end_size;
+    }
+  }
+  slowly([&] { WriteEmptyCells(table, columns, next, columns.names.size()); });
 }
 
 void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord& row,
@@ -139,20 +192,24 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord
   Pad(table, kLevelWidth, level.size());
   Write(table.cells, table.between);
   if (columns.has_query_name) {
-    WriteTextCell(table, row.queryName, columns.query_name_width);
+    WriteRepeatedCell(table, table.query_name_text, row.queryName, columns.query_name_width);
     Write(table.cells, table.between);
   }
   if (table.is_evtx) {
-    WriteTextCell(table, row.providerName, columns.provider_width);
+    WriteRepeatedCell(table, table.provider_text, row.providerName, columns.provider_width);
     Write(table.cells, table.between);
   }
-  WriteValueCells(table, columns, row, positions);
-  WriteTextCell(table, table.log_name, kLogWidth);
+  if (!table.padded && positions != nullptr) {
+    WriteDelimitedCells(table, columns, row, *positions);
+  } else {
+    WriteValueCells(table, columns, row, positions);
+  }
+  WriteRepeatedCell(table, table.log_name_text, table.log_name, kLogWidth);
   Write(table.cells, table.row_end);
 }
 
 void WriteName(TableWriter& table, std::string_view name, std::size_t width, bool centred) {
-  const std::size_t taken = CleanedWidth(name);
+  const std::size_t taken = CountCodePoints(Cleaned(table.text_cleaner, name));
   const std::size_t spare = table.padded && width > taken ? width - taken : 0;
   const std::size_t before = centred && spare > 1 ? spare / 2 : 0;
   WriteBlanks(table.cells, before);
@@ -188,9 +245,10 @@ void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::
   WriteHeader(table, columns);
   const ColumnSet* last = nullptr;
   const std::vector<std::uint32_t>* positions = nullptr;
-  for (const std::uint32_t number : group) {
+  for (std::size_t i = 0; i < group.size(); ++i) {
     if (table.cells.sink->failed) return;
-    const EventRecord& row = rows.rows[number];
+    FetchAhead(rows, group, i);
+    const EventRecord& row = rows.rows[group[i]];
     if (row.columns != last) {
       last = row.columns;
       positions = last == nullptr ? nullptr : &columns.positions.find(last)->second;

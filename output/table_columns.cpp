@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "logs/text.h"
+#include "output/cell_writer.h"
 
 namespace tarnlex {
 namespace {
@@ -67,12 +68,11 @@ void Widen(std::size_t& width, std::string_view text) {
 }
 
 void MeasureRow(TableColumns& columns, const EventRecord& row) {
-  Widen(columns.query_name_width, row.queryName);
-  Widen(columns.provider_width, row.providerName);
   if (row.columns == nullptr) return;
   CellReader reader{row.dataItems};
   for (const std::uint32_t position : columns.positions.find(row.columns)->second) {
-    Widen(columns.widths[position], NextCell(reader));
+    std::size_t& width = columns.widths[position];
+    width = std::max(width, CountCellCharacters(NextCell(reader)));
   }
 }
 
@@ -80,7 +80,18 @@ void Measure(TableColumns& columns, const EventRows& rows, std::span<const std::
   columns.widths.assign(columns.names.size(), 0);
   columns.query_name_width = std::string_view("name").size();
   columns.provider_width = std::string_view("Provider Name").size();
-  for (const std::uint32_t number : group) MeasureRow(columns, rows.rows[number]);
+  std::string_view query_name;
+  std::string_view provider;
+  for (std::size_t i = 0; i < group.size(); ++i) {
+    FetchAhead(rows, group, i);
+    const EventRecord& row = rows.rows[group[i]];
+    // These mostly are the very text of the row before.
+    if (row.queryName.data() != query_name.data()) Widen(columns.query_name_width, row.queryName);
+    if (row.providerName.data() != provider.data()) Widen(columns.provider_width, row.providerName);
+    query_name = row.queryName;
+    provider = row.providerName;
+    MeasureRow(columns, row);
+  }
   for (std::size_t& width : columns.widths) {
     if (width >= kWidestField) width = kWideFieldWidth;
   }

@@ -45,4 +45,30 @@ inline constexpr std::size_t kWideFieldWidth = 20;
 TableColumns MakeTableColumns(const EventRows& rows, std::span<const std::uint32_t> group,
                               bool with_widths);
 
+// Asks the memory for rows behind the one at `at`. The rows of a group lie scattered over all of
+// the log's rows, and waiting for them costs more than writing them (30 interleaved groups: 22 ns a
+// cell without this, 14 ns with it). Inlined by force: a compiler may take a function that only
+// fetches for one that does nothing.
+#if defined(__GNUC__)
+[[gnu::always_inline]] inline void FetchAhead(const EventRows& rows,
+                                              std::span<const std::uint32_t> group,
+                                              std::size_t at) {
+  constexpr std::size_t kRecordsAhead = 12;
+  constexpr std::size_t kCellsAhead = 4;
+  constexpr std::uintptr_t kCellBytes = 512;
+  constexpr std::uintptr_t kLine = 64;
+  if (group.size() - at <= kRecordsAhead) return;
+  const auto record = reinterpret_cast<std::uintptr_t>(&rows.rows[group[at + kRecordsAhead]]);
+  const auto cells = reinterpret_cast<std::uintptr_t>(rows.rows[group[at + kCellsAhead]].dataItems);
+  for (std::uintptr_t i = 0; i < sizeof(EventRecord); i += kLine) {
+    __builtin_prefetch(reinterpret_cast<const void*>(record + i));
+  }
+  for (std::uintptr_t i = 0; i < kCellBytes; i += kLine) {
+    __builtin_prefetch(reinterpret_cast<const void*>(cells + i));
+  }
+}
+#else
+inline void FetchAhead(const EventRows&, std::span<const std::uint32_t>, std::size_t) {}
+#endif
+
 }  // namespace tarnlex

@@ -59,8 +59,11 @@ std::string ProgressName(const std::string& path) {
   std::string name;
   if (!SplitPath(path, directory, name)) name = path;
   name = ReplaceChar(ToLowerAscii(name), '%', ' ');
-  if (name.size() > kProgressName) name = name.substr(0, kProgressName) + "..";
-  return name;
+  if (CountCodePoints(name) <= kProgressName) return name;
+  // The byte that begins the first character too many ends the part that is shown.
+  std::size_t end = 0;
+  while (CountCodePoints(std::string_view(name).substr(0, end + 1)) <= kProgressName) ++end;
+  return name.substr(0, end) + "..";
 }
 
 EvtxHandlers MakeHandlers(LogPass& pass) {

@@ -7,8 +7,8 @@ set -eu
 packages_for() {
   case "$1" in
     build) echo g++ cmake ninja-build ;;
-    # The exporters read what the tests' builders write; their tests are skipped without them.
-    test) echo libgtest-dev libevtx-utils libevt-utils ;;
+    # Other readers of what the tests write; their tests are skipped without them.
+    test) echo libgtest-dev libevtx-utils libevt-utils sleuthkit ;;
     check) echo git clang-format clang-tidy g++-mingw-w64-x86-64-posix ;;
     fuzz) echo clang libclang-rt-14-dev ;;
     bench) echo hyperfine libevtx-utils ;;

@@ -1,0 +1,93 @@
+// The real program, started through a shell as a user would: what passes the process boundary
+// (arguments, standard input, exit codes, whole files) and nothing else.
+#include <sys/wait.h>
+
+#include <cstdlib>
+
+#include "tests/end_to_end/in_process.h"
+#include "tests/end_to_end/sample_files.h"
+
+namespace tarnlex {
+namespace {
+
+struct ProgramTest : testing::Test {
+  TempDirectory directory;
+  ProgramTest() { WriteSampleFiles(directory.path); }
+
+  // Runs a shell command in which $TARNLEX is the program.
+  Outcome Shell(const std::string& command) const {
+    const std::string whole = "cd '" + directory.path + "' && TARNLEX='" TARNLEX_PROGRAM "' && { " +
+                              command + "; } >shell.out 2>shell.err";
+    const int status = std::system(whole.c_str());
+    EXPECT_TRUE(WIFEXITED(status)) << command;
+    return {WEXITSTATUS(status), ReadFile(directory.path + "/shell.out"),
+            ReadFile(directory.path + "/shell.err")};
+  }
+};
+
+TEST_F(ProgramTest, WritesWhatTheRunInProcessWrites) {
+  const Outcome inside =
+      RunIn(directory.path, {"-log", "plain.evtx | SecEvent.Evt", "-csv", "-quiet"});
+  const Outcome outside = Shell("\"$TARNLEX\" -log 'plain.evtx | SecEvent.Evt' -csv -quiet");
+  EXPECT_EQ(outside.code, 0);
+  EXPECT_NE(BehindRunHeader(outside.out), "");
+  EXPECT_EQ(BehindRunHeader(outside.out), BehindRunHeader(inside.out));
+  EXPECT_EQ(outside.err, inside.err);
+}
+
+TEST_F(ProgramTest, EndsWithAllBitsSetAfterAFailure) {
+  EXPECT_EQ(Shell("\"$TARNLEX\" -csv").code, 255);
+  EXPECT_EQ(Shell("\"$TARNLEX\" -log plain.evtx -sqlite x").code, 255);
+  EXPECT_EQ(Shell("\"$TARNLEX\" --help").code, 0);
+  EXPECT_EQ(Shell("\"$TARNLEX\" -log gone.evtx").code, 0);
+}
+
+TEST_F(ProgramTest, ReadsPathsFromAPipe) {
+  const Outcome run =
+      Shell("ls *.Evt | sed 's/$/\\r/' | \"$TARNLEX\" -pipe -csvgen -eventid 12,529 -quiet");
+  EXPECT_EQ(run.code, 0);
+  EXPECT_EQ(BehindRunHeader(run.out),
+            "Record#,EventID,Date,Time-UTC,Level,computer name,param_01,param_02,source name,"
+            "event log\n"
+            "2,529,11/02/2006, 08:20:00.000,unk,WKS-ALPHA,mallory|x,MARLOW;line,Security,"
+            "SecEvent.Evt\n"
+            "Record#,EventID,Date,Time-UTC,Level,computer name,source name,event log\n"
+            "1,12,11/02/2006, 07:00:00.000,info,WKS-ALPHA,Kernel,SysEvent.Evt\n");
+}
+
+TEST_F(ProgramTest, NeverStopsForALineLongerThanItsBuffer) {
+  // 4,095 bytes are one piece; what follows on the same line is the next.
+  const Outcome run = Shell(
+      "{ head -c 4095 /dev/zero | tr '\\0' x; printf 'SysEvent.Evt\\n'; } | "
+      "\"$TARNLEX\" -pipe -csvgen -eventid 12 -quiet");
+  EXPECT_EQ(run.code, 0);
+  EXPECT_TRUE(
+      run.out.ends_with("1,12,11/02/2006, 07:00:00.000,info,WKS-ALPHA,Kernel,SysEvent.Evt\n"));
+}
+
+TEST_F(ProgramTest, LeavesItsLogsUntouched) {
+  const std::string before = Shell("cksum *.evtx *.Evt */*.evtx */*.Evt").out;
+  Shell(
+      "\"$TARNLEX\" -log 'plain.evtx|SecEvent.Evt|damaged.evtx' -stats s.txt -diags d.txt -out o");
+  EXPECT_EQ(Shell("cksum *.evtx *.Evt */*.evtx */*.Evt").out, before);
+  EXPECT_NE(ReadFile(directory.path + "/o"), "");
+}
+
+TEST_F(ProgramTest, NamesWhatItCouldNotDecodeInTheDiagnostics) {
+  const Outcome run = Shell("\"$TARNLEX\" -log damaged.evtx -csv -diags trace.txt -quiet");
+  EXPECT_EQ(run.code, 0);
+  const std::string trace = ReadFile(directory.path + "/trace.txt");
+  EXPECT_TRUE(trace.starts_with("->\"" TARNLEX_PROGRAM "\" \"-log\" \"damaged.evtx\" "));
+  const std::size_t second = trace.find("\nrecord 2 at file offset 0x");
+  const std::size_t third = trace.find("\nrecord 3 at file offset 0x");
+  ASSERT_NE(second, std::string::npos);
+  ASSERT_NE(third, std::string::npos);
+  const std::size_t reason = trace.find("\nprob accessing template, aborting\n");
+  EXPECT_LT(second, reason);
+  EXPECT_LT(reason, third);
+  EXPECT_EQ(trace.find("prob accessing", reason + 10), std::string::npos);
+  EXPECT_NE(trace.find("\n--- account of damaged.evtx\n"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tarnlex

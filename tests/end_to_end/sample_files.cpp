@@ -1,0 +1,322 @@
+#include "tests/end_to_end/sample_files.h"
+
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
+#include "tests/support/breakers.h"
+#include "tests/support/evt_builder.h"
+#include "tests/support/evtx_builder.h"
+
+namespace tarnlex {
+namespace {
+
+using support::ByteString;
+using support::Event;
+using support::EvtBuilder;
+using support::EvtEntry;
+using support::EvtxBuilder;
+using support::Filetime;
+using support::Node;
+using support::UnixTime;
+
+using Texts = std::vector<std::pair<std::string, std::string>>;
+
+// An event as forwarded logs hold them: plain elements with a handful of fields, so that a table of
+// them stays narrow enough to be read.
+struct PlainEvent {
+  std::string provider;
+  std::uint32_t id = 0;
+  std::uint8_t level = 4;
+  std::uint64_t time = 0;
+  Texts data = {};
+  std::string computer = "WKS-ALPHA";
+  std::string guid = {};
+};
+
+Node TextElement(std::string_view name, const std::string& text) {
+  return support::Element(name, {}, {support::Text(text)});
+}
+
+support::Fragment PlainFragment(const PlainEvent& event) {
+  std::vector<Node> names = {support::Attribute("Name", event.provider)};
+  if (!event.guid.empty()) names.push_back(support::Attribute("Guid", event.guid));
+  std::vector<Node> data;
+  for (const auto& [name, text] : event.data) {
+    data.push_back(
+        support::Element("Data", {support::Attribute("Name", name)}, {support::Text(text)}));
+  }
+  return support::ElementsFragment(
+      {support::Element("Event", {},
+                        {support::Element("System", {},
+                                          {support::Element("Provider", names),
+                                           TextElement("EventID", std::to_string(event.id)),
+                                           TextElement("Level", std::to_string(event.level)),
+                                           TextElement("Computer", event.computer)}),
+                         support::Element("EventData", {}, data)})});
+}
+
+EvtxBuilder PlainBuilder(const std::vector<PlainEvent>& events) {
+  EvtxBuilder log;
+  for (const PlainEvent& event : events) {
+    log.AddRecord({.time = event.time, .body = PlainFragment(event)});
+  }
+  return log;
+}
+
+ByteString PlainLog(const std::vector<PlainEvent>& events) { return PlainBuilder(events).Build(); }
+
+Event Logon(const std::string& user, unsigned type, std::uint64_t time) {
+  return {.event_id = 4624,
+          .task = 12544,
+          .time = time,
+          .data = {{"TargetUserName", user}, {"LogonType", support::UInt32Value(type)}}};
+}
+
+ByteString SecurityLog() {
+  EvtxBuilder log;
+  log.AddEvent(Logon("alice", 2, Filetime(2012, 3, 7, 14, 5, 9, 1234567)));
+  log.AddEvent(Logon("bob", 3, Filetime(2012, 3, 7, 14, 6, 0)));
+  Event failed = Logon("mallory", 10, Filetime(2012, 3, 7, 14, 7, 30, 5000000));
+  failed.event_id = 4625;
+  log.AddEvent(failed);
+  return log.Build();
+}
+
+ByteString PlainSample() {
+  const auto at = [](int minute) { return Filetime(2012, 3, 7, 10, minute, 0, 1230000); };
+  return PlainLog({
+      {.provider = "Alpha", .id = 2, .level = 0, .time = at(1), .data = {{"Text", "first"}}},
+      {.provider = "Alpha", .id = 2, .level = 1, .time = at(2), .data = {{"Text", "a|b,c"}}},
+      {.provider = "Beta", .id = 2, .level = 2, .time = at(3), .data = {{"Other", "x\r\ny\n\rz"}}},
+      {.provider = "Beta, Inc", .id = 17, .level = 3, .time = at(4), .data = {{"Text", "\n\r\n"}}},
+      {.provider = "Alpha", .id = 17, .level = 4, .time = at(5), .data = {{"Text", "Grüße\ttab"}}},
+      {.provider = "Alpha", .id = 17, .level = 5, .time = at(6)},
+  });
+}
+
+// A restart as Windows writes it: unnamed texts only.
+support::Record RestartRecord() {
+  return {
+      .time = Filetime(2012, 3, 8, 14, 0, 0),
+      .body = support::ElementsFragment({support::Element(
+          "Event", {},
+          {support::Element("System", {},
+                            {support::Element("Provider", {support::Attribute("Name", "USER32")}),
+                             TextElement("EventID", "1074"), TextElement("Level", "4"),
+                             TextElement("Computer", "WKS-ALPHA")}),
+           support::Element(
+               "EventData", {},
+               {TextElement("Data", "C:\\Windows\\system32\\winlogon.exe"),
+                TextElement("Data", "WKS-ALPHA"), TextElement("Data", "planned")})})})};
+}
+
+ByteString SystemLog() {
+  const auto at = [](int hour) { return Filetime(2012, 3, 8, hour, 30, 0); };
+  const std::string kernel = "Microsoft-Windows-Kernel-General";
+  EvtxBuilder log = PlainBuilder({
+      {.provider = kernel, .id = 12, .time = at(6), .data = {{"MajorVersion", "6"}}},
+      {.provider = kernel, .id = 13, .time = at(7)},
+      {.provider = "Microsoft-Windows-Kernel-Power", .id = 42, .time = at(8)},
+      {.provider = "Microsoft-Windows-Power-Troubleshooter",
+       .id = 1,
+       .time = at(9),
+       .guid = "{CDC05E28-C449-49C6-B9D2-88CF761644DF}"},
+      {.provider = kernel, .id = 1, .time = at(10)},
+      {.provider = "USER32", .id = 1074, .time = at(11), .data = {{"param1", "winlogon.exe"}}},
+      {.provider = "Microsoft-Windows-UserPnp",
+       .id = 20001,
+       .time = at(12),
+       .data = {{"DeviceInstanceID", "USB\\VID_0781&PID_5530"}}},
+      {.provider = "Microsoft-Windows-UserPnp",
+       .id = 20001,
+       .time = at(13),
+       .data = {{"DeviceInstanceID", "PCI\\VEN_8086"}}},
+  });
+  log.AddRecord(RestartRecord());
+  return log.Build();
+}
+
+ByteString AccountsLog() {
+  int minute = 0;
+  std::vector<PlainEvent> events;
+  const auto add = [&](std::uint32_t id, Texts data) {
+    events.push_back({.provider = "Microsoft-Windows-Security-Auditing",
+                      .id = id,
+                      .level = 0,
+                      .time = Filetime(2012, 3, 9, 8, minute++, 0),
+                      .data = std::move(data)});
+  };
+  for (const char* type : {"2", "12", "3", "4", "5", "7", "8", "9", "10", "11"}) {
+    add(4624, {{"LogonType", type}});
+  }
+  add(4625, {{"TargetUserName", "mallory"}});
+  add(4634, {{"TargetUserName", "alice"}});
+  add(4648, {{"TargetUserName", "root"}});
+  for (const std::uint32_t id : {4614U, 4723U, 4724U, 4738U, 4672U, 4720U, 4781U}) {
+    add(id, {{"TargetUserName", "alice"}});
+  }
+  add(4616, {{"NewTime", "later"}});
+  add(4673, {{"PrivilegeList", "SeSystemtimePrivilege"}});
+  add(4674, {{"PrivilegeList", "SeTcbPrivilege"}});
+  return PlainLog(events);
+}
+
+ByteString UsbDriverLog() {
+  return PlainLog({
+      {.provider = "Microsoft-Windows-DriverFrameworks-UserMode",
+       .id = 2003,
+       .time = Filetime(2012, 3, 9, 9, 0, 0),
+       .data = {{"lifetime", "{1}"}}},
+      {.provider = "Microsoft-Windows-DriverFrameworks-UserMode",
+       .id = 1003,
+       .time = Filetime(2012, 3, 9, 9, 1, 0)},
+  });
+}
+
+ByteString RenamedSecurityLog() {
+  EvtxBuilder log;
+  log.AddEvent(Logon("carol", 2, Filetime(2012, 3, 7, 9, 0, 0)));
+  Event clock = Logon("carol", 2, Filetime(2012, 3, 7, 9, 1, 0));
+  clock.event_id = 4616;
+  log.AddEvent(clock);
+  log.AddChunk();  // a log of one short chunk would be too small to be judged by its content
+  return log.Build();
+}
+
+ByteString TimesLog() {
+  return PlainLog({
+      {.provider = "Clock",
+       .id = 1,
+       .time = Filetime(2012, 3, 7, 12, 0, 0),
+       .data = {{"At", "noon"}}},
+      {.provider = "Clock", .id = 1, .time = Filetime(1969, 12, 31, 23, 59, 59)},
+      {.provider = "Clock", .id = 1, .time = Filetime(2012, 3, 7, 11, 0, 0)},
+      {.provider = "Clock",
+       .id = 1,
+       .time = Filetime(2012, 3, 7, 12, 0, 0),
+       .data = {{"At", "again"}}},
+  });
+}
+
+ByteString DamagedLog() {
+  EvtxBuilder log;
+  log.AddEvent(Logon("before", 2, Filetime(2012, 3, 7, 1, 0, 0)));
+  support::Fragment lost = support::EventFragment(Logon("lost", 2, 1));
+  lost.instance.front().definition_offset = 0xFFF0;
+  log.AddRecord({.time = Filetime(2012, 3, 7, 2, 0, 0), .body = lost});
+  log.AddEvent(Logon("after", 2, Filetime(2012, 3, 7, 3, 0, 0)));
+  return log.Build();
+}
+
+ByteString SecurityLogOfXp() {
+  EvtBuilder log;
+  log.AddEntry({.time = UnixTime(2006, 11, 2, 8, 14, 9),
+                .event_id = 528,
+                .type = 8,
+                .sid = "S-1-5-21-1-2-3-500",
+                .strings = {"alice", "MARLOW", "(0x0,0x1A2B3)", "2"}});
+  log.AddEntry({.time = UnixTime(2006, 11, 2, 8, 20, 0),
+                .event_id = 529,
+                .type = 16,
+                .strings = {"mallory|x", "MARLOW\r\nline"}});
+  log.AddEntry({.time = UnixTime(2006, 11, 2, 8, 30, 0),
+                .event_id = 538,
+                .type = 10,
+                .strings = {"alice", "MARLOW", "(0x0,0x1A2B3)", "2"}});
+  return log.Build();
+}
+
+ByteString SystemLogOfXp() {
+  EvtBuilder log;
+  log.AddEntry({.time = UnixTime(2006, 11, 2, 7, 0, 0), .event_id = 12, .source = "Kernel"});
+  log.AddEntry({.time = UnixTime(2006, 11, 2, 7, 5, 0),
+                .event_id = 528,
+                .source = "USER32",
+                .strings = {"C:\\WINDOWS\\system32\\winlogon.exe", "restart"}});
+  log.AddEntry({.time = UnixTime(2006, 11, 2, 7, 6, 0),
+                .event_id = 0x80000000 + 13,
+                .type = 2,
+                .source = "Kernel"});
+  log.AddEntry({.time = UnixTime(2006, 11, 2, 7, 7, 0), .event_id = 20001, .source = "PlugPlay"});
+  return log.Build();
+}
+
+ByteString AccountsLogOfXp() {
+  EvtBuilder log;
+  const auto add = [&log](std::uint32_t id, std::vector<std::string> strings) {
+    log.AddEntry({.time = UnixTime(2006, 11, 3, 9, static_cast<int>(id % 60), 0),
+                  .event_id = id,
+                  .type = 8,
+                  .strings = std::move(strings)});
+  };
+  add(518, {"scecli"});
+  add(520, {"1500", "rundll32.exe", "p.wren", "MARLOW", "(0x0)", "p.wren", "MARLOW", "(0x0)",
+            "17:14:09", "11/2/2006", "14:14:09", "11/2/2006"});
+  add(577, {"LSA", "-", "p.wren", "MARLOW", "(0x0)", "-", "-", "-", "SeSystemtimePrivilege"});
+  add(577, {"LSA", "-", "p.wren", "MARLOW", "(0x0)", "-", "-", "-", "SeTcbPrivilege"});
+  add(608, {"SeServiceLogonRight", "svc", "p.wren", "MARLOW", "(0x0)"});
+  add(629, {"alice", "MARLOW", "S-1-5-21-1-2-3-1104", "root", "MARLOW", "(0x0)"});
+  add(628, {"bob", "MARLOW", "S-1-5-21-1-2-3-1105", "root", "MARLOW", "(0x0)"});
+  return log.Build();
+}
+
+ByteString ApplicationLogOfXp() {
+  EvtBuilder log;
+  log.AddEntry({.time = UnixTime(2006, 11, 2, 10, 0, 0),
+                .event_id = 0x40000000 + 1000,
+                .type = 1,
+                .source = "Application Hang",
+                .strings = {"tab\there", "two\nlines, one comma"}});
+  return log.Build();
+}
+
+ByteString TimesLogOfXp() {
+  EvtBuilder log;
+  log.AddEntry({.time = UnixTime(2038, 2, 1), .event_id = 7, .source = "Clock"});
+  log.AddEntry({.time = 0U, .event_id = 7, .source = "Clock"});
+  log.AddEntry({.time = UnixTime(2006, 1, 1), .event_id = 7, .source = "Clock"});
+  return log.Build();
+}
+
+ByteString BareChunk() {
+  EvtxBuilder log;
+  const PlainEvent event{.provider = "Cut out", .id = 5, .data = {{"Text", "from memory"}}};
+  log.AddRecord({.time = Filetime(2012, 3, 7, 4, 0, 0), .body = PlainFragment(event)});
+  return log.BuildChunks();
+}
+
+void WriteFile(const std::string& directory, const std::string& name, const ByteString& bytes) {
+  const std::filesystem::path path = std::filesystem::path(directory) / name;
+  std::filesystem::create_directories(path.parent_path());
+  std::ofstream file(path, std::ios::binary);
+  for (const std::uint8_t byte : bytes) file.put(static_cast<char>(byte));
+}
+
+}  // namespace
+
+void WriteSampleFiles(const std::string& directory) {
+  const std::string text = "These are notes, not a log.\n";
+  const std::pair<const char*, ByteString> files[] = {
+      {"Security.evtx", SecurityLog()},
+      {"System.evtx", SystemLog()},
+      {"plain.evtx", PlainSample()},
+      {"copy1.evtx", RenamedSecurityLog()},
+      {"accounts/Security.evtx", AccountsLog()},
+      {"umdf/Microsoft-Windows-DriverFrameworks-UserMode%4Operational.evtx", UsbDriverLog()},
+      {"times.evtx", TimesLog()},
+      {"damaged.evtx", DamagedLog()},
+      {"SecEvent.Evt", SecurityLogOfXp()},
+      {"SysEvent.Evt", SystemLogOfXp()},
+      {"accounts/SecEvent.Evt", AccountsLogOfXp()},
+      {"app/AppEvent.Evt", ApplicationLogOfXp()},
+      {"times.evt", TimesLogOfXp()},
+      {"volume/WINDOWS/System32/Config/sysevent.EVT", SystemLogOfXp()},
+      {"chunk.bin", BareChunk()},
+      {"empty.evtx", {}},
+      {"notes.txt", ByteString(text.begin(), text.end())},
+  };
+  for (const auto& [name, bytes] : files) WriteFile(directory, name, bytes);
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,116 @@
+// Runs the decoder over built logs and keeps everything it gives, for the tests of this folder.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "evtx/record.h"
+#include "evtx/walk.h"
+#include "logs/text.h"
+#include "tests/support/evtx_builder.h"
+
+namespace tarnlex {
+
+// What stands for the text of a value that an optional substitution leaves unresolved.
+inline constexpr const char* kUnresolvedText = "(unresolved)";
+
+using Values = std::map<std::string, std::string>;
+
+struct DecodedRecord {
+  std::uint64_t record_id = 0;
+  std::uint64_t event_id = 0;
+  std::uint64_t written_time = 0;
+  std::uint64_t file_offset = 0;
+  std::vector<std::string> names;  // in document order
+  Values values;
+};
+
+struct DecodedLog {
+  std::vector<DecodedRecord> records;
+  WalkAccount account;
+  std::string trace;
+};
+
+inline DecodedRecord Collect(EvtxDecoder& decoder, DecodedEvent& event) {
+  DecodedRecord record{
+      event.record_id, event.event_id, event.written_time, event.record_file_offset, {}, {}};
+  DecodeValues(decoder, event);
+  std::size_t bytes = 0;
+  for (const NamedValue& value : event.values) {
+    std::string scratch;
+    std::string text(TextOf(event, value, scratch));
+    bytes += text.size();
+    EXPECT_LE(text.size(), MaxTextSize(event, value));
+    if (value.unresolved) text = kUnresolvedText;
+    record.names.emplace_back(value.name->text);
+    EXPECT_TRUE(record.values.emplace(value.name->text, text).second) << value.name->text;
+  }
+  EXPECT_LE(bytes, event.max_text);
+  // The identifier is mostly found without decoding; both ways must agree.
+  const auto id = record.values.find("EventID");
+  EXPECT_EQ(record.event_id, id == record.values.end() ? 0 : LeadingNumber(id->second));
+  return record;
+}
+
+// Decodes chunks that begin at `file_offset` of their file.
+inline DecodedLog DecodeChunks(Bytes chunks, bool with_trace = false,
+                               std::uint64_t file_offset = 4096) {
+  DecodedLog log;
+  TextSink trace = MakeStringSink(log.trace);
+  EvtxDecoder decoder;
+  if (with_trace) decoder.trace = &trace;
+  EvtxHandlers handlers;
+  handlers.record = [&log](EvtxDecoder& with, DecodedEvent& event) {
+    log.records.push_back(Collect(with, event));
+  };
+  WalkSlots(decoder, chunks, file_offset, handlers);
+  Flush(trace);
+  log.account = decoder.account;
+  return log;
+}
+
+inline DecodedLog Decode(const support::EvtxBuilder& log, bool with_trace = false) {
+  return DecodeChunks(log.BuildChunks(), with_trace);
+}
+
+// The values of a log's only record.
+inline Values ValuesOf(support::Fragment body) {
+  support::EvtxBuilder log;
+  log.AddRecord({.body = std::move(body)});
+  const DecodedLog decoded = Decode(log);
+  EXPECT_EQ(decoded.records.size(), 1U);
+  return decoded.records.empty() ? Values{} : decoded.records[0].values;
+}
+
+inline Values ValuesOf(std::vector<support::Node> template_body,
+                       std::vector<support::Value> values = {}) {
+  return ValuesOf(support::InstanceFragment(
+      support::MakeTemplate("template", std::move(template_body)), std::move(values)));
+}
+
+inline std::uint64_t Count(const WalkAccount& account, RecordFault fault) {
+  return account.faults[static_cast<std::size_t>(fault)];
+}
+
+// How many faults of all kinds were noted.
+inline std::uint64_t CountFaults(const WalkAccount& account) {
+  std::uint64_t sum = 0;
+  for (const std::uint64_t count : account.faults) sum += count;
+  return sum;
+}
+
+inline bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// Empties a chunk's template table, so that only records make definitions known.
+inline void ClearTemplateTable(support::ByteString& chunks, std::size_t chunk = 0) {
+  support::SetBytes(chunks, chunk * support::kEvtxChunkSize + 384, support::ByteString(128));
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,123 @@
+#include "evtx/substitution.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/binary_xml_builder.h"
+
+namespace tarnlex {
+namespace {
+
+using support::ByteString;
+
+// A count, descriptors of `size` bytes each, and the values' bytes.
+ByteString ArrayBytes(std::uint32_t count, std::uint16_t size, std::uint8_t type = 0x04) {
+  ByteString bytes;
+  support::PutU32(bytes, count);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    support::PutU16(bytes, size);
+    support::PutU8(bytes, type);
+    support::PutU8(bytes, 0xEE);
+  }
+  bytes.resize(bytes.size() + std::size_t{count} * size);
+  return bytes;
+}
+
+TEST(Substitution, TakesUpTo28Values) {
+  SubstitutionArray array;
+  ASSERT_TRUE(ParseSubstitutionArray(ArrayBytes(28, 2), 0, array));
+  EXPECT_EQ(array.count, 28U);
+  EXPECT_EQ(array.values[27].offset, 4U + 28 * 4 + 27 * 2);
+  EXPECT_EQ(array.end, 4U + 28 * 4 + 28 * 2);
+  EXPECT_FALSE(array.cut);
+}
+
+TEST(Substitution, RefusesMoreThan28Values) {
+  SubstitutionArray array;
+  EXPECT_FALSE(ParseSubstitutionArray(ArrayBytes(29, 0), 0, array));
+  EXPECT_EQ(array.count, 0U);
+  EXPECT_FALSE(ParseSubstitutionArray(support::Hex("FFFFFFFF 00000000"), 0, array));
+}
+
+TEST(Substitution, NeedsEightBytesEvenForNoValues) {
+  SubstitutionArray array;
+  const ByteString bytes = support::Hex("00000000 00000000");
+  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, array));
+  EXPECT_EQ(array.end, 4U);
+  EXPECT_FALSE(ParseSubstitutionArray(bytes, 1, array));
+  EXPECT_FALSE(ParseSubstitutionArray(bytes, 0xFFFFFFFC, array));
+}
+
+TEST(Substitution, RefusesDescriptorsBehindTheChunk) {
+  const ByteString bytes = ArrayBytes(3, 0);
+  SubstitutionArray array;
+  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, array));
+  EXPECT_FALSE(ParseSubstitutionArray(Bytes(bytes).first(15), 0, array));
+  EXPECT_EQ(array.count, 0U);
+}
+
+TEST(Substitution, EndsWithSuccessWhereAValueWouldPassTheChunk) {
+  const ByteString bytes = ArrayBytes(3, 4);
+  SubstitutionArray array;
+  ASSERT_TRUE(ParseSubstitutionArray(Bytes(bytes).first(bytes.size() - 1), 0, array));
+  EXPECT_EQ(array.count, 2U);
+  EXPECT_TRUE(array.cut);
+}
+
+TEST(Substitution, MarksBinaryXmlValues) {
+  ByteString bytes = ArrayBytes(3, 1);
+  bytes[4 + 4 + 2] = 0x21;
+  SubstitutionArray array;
+  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, array));
+  EXPECT_EQ(array.binary_xml, 2U);
+}
+
+TEST(Substitution, FindsTheArrayBehindAnInlineDefinitionOrBehindTheToken) {
+  ByteString chunk(2);
+  support::ChunkImage image;
+  image.bytes.resize(512);
+  support::Fragment fragment;
+  fragment.header = false;
+  fragment.instance.push_back({.definition = support::MakeTemplate("t", {support::Text("x")})});
+  support::WriteFragment(image, fragment);
+  const auto second = static_cast<std::uint32_t>(image.bytes.size());
+  support::WriteFragment(image, fragment);
+  TemplateInstance instance;
+  ASSERT_TRUE(LocateInstance(image.bytes, 512, instance));
+  EXPECT_EQ(instance.definition, 522U);
+  EXPECT_EQ(instance.array, second - 4);
+  ASSERT_TRUE(LocateInstance(image.bytes, second, instance));
+  EXPECT_EQ(instance.definition, 522U);
+  EXPECT_EQ(instance.array, second + 10);
+  EXPECT_FALSE(LocateInstance(image.bytes, second + 5, instance));
+}
+
+TEST(Substitution, AnInlineDefinitionOfAnySizeKeepsTheArrayBehindIt) {
+  ByteString chunk(64);
+  support::SetBytes(chunk, 0, support::Hex("0C 01 00000000 0A000000"));
+  support::SetU32(chunk, 10 + 20, 0xFFFFFFFF);
+  TemplateInstance instance;
+  ASSERT_TRUE(LocateInstance(chunk, 0, instance));
+  EXPECT_EQ(instance.array, 64U);
+  SubstitutionArray array;
+  EXPECT_FALSE(ParseSubstitutionArray(chunk, instance.array, array));
+  EXPECT_FALSE(LocateInstance(Bytes(chunk).first(33), 0, instance));
+}
+
+TEST(Substitution, TellsInstancesAndElementsApart) {
+  std::uint32_t first = 0;
+  EXPECT_EQ(LookAtFragment(support::Hex("EE 0F010100 0C"), 1, 5, first), FragmentStart::kInstance);
+  EXPECT_EQ(first, 5U);
+  EXPECT_EQ(LookAtFragment(support::Hex("0C"), 0, 1, first), FragmentStart::kInstance);
+  EXPECT_EQ(LookAtFragment(support::Hex("EC"), 0, 1, first), FragmentStart::kInstance);
+  EXPECT_EQ(first, 0U);
+  EXPECT_EQ(LookAtFragment(support::Hex("0F010100 41"), 0, 5, first), FragmentStart::kElement);
+  EXPECT_EQ(first, 4U);
+  EXPECT_EQ(LookAtFragment(support::Hex("01"), 0, 1, first), FragmentStart::kElement);
+  EXPECT_EQ(LookAtFragment(support::Hex("0F010100 0C"), 0, 4, first), FragmentStart::kOther);
+  EXPECT_EQ(LookAtFragment(support::Hex("05"), 0, 1, first), FragmentStart::kOther);
+  EXPECT_EQ(LookAtFragment(support::Hex("05"), 0, 0, first), FragmentStart::kOther);
+  EXPECT_EQ(LookAtFragment(support::Hex("05"), 1, 4, first), FragmentStart::kOther);
+}
+
+}  // namespace
+}  // namespace tarnlex

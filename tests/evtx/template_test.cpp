@@ -1,0 +1,208 @@
+#include "evtx/template.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/evtx/decoding.h"
+
+namespace tarnlex {
+namespace {
+
+using support::ByteString;
+using support::Element;
+using support::EvtxBuilder;
+using support::InstanceFragment;
+using support::MakeTemplate;
+using support::Slot;
+using support::StringValue;
+using support::Template;
+using support::Text;
+
+Template Simple(std::string_view name = "simple", std::string_view element = "E") {
+  return MakeTemplate(name, {Element(element, {}, {Slot(0, support::kString)})});
+}
+
+TEST(Template, DefinedInlineServesLaterRecordsOfTheChunk) {
+  EvtxBuilder log;
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("a")})});
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("b")})});
+  ByteString chunks = log.BuildChunks();
+  ClearTemplateTable(chunks);
+  const DecodedLog decoded = DecodeChunks(chunks);
+  ASSERT_EQ(decoded.records.size(), 2U);
+  EXPECT_EQ(decoded.records[0].values, (Values{{"E", "a"}}));
+  EXPECT_EQ(decoded.records[1].values, (Values{{"E", "b"}}));
+  EXPECT_EQ(CountFaults(decoded.account), 0U);
+}
+
+TEST(Template, ListedInTheChunkHeaderServesWithoutARecordThatDefinesIt) {
+  EvtxBuilder log;
+  log.AddTemplate(Simple());
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("a")})});
+  EXPECT_EQ(Decode(log).records.at(0).values, (Values{{"E", "a"}}));
+}
+
+TEST(Template, KnownToNoTableAndNoRecordGivesARecordWithoutValues) {
+  EvtxBuilder log;
+  log.AddTemplate(Simple(), false);
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("a")})});
+  log.AddEvent({.event_id = 4624});
+  const DecodedLog decoded = Decode(log, true);
+  ASSERT_EQ(decoded.records.size(), 2U);
+  EXPECT_EQ(decoded.records[0].values, Values{});
+  EXPECT_EQ(decoded.records[0].event_id, 0U);
+  EXPECT_EQ(decoded.records[1].event_id, 4624U);
+  EXPECT_TRUE(Contains(decoded.trace, "prob accessing template, aborting\n"));
+  EXPECT_EQ(Count(decoded.account, RecordFault::kNoTemplate), 1U);
+}
+
+TEST(Template, NeverServesAnotherChunk) {
+  EvtxBuilder log;
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("a")})});
+  const std::uint32_t definition = 512 + 38;
+  log.AddChunk();
+  support::Fragment body = InstanceFragment(Simple(), {StringValue("b")});
+  body.instance[0].definition_offset = definition;
+  log.AddRecord({.body = InstanceFragment(Simple("other", "O"), {StringValue("o")})});
+  log.AddRecord({.body = body});
+  const DecodedLog decoded = Decode(log);
+  ASSERT_EQ(decoded.records.size(), 3U);
+  // At that offset the second chunk has a definition of its own.
+  EXPECT_EQ(decoded.records[2].values, (Values{{"O", "b"}}));
+}
+
+TEST(Template, FirstDefinitionOfAGuidStays) {
+  EvtxBuilder log;
+  support::Fragment second = InstanceFragment(Simple("same", "Second"), {StringValue("b")});
+  second.instance[0].repeat_definition = true;
+  log.AddRecord({.body = InstanceFragment(Simple("same", "First"), {StringValue("a")})});
+  log.AddRecord({.body = second});
+  ByteString chunks = log.BuildChunks();
+  ClearTemplateTable(chunks);
+  const DecodedLog decoded = DecodeChunks(chunks);
+  EXPECT_EQ(decoded.records.at(0).values, (Values{{"First", "a"}}));
+  // Its values are found behind its own definition all the same.
+  EXPECT_EQ(decoded.records.at(1).values, (Values{{"First", "b"}}));
+}
+
+TEST(Template, TheTableOfTheChunkComesBeforeItsRecords) {
+  EvtxBuilder log;
+  support::Fragment body = InstanceFragment(Simple("same", "InRecord"), {StringValue("a")});
+  body.instance[0].repeat_definition = true;
+  const std::uint32_t listed = log.AddTemplate(Simple("same", "InTable"));
+  log.AddRecord({.body = body});
+  ByteString chunks = log.BuildChunks();
+  for (std::size_t bucket = 384; bucket < 512; bucket += 4) {
+    if (support::GetU32(chunks, bucket) != 0) support::SetU32(chunks, bucket, listed);
+  }
+  EXPECT_EQ(DecodeChunks(chunks).records.at(0).values, (Values{{"InTable", "a"}}));
+}
+
+TEST(Template, OffsetAboveTheChunkSkipsTheRecordWithoutAWord) {
+  EvtxBuilder log;
+  support::Fragment body = InstanceFragment(Simple(), {StringValue("a")});
+  body.instance[0].definition_offset = 0x10001;
+  log.AddRecord({.body = body});
+  log.AddEvent({.event_id = 1});
+  const DecodedLog decoded = Decode(log, true);
+  ASSERT_EQ(decoded.records.size(), 1U);
+  EXPECT_EQ(decoded.records[0].event_id, 1U);
+  EXPECT_EQ(decoded.account.records, 1U);
+  EXPECT_EQ(Count(decoded.account, RecordFault::kTemplateOffset), 1U);
+  EXPECT_FALSE(Contains(decoded.trace, "prob "));
+}
+
+TEST(Template, HeadThatDoesNotFitIntoTheChunkIsNoTemplate) {
+  for (const std::uint32_t offset : {0x10000U, 0xFFFFU, 0x10000U - 23}) {
+    EvtxBuilder log;
+    support::Fragment body = InstanceFragment(Simple(), {StringValue("a")});
+    body.instance[0].definition_offset = offset;
+    log.AddRecord({.body = body});
+    const DecodedLog decoded = Decode(log, true);
+    ASSERT_EQ(decoded.records.size(), 1U) << offset;
+    EXPECT_EQ(decoded.records[0].values, Values{});
+    EXPECT_EQ(Count(decoded.account, RecordFault::kNoTemplate), 1U);
+    EXPECT_TRUE(Contains(decoded.trace, "prob accessing template, aborting\n"));
+  }
+}
+
+TEST(Template, RegisteredByAScanOfAnUnknownOneLeadsNowhere) {
+  EvtxBuilder log;
+  log.AddTemplate(Simple(), false);
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("a")})});
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("b")})});
+  const DecodedLog decoded = Decode(log, true);
+  ASSERT_EQ(decoded.records.size(), 2U);
+  EXPECT_EQ(decoded.records[1].values, Values{});
+  EXPECT_EQ(Count(decoded.account, RecordFault::kNoTemplate), 1U);
+  EXPECT_EQ(Count(decoded.account, RecordFault::kTemplateMismatch), 1U);
+  // The scan knows neither the place of the definition nor that of its chunk.
+  EXPECT_TRUE(Contains(decoded.trace,
+                       "mismatch of offsets: elf: 0xffffffff, chnk: 0xffffffff, offset: 0x218\n"
+                       "sizeof record: 0x"))
+      << decoded.trace;
+}
+
+TEST(Template, BodyEndsAtItsStatedSize) {
+  Template open = Simple();
+  open.end_token = false;
+  EvtxBuilder log;
+  log.AddRecord({.body = InstanceFragment(open, {StringValue("a")})});
+  const DecodedLog decoded = Decode(log);
+  EXPECT_EQ(decoded.records.at(0).values, (Values{{"E", "a"}}));
+  EXPECT_EQ(CountFaults(decoded.account), 0U);
+}
+
+TEST(Template, BodyMayStandWithoutAFragmentHeader) {
+  Template bare = Simple();
+  bare.header = false;
+  EXPECT_EQ(ValuesOf(InstanceFragment(bare, {StringValue("a")})), (Values{{"E", "a"}}));
+}
+
+TEST(Template, BodyThatPassesTheChunkIsReadAsFarAsItGoes) {
+  EvtxBuilder log;
+  Template large = Simple("large");
+  large.stated_size = 0xFFFFFF00;
+  log.AddTemplate(large);
+  log.AddRecord({.body = InstanceFragment(large, {StringValue("a")})});
+  EXPECT_EQ(Decode(log).records.at(0).values, (Values{{"E", "a"}}));
+}
+
+TEST(Template, BodyCutInsideATokenKeepsWhatCameBefore) {
+  Template cut =
+      MakeTemplate("cut", {Element("A", {}, {Text("x")}), Element("B", {}, {Text("y")})});
+  EvtxBuilder whole;
+  whole.AddRecord({.body = InstanceFragment(cut, {})});
+  const std::uint32_t size = support::GetU32(whole.BuildChunks(), 512 + 38 + 20);
+  for (std::uint32_t stated = 0; stated < size; ++stated) {
+    cut.stated_size = stated;
+    EvtxBuilder log;
+    log.AddTemplate(cut);
+    log.AddRecord({.body = InstanceFragment(cut, {})});
+    const DecodedLog decoded = Decode(log);
+    ASSERT_EQ(decoded.records.size(), 1U);
+    Values expected;
+    if (stated >= 4 + 11 + 12 + 1 + 6) expected["A"] = "x";
+    if (stated >= size - 2) expected["B"] = "y";
+    EXPECT_EQ(decoded.records[0].values, expected) << stated;
+  }
+}
+
+TEST(Template, IsReadOnceAndServesEveryRecordOfTheChunk) {
+  EvtxBuilder log;
+  for (int i = 0; i < 50; ++i) {
+    log.AddRecord({.body = InstanceFragment(Simple(), {StringValue(std::to_string(i))})});
+  }
+  EvtxDecoder decoder;
+  const ByteString chunks = log.BuildChunks();
+  EvtxHandlers handlers;
+  int count = 0;
+  handlers.record = [&count](EvtxDecoder& with, DecodedEvent& event) {
+    EXPECT_EQ(Collect(with, event).values, (Values{{"E", std::to_string(count++)}}));
+  };
+  WalkSlots(decoder, chunks, 4096, handlers);
+  EXPECT_EQ(count, 50);
+  EXPECT_EQ(decoder.chunk.programs.size(), 1U);
+}
+
+}  // namespace
+}  // namespace tarnlex
