@@ -3,6 +3,7 @@
 #include "logs/platform.h"
 
 int main(int argc, char** argv) {
+  tarnlex::PrepareProcess();
   tarnlex::Console console;
   console.out = tarnlex::MakeSink(tarnlex::WriteStandardOutput);
   console.err = tarnlex::MakeSink(tarnlex::WriteStandardError);

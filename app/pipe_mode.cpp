@@ -5,6 +5,7 @@
 #include "logs/messages.h"
 #include "logs/open_log.h"
 #include "logs/paths.h"
+#include "logs/platform.h"
 #include "logs/status_line.h"
 
 namespace tarnlex {
@@ -61,9 +62,9 @@ void RunPipedLogs(RunOptions& options, LineReader& reader, const LogSteps& steps
   while (ReadPiece(reader, line)) {
     CutLineEnd(line);
     if (line.empty()) continue;
-    std::string path = line;
+    std::string path = InputText(line);
     try {
-      path = ExpandPathVariables(line);
+      path = ExpandPathVariables(path);
       HandlePath(options, path, steps);
     } catch (...) {
       Say(options, "exception caught on file ", path, "\n");

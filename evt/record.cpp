@@ -11,10 +11,20 @@ namespace {
 constexpr std::uint64_t kUnixEpochSeconds = 11'644'473'600;  // 1970 counted from 1601
 constexpr std::uint64_t kTicks = 10'000'000;
 
+// No text of more units than this is kept, as every unit takes at least a byte of UTF-8.
+constexpr std::uint64_t kMaxTextUnits = kEvtMaxRecordText + 1;
+
+// Texts are read past the end of a record by at most this much: a terminator for each string, and
+// the last measured text.
+constexpr std::uint64_t kReachBehind = 2 * (0x10000 + 2 * kEvtMeasuredUnits);
+
+// Records up to this length are in memory with all their texts.
+constexpr std::uint32_t kUsualLength = std::uint32_t{1} << 20;
+
 // Finds terminators ahead of a position that only moves forward. What was searched once is not
 // searched again, so that a record without terminators costs no more than its own bytes.
 struct TerminatorFinder {
-  Bytes log;
+  Bytes bytes;                    // a stretch of the log
   std::uint64_t searched_to = 0;  // no terminator between the last position and here...
   bool found = false;             // ...and one exactly here
 };
@@ -23,14 +33,14 @@ struct TerminatorFinder {
 // `terminated` says whether a terminator was met among the first `limit` units.
 std::size_t UnitsBefore(TerminatorFinder& finder, std::uint64_t at, std::size_t limit,
                         bool& terminated) {
-  const std::uint64_t left = at < finder.log.size() ? (finder.log.size() - at) / 2 : 0;
+  const std::uint64_t left = at < finder.bytes.size() ? (finder.bytes.size() - at) / 2 : 0;
   const std::uint64_t end = at + 2 * std::min<std::uint64_t>(limit, left);
   if (finder.searched_to < at) {
     finder.searched_to = at;
     finder.found = false;
   }
   while (!finder.found && finder.searched_to < end) {
-    if (Load<std::uint16_t>(finder.log.data() + finder.searched_to) == 0) {
+    if (Load<std::uint16_t>(finder.bytes.data() + finder.searched_to) == 0) {
       finder.found = true;
     } else {
       finder.searched_to += 2;
@@ -44,7 +54,7 @@ std::size_t UnitsBefore(TerminatorFinder& finder, std::uint64_t at, std::size_t 
 Bytes TextAt(TerminatorFinder& finder, std::uint64_t at, std::size_t limit) {
   bool terminated = false;
   const std::size_t units = UnitsBefore(finder, at, limit, terminated);
-  return Clip(finder.log, at, 2 * units);
+  return Clip(finder.bytes, at, 2 * units);
 }
 
 // Units that the position moves over a text, its terminator not counted.
@@ -58,18 +68,25 @@ void CutNames(EvtRecord& record) {
   const auto fixed = static_cast<std::int32_t>(kEvtFixedSize);
   if (static_cast<std::int32_t>(record.length) <= fixed) return;
   if (static_cast<std::int32_t>(record.data_offset) <= fixed) return;
-  TerminatorFinder finder{record.log};
-  std::uint64_t at = record.offset + kEvtFixedSize;
-  record.source_name = TextAt(finder, at, (record.length - kEvtFixedSize) / 2);
-  at += 2 * (MeasureAt(finder, at) + 1);
+  const std::uint64_t limit = (record.length - kEvtFixedSize) / 2;
+  const std::uint64_t reach = 2 * std::min(limit, kMaxTextUnits) + kReachBehind;
+  TerminatorFinder finder{
+      Stretch(record.log, record.offset + kEvtFixedSize, reach, record.names_room)};
+  record.source_name = TextAt(finder, 0, static_cast<std::size_t>(limit));
+  const std::uint64_t at = 2 * (MeasureAt(finder, 0) + 1);
   record.computer_name = TextAt(finder, at, kEvtUnboundedUnits);
 }
 
 void CutStrings(EvtRecord& record) {
   if (record.string_offset >= record.length) return;
-  TerminatorFinder finder{record.log};
-  std::uint64_t at = record.offset + record.string_offset;
   std::int64_t remaining = std::int64_t{record.length} - record.string_offset;
+  // Before the text of all strings passes its bound the position has moved over no more than that,
+  // and one text more shows that it does.
+  const std::uint64_t reach =
+      std::min(static_cast<std::uint64_t>(remaining), 4 * kMaxTextUnits) + kReachBehind;
+  TerminatorFinder finder{
+      Stretch(record.log, record.offset + record.string_offset, reach, record.strings_room)};
+  std::uint64_t at = 0;
   const std::size_t count = std::min<std::size_t>(record.string_count, record.length / 2);
   while (record.strings.size() < count && remaining >= 1) {
     record.strings.push_back(TextAt(finder, at, static_cast<std::size_t>(remaining / 2)));
@@ -81,35 +98,57 @@ void CutStrings(EvtRecord& record) {
   }
 }
 
-// Leaves out strings from the first that takes the record's text past its bound. Real records stay
-// so far below that their texts need not be measured.
-void BoundStrings(EvtRecord& record) {
-  const std::uint64_t names = record.source_name.size() + record.computer_name.size();
-  std::uint64_t units = names / 2;
+// Adds what a text takes to `total`; false, the total being past the bound, when that is too much.
+bool AddText(Bytes utf16, std::uint64_t& total) {
+  // What is certainly too long is not even converted.
+  total += utf16.size() / 2 < kMaxTextUnits ? Utf16ToUtf8(utf16).size() : kMaxTextUnits;
+  return total <= kEvtMaxRecordText;
+}
+
+// Leaves out texts from the first that takes the record's text past its bound. Real records stay so
+// far below that their texts need not be measured.
+void BoundTexts(EvtRecord& record) {
+  std::uint64_t units = (record.source_name.size() + record.computer_name.size()) / 2;
   for (const Bytes string : record.strings) units += string.size() / 2;
   if (units * kMaxUtf8PerUnit <= kEvtMaxRecordText) return;
-  std::uint64_t total = names / 2 * kMaxUtf8PerUnit;
-  std::size_t kept = 0;
-  for (; kept < record.strings.size(); ++kept) {
-    total += Utf16ToUtf8(record.strings[kept]).size();
-    if (total > kEvtMaxRecordText) break;
+  std::uint64_t total = 0;
+  if (!AddText(record.source_name, total)) {
+    record.source_name = {};
+    total = 0;
   }
+  AddText(record.computer_name, total);
+  std::size_t kept = 0;
+  while (kept < record.strings.size() && AddText(record.strings[kept], total)) ++kept;
   record.strings.resize(kept);
 }
 
-// The bytes of a field of the record; empty when they do not lie inside it.
-Bytes FieldBytes(const EvtRecord& record, std::uint32_t offset, std::uint32_t length) {
-  if (!Fits(record.length, offset, length)) return {};
-  return Clip(record.log, record.offset + offset, length);
+// Where a field of `length` bytes lies in the log; false when it does not lie inside the record.
+bool HasField(const EvtRecord& record, std::uint32_t offset, std::uint32_t length) {
+  return length > 0 && Fits(record.length, offset, length);
+}
+
+void PlaceFields(EvtRecord& record) {
+  constexpr std::uint64_t kLongestSid = 8 + 4 * 255;
+  record.sid = {};
+  record.data = {};
+  if (HasField(record, record.sid_offset, record.sid_length)) {
+    record.sid = Stretch(record.log, record.offset + record.sid_offset,
+                         std::min<std::uint64_t>(record.sid_length, kLongestSid), record.sid_room);
+  }
+  const std::uint64_t data = record.offset + record.data_offset - record.log.begin;
+  if (HasField(record, record.data_offset, record.data_length) &&
+      Fits(record.log.part, data, record.data_length)) {
+    record.data = Clip(record.log.part, data, record.data_length);
+  }
 }
 
 }  // namespace
 
-bool ReadEvtRecord(Bytes log, std::uint64_t offset, EvtRecord& record) {
-  if (!Fits(log, offset, kEvtFixedSize)) return false;
-  const std::uint8_t* at = log.data() + offset;
+bool ReadEvtRecord(const EvtLog& log, std::uint64_t offset, EvtRecord& record) {
+  if (offset < log.begin || !Fits(log.part, offset - log.begin, kEvtFixedSize)) return false;
+  const std::uint8_t* at = log.part.data() + (offset - log.begin);
   record.length = Load<std::uint32_t>(at);
-  if (!Fits(log, offset, record.length)) return false;
+  if (!Fits(log.size, offset, record.length)) return false;
   record.record_number = Load<std::uint32_t>(at + 8);
   record.time_generated = Load<std::uint32_t>(at + 12);
   record.time_written = Load<std::uint32_t>(at + 16);
@@ -129,8 +168,7 @@ bool ReadEvtRecord(Bytes log, std::uint64_t offset, EvtRecord& record) {
   record.event_id = static_cast<std::uint16_t>(record.event_code);
   const std::uint64_t seconds = record.time_generated;
   record.filetime = seconds == 0 ? 0 : (seconds + kUnixEpochSeconds) * kTicks;
-  record.data = FieldBytes(record, record.data_offset, record.data_length);
-  record.sid = FieldBytes(record, record.sid_offset, record.sid_length);
+  PlaceFields(record);
   record.texts_cut = false;
   record.source_name = {};
   record.computer_name = {};
@@ -138,12 +176,16 @@ bool ReadEvtRecord(Bytes log, std::uint64_t offset, EvtRecord& record) {
   return true;
 }
 
+std::uint64_t EvtRecordReach(std::uint32_t length) {
+  return std::max<std::uint64_t>(std::min(length, kUsualLength), kEvtFixedSize) + kReachBehind;
+}
+
 void CutTexts(EvtRecord& record) {
   if (record.texts_cut) return;
   record.texts_cut = true;
   CutNames(record);
   CutStrings(record);
-  BoundStrings(record);
+  BoundTexts(record);
 }
 
 }  // namespace tarnlex

@@ -6,11 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "evt/evt_log.h"
 #include "logs/bytes.h"
 
 namespace tarnlex {
 
-// Views reach into the log's bytes. One record is reused for all records of a log.
+// Views reach into the part of the log that was in memory when the record was read, or into the
+// record's own room, and are valid until the next record. One record is reused for all of a log.
 struct EvtRecord {
   std::uint32_t length = 0;
   std::uint32_t record_number = 0;
@@ -31,20 +33,32 @@ struct EvtRecord {
   std::uint64_t offset = 0;    // of the record in the log
   std::uint64_t filetime = 0;  // of time_generated; 0 when that is 0
   std::uint16_t event_id = 0;  // the low half of event_code
-  Bytes log;                   // the whole log: damaged records are read past their own end
-  Bytes sid;                   // empty when the record has none
-  Bytes data;
+  EvtLog log;                  // damaged records are read past their own end
+  Bytes sid;                   // empty when the record has none; no more of it than a SID can use
+  Bytes data;                  // empty also where it is not in memory, as in no real record
 
   // UTF-16LE without terminators; filled by CutTexts.
   bool texts_cut = false;
   Bytes source_name;
   Bytes computer_name;
   std::vector<Bytes> strings;
+
+  // Room for what a record of many megabytes has outside of the part in memory.
+  std::vector<std::uint8_t> sid_room;
+  std::vector<std::uint8_t> names_room;
+  std::vector<std::uint8_t> strings_room;
 };
 
-// Reads the fixed part at `offset` and places SID and data. False when the log ends before the
-// fixed part or before the record does.
-bool ReadEvtRecord(Bytes log, std::uint64_t offset, EvtRecord& record);
+// Reads the fixed part at `offset`, which must be in memory, and places SID and data. False when
+// the log ends before the fixed part or before the record does.
+bool ReadEvtRecord(const EvtLog& log, std::uint64_t offset, EvtRecord& record);
+inline bool ReadEvtRecord(Bytes log, std::uint64_t offset, EvtRecord& record) {
+  return ReadEvtRecord(WholeEvtLog(log), offset, record);
+}
+
+// How much of the log the walk keeps in memory from a record's first byte on, for a record of
+// `length`: enough for all its texts when it is no longer than records are.
+std::uint64_t EvtRecordReach(std::uint32_t length);
 
 // Finds the names and the insertion strings of a record, once. Fields that point outside of the
 // record are left out; a record gives at most as many strings as it has room for, and at most

@@ -4,7 +4,9 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
+#include "evt/evt_log.h"
 #include "evt/record.h"
 #include "logs/bytes.h"
 
@@ -21,7 +23,8 @@ struct EvtAccount {
 };
 
 struct EvtCursor {
-  Bytes log;
+  EvtLog log;
+  std::vector<std::uint8_t> window;  // the part in memory of a log that is read as it is walked
   std::uint64_t offset = 0;
   EvtAccount account;
 };
@@ -30,8 +33,11 @@ struct EvtCursor {
 // used. False when they do not carry the signature; then there is nothing to walk.
 bool BeginEvtWalk(Bytes log, EvtCursor& cursor);
 
+// The same over a file, which must stay open; a few megabytes of it are in memory at a time.
+bool BeginEvtFileWalk(const InputFile& file, EvtCursor& cursor);
+
 // The next record, in file order; false at the end of the walk. `record` is overwritten; what it
-// views stays valid as long as the log's bytes. The time is linear in the log.
+// views stays valid until the next call. The time is linear in the log.
 bool NextEvtRecord(EvtCursor& cursor, EvtRecord& record);
 
 }  // namespace tarnlex

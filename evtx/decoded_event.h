@@ -19,6 +19,8 @@ struct ValuePart {
   std::uint32_t offset = 0;       // of its bytes in the chunk; of a literal, its length
   std::uint16_t size = 0;
   std::uint8_t type = 0;
+  std::uint8_t origin = 0;  // for plans, see value_plan.h
+  bool optional = false;    // the slot of an optional substitution
 };
 
 // A value and the name that it is found by. Each name occurs once; the first value of a name stays.
@@ -45,6 +47,7 @@ struct DecodedEvent {
   std::vector<ValuePart> parts;
   std::size_t max_text = 0;  // upper bound of the bytes of all texts
   bool values_decoded = false;
+  bool plannable = true;  // no name of its values depends on a value
 };
 
 // Upper bound of the bytes of a value's text.

@@ -12,6 +12,7 @@
 #include "evtx/substitution.h"
 #include "evtx/template.h"
 #include "evtx/template_cache.h"
+#include "evtx/value_plan.h"
 #include "logs/text_sink.h"
 
 namespace tarnlex {
@@ -19,6 +20,7 @@ namespace tarnlex {
 struct EvtxDecoder {
   NameTable names;
   TemplateCache cache;
+  PlanTable plans;
   EvtxChunk chunk;
   WalkAccount account;
   TextSink* trace = nullptr;  // null: no trace is asked for
@@ -31,6 +33,7 @@ struct EvtxDecoder {
   const TemplateRef* reference = nullptr;    // null: no template, or an element fragment
   const TemplateProgram* program = nullptr;  // what its values come from; null: nothing
   SubstitutionArray array;
+  NestedValues nested;
   std::uint32_t work_left = 0;            // tokens and slot values that it may still cost
   std::size_t unnamed_data = 0;           // unnamed "Data" elements met
   std::vector<std::size_t> counted_data;  // numbers taken by those that have children

@@ -49,12 +49,24 @@ NamedValue* AddNamed(DecodedEvent& event, Name* name) {
 }
 
 ValuePart SlotPart(const SubstitutionValue& value) {
-  return {nullptr, value.offset, value.size, value.type};
+  return {nullptr, value.offset, value.size, value.type, kOriginUnknown, false};
+}
+
+// Plans reach as far as kept templates, the record's own and one nested in it.
+std::uint8_t SlotOrigin(const Expansion& run, std::uint16_t slot) {
+  if (!run.program.cached || run.depth > 1) return kOriginUnknown;
+  const std::uint8_t array = run.depth == 0 ? kOriginOwnSlot : kOriginNestedSlot;
+  return static_cast<std::uint8_t>(array | slot);
 }
 
 ValuePart LiteralPart(std::string_view text) {
   // An empty literal still needs an address, since a null one means a slot.
-  return {text.empty() ? "" : text.data(), static_cast<std::uint32_t>(text.size()), 0, 0};
+  return {text.empty() ? "" : text.data(),
+          static_cast<std::uint32_t>(text.size()),
+          0,
+          0,
+          kOriginUnknown,
+          false};
 }
 
 // The part that a piece gives. False when it gives none: a slot past the array, binary XML, or an
@@ -84,8 +96,19 @@ void AddSlotValue(Expansion& run, const Step& step) {
   NamedValue* named = AddNamed(run.event, step.name);
   if (!named) return;
   named->part = SlotPart(value);
+  named->part.origin = SlotOrigin(run, step.slot);
+  named->part.optional = step.optional;
   named->unresolved = step.optional && value.type == kEvtVarTypeNull;
   if (!named->unresolved) run.event.max_text += MaxValueText(run.event.chunk, value);
+}
+
+void SetOrigin(const Expansion& run, const TextPiece& piece, ValuePart& part) {
+  part.optional = piece.optional;
+  if (piece.is_slot) {
+    part.origin = SlotOrigin(run, piece.slot);
+  } else if (run.program.cached) {
+    part.origin = kOriginLiteral;
+  }
 }
 
 // Joins the pieces of a step under `name`; a value without any piece that gives something is none.
@@ -104,6 +127,7 @@ void AddJoined(Expansion& run, const Step& step, Name* name) {
     resolved = true;
   }
   if (!resolved && !unresolved) return;
+  if (step.piece_count == 1) SetOrigin(run, pieces[0], first);
   NamedValue* named = AddNamed(run.event, name);
   named->part = first;
   named->more_begin = begin;
@@ -120,6 +144,7 @@ void DecodeSlotsOf(Expansion& run, const Step& step) {
 }
 
 Name* ComputeName(Expansion& run, const Step& step) {
+  run.event.plannable = false;
   std::string text;
   std::string scratch;
   for (std::uint32_t i = 0; i < step.name_piece_count; ++i) {

@@ -29,6 +29,7 @@ void ReadHeader(EvtxDecoder& decoder, std::uint32_t offset, DecodedEvent& event)
   event.parts.clear();
   event.max_text = 0;
   event.values_decoded = false;
+  event.plannable = true;
 }
 
 void BeginRecord(EvtxDecoder& decoder) {
@@ -37,6 +38,7 @@ void BeginRecord(EvtxDecoder& decoder) {
   decoder.program = nullptr;
   decoder.array.count = 0;
   decoder.array.binary_xml = 0;
+  decoder.nested.usable = false;
   decoder.unnamed_data = 0;
   decoder.counted_data.clear();
   decoder.fragments_used = 0;
@@ -178,6 +180,7 @@ void SettleEventId(EvtxDecoder& decoder, DecodedEvent& event) {
 void BeginChunk(EvtxDecoder& decoder, Bytes data, std::uint64_t file_offset) {
   BeginChunkNames(decoder.names);
   if (decoder.cache.generation != decoder.names.generation) {
+    ClearPlans(decoder.plans);
     ClearCache(decoder.cache);
     decoder.cache.generation = decoder.names.generation;
   }

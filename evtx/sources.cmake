@@ -13,5 +13,6 @@ target_sources(tarnlex_core PRIVATE
   evtx/template_cache.cpp
   evtx/trace.cpp
   evtx/value.cpp
+  evtx/value_plan.cpp
   evtx/walk.cpp
 )

@@ -99,19 +99,24 @@ bool JudgeEvtx(const InputFile& file, LogInfo& info) {
 }  // namespace
 
 OpenResult ProbeLog(LogInfo& info, const std::string& path) {
-  info.path = path;
-  info.kind.clear();
-  std::string directory;
-  std::string name;
-  if (!SplitPath(path, directory, name) || name.empty()) name = path;
+  info = {.path = path, .kind = {}};
   info.format_unknown = true;
   DisableFsRedirection();
   const std::optional<InputFile> file = OpenInput(path);
-  if (!file) return OpenResult::kCannotOpen;
-  if (!RecogniseFormat(ReadHead(*file, kProbeBytes), info)) return OpenResult::kNoEventLog;
+  return file ? ProbeLogFile(info, path, *file) : OpenResult::kCannotOpen;
+}
+
+OpenResult ProbeLogFile(LogInfo& info, const std::string& path, const InputFile& file) {
+  info.path = path;
+  info.kind.clear();
+  info.format_unknown = true;
+  if (!RecogniseFormat(ReadHead(file, kProbeBytes), info)) return OpenResult::kNoEventLog;
+  std::string directory;
+  std::string name;
+  if (!SplitPath(path, directory, name) || name.empty()) name = path;
   info.kind = ToLowerAscii(name);
   if (JudgeByName(info)) return OpenResult::kOpened;
-  const bool judged = info.is_evtx ? JudgeEvtx(*file, info) : JudgeEvt(*file, info);
+  const bool judged = info.is_evtx ? JudgeEvtx(file, info) : JudgeEvt(file, info);
   return judged ? OpenResult::kOpened : OpenResult::kUnjudged;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "logs/log_info.h"
+#include "logs/platform.h"
 #include "logs/run_options.h"
 
 namespace tarnlex {
@@ -19,6 +20,9 @@ enum class OpenResult {
 
 // Fills `info` for `path` (UTF-8, variables already expanded), reading at most 70,144 bytes.
 OpenResult ProbeLog(LogInfo& info, const std::string& path);
+
+// The same for a file that the caller has opened; `path` is only a name here.
+OpenResult ProbeLogFile(LogInfo& info, const std::string& path, const InputFile& file);
 
 // True when the format was recognised and a kind was settled. Writes no message.
 inline bool OpenLog(LogInfo& info, const std::string& path, const RunOptions&) {

@@ -54,6 +54,9 @@ bool IsAdmin();
 bool IsVistaOrLater();
 // Whether the program runs on Windows at all.
 bool OnWindows();
+// Settings for the whole process, made first of all: a drive without a medium is a failure to
+// report, not a dialog to wait for.
+void PrepareProcess();
 // Lets a 32-bit process see the real system directory; true when redirection was switched off.
 bool DisableFsRedirection();
 // The Windows directory; nothing when there is none or the call fails.
@@ -84,6 +87,9 @@ std::uint64_t CurrentFiletime();
 bool WriteStandardOutput(std::string_view text);
 bool WriteStandardError(std::string_view text);
 std::size_t ReadStandardInput(std::span<char> to);
+// A line of standard input in UTF-8. On Windows a line that is no UTF-8 is taken to be in the
+// console's code page, as the command interpreter pipes its lists; elsewhere it stays as it is.
+std::string InputText(std::string line);
 
 // The arguments of the process in UTF-8, the program's path first.
 std::vector<std::string> CommandLineArguments(int argc, char** argv);

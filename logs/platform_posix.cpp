@@ -161,6 +161,7 @@ std::optional<std::string> Environment(const std::string& name) {
 bool IsAdmin() { return geteuid() == 0; }
 bool IsVistaOrLater() { return false; }
 bool OnWindows() { return false; }
+void PrepareProcess() {}
 bool DisableFsRedirection() { return false; }
 std::optional<std::string> WindowsDirectory() { return std::nullopt; }
 
@@ -206,6 +207,8 @@ std::size_t ReadStandardInput(std::span<char> to) {
     return got < 0 ? 0 : static_cast<std::size_t>(got);
   }
 }
+
+std::string InputText(std::string line) { return line; }
 
 std::vector<std::string> CommandLineArguments(int argc, char** argv) { return {argv, argv + argc}; }
 

@@ -33,15 +33,17 @@ bool IsUsable(const std::string& path) {
   return !path.empty() && path.find('\0') == std::string::npos;
 }
 
-// The path as the file functions take it at any length.
+// The path as the file functions take it at any length. What counts is the length of the whole
+// path, however short the part below the current directory is.
 std::wstring SystemPath(const std::string& path) {
   std::wstring wide = Wide(path);
-  if (wide.size() < kLongPath || wide.starts_with(L"\\\\?\\")) return wide;
+  if (wide.starts_with(L"\\\\?\\")) return wide;
   std::wstring full(32'768, L'\0');
   const DWORD size =
       GetFullPathNameW(wide.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
-  if (size == 0 || size >= full.size()) return wide;
+  if (size < kLongPath || size >= full.size()) return wide;
   full.resize(size);
+  if (full.starts_with(L"\\\\.\\") || full.starts_with(L"\\\\?\\")) return full;
   if (full.starts_with(L"\\\\")) return L"\\\\?\\UNC" + full.substr(1);
   return L"\\\\?\\" + full;
 }
@@ -85,12 +87,19 @@ bool WriteText(HANDLE file, std::string_view text) {
   return true;
 }
 
+// Units of the next portion for a console, with no pair of surrogates cut in two.
+std::size_t ConsolePortion(std::wstring_view text) {
+  if (text.size() <= kConsoleUnits) return text.size();
+  const bool cuts_pair = (text[kConsoleUnits - 1] & 0xFC00) == 0xD800;
+  return cuts_pair ? kConsoleUnits - 1 : kConsoleUnits;
+}
+
 // A console shows characters beyond ASCII only when it gets them as wide text.
 bool WriteConsoleText(HANDLE console, std::string_view text) {
   const std::wstring wide = Wide(WindowsLines(text));
   std::wstring_view left = wide;
   while (!left.empty()) {
-    const auto size = static_cast<DWORD>(std::min(left.size(), kConsoleUnits));
+    const auto size = static_cast<DWORD>(ConsolePortion(left));
     DWORD wrote = 0;
     if (!WriteConsoleW(console, left.data(), size, &wrote, nullptr) || wrote == 0) return false;
     left.remove_prefix(wrote);

@@ -81,6 +81,28 @@ bool Is64BitSystem() {
          architecture == PROCESSOR_ARCHITECTURE_ARM64;
 }
 
+// Text of a code page as wide text; empty when it has none or `flags` forbid what it holds.
+std::wstring WideFrom(UINT code_page, DWORD flags, std::string_view text) {
+  constexpr std::size_t kMaxBytes = std::size_t{1} << 30;
+  const int size = static_cast<int>(text.size() < kMaxBytes ? text.size() : kMaxBytes);
+  const int units = MultiByteToWideChar(code_page, flags, text.data(), size, nullptr, 0);
+  if (units <= 0) return {};
+  std::wstring wide(static_cast<std::size_t>(units), L'\0');
+  MultiByteToWideChar(code_page, flags, text.data(), size, wide.data(), units);
+  return wide;
+}
+
+// What command interpreters write their lists in. The code pages of this process say nothing of
+// that: its manifest makes them UTF-8.
+UINT PipedCodePage() {
+  if (const UINT console = GetConsoleOutputCP()) return console;
+  DWORD system = 0;
+  const int units =
+      GetLocaleInfoW(LOCALE_SYSTEM_DEFAULT, LOCALE_IDEFAULTCODEPAGE | LOCALE_RETURN_NUMBER,
+                     reinterpret_cast<wchar_t*>(&system), sizeof system / 2);
+  return units > 0 && system != 0 ? system : CP_UTF8;
+}
+
 // The kind of drive that the program's file lies on. The path as typed may lack its folder, so the
 // system is asked first.
 UINT DriveType(const std::string& program_path) {
@@ -97,24 +119,16 @@ UINT DriveType(const std::string& program_path) {
 
 }  // namespace
 
-std::wstring Wide(std::string_view text) {
-  constexpr std::size_t kMaxBytes = std::size_t{1} << 30;
-  const int size = static_cast<int>(text.size() < kMaxBytes ? text.size() : kMaxBytes);
-  UINT code_page = CP_UTF8;
-  int units = MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, text.data(), size, nullptr, 0);
-  if (units <= 0) {
-    code_page = CP_OEMCP;
-    units = MultiByteToWideChar(code_page, 0, text.data(), size, nullptr, 0);
-  }
-  if (units <= 0) return {};
-  std::wstring wide(static_cast<std::size_t>(units), L'\0');
-  MultiByteToWideChar(code_page, 0, text.data(), size, wide.data(), units);
-  return wide;
-}
+std::wstring Wide(std::string_view text) { return WideFrom(CP_UTF8, 0, text); }
 
 std::string Narrow(std::wstring_view text) {
   static_assert(sizeof(wchar_t) == 2);
   return Utf16ToUtf8({reinterpret_cast<const std::uint8_t*>(text.data()), text.size() * 2});
+}
+
+std::string InputText(std::string line) {
+  if (line.empty() || !WideFrom(CP_UTF8, MB_ERR_INVALID_CHARS, line).empty()) return line;
+  return Narrow(WideFrom(PipedCodePage(), 0, line));
 }
 
 std::optional<std::string> Environment(const std::string& name) {
@@ -141,6 +155,8 @@ bool IsVistaOrLater() {
 }
 
 bool OnWindows() { return true; }
+
+void PrepareProcess() { SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX); }
 
 bool DisableFsRedirection() {
   using Disable = BOOL(WINAPI*)(PVOID*);

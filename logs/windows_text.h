@@ -6,7 +6,7 @@
 
 namespace tarnlex {
 
-// Text that is not UTF-8 is taken for the console's code page: that is how paths are piped there.
+// What is not UTF-8 becomes U+FFFD.
 std::wstring Wide(std::string_view text);
 std::string Narrow(std::wstring_view text);
 

@@ -49,6 +49,8 @@ void PreparePulls(EventRows& rows, EvtxQuery& query) {
   for (const std::string_view name : query.pulled->names) query.sources.emplace_back(name);
 }
 
+std::string_view ColumnName(const Name& name) { return name.text.empty() ? kUnnamed : name.text; }
+
 std::uint64_t HashNames(const DecodedEvent& event) {
   std::uint64_t hash = event.values.size();
   for (const NamedValue& value : event.values) {
@@ -69,7 +71,7 @@ EvtxShape MakeShape(EventRows& rows, const DecodedEvent& event) {
   std::vector<std::string_view> names;
   for (const NamedValue& value : event.values) {
     shape.name_ids.push_back(value.name->id);
-    names.push_back(value.name->text.empty() ? kUnnamed : value.name->text);
+    names.push_back(ColumnName(*value.name));
   }
   std::vector<int> position_of;
   shape.columns = AddColumnSet(rows, names, position_of);
@@ -81,17 +83,43 @@ EvtxShape MakeShape(EventRows& rows, const DecodedEvent& event) {
   return shape;
 }
 
-EvtxShape& ShapeOf(EventRows& rows, EvtxQueries& all, const EvtxDecoder& decoder,
-                   const DecodedEvent& event) {
-  if (all.names_generation != decoder.names.generation) {
-    all.shapes.clear();
-    all.names_generation = decoder.names.generation;
-  }
+// Names and plans go together; shapes made of earlier ones mean nothing any more.
+void ForgetStaleShapes(EvtxQueries& all, const EvtxDecoder& decoder) {
+  if (all.names_generation == decoder.names.generation) return;
+  all.shapes.clear();
+  all.planned.clear();
+  all.names_generation = decoder.names.generation;
+}
+
+EvtxShape& ShapeOf(EventRows& rows, EvtxQueries& all, const DecodedEvent& event) {
   std::vector<EvtxShape>& candidates = all.shapes[HashNames(event)];
   for (EvtxShape& shape : candidates) {
     if (SameNames(shape, event)) return shape;
   }
   return candidates.emplace_back(MakeShape(rows, event));
+}
+
+PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan) {
+  PlannedShape shape;
+  std::vector<std::string_view> names;
+  for (const PlannedValue& value : plan.values) names.push_back(ColumnName(*value.name));
+  std::vector<int> position_of;
+  shape.columns = AddColumnSet(rows, names, position_of);
+  shape.cells.resize(shape.columns->names.size());
+  for (std::size_t i = 0; i < position_of.size(); ++i) {
+    if (position_of[i] < 0) continue;
+    const PlannedValue& value = plan.values[i];
+    shape.cells[static_cast<std::size_t>(position_of[i])] = {value.origin, value.optional,
+                                                             value.literal};
+  }
+  return shape;
+}
+
+PlannedShape& PlannedShapeOf(EventRows& rows, EvtxQueries& all, const ValuePlan& plan) {
+  if (all.planned.size() <= plan.id) all.planned.resize(plan.id + std::size_t{1});
+  PlannedShape& shape = all.planned[plan.id];
+  if (!shape.columns) shape = MakePlannedShape(rows, plan);
+  return shape;
 }
 
 char* CopyText(std::string_view text, char* at) {
@@ -138,6 +166,33 @@ void AddAllData(EventRows& rows, EvtxShape& shape, const DecodedEvent& event, Ev
     char* text = BeginCell(builder, at);
     text = value.unresolved ? CopyText(kUnresolved, text) : WriteText(event, value, text);
     at = EndCell(builder, text);
+  }
+  FillFromCells(rows, provider_cell, level_cell, shape.provider, row);
+  EndRow(rows, builder, at, row);
+}
+
+char* WritePlanned(const EvtxDecoder& decoder, const PlannedCell& cell, char* text) {
+  if (cell.origin == kOriginLiteral) return CopyText(cell.literal, text);
+  const SubstitutionArray& array =
+      (cell.origin & kOriginNestedSlot) != 0 ? decoder.nested.array : decoder.array;
+  const SubstitutionValue& value = array.values[cell.origin & kOriginSlotMask];
+  if (cell.optional && value.type == kEvtVarTypeNull) return CopyText(kUnresolved, text);
+  return WriteValueText(decoder.chunk.data, value, text);
+}
+
+void AddPlanned(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
+                const DecodedEvent& event, EventRecord& row) {
+  row.columns = shape.columns;
+  RowBuilder builder = BeginRow(rows, event.max_text + shape.cells.size() * kMaxCellOverhead);
+  const auto provider = static_cast<std::size_t>(shape.columns->provider_name);
+  const auto level = static_cast<std::size_t>(shape.columns->level);
+  const char* provider_cell = nullptr;
+  const char* level_cell = nullptr;
+  char* at = builder.start;
+  for (std::size_t column = 0; column < shape.cells.size(); ++column) {
+    if (column == provider) provider_cell = at;
+    if (column == level) level_cell = at;
+    at = EndCell(builder, WritePlanned(decoder, shape.cells[column], BeginCell(builder, at)));
   }
   FillFromCells(rows, provider_cell, level_cell, shape.provider, row);
   EndRow(rows, builder, at, row);
@@ -190,7 +245,6 @@ bool EvtxQueryTakes(EvtxQueries& all, const EvtxQuery& query, EvtxDecoder& decod
 
 void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder,
                 DecodedEvent& event) {
-  DecodeValues(decoder, event);
   EventRecord row;
   row.queryIndex = query.position;
   row.timeCreated = event.written_time;
@@ -202,10 +256,16 @@ void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder
   }
   row.queryName = query.name;
   row.queryLabel = query.label;
+  ForgetStaleShapes(all, decoder);
   if (query.spec->all_data) {
-    AddAllData(rows, ShapeOf(rows, all, decoder, event), event, row);
+    if (const ValuePlan* plan = PlanFor(decoder, event)) {
+      AddPlanned(rows, PlannedShapeOf(rows, all, *plan), decoder, event, row);
+    } else {
+      AddAllData(rows, ShapeOf(rows, all, event), event, row);
+    }
     return;
   }
+  DecodeValues(decoder, event);
   if (!query.spec->pull.empty() && !query.pulled) PreparePulls(rows, query);
   if (query.pulled) {
     AddPulled(rows, query, decoder, event, row);

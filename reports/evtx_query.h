@@ -34,10 +34,23 @@ struct EvtxShape {
   std::string_view provider;         // of the last record, kept with the rows
 };
 
+// The same for the records of one plan: where the text of each cell comes from.
+struct PlannedCell {
+  std::uint8_t origin = kOriginUnknown;
+  bool optional = false;
+  std::string_view literal;
+};
+struct PlannedShape {
+  const ColumnSet* columns = nullptr;
+  std::vector<PlannedCell> cells;
+  std::string_view provider;  // as EvtxShape::provider
+};
+
 // The queries of one walk, with what they remember from record to record.
 struct EvtxQueries {
   std::vector<EvtxQuery> queries;
   std::unordered_map<std::uint64_t, std::vector<EvtxShape>> shapes;  // by hash of the name ids
+  std::vector<PlannedShape> planned;                                 // by the plan's id
   std::uint64_t names_generation = 0;  // of the name table that the ids belong to
   std::string scratch;
 };

@@ -59,8 +59,11 @@ std::string ProgressName(const std::string& path) {
   std::string name;
   if (!SplitPath(path, directory, name)) name = path;
   name = ReplaceChar(ToLowerAscii(name), '%', ' ');
-  if (name.size() > kProgressName) name = name.substr(0, kProgressName) + "..";
-  return name;
+  if (CountCodePoints(name) <= kProgressName) return name;
+  // The byte that begins the first character too many ends the part that is shown.
+  std::size_t end = 0;
+  while (CountCodePoints(std::string_view(name).substr(0, end + 1)) <= kProgressName) ++end;
+  return name.substr(0, end) + "..";
 }
 
 EvtxHandlers MakeHandlers(LogPass& pass) {
@@ -106,10 +109,7 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
 
 void WalkEvtFile(LogPass& pass, const InputFile& file) {
   EvtCursor cursor;
-  Block block;
-  if (file.size > kLargestEvt || !BeginEvtWalk(ReadBlock(file, 0, file.size, block), cursor)) {
-    return;
-  }
+  if (file.size > kLargestEvt || !BeginEvtFileWalk(file, cursor)) return;
   pass.log.is_evtx = false;
   PrepareEvtPass(pass);
   EvtRecord record;
@@ -125,17 +125,20 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
 
 bool WalkLog(LogPass& pass) {
   const std::optional<InputFile> file = OpenInput(pass.log.path);
-  if (!file) return false;
+  return file && WalkLogFile(pass, *file);
+}
+
+bool WalkLogFile(LogPass& pass, const InputFile& file) {
   constexpr std::uint64_t kHead = 256;
   Block block;
-  const Bytes head = ReadBlock(*file, 0, std::min(kHead, file->size), block);
+  const Bytes head = ReadBlock(file, 0, std::min(kHead, file.size), block);
   if (head.empty()) return false;
   if (BeginsWith(head, kEvtxFileSignature)) {
-    WalkEvtxFile(pass, *file, kEvtxFileHeaderSize);
+    WalkEvtxFile(pass, file, kEvtxFileHeaderSize);
   } else if (BeginsWith(head, kEvtxChunkSignature)) {
-    WalkEvtxFile(pass, *file, 0);
+    WalkEvtxFile(pass, file, 0);
   } else {
-    WalkEvtFile(pass, *file);
+    WalkEvtFile(pass, file);
   }
   return true;
 }

@@ -1,4 +1,5 @@
 target_sources(tarnlex_tests PRIVATE
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/open_log_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/parse_number_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/paths_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/platform_test.cpp

@@ -3,8 +3,10 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/command_file_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/command_language_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/evt_query_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/reports/evtx_query_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/filter_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/query_index_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/reports/walk_log_test.cpp
 )
 set_source_files_properties(${CMAKE_CURRENT_SOURCE_DIR}/reports/command_file_test.cpp
   TARGET_DIRECTORY tarnlex_tests

@@ -1,0 +1,52 @@
+#include "evt/evt_log.h"
+
+#include <algorithm>
+
+namespace tarnlex {
+namespace {
+
+constexpr std::uint64_t kWindow = std::uint64_t{4} << 20;
+
+bool InPart(const EvtLog& log, std::uint64_t offset, std::uint64_t size) {
+  return offset >= log.begin && Fits(log.part, offset - log.begin, size);
+}
+
+// Reads `size` bytes at `offset` into `room`, or what the file still holds.
+Bytes ReadInto(const InputFile& file, std::uint64_t offset, std::uint64_t size,
+               std::vector<std::uint8_t>& room) {
+  room.resize(static_cast<std::size_t>(size));
+  std::size_t filled = 0;
+  while (filled < room.size()) {
+    const std::size_t came = file.read(offset + filled, std::span(room).subspan(filled));
+    if (came == 0) break;
+    filled += came;
+  }
+  return Bytes(room).first(filled);
+}
+
+std::uint64_t CutAtEnd(const EvtLog& log, std::uint64_t offset, std::uint64_t size) {
+  return offset >= log.size ? 0 : std::min(size, log.size - offset);
+}
+
+}  // namespace
+
+Bytes Stretch(const EvtLog& log, std::uint64_t offset, std::uint64_t size,
+              std::vector<std::uint8_t>& room) {
+  size = CutAtEnd(log, offset, size);
+  if (size == 0) return {};
+  if (InPart(log, offset, size)) return Clip(log.part, offset - log.begin, size);
+  if (log.file == nullptr) return {};
+  return ReadInto(*log.file, offset, size, room);
+}
+
+void ShowInWindow(EvtLog& log, std::uint64_t offset, std::uint64_t size,
+                  std::vector<std::uint8_t>& window) {
+  size = CutAtEnd(log, offset, size);
+  if (log.file == nullptr || size == 0 || InPart(log, offset, size)) return;
+  const std::uint64_t wanted = CutAtEnd(log, offset, std::max(size, kWindow));
+  log.begin = offset;
+  log.part = ReadInto(*log.file, offset, wanted, window);
+  if (log.part.size() < wanted) log.size = offset + log.part.size();
+}
+
+}  // namespace tarnlex

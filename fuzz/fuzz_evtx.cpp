@@ -1,0 +1,16 @@
+// A whole EVTX file or a bare chunk, down to the written table, with the trace switched on for
+// every second input.
+#include "fuzz/fuzz_target.h"
+#include "fuzz/whole_log.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace tarnlex;
+  TextSink trace = MakeSink([](std::string_view) { return true; });
+  TextSink out = MakeSink([](std::string_view) { return true; });
+  RunOptions options;
+  options.csvgen_form = size % 4 == 3;
+  options.delimited = size % 4 > 1;
+  if (size % 2 == 1) options.diags = &trace;
+  DumpLog(FileOf({data, size}), options, out);
+  return 0;
+}

@@ -1,0 +1,209 @@
+// make_seeds OUT_DIR: writes a folder of first inputs for every fuzz target, made with the builders
+// that the tests use.
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "tests/support/evt_builder.h"
+#include "tests/support/evtx_builder.h"
+
+namespace tarnlex::support {
+namespace {
+
+std::filesystem::path root;
+bool failed = false;
+
+void Save(const std::string& target, const std::string& name, const ByteString& bytes) {
+  const std::filesystem::path folder = root / target;
+  std::filesystem::create_directories(folder);
+  std::ofstream file(folder / name, std::ios::binary);
+  file.write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+  failed = failed || !file;
+}
+
+void SaveText(const std::string& target, const std::string& name, std::string_view text) {
+  Save(target, name, ByteString(text.begin(), text.end()));
+}
+
+// One value of every type.
+std::vector<Value> AllValues() {
+  return {NullValue(),
+          StringValue("alice"),
+          AnsiStringValue("bob"),
+          SByteValue(-3),
+          ByteValue(200),
+          Int16Value(-300),
+          UInt16Value(4624),
+          Int32Value(-70000),
+          UInt32Value(70000),
+          Int64Value(-5),
+          UInt64Value(~std::uint64_t{0}),
+          SingleValue(1.5F),
+          DoubleValue(-2.25e300),
+          BooleanValue(true),
+          BinaryValue(Hex("DE AD BE EF")),
+          GuidValue("54849625-5478-4994-a5ba-3e3b0328c30d"),
+          SizeTValue(4096),
+          FileTimeValue(Filetime(2012, 3, 7, 14, 5, 9, 1234567)),
+          SysTimeValue({2012, 3, 3, 7, 14, 5, 9, 7}),
+          SidValue("S-1-5-21-1-2-3-500"),
+          HexInt32Value(0x20),
+          HexInt64Value(0x3E7),
+          StringArrayValue({"one", "two", ""}),
+          HexInt32ArrayValue({1, 2}),
+          HexInt64ArrayValue({3})};
+}
+
+Event EventOfAllTypes() {
+  Event event{.event_id = 4624, .level = 2, .user_sid = "S-1-5-18"};
+  int number = 0;
+  for (Value& value : AllValues()) {
+    event.data.emplace_back("Field" + std::to_string(number++), std::move(value));
+  }
+  event.data.emplace_back("", "unnamed");
+  event.data.emplace_back("", "unnamed again");
+  return event;
+}
+
+Template NestingTemplate() {
+  return MakeTemplate("nesting",
+                      {Element("Event", {},
+                               {Element("System", {}, {Element("EventID", {}, {Slot(0, kUInt16)})}),
+                                Element("UserData", {}, {OptionalSlot(1, kBinaryXml)}),
+                                Element("Data", {Attribute("Name", Slot(2, kString))},
+                                        {Text("literal "), Slot(2, kString)})})});
+}
+
+Fragment NestedFragment() {
+  Instance inner{.definition = NestingTemplate(),
+                 .values = {UInt16Value(2), NullValue(), StringValue("deep")}};
+  Instance middle{.definition = NestingTemplate(),
+                  .values = {UInt16Value(3), InstanceValue(inner), StringValue("middle")}};
+  return InstanceFragment(NestingTemplate(),
+                          {UInt16Value(1), InstanceValue(middle), StringValue("outer")});
+}
+
+Fragment PlainElements() {
+  return ElementsFragment({Element(
+      "Event", {Attribute("xmlns", "urn:x")},
+      {Element("Provider", {Attribute("Name", "Test")}), Element("EventID", {}, {Text("7")}),
+       Element("Data", {}, {Text("a", true), Text("b")}), Element("Empty"), CData("stop here")})});
+}
+
+EvtxBuilder SmallLog() {
+  EvtxBuilder log;
+  log.AddEvent({.event_id = 4624, .data = {{"TargetUserName", "alice"}}});
+  log.AddEvent({.event_id = 4625, .data = {{"TargetUserName", "bob"}, {"", "x"}}});
+  log.AddEvent(EventOfAllTypes());
+  log.AddRecord({.body = NestedFragment()});
+  log.AddRecord({.body = PlainElements()});
+  return log;
+}
+
+void SaveEvtxSeeds() {
+  const ByteString small = SmallLog().Build();
+  Save("evtx", "small", small);
+  EvtxBuilder two = SmallLog();
+  two.AddChunk().AddSlot().AddEvent(EventOfAllTypes());
+  Save("evtx", "two_chunks_and_a_gap", two.Build());
+  const ByteString chunk = SmallLog().BuildChunks();
+  Save("evtx", "bare_chunk", chunk);
+  Save("chunk", "small", ByteString(chunk.begin(), chunk.begin() + 8192));
+  Save("chunk", "first_record", ByteString(chunk.begin(), chunk.begin() + 2560));
+  for (const auto& [name, fragment] : {std::pair{"nested", NestedFragment()},
+                                       {"elements", PlainElements()},
+                                       {"all_types", EventFragment(EventOfAllTypes())}}) {
+    ChunkImage image;
+    // Offsets in the stream are those of a record's binary XML at its place in the target.
+    image.bytes.resize(512 + 24);
+    WriteFragment(image, fragment);
+    Save("binary_xml", name, ByteString(image.bytes.begin() + 512 + 24, image.bytes.end()));
+  }
+}
+
+void SaveEvtSeeds() {
+  EvtBuilder log;
+  log.AddEntry({.event_id = 528, .sid = "S-1-5-18", .strings = {"alice", "", "WKS"}});
+  log.AddEntry({.event_id = 538, .strings = {"bob"}, .data = Hex("01 02 03 04")});
+  Save("evt", "small", log.Build());
+  Save("evt", "wrapped", log.Build({.start = 260, .file_size = 520, .flags = kEvtWrapped}));
+  log.AddRaw(Hex("00 00 00 00 11 11 11 11")).AddEntry({.event_id = 1, .length = 0});
+  Save("evt", "odd_lengths", log.Build());
+}
+
+void SaveOpenerSeeds() {
+  const auto with_path = [](std::string_view path, const ByteString& content) {
+    ByteString bytes(path.begin(), path.end());
+    bytes.push_back(0);
+    PutBytes(bytes, content);
+    return bytes;
+  };
+  EvtBuilder evt;
+  evt.AddEntry({.event_id = 528, .strings = {"alice"}});
+  Save("opener", "evtx_by_name", with_path("C:\\x\\Security.evtx", SmallLog().Build()));
+  Save("opener", "evtx_by_record", with_path("/x/%VSS%/odd.evtx", SmallLog().Build()));
+  Save("opener", "evt_by_record", with_path("odd.evt", evt.Build()));
+}
+
+void SaveValueSeeds() {
+  int number = 0;
+  for (const Value& value : AllValues()) {
+    ByteString bytes;
+    PutU8(bytes, value.type);
+    PutU16(bytes, 0);
+    PutU16(bytes, static_cast<std::uint16_t>(value.bytes.size()));
+    PutBytes(bytes, value.bytes);
+    Save("value", "type_" + std::to_string(number++), bytes);
+  }
+}
+
+void SaveTextSeeds() {
+  SaveText("command_file", "queries",
+           "\xEF\xBB\xBF// accounts\r\n"
+           "!cmd, -enum_evtxlog, -id, 4624, -name, logon, -conditions, LogonType|2, -all_data\r\n"
+           "!cmd, -enum_evtxlog, -type, security, -pull, TargetUserName, -hist, IpAddress|User\n"
+           "!cmd, -enum_evtlog, -id, 0x210, -pull, 1|User, -pull, 2, -success_type, error\n"
+           "!cmd, -enum_evtlog, -start_time, 03/07/2012 10:00:00, -stop_time, Mar-08-2012\n"
+           "!cmd, -enum_evtxlog, -string_exists, alice, -event_lookup, -log, c:\\Security.evtx\n");
+  SaveText(
+      "options", "files",
+      "-log\nSecurity.evtx | System.evtx\n-csv\n-out\nrecords.csv\n-stats\ncounts\n-hist\na|b");
+  SaveText("options", "folder", "-pipe\n-outdir\nfolder\n-out\nx\n-bodyfile\n-allparams\n-quiet");
+  SaveText("options", "formats",
+           "-csvl2t\n-dateformat\nyyyy-mm-dd\n-timeformat\nhh:mm:ss.xxxxxx\n-no_whitespace\n"
+           "-csv_separator\ntab\n-pair_datetime\n-base10\n-username\nu\n-hostname\nh");
+  SaveText("options", "filters",
+           "-eventid\n1, 0x2, 0o3\n-start_time\n03/07/2012 10:00:00\n-stop_time\n1/1/2013\n"
+           "-string\nx\n-alias\na|b\n-aliaspath\nc:|d\n-logon\n-cmdfile\nmine\n-diags\ntrace");
+  SaveText("options", "sources", "-livesys\n-partition\nc\n-vss\n1\n-xml\n-multiline\n-csvgen");
+  ByteString instant;
+  PutU64(instant, Filetime(2012, 3, 7, 14, 5, 9, 1234567));
+  PutU64(instant, 7);
+  PutU8(instant, 10);
+  for (const std::string_view text :
+       {"mm/dd/yyyyhh:mm:ss.xxx", "yyyy-mm-ddhh:mm:ss.xxxxxxxxx", "mmm dd, yyhh:mm",
+        "03/07/2012 10:00:00", "07-Mar-2012 1:2"}) {
+    ByteString bytes = instant;
+    PutBytes(bytes, ByteString(text.begin(), text.end()));
+    Save("date_time", "text_" + std::to_string(text.size()), bytes);
+  }
+}
+
+}  // namespace
+}  // namespace tarnlex::support
+
+int main(int argc, char** argv) {
+  using namespace tarnlex::support;
+  if (argc != 2) {
+    std::cerr << "usage: make_seeds OUT_DIR\n";
+    return 2;
+  }
+  root = argv[1];
+  SaveEvtxSeeds();
+  SaveEvtSeeds();
+  SaveOpenerSeeds();
+  SaveValueSeeds();
+  SaveTextSeeds();
+  return failed ? 1 : 0;
+}

@@ -1,0 +1,257 @@
+#include "reports/evtx_query.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "reports/command_language.h"
+#include "tests/evtx/decoding.h"
+
+namespace tarnlex {
+namespace {
+
+using support::Event;
+using support::EvtxBuilder;
+using Cells = std::map<std::string, std::string>;
+
+// The queries of command lines, ready for EVTX.
+struct Prepared {
+  QueryList list;
+  EvtxQueries all;
+};
+Prepared Prepare(const std::vector<std::string>& lines) {
+  RunOptions options;
+  options.current_log = {.path = "Security.evtx", .is_evtx = true, .kind = "security"};
+  std::vector<TokenList> token_lists;
+  for (const std::string& line : lines) {
+    token_lists.emplace_back();
+    SplitCommandLine("!cmd, -enum_evtxlog, " + line, token_lists.back());
+  }
+  Prepared prepared;
+  BuildQueries(token_lists, options, false, prepared.list);
+  EXPECT_EQ(prepared.list.size(), lines.size());
+  prepared.all = PrepareEvtxQueries(prepared.list);
+  return prepared;
+}
+
+struct Row {
+  EventRecord record;
+  std::string provider;
+  std::string query;
+  Cells cells;
+};
+
+// The row that a query makes of an event; none when it does not take it.
+std::vector<Row> RowsOf(Prepared& prepared, const std::vector<Event>& events) {
+  EvtxBuilder log;
+  for (const Event& event : events) log.AddEvent(event);
+  EvtxDecoder decoder;
+  EventRows rows;
+  EvtxHandlers handlers;
+  handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
+    for (EvtxQuery& query : prepared.all.queries) {
+      if (!EvtxQueryTakes(prepared.all, query, with, event)) continue;
+      AddEvtxRow(rows, prepared.all, query, with, event);
+      return;
+    }
+  };
+  const support::ByteString chunks = log.BuildChunks();
+  WalkSlots(decoder, chunks, 4096, handlers);
+  std::vector<Row> result;
+  for (const EventRecord& record : rows.rows) {
+    Row row{record, std::string(record.providerName), std::string(record.queryName), {}};
+    if (record.columns != nullptr) {
+      std::vector<std::string_view> texts;
+      ReadCells(record, texts);
+      for (std::size_t i = 0; i < texts.size(); ++i) {
+        row.cells.emplace(record.columns->names[i], texts[i]);
+      }
+    }
+    result.push_back(row);
+  }
+  return result;
+}
+
+std::vector<Row> RowsOf(const std::string& line, const Event& event) {
+  Prepared prepared = Prepare({line});
+  return RowsOf(prepared, {event});
+}
+
+bool Takes(const std::string& line, const Event& event) { return !RowsOf(line, event).empty(); }
+
+Cells Taken(const std::string& line, const Event& event) {
+  const std::vector<Row> rows = RowsOf(line, event);
+  EXPECT_EQ(rows.size(), 1U) << line;
+  return rows.empty() ? Cells{} : rows[0].cells;
+}
+
+Event Logon() {
+  return {.event_id = 4624,
+          .level = 4,
+          .data = {{"TargetUserName", "Alice"}, {"LogonType", support::UInt32Value(10)}}};
+}
+
+TEST(EvtxQuery, TakesTheEventsOfItsIdentifier) {
+  EXPECT_TRUE(Takes("-id, 4624", Logon()));
+  EXPECT_FALSE(Takes("-id, 4625", Logon()));
+  EXPECT_TRUE(Takes("-name, any", Logon()));
+}
+
+TEST(EvtxQuery, BothEndsOfTheTimeWindowBelongToIt) {
+  Event event = Logon();
+  event.time = support::Filetime(2016, 7, 8, 12, 0, 0);
+  EXPECT_TRUE(Takes("-start_time, 07/08/2016 12:00:00", event));
+  EXPECT_FALSE(Takes("-start_time, 07/08/2016 12:00:01", event));
+  EXPECT_TRUE(Takes("-stop_time, 07/08/2016 12:00:00", event));
+  EXPECT_FALSE(Takes("-stop_time, 07/08/2016 11:59:59", event));
+  event.time = support::Filetime(2300, 1, 1);
+  EXPECT_TRUE(Takes("-start_time, 07/08/2016 12:00:00", event));
+}
+
+TEST(EvtxQuery, ConditionsLookForAPartInAnyCase) {
+  EXPECT_TRUE(Takes("-conditions, TargetUserName|LIC", Logon()));
+  EXPECT_TRUE(Takes("-conditions, targetusername|alice", Logon()));
+  EXPECT_TRUE(Takes("-conditions, LogonType|1", Logon()));
+  EXPECT_FALSE(Takes("-conditions, LogonType|2", Logon()));
+  EXPECT_FALSE(Takes("-conditions, NoSuchName|a", Logon()));
+  EXPECT_TRUE(Takes("-conditions, Provider Name|security-auditing", Logon()));
+}
+
+TEST(EvtxQuery, AConditionWithoutWantedTextAsksForAnyText) {
+  Event event = Logon();
+  event.data.emplace_back("Empty", "");
+  event.provider_guid = "";
+  EXPECT_TRUE(Takes("-conditions, TargetUserName", event));
+  EXPECT_FALSE(Takes("-conditions, Empty", event));
+  EXPECT_FALSE(Takes("-conditions, Missing", event));
+  EXPECT_FALSE(Takes("-conditions, Provider Guid", event));
+  EXPECT_FALSE(Takes("-conditions, Provider Guid|null", event));
+}
+
+TEST(EvtxQuery, ConditionsPreferTheNameInItsOwnCase) {
+  Event event = Logon();
+  event.data = {{"NAME", "upper"}, {"name", "lower"}};
+  EXPECT_TRUE(Takes("-conditions, name|lower", event));
+  EXPECT_TRUE(Takes("-conditions, NAME|upper", event));
+  EXPECT_TRUE(Takes("-conditions, Name|upper", event));
+}
+
+TEST(EvtxQuery, SuccessTypeTestsTheLevel) {
+  EXPECT_TRUE(Takes("-success_type, information", Logon()));
+  EXPECT_FALSE(Takes("-success_type, error", Logon()));
+  Event event = Logon();
+  event.level = 2;
+  EXPECT_TRUE(Takes("-success_type, error", event));
+}
+
+TEST(EvtxQuery, StringExistsSearchesEveryValueOnItsOwn) {
+  EXPECT_TRUE(Takes("-string_exists, aLICe", Logon()));
+  EXPECT_TRUE(Takes("-string_exists, wks-alpha", Logon()));
+  EXPECT_FALSE(Takes("-string_exists, Alice10", Logon()));
+  EXPECT_FALSE(Takes("-string_exists, TargetUserName", Logon()));
+  EXPECT_FALSE(Takes("-string_exists, [null]", Logon()));
+}
+
+TEST(EvtxQuery, FillsTheRowFromRecordAndQuery) {
+  Event event = Logon();
+  event.id = 77;
+  event.time = support::Filetime(2016, 7, 8);
+  const std::vector<Row> rows = RowsOf("-id, 4624, -name, Logons, -all_data", event);
+  ASSERT_EQ(rows.size(), 1U);
+  EXPECT_EQ(rows[0].record.eventRecordId, 77U);
+  EXPECT_EQ(rows[0].record.eventId, 4624U);
+  EXPECT_EQ(rows[0].record.timeCreated, support::Filetime(2016, 7, 8));
+  EXPECT_EQ(rows[0].record.level, 4U);
+  EXPECT_EQ(rows[0].query, "Logons");
+  EXPECT_EQ(rows[0].provider, "Microsoft-Windows-Security-Auditing");
+}
+
+TEST(EvtxQuery, AllDataTakesEveryValueUnderItsOwnName) {
+  Event event = Logon();
+  event.data.emplace_back("Nothing", support::NullValue());
+  event.data.emplace_back("Empty", "");
+  event.data.emplace_back("", "unnamed");
+  const Cells cells = Taken("-all_data", event);
+  EXPECT_EQ(cells.at("TargetUserName"), "Alice");
+  EXPECT_EQ(cells.at("LogonType"), "10");
+  EXPECT_EQ(cells.at("Nothing"), "0");
+  EXPECT_EQ(cells.at("Empty"), "");
+  EXPECT_EQ(cells.at("Data"), "unnamed");
+  EXPECT_EQ(cells.at("Qualifiers"), "[null]");
+  EXPECT_EQ(cells.at("UserID"), "[null]");
+  EXPECT_EQ(cells.size(), 24U);
+}
+
+TEST(EvtxQuery, AllDataNamesAValueWithoutName) {
+  Event event = Logon();
+  support::Instance instance;
+  instance.definition = support::MakeTemplate(
+      "nameless", {support::Element("Data", {support::Attribute("Name", support::Text(""))},
+                                    {support::Text("x")})});
+  event.event_data = support::InstanceValue(instance);
+  EXPECT_EQ(Taken("-all_data", event).at("<unnamed>"), "x");
+}
+
+TEST(EvtxQuery, PullsExactNamesAndTheProvider) {
+  Event event = Logon();
+  event.data.emplace_back("Nothing", support::NullValue());
+  EXPECT_EQ(Taken("-pull, TargetUserName, -pull, targetusername, -pull, Missing, -pull, UserID,"
+                  " -pull, Nothing",
+                  event),
+            (Cells{{"TargetUserName", "Alice"},
+                   {"targetusername", ""},
+                   {"Missing", ""},
+                   {"UserID", ""},
+                   {"Nothing", "0"},
+                   {"Provider Name", "Microsoft-Windows-Security-Auditing"}}));
+  const std::vector<Row> rows = RowsOf("-pull, Level", event);
+  EXPECT_EQ(rows.at(0).provider, "Microsoft-Windows-Security-Auditing");
+  EXPECT_EQ(rows.at(0).record.level, 4U);
+  EXPECT_EQ(RowsOf("-pull, LogonType", event).at(0).record.level, 0U);
+}
+
+TEST(EvtxQuery, EventLookupSkipsTheFirstOfEachNameWithAColumnOfItsOwn) {
+  const std::string pulls = "-pull, EventRecordID, -pull, EventID, -pull, SystemTime, -pull, Level";
+  EXPECT_EQ(Taken(pulls + ", -event_lookup", Logon()),
+            (Cells{{"Level", "4"}, {"Provider Name", "Microsoft-Windows-Security-Auditing"}}));
+  EXPECT_EQ(Taken(pulls + ", -pull, EventID, -event_lookup", Logon()),
+            (Cells{{"EventID", "4624"},
+                   {"Level", "4"},
+                   {"Provider Name", "Microsoft-Windows-Security-Auditing"}}));
+  EXPECT_EQ(Taken(pulls, Logon()).size(), 5U);
+}
+
+TEST(EvtxQuery, AQueryThatTakesNothingMakesARowWithoutCells) {
+  const std::vector<Row> rows = RowsOf("-id, 4624, -name, bare", Logon());
+  ASSERT_EQ(rows.size(), 1U);
+  EXPECT_TRUE(rows[0].cells.empty());
+  EXPECT_EQ(rows[0].provider, "");
+  EXPECT_EQ(rows[0].record.level, 0U);
+}
+
+TEST(EvtxQuery, TheFirstQueryThatTakesARecordOwnsIt) {
+  Prepared prepared = Prepare({"-id, 1, -name, other", "-name, first", "-id, 4624, -name, second"});
+  const std::vector<Row> rows = RowsOf(prepared, {Logon()});
+  ASSERT_EQ(rows.size(), 1U);
+  EXPECT_EQ(rows[0].query, "first");
+  EXPECT_EQ(rows[0].record.queryIndex, 1U);
+}
+
+TEST(EvtxQuery, RowsOfDifferentShapesKeepTheirOwnColumns) {
+  Prepared prepared = Prepare({"-all_data"});
+  Event second = Logon();
+  second.data = {{"LogonType", support::UInt32Value(3)}, {"TargetUserName", "bob"}};
+  Event third = Logon();
+  third.data = {{"Other", "o"}};
+  const std::vector<Row> rows = RowsOf(prepared, {Logon(), second, third, Logon()});
+  ASSERT_EQ(rows.size(), 4U);
+  EXPECT_EQ(rows[0].cells.at("TargetUserName"), "Alice");
+  EXPECT_EQ(rows[1].cells.at("TargetUserName"), "bob");
+  EXPECT_EQ(rows[1].cells.at("LogonType"), "3");
+  EXPECT_EQ(rows[2].cells.at("Other"), "o");
+  EXPECT_FALSE(rows[2].cells.contains("LogonType"));
+  EXPECT_EQ(rows[3].cells.at("LogonType"), "10");
+}
+
+}  // namespace
+}  // namespace tarnlex

@@ -1,0 +1,154 @@
+#include "reports/walk_log.h"
+
+#include <gtest/gtest.h>
+
+#include "output/record_output.h"
+#include "tests/app/temp_directory.h"
+#include "tests/support/evt_builder.h"
+#include "tests/support/evtx_builder.h"
+
+namespace tarnlex {
+namespace {
+
+using support::ByteString;
+using support::EvtxBuilder;
+
+struct Walked {
+  bool opened = false;
+  bool wrote = false;
+  bool is_evtx = false;
+  std::string out;
+  std::string messages;
+  std::string trace;
+};
+
+// Walks a file of that name and content with queries for the given identifiers.
+Walked Walk(const std::string& name, const ByteString& content,
+            const std::vector<std::uint64_t>& ids = {kAnyEventId}, bool show_status = false) {
+  const TempDirectory directory;
+  const std::string path = directory.AddFile(name, std::string(content.begin(), content.end()));
+  Walked walked;
+  TextSink out = MakeStringSink(walked.out);
+  TextSink messages = MakeStringSink(walked.messages);
+  TextSink trace = MakeStringSink(walked.trace);
+  RecordOutput output = MakeRecordOutput(out);
+  RunOptions options;
+  options.record_output = &output;
+  options.messages = &messages;
+  options.diags = &trace;
+  options.show_status = show_status;
+  QueryList queries;
+  for (const std::uint64_t id : ids) {
+    QuerySpec query;
+    query.event_id = id;
+    query.name = "query" + std::to_string(queries.size());
+    query.pull = {"EventRecordID"};
+    queries.push_back(query);
+  }
+  LogInfo log;
+  log.path = path;
+  LogPass pass{options, log, queries, {}, {}, {}, {}, false};
+  walked.opened = WalkLog(pass);
+  walked.wrote = pass.wrote;
+  walked.is_evtx = pass.log.is_evtx;
+  CloseRecordOutput(output);
+  Flush(out);
+  Flush(messages);
+  Flush(trace);
+  return walked;
+}
+
+std::size_t CountOf(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
+EvtxBuilder Chunks(int chunks) {
+  EvtxBuilder log;
+  for (int i = 0; i < chunks; ++i) {
+    log.AddChunk();
+    log.AddEvent({.event_id = 4624}).AddEvent({.event_id = 4634});
+  }
+  return log;
+}
+
+TEST(WalkLog, ReadsALogOfMoreChunksThanOneBlock) {
+  const Walked walked = Walk("x.evtx", Chunks(103).Build());
+  EXPECT_TRUE(walked.opened);
+  EXPECT_EQ(CountOf(walked.out, "query0"), 206U);
+  EXPECT_NE(walked.trace.find("chunks walked: 103\n"), std::string::npos);
+  EXPECT_NE(walked.trace.find("records decoded: 206\n"), std::string::npos);
+}
+
+TEST(WalkLog, ReadsAFileThatBeginsWithAChunk) {
+  ByteString file = Chunks(2).BuildChunks();
+  file.resize(file.size() + 1000);
+  const Walked walked = Walk("carved.bin", file);
+  EXPECT_TRUE(walked.is_evtx);
+  EXPECT_EQ(CountOf(walked.out, "query0"), 4U);
+  EXPECT_NE(walked.trace.find("bytes behind the last whole chunk: 1000\n"), std::string::npos);
+}
+
+TEST(WalkLog, TriesEverySlotOfALogWhoseFirstChunkIsLost) {
+  ByteString file = Chunks(53).Build();
+  support::RemoveChunkMagic(file, 0);
+  support::RemoveChunkMagic(file, 50);  // the first of the second block
+  EXPECT_EQ(CountOf(Walk("x.evtx", file).out, "query0"), 102U);
+}
+
+TEST(WalkLog, ALogShorterThanOneChunkHasNoRecordsAndNoMessage) {
+  ByteString file = Chunks(1).Build();
+  for (const std::size_t size : {file.size() - 1, std::size_t{4096}, std::size_t{7}}) {
+    support::Truncate(file, size);
+    const Walked walked = Walk("x.evtx", file);
+    EXPECT_TRUE(walked.opened);
+    EXPECT_FALSE(walked.wrote);
+    EXPECT_EQ(walked.out + walked.messages, "");
+  }
+}
+
+TEST(WalkLog, AnythingElseGoesToTheEvtWalk) {
+  support::EvtBuilder log;
+  log.AddEntry({.event_id = 528});
+  const Walked walked = Walk("x.bin", log.Build());
+  EXPECT_FALSE(walked.is_evtx);
+  EXPECT_EQ(CountOf(walked.out, "query0"), 1U);
+  EXPECT_FALSE(Walk("x.bin", ByteString(5000, 'x')).wrote);
+}
+
+TEST(WalkLog, SaysWhenThereIsNothingToRead) { EXPECT_FALSE(Walk("x.evtx", {}).opened); }
+
+TEST(WalkLog, TheFirstQueryThatTakesARecordOwnsIt) {
+  const Walked walked = Walk("x.evtx", Chunks(1).Build(), {4634, kAnyEventId, 4624});
+  EXPECT_EQ(CountOf(walked.out, "query0"), 1U);
+  EXPECT_EQ(CountOf(walked.out, "query1"), 1U);
+  EXPECT_EQ(CountOf(walked.out, "query2"), 0U);
+}
+
+TEST(WalkLog, ShowsProgressAtTheFirstAndEverySeventeenthRecordOfABlock) {
+  EvtxBuilder log;
+  for (int i = 0; i < 40; ++i) log.AddEvent({.event_id = 1});
+  const Walked walked = Walk("A%4Log.evtx", log.Build(), {kAnyEventId}, true);
+  for (const char* part : {"a 4log.evtx: 1 ", "a 4log.evtx: 18 ", "a 4log.evtx: 35 "}) {
+    EXPECT_EQ(CountOf(walked.messages, part), 1U) << part;
+  }
+  EXPECT_EQ(CountOf(walked.messages, "a 4log.evtx: "), 3U);
+}
+
+TEST(WalkLog, ShowsFifteenCharactersOfALongName) {
+  const Walked plain = Walk("0123456789abcdef.evtx", Chunks(1).Build(), {kAnyEventId}, true);
+  EXPECT_EQ(CountOf(plain.messages, "0123456789abcde..: 1 "), 1U);
+  EXPECT_EQ(CountOf(Walk("0123456789.evtx", Chunks(1).Build(), {kAnyEventId}, true).messages,
+                    "0123456789.evtx: 1 "),
+            1U);
+  // Characters, not bytes: none may be cut in two.
+  const Walked wide =
+      Walk("0123456789abcd\xC3\xA4xyz.evtx", Chunks(1).Build(), {kAnyEventId}, true);
+  EXPECT_EQ(CountOf(wide.messages, "0123456789abcd\xC3\xA4..: 1 "), 1U);
+}
+
+}  // namespace
+}  // namespace tarnlex
