@@ -17,15 +17,27 @@ constexpr std::string_view kMissing = "<null>";
 
 // Key of an entry: the identifier in eight bytes, the highest first, then every key value behind a
 // zero byte, which no text of an event holds. So keys sort by identifier, then by values.
-void SpellKey(std::string& key, const std::vector<std::string>& fields, const EventRecord& row) {
+void SpellKey(std::string& key, const std::vector<std::string_view>& cells,
+              const FilterCounts& filter, std::uint64_t event_id) {
   key.clear();
   for (int shift = 56; shift >= 0; shift -= 8) {
-    key += static_cast<char>(row.eventId >> shift & 0xFF);
+    key += static_cast<char>(event_id >> shift & 0xFF);
   }
-  for (const std::string& field : fields) {
-    std::string_view value;
+  for (const int column : filter.key_columns) {
     key += '\0';
-    key += FindCell(row, field, true, value) ? value : kMissing;
+    key += column < 0 ? kMissing : cells[static_cast<std::size_t>(column)];
+  }
+}
+
+// Rows of one filter mostly have the same columns; names are looked up when they change.
+void LocateKeyFields(FilterCounts& filter, const EventRecord& row) {
+  const bool known = filter.columns == row.columns && filter.columns != nullptr;
+  if (known && filter.key_columns.size() == filter.key_fields.size()) return;
+  filter.columns = row.columns;
+  filter.key_columns.clear();
+  for (const std::string& field : filter.key_fields) {
+    filter.key_columns.push_back(row.columns == nullptr ? -1
+                                                        : FindColumn(*row.columns, field, true));
   }
 }
 
@@ -168,7 +180,9 @@ void WriteFilters(StatsWriter& writer, const LogStats& stats) {
   WriteName(writer, "key fields", 0);
   WriteLine(writer, "");
   for (const auto& [number, filter] : stats.filters) {
-    for (const auto& [key, span] : filter.entries) {
+    const std::map<std::string_view, SpanCount> ordered(filter.entries.begin(),
+                                                        filter.entries.end());
+    for (const auto& [key, span] : ordered) {
       WriteNumberCell(writer, EventIdOf(key), kIdWidth, true);
       WriteSpan(writer, span);
       WriteNumberCell(writer, number + 1, kFilterWidth);
@@ -222,10 +236,13 @@ void CountMatch(Statistics& statistics, std::size_t query,
   if (!stats->shows_filters) return;
   FilterCounts& filter = stats->filters[statistics.first_filter + query];
   if (filter.entries.empty()) filter.key_fields = key_fields;
-  SpellKey(statistics.key, key_fields, row);
-  auto at = filter.entries.find(statistics.key);
-  if (at == filter.entries.end()) at = filter.entries.try_emplace(statistics.key).first;
-  AddToSpan(at->second, row.timeCreated);
+  statistics.cells.clear();
+  if (!key_fields.empty()) {
+    LocateKeyFields(filter, row);
+    ReadCells(row, statistics.cells);
+  }
+  SpellKey(statistics.key, statistics.cells, filter, row.eventId);
+  AddToSpan(filter.entries[statistics.key], row.timeCreated);
 }
 
 void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& options) {
