@@ -33,6 +33,8 @@ const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_v
   for (const std::string_view name : names) set->names.push_back(InternText(rows, name));
   set->provider_name = PositionOf(set->names, "Provider Name");
   set->level = PositionOf(set->names, "Level");
+  constexpr std::size_t kBytesPerName = 2 * sizeof(std::string_view) + 64;
+  rows.set_bytes += sizeof(ColumnSet) + kBytesPerName * names.size();
   rows.column_sets.push_back(std::move(set));
   return rows.column_sets.back().get();
 }
@@ -42,6 +44,7 @@ void AddBlock(EventRows& rows, std::size_t least) {
   rows.blocks.push_back({std::make_unique_for_overwrite<char[]>(size + kReadableBehind), size});
   rows.free_at = rows.blocks.back().bytes.get();
   rows.free_end = rows.free_at + size;
+  rows.block_bytes += size;
 }
 
 std::size_t Room(const EventRows& rows) {
@@ -168,6 +171,7 @@ void ClearRows(EventRows& rows) {
   rows.scratch = {};
   if (rows.blocks.empty()) return;
   rows.blocks.resize(1);
+  rows.block_bytes = rows.blocks.front().size;
   rows.free_at = rows.blocks.front().bytes.get();
   rows.free_end = rows.free_at + rows.blocks.front().size;
 }

@@ -96,7 +96,14 @@ struct EventRows {
   std::vector<std::unique_ptr<ColumnSet>> column_sets;
   // Column sets by the hash of their names, then by the names.
   std::map<std::pair<std::size_t, std::vector<std::string_view>>, const ColumnSet*> sets_by_names;
+  std::size_t block_bytes = 0;
+  std::size_t set_bytes = 0;  // roughly what all column sets take, and what others keep of them
 };
+
+// Roughly the memory that a collection takes; cheap enough to ask for every row.
+inline std::size_t MemoryOf(const EventRows& rows) {
+  return rows.block_bytes + rows.set_bytes + rows.rows.size() * sizeof(EventRecord);
+}
 
 // A column set over `names`, which may come in any order and with doubles; the names are copied.
 // Equal sets are one. `position_of` gets, for every name as given, its column, or -1 for a later

@@ -41,6 +41,18 @@ void Offer(LogPass& pass, std::uint64_t event_id, Takes takes, Add add) {
   }
 }
 
+// Rows are kept until the log ends so that they come out in order. A crafted log could make rows of
+// many times its size, though, and then order is worth less than memory.
+void BoundMemory(LogPass& pass) {
+  constexpr std::size_t kMost = std::size_t{512} << 20;
+  if (MemoryOf(pass.rows) < kMost) return;
+  WriteRows(pass);
+  pass.rows = {};
+  // Both remember column sets and texts of the collection that is gone.
+  if (pass.log.is_evtx) pass.evtx = PrepareEvtxQueries(pass.queries);
+  for (EvtQuery& query : pass.evt) query.columns.clear();
+}
+
 }  // namespace
 
 void PrepareEvtxPass(LogPass& pass) {
@@ -60,6 +72,7 @@ void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
       pass, event.event_id,
       [&](std::uint32_t at) { return EvtxQueryTakes(pass.evtx, queries[at], decoder, event); },
       [&](std::uint32_t at) { AddEvtxRow(pass.rows, pass.evtx, queries[at], decoder, event); });
+  BoundMemory(pass);
 }
 
 void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
@@ -67,6 +80,7 @@ void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
   Offer(
       pass, record.event_id, [&](std::uint32_t at) { return EvtQueryTakes(pass.evt[at], record); },
       [&](std::uint32_t at) { AddEvtRow(pass.rows, pass.evt[at], record); });
+  BoundMemory(pass);
 }
 
 bool WriteRows(LogPass& pass) {

@@ -15,6 +15,7 @@
 #include "logs/platform.h"
 #include "logs/status_line.h"
 #include "logs/text.h"
+#include "output/record_output.h"
 
 namespace tarnlex {
 namespace {
@@ -100,7 +101,8 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
     WalkSlots(decoder, bytes, offset, handlers);
     if (pass.options.show_status) Say(pass.options, StatusLine(" "));
     const bool write = file.size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile;
-    if (bytes.size() < size || (write && !WriteRows(pass))) break;
+    if (write) WriteRows(pass);
+    if (bytes.size() < size || HasFailed(pass.options.record_output)) break;
     offset += size;
   }
   WriteRows(pass);
