@@ -18,27 +18,34 @@ constexpr std::string_view kMissing = "<null>";
 // Key of an entry: the identifier in eight bytes, the highest first, then every key value behind a
 // zero byte, which no text of an event holds. So keys sort by identifier, then by values.
 void SpellKey(std::string& key, const std::vector<std::string_view>& cells,
-              const FilterCounts& filter, std::uint64_t event_id) {
+              const std::vector<int>& columns, std::uint64_t event_id) {
   key.clear();
   for (int shift = 56; shift >= 0; shift -= 8) {
     key += static_cast<char>(event_id >> shift & 0xFF);
   }
-  for (const int column : filter.key_columns) {
+  for (const int column : columns) {
     key += '\0';
     key += column < 0 ? kMissing : cells[static_cast<std::size_t>(column)];
   }
 }
 
-// Rows of one filter mostly have the same columns; names are looked up when they change.
-void LocateKeyFields(FilterCounts& filter, const EventRecord& row) {
-  const bool known = filter.columns == row.columns && filter.columns != nullptr;
-  if (known && filter.key_columns.size() == filter.key_fields.size()) return;
-  filter.columns = row.columns;
-  filter.key_columns.clear();
+const std::vector<int>& KeyColumns(FilterCounts& filter, const EventRecord& row) {
+  const auto [at, added] = filter.key_columns.try_emplace(row.columns);
+  if (!added) return at->second;
   for (const std::string& field : filter.key_fields) {
-    filter.key_columns.push_back(row.columns == nullptr ? -1
-                                                        : FindColumn(*row.columns, field, true));
+    at->second.push_back(row.columns == nullptr ? -1 : FindColumn(*row.columns, field, true));
   }
+  return at->second;
+}
+
+// The cells of a row as far as the last of `columns`.
+void ReadKeyCells(const EventRecord& row, const std::vector<int>& columns,
+                  std::vector<std::string_view>& cells) {
+  cells.clear();
+  int last = -1;
+  for (const int column : columns) last = std::max(last, column);
+  CellReader reader{row.dataItems};
+  for (int i = 0; i <= last; ++i) cells.push_back(NextCell(reader));
 }
 
 std::uint64_t EventIdOf(std::string_view key) {
@@ -236,12 +243,9 @@ void CountMatch(Statistics& statistics, std::size_t query,
   if (!stats->shows_filters) return;
   FilterCounts& filter = stats->filters[statistics.first_filter + query];
   if (filter.entries.empty()) filter.key_fields = key_fields;
-  statistics.cells.clear();
-  if (!key_fields.empty()) {
-    LocateKeyFields(filter, row);
-    ReadCells(row, statistics.cells);
-  }
-  SpellKey(statistics.key, statistics.cells, filter, row.eventId);
+  const std::vector<int>& columns = KeyColumns(filter, row);
+  ReadKeyCells(row, columns, statistics.cells);
+  SpellKey(statistics.key, statistics.cells, columns, row.eventId);
   AddToSpan(filter.entries[statistics.key], row.timeCreated);
 }
 

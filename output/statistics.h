@@ -38,8 +38,8 @@ struct EventIdCounts {
 // statistics.cpp).
 struct FilterCounts {
   std::vector<std::string> key_fields;
-  const ColumnSet* columns = nullptr;  // of the row counted last...
-  std::vector<int> key_columns;        // ...and where its key fields stand, -1 for none
+  // Where the key fields stand in rows of one shape, -1 for none; names are looked up once a shape.
+  std::unordered_map<const ColumnSet*, std::vector<int>> key_columns;
   std::unordered_map<std::string, SpanCount> entries;  // put in order when written
 };
 
