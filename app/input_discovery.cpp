@@ -50,7 +50,7 @@ bool IsOnlySource(const RunOptions& options, const char* name) {
 // The file name in lower case up to its last "."; names as Windows XP gave them become those that
 // its successors use.
 std::string KindOfFile(std::string_view name) {
-  const std::string stem = ToLowerAscii(name.substr(0, name.rfind('.')));
+  std::string stem = ToLowerAscii(name.substr(0, name.rfind('.')));
   if (stem == "secevent") return kKindSecurity;
   if (stem == "sysevent") return kKindSystem;
   if (stem == "appevent") return kKindApplication;

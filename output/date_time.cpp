@@ -101,7 +101,9 @@ bool MakeDateTimeFromTm(const std::tm& tm, DateTimeFields& fields) {
   if (!date.ok()) return false;
   const auto days =
       static_cast<std::uint64_t>(std::chrono::sys_days{date}.time_since_epoch().count());
-  const auto of_day = static_cast<std::uint64_t>(tm.tm_hour * 3600 + tm.tm_min * 60 + tm.tm_sec);
+  const auto of_day = std::uint64_t{3600} * static_cast<unsigned>(tm.tm_hour) +
+                      std::uint64_t{60} * static_cast<unsigned>(tm.tm_min) +
+                      static_cast<unsigned>(tm.tm_sec);
   fields = MakeDateTime(days * kSecondsPerDay + of_day, TimeKind::kUnixSeconds);
   return fields.valid;
 }

@@ -126,7 +126,7 @@ RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
   return {rows.free_at, nullptr};
 }
 
-char* EndLongCell(RowBuilder& builder, char* text_end) {
+char* EndLongCell(RowBuilder& builder, const char* text_end) {
   const auto length =
       static_cast<std::uint32_t>(static_cast<std::size_t>(text_end - builder.cell) - kCellPrefix);
   std::memmove(builder.cell + kLongCellPrefix, builder.cell + kCellPrefix, length);

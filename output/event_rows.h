@@ -132,7 +132,7 @@ inline char* BeginCell(RowBuilder& builder, char* at) {
 }
 
 // Moves the text of a cell that turned out long behind its longer prefix; returns the new end.
-char* EndLongCell(RowBuilder& builder, char* text_end);
+char* EndLongCell(RowBuilder& builder, const char* text_end);
 
 // Returns where the next cell begins.
 inline char* EndCell(RowBuilder& builder, char* text_end) {

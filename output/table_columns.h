@@ -60,12 +60,15 @@ TableColumns MakeTableColumns(const EventRows& rows, std::span<const std::uint32
   if (group.size() - at <= kRecordsAhead) return;
   const auto record = reinterpret_cast<std::uintptr_t>(&rows.rows[group[at + kRecordsAhead]]);
   const auto cells = reinterpret_cast<std::uintptr_t>(rows.rows[group[at + kCellsAhead]].dataItems);
+  // Numbers, since a pointer must not be made to lie behind its array even when nothing reads
+  // there. NOLINTBEGIN(performance-no-int-to-ptr)
   for (std::uintptr_t i = 0; i < sizeof(EventRecord); i += kLine) {
     __builtin_prefetch(reinterpret_cast<const void*>(record + i));
   }
   for (std::uintptr_t i = 0; i < kCellBytes; i += kLine) {
     __builtin_prefetch(reinterpret_cast<const void*>(cells + i));
   }
+  // NOLINTEND(performance-no-int-to-ptr)
 }
 #else
 inline void FetchAhead(const EventRows&, std::span<const std::uint32_t>, std::size_t) {}
