@@ -1,10 +1,14 @@
-target_sources(tarnlex_support PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} / support / child_run.cpp)
-    target_sources(tarnlex_tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} / hostile /
-                   crafted_chunks.cpp ${CMAKE_CURRENT_SOURCE_DIR} / hostile /
-                   crafted_chunks_test.cpp ${CMAKE_CURRENT_SOURCE_DIR} / hostile /
-                   crafted_evt_test.cpp ${CMAKE_CURRENT_SOURCE_DIR} / hostile /
-                   crafted_text_test.cpp ${CMAKE_CURRENT_SOURCE_DIR} / hostile /
-                   evidence_test.cpp ${CMAKE_CURRENT_SOURCE_DIR} / hostile /
-                   failed_write_test.cpp ${CMAKE_CURRENT_SOURCE_DIR} / hostile /
-                   mutation_test.cpp ${CMAKE_CURRENT_SOURCE_DIR} / hostile / terminal_test.cpp)
-        target_link_libraries(tarnlex_tests PRIVATE tarnlex_whole_log)
+target_sources(tarnlex_support PRIVATE
+  ${CMAKE_CURRENT_SOURCE_DIR}/support/child_run.cpp
+)
+target_sources(tarnlex_tests PRIVATE
+  ${CMAKE_CURRENT_SOURCE_DIR}/hostile/crafted_chunks.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/hostile/crafted_chunks_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/hostile/crafted_evt_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/hostile/crafted_text_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/hostile/evidence_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/hostile/failed_write_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/hostile/mutation_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/hostile/terminal_test.cpp
+)
+target_link_libraries(tarnlex_tests PRIVATE tarnlex_whole_log)
