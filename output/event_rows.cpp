@@ -65,17 +65,18 @@ void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells) {
   for (std::size_t i = 0; i < row.columns->names.size(); ++i) cells.push_back(NextCell(reader));
 }
 
+int FindColumn(const ColumnSet& columns, std::string_view name, bool fold) {
+  const int position = PositionOf(columns.names, name);
+  if (position >= 0 || !fold) return position;
+  const auto at =
+      std::find_if(columns.names.begin(), columns.names.end(),
+                   [name](std::string_view candidate) { return EqualsNoCase(candidate, name); });
+  return at != columns.names.end() ? static_cast<int>(at - columns.names.begin()) : -1;
+}
+
 bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::string_view& text) {
   text = {};
-  if (row.columns == nullptr) return false;
-  const std::vector<std::string_view>& names = row.columns->names;
-  int position = PositionOf(names, name);
-  if (position < 0 && fold) {
-    const auto at = std::find_if(names.begin(), names.end(), [name](std::string_view candidate) {
-      return EqualsNoCase(candidate, name);
-    });
-    if (at != names.end()) position = static_cast<int>(at - names.begin());
-  }
+  const int position = row.columns == nullptr ? -1 : FindColumn(*row.columns, name, fold);
   if (position < 0) return false;
   CellReader reader{row.dataItems};
   for (int i = 0; i <= position; ++i) text = NextCell(reader);

@@ -70,8 +70,12 @@ inline std::string_view NextCell(CellReader& reader) {
 // All cells of `row` by column position; `cells` is overwritten.
 void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells);
 
+// The column of one name, -1 without it. Names are compared exactly, then, with `fold`, without
+// regard to ASCII case.
+int FindColumn(const ColumnSet& columns, std::string_view name, bool fold);
+
 // The text of one named value of `row`; false and a nullptr-data view when the row has no such
-// column. Names are compared exactly, or without regard to ASCII case with `fold`.
+// column. Names are compared as FindColumn does it.
 bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::string_view& text);
 
 // The ordered collection of one log's rows. Column sets and long-lived texts live in it too and

@@ -17,16 +17,35 @@ constexpr std::string_view kMissing = "<null>";
 
 // Key of an entry: the identifier in eight bytes, the highest first, then every key value behind a
 // zero byte, which no text of an event holds. So keys sort by identifier, then by values.
-void SpellKey(std::string& key, const std::vector<std::string>& fields, const EventRecord& row) {
+void SpellKey(std::string& key, const std::vector<std::string_view>& cells,
+              const std::vector<int>& columns, std::uint64_t event_id) {
   key.clear();
   for (int shift = 56; shift >= 0; shift -= 8) {
-    key += static_cast<char>(row.eventId >> shift & 0xFF);
+    key += static_cast<char>(event_id >> shift & 0xFF);
   }
-  for (const std::string& field : fields) {
-    std::string_view value;
+  for (const int column : columns) {
     key += '\0';
-    key += FindCell(row, field, true, value) ? value : kMissing;
+    key += column < 0 ? kMissing : cells[static_cast<std::size_t>(column)];
   }
+}
+
+const std::vector<int>& KeyColumns(FilterCounts& filter, const EventRecord& row) {
+  const auto [at, added] = filter.key_columns.try_emplace(row.columns);
+  if (!added) return at->second;
+  for (const std::string& field : filter.key_fields) {
+    at->second.push_back(row.columns == nullptr ? -1 : FindColumn(*row.columns, field, true));
+  }
+  return at->second;
+}
+
+// The cells of a row as far as the last of `columns`.
+void ReadKeyCells(const EventRecord& row, const std::vector<int>& columns,
+                  std::vector<std::string_view>& cells) {
+  cells.clear();
+  int last = -1;
+  for (const int column : columns) last = std::max(last, column);
+  CellReader reader{row.dataItems};
+  for (int i = 0; i <= last; ++i) cells.push_back(NextCell(reader));
 }
 
 std::uint64_t EventIdOf(std::string_view key) {
@@ -168,7 +187,9 @@ void WriteFilters(StatsWriter& writer, const LogStats& stats) {
   WriteName(writer, "key fields", 0);
   WriteLine(writer, "");
   for (const auto& [number, filter] : stats.filters) {
-    for (const auto& [key, span] : filter.entries) {
+    const std::map<std::string_view, SpanCount> ordered(filter.entries.begin(),
+                                                        filter.entries.end());
+    for (const auto& [key, span] : ordered) {
       WriteNumberCell(writer, EventIdOf(key), kIdWidth, true);
       WriteSpan(writer, span);
       WriteNumberCell(writer, number + 1, kFilterWidth);
@@ -222,10 +243,10 @@ void CountMatch(Statistics& statistics, std::size_t query,
   if (!stats->shows_filters) return;
   FilterCounts& filter = stats->filters[statistics.first_filter + query];
   if (filter.entries.empty()) filter.key_fields = key_fields;
-  SpellKey(statistics.key, key_fields, row);
-  auto at = filter.entries.find(statistics.key);
-  if (at == filter.entries.end()) at = filter.entries.try_emplace(statistics.key).first;
-  AddToSpan(at->second, row.timeCreated);
+  const std::vector<int>& columns = KeyColumns(filter, row);
+  ReadKeyCells(row, columns, statistics.cells);
+  SpellKey(statistics.key, statistics.cells, columns, row.eventId);
+  AddToSpan(filter.entries[statistics.key], row.timeCreated);
 }
 
 void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& options) {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "logs/run_options.h"
@@ -37,7 +38,9 @@ struct EventIdCounts {
 // statistics.cpp).
 struct FilterCounts {
   std::vector<std::string> key_fields;
-  std::map<std::string, SpanCount, std::less<>> entries;
+  // Where the key fields stand in rows of one shape, -1 for none; names are looked up once a shape.
+  std::unordered_map<const ColumnSet*, std::vector<int>> key_columns;
+  std::unordered_map<std::string, SpanCount> entries;  // put in order when written
 };
 
 struct LogStats {
@@ -56,6 +59,7 @@ struct Statistics {
   bool counting = false;                 // this walk is the first over its log
   std::size_t first_filter = 0;          // number of this walk's query 0
   std::string key;                       // scratch
+  std::vector<std::string_view> cells;
 };
 
 // Begins a walk over `log` with `query_count` queries: their filters are numbered on behind those

@@ -4,9 +4,10 @@
 Usage: compare_evtexport.py TARNLEX LOG...
 
 The texts of evtexport are cleaned as cells are: carriage returns and tabs away, line feeds and
-commas to semicolons. What then differs is printed, by class, and makes the exit code 1. One class
-is only counted: the record that a log which came round has cut in two, its beginning at the end of
-the file and its rest behind the header, is no record to tarnlex.
+commas to semicolons. What then differs is printed, by class, and makes the exit code 1. Two
+classes are only counted. The record that a log which came round has cut in two, its beginning at
+the end of the file and its rest behind the header, is no record to tarnlex. In a stale copy that
+was written over half way, evtexport goes on to read strings past the number the record states.
 """
 import collections
 import datetime
@@ -46,7 +47,7 @@ def cleaned(text):
 
 
 def strings_of(text, count):
-    """The insertion strings of one record, which may hold line feeds and what looks like the next."""
+    """The insertion strings of one record; they may hold line feeds."""
     strings = []
     for number in range(1, count + 1):
         head = re.match(rf"String: {number}\t+: ", text)
@@ -81,7 +82,7 @@ def their_record(part):
 
 
 def their_records(log):
-    run = subprocess.run(["evtexport", log], capture_output=True, check=False)
+    run = subprocess.run(["evtexport", "-m", "all", log], capture_output=True, check=False)
     text = run.stdout.decode("utf-8", "surrogateescape")
     starts = [m.start() for m in re.finditer(r"^Event number\t+: \d+\n", text, re.M)]
     return [their_record(text[a:b]) for a, b in zip(starts, starts[1:] + [len(text)])]
@@ -101,6 +102,24 @@ def wraps(tarnlex, log):
     return b"a record runs past the end" in run.stderr
 
 
+def has_only_more_strings(theirs, ours):
+    return ours.items() <= theirs.items() and all(
+        name.startswith("param_") for name in theirs.keys() - ours.keys())
+
+
+def take_pairs(theirs, by_number, same):
+    """Removes every record of theirs from ours that is the same; returns theirs without partner."""
+    left = []
+    for record in theirs:
+        mine = by_number[record["Record#"]]
+        partner = next((each for each in mine if same(record, each)), None)
+        if partner is None:
+            left.append(record)
+        else:
+            mine.remove(partner)
+    return left
+
+
 def compare(tarnlex, log):
     ours = [comparable(record) for record in our_records(tarnlex, log)]
     theirs = their_records(log)
@@ -111,11 +130,15 @@ def compare(tarnlex, log):
         differences[kind] += 1
         examples.setdefault(kind, detail)
 
+    # Logs that came round hold stale copies: one number may stand for several records.
     by_number = collections.defaultdict(list)
     for record in ours:
         by_number[record["Record#"]].append(record)
+    theirs = [{name: text for name, text in record.items() if text} for record in theirs]
+    unpaired = take_pairs(theirs, by_number, lambda a, b: a == b)
+    left = take_pairs(unpaired, by_number, has_only_more_strings)
     missing = []
-    for record in theirs:
+    for record in left:
         if not by_number[record["Record#"]]:
             missing.append(record["Record#"])
             continue
@@ -123,14 +146,16 @@ def compare(tarnlex, log):
         for name in record.keys() | mine.keys():
             a, b = mine.get(name, ""), record.get(name, "")
             if a != b:
-                note("value " + re.sub(r"\d+", "", name), (record["Record#"], name, a[:150], b[:150]))
+                kind = "value " + re.sub(r"\d+", "", name)
+                note(kind, (record["Record#"], name, a[:150], b[:150]))
     torn = 1 if len(missing) == 1 and wraps(tarnlex, log) else 0
     for number in missing[torn:]:
         note("record missing", number)
     for records in by_number.values():
         for record in records:
             note("record only ours", record["Record#"])
-    print(f"{log}: {len(ours)} records, evtexport {len(theirs)}, cut in two {torn}")
+    print(f"{log}: {len(ours)} records, evtexport {len(theirs)}, cut in two {torn}, "
+          f"with strings past the stated number {len(unpaired) - len(left)}")
     for kind, count in differences.items():
         print(f"  {kind}: {count}, first: {examples[kind]}")
     return bool(theirs) and not differences

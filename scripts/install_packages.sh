@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs what is missing of the Debian packages that a task needs; does nothing, and needs no
 # rights, when all are there.
-# usage: install_packages.sh [build] [test] [check] [fuzz] [bench]   (default: build test)
+# usage: install_packages.sh [build] [test] [check] [windows] [package] [fuzz] [bench]   (default: build test)
 set -eu
 
 packages_for() {
@@ -9,7 +9,9 @@ packages_for() {
     build) echo g++ cmake ninja-build ;;
     # Other readers of what the tests write; their tests are skipped without them.
     test) echo libgtest-dev libevtx-utils libevt-utils sleuthkit ;;
-    check) echo git clang-format clang-tidy g++-mingw-w64-x86-64-posix ;;
+    check) echo git clang-format clang-tidy ;;
+    windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
+    package) echo g++-mingw-w64-x86-64-posix zip unzip ;;
     fuzz) echo clang libclang-rt-14-dev ;;
     bench) echo hyperfine libevtx-utils ;;
     *) echo "install_packages.sh: no such task: $1" >&2; return 1 ;;

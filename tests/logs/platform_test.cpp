@@ -130,6 +130,11 @@ TEST(Environment, TellsUnsetFromEmpty) {
   EXPECT_FALSE(Environment("TARNLEX_TEST"));
 }
 
+TEST(InputText, StaysAsItIs) {
+  EXPECT_EQ(InputText("Журнал.evtx"), "Журнал.evtx");
+  EXPECT_EQ(InputText("\x84\xA5.evtx"), "\x84\xA5.evtx");
+}
+
 TEST(CurrentFiletime, AgreesWithTheUnixClock) {
   const std::uint64_t before = static_cast<std::uint64_t>(time(nullptr));
   const std::uint64_t now = CurrentFiletime() / 10'000'000 - 11'644'473'600;
