@@ -100,8 +100,9 @@ void CutStrings(EvtRecord& record) {
 
 // Adds what a text takes to `total`; false, the total being past the bound, when that is too much.
 bool AddText(Bytes utf16, std::uint64_t& total) {
-  // What is certainly too long is not even converted.
-  total += utf16.size() / 2 < kMaxTextUnits ? Utf16ToUtf8(utf16).size() : kMaxTextUnits;
+  // What is certainly too long is not even looked through.
+  total +=
+      utf16.size() / 2 < kMaxTextUnits ? Utf8Size(utf16.data(), utf16.size() / 2) : kMaxTextUnits;
   return total <= kEvtMaxRecordText;
 }
 

@@ -60,7 +60,8 @@ inline constexpr std::uint64_t kMaxRecordText = std::uint64_t{16} << 20;
 // Of all records of one chunk. Records that come when these are spent still get their share by
 // size, so that a crafted record does not take the next ones' values away.
 inline constexpr std::uint64_t kMaxChunkWork = 400'000;
-inline constexpr std::uint64_t kMaxChunkText = std::uint64_t{20} << 20;
+inline constexpr std::uint32_t kWorkPerComputedName = 16;
+inline constexpr std::uint64_t kMaxChunkText = kMaxRecordText;
 inline constexpr std::uint32_t kWorkPerByte = 8;
 inline constexpr std::uint64_t kTextPerByte = 64;
 // Tokens of the definitions that are prepared, and bytes converted only to measure them.

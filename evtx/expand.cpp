@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "evtx/trace.h"
+#include "logs/text.h"
 
 namespace tarnlex {
 namespace {
@@ -148,6 +149,8 @@ void DecodeSlotsOf(Expansion& run, const Step& step) {
 
 Name* ComputeName(Expansion& run, const Step& step) {
   run.event.plannable = false;
+  // A name is kept for the rest of the log and makes a column, which costs more than a value.
+  Charge(run.decoder, kWorkPerComputedName);
   std::string text;
   std::string scratch;
   for (std::uint32_t i = 0; i < step.name_piece_count; ++i) {
@@ -265,8 +268,17 @@ void DecodeBinaryXml(EvtxDecoder& decoder, DecodedEvent& event, const Substituti
   Expand(decoder, event, PreparedFragment(decoder, token, end), {}, depth);
 }
 
+// Most of what is long is plain text, which can be measured without being made.
+std::size_t PieceSize(const DecodedEvent& event, const NamedValue& piece, std::string& scratch) {
+  const ValuePart& part = piece.part;
+  const bool text = part.type == kEvtVarTypeString || part.type == kEvtVarTypeEvtXml;
+  if (part.literal || !text) return TextOf(event, piece, scratch).size();
+  if (!Fits(event.chunk, part.offset, part.size)) return 0;
+  return Utf8Size(event.chunk.data() + part.offset, part.size / 2);
+}
+
 // Leaves out what would pass the bound on a record's text. The few records that come here are
-// crafted, so texts are measured by making them, and even that effort is bounded.
+// crafted, so texts may be measured by making them, and even that effort is bounded.
 void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
   std::string scratch;
   std::uint64_t used = 0;
@@ -275,7 +287,7 @@ void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
     NamedValue piece;
     piece.part = part;
     const bool spent = used >= limit || measurable == 0;
-    const std::size_t size = spent ? 0 : TextOf(event, piece, scratch).size();
+    const std::size_t size = spent ? 0 : PieceSize(event, piece, scratch);
     measurable -= std::min<std::uint64_t>(measurable, std::max(size, std::size_t{part.size}));
     if (size == 0 || used + size > limit) {
       if (size > 0 || spent) NoteFault(decoder, RecordFault::kLimit);

@@ -87,6 +87,22 @@ char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out) {
   return out;
 }
 
+// A unit takes one to three bytes, two that make a pair four in all. Both sums are plain loops, so
+// that they run many units at a time.
+std::size_t Utf8Size(const std::uint8_t* units, std::size_t count) {
+  while (count > 0 && UnitAt(units, count - 1) == 0) --count;
+  std::size_t size = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint32_t unit = UnitAt(units, i);
+    size += 1U + (unit >= 0x80 ? 1U : 0U) + (unit >= 0x800 ? 1U : 0U);
+  }
+  std::size_t pairs = 0;
+  for (std::size_t i = 0; i + 1 < count; ++i) {
+    pairs += (UnitAt(units, i) & 0xFC00U) == 0xD800U && (UnitAt(units, i + 1) & 0xFC00U) == 0xDC00U;
+  }
+  return size - 2 * pairs;
+}
+
 std::string Utf16ToUtf8(Bytes utf16) {
   const std::size_t count = utf16.size() / 2;
   std::string text(count * kMaxUtf8PerUnit, '\0');

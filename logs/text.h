@@ -20,6 +20,9 @@ inline constexpr std::size_t kMaxUtf8PerUnit = 3;
 // unit inside becomes a blank.
 char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out);
 
+// The bytes that WriteUtf8 makes of `count` units, counted without making them.
+std::size_t Utf8Size(const std::uint8_t* units, std::size_t count);
+
 // The same into a string of its own; an odd last byte is ignored.
 std::string Utf16ToUtf8(Bytes utf16);
 

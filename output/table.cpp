@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <set>
 #include <span>
 
 #include "logs/text.h"
@@ -240,30 +241,43 @@ void WriteHeader(TableWriter& table, const TableColumns& columns) {
   WriteCharacter(table.cells, '\n');
 }
 
-// Rows that share no columns leave most of their table's cells empty. Real logs stay far below
-// these bounds: 64 cells for one that holds something within a group, 256 without groups.
-bool IsMostlyEmpty(const EventRows& rows, std::span<const std::uint32_t> group,
-                   const TableColumns& columns, bool grouped) {
-  constexpr std::size_t kAlwaysFine = std::size_t{16} << 10;
-  const std::size_t cells = group.size() * columns.names.size();
-  if (cells <= kAlwaysFine) return false;
-  std::size_t filled = group.size();
-  for (const std::uint32_t number : group) {
-    const ColumnSet* set = rows.rows[number].columns;
-    if (set != nullptr) filled += set->names.size();
+// Rows that share no columns leave most of their table's cells empty, and how many that are goes
+// with the square of the rows. Real logs stay far below these bounds: 64 cells for one that holds
+// something within a group, 256 without groups.
+struct EmptyBound {
+  std::size_t per_filled = 0;
+  std::size_t filled = 0;  // of the rows so far, one more for each row
+  bool Passed(std::size_t rows, std::size_t columns) const {
+    constexpr std::size_t kAlwaysFine = std::size_t{16} << 10;
+    return rows * columns > kAlwaysFine && rows * columns / per_filled > filled;
   }
-  return cells / (grouped ? 64 : 256) > filled;
+};
+
+std::size_t NamesOf(const EventRecord& row) { return row.columns ? row.columns->names.size() : 0; }
+
+bool IsMostlyEmpty(const EventRows& rows, std::span<const std::uint32_t> group, EmptyBound bound,
+                   const TableColumns& columns) {
+  for (const std::uint32_t number : group) bound.filled += 1 + NamesOf(rows.rows[number]);
+  return bound.Passed(group.size(), columns.names.size());
+}
+
+// As many rows from the group's beginning as make a table that is not mostly empty, whichever names
+// they share.
+std::size_t RowsForATable(const EventRows& rows, std::span<const std::uint32_t> group,
+                          EmptyBound bound) {
+  std::set<const ColumnSet*> sets;
+  std::size_t columns = 0;
+  for (std::size_t i = 0; i < group.size(); ++i) {
+    const EventRecord& row = rows.rows[group[i]];
+    if (sets.insert(row.columns).second) columns += NamesOf(row);
+    bound.filled += 1 + NamesOf(row);
+    if (i > 0 && bound.Passed(i + 1, columns)) return i;
+  }
+  return group.size();
 }
 
 void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::uint32_t> group,
-                bool grouped) {
-  const TableColumns columns = MakeTableColumns(rows, group, table.padded);
-  if (group.size() > 1 && IsMostlyEmpty(rows, group, columns, grouped)) {
-    const std::size_t half = group.size() / 2;
-    WriteTable(table, rows, group.first(half), grouped);
-    WriteTable(table, rows, group.subspan(half), grouped);
-    return;
-  }
+                const TableColumns& columns) {
   WriteHeader(table, columns);
   const ColumnSet* last = nullptr;
   const std::vector<std::uint32_t>* positions = nullptr;
@@ -276,6 +290,23 @@ void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::
       positions = last == nullptr ? nullptr : &columns.positions.find(last)->second;
     }
     WriteRow(table, columns, row, positions);
+  }
+}
+
+// One table, or several where one would be mostly empty.
+void WriteGroup(TableWriter& table, const EventRows& rows, std::span<const std::uint32_t> group,
+                EmptyBound bound) {
+  {
+    const TableColumns columns = MakeTableColumns(rows, group, table.padded);
+    if (!IsMostlyEmpty(rows, group, bound, columns)) {
+      WriteTable(table, rows, group, columns);
+      return;
+    }
+  }
+  while (!group.empty() && !table.cells.sink->failed) {
+    const auto part = group.first(RowsForATable(rows, group, bound));
+    WriteTable(table, rows, part, MakeTableColumns(rows, part, table.padded));
+    group = group.subspan(part.size());
   }
 }
 
@@ -320,7 +351,8 @@ void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
   const RowGroups groups = grouped ? GroupRows(rows) : OneGroup(rows);
   std::size_t begin = 0;
   for (const std::size_t end : groups.ends) {
-    WriteTable(table, rows, std::span(groups.order).subspan(begin, end - begin), grouped);
+    WriteGroup(table, rows, std::span(groups.order).subspan(begin, end - begin),
+               {grouped ? std::size_t{64} : std::size_t{256}});
     if (grouped) WriteCharacter(table.cells, '\n');
     begin = end;
   }

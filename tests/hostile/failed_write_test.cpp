@@ -54,15 +54,16 @@ TEST(FailedWrite, OfAnyFileEndsTheRun) {
 
 TEST(FailedWrite, LeavesTheLogsBehindItUnread) {
   const TempDirectory directory;
-  directory.AddFile("a.evtx", LogOf(10));
-  directory.AddFile("b.evtx", LogOf(10));
+  directory.AddFile("Security.evtx", LogOf(10));
+  directory.AddFile("System.evtx", LogOf(10));
   std::string err;
   int written = 0;
   Console console;
   // The header goes through, the first log's records do not.
   console.out = MakeSink([&written](std::string_view) { return ++written < 2; });
   console.err = MakeStringSink(err);
-  console.read_input = [list = directory.path + "/a.evtx\n" + directory.path + "/b.evtx\n",
+  console.read_input = [list =
+                            directory.path + "/Security.evtx\n" + directory.path + "/System.evtx\n",
                         at = std::size_t{0}](std::span<char> to) mutable {
     const std::size_t size = std::min(to.size(), list.size() - at);
     std::copy_n(list.begin() + static_cast<std::ptrdiff_t>(at), size, to.begin());
@@ -72,8 +73,8 @@ TEST(FailedWrite, LeavesTheLogsBehindItUnread) {
   EXPECT_EQ(RunApp({"tarnlex", "-pipe"}, console), -1);
   EXPECT_EQ(written, 2);
   EXPECT_TRUE(SaysSo(err));
-  EXPECT_NE(err.find("processed log " + directory.path + "/a.evtx"), std::string::npos);
-  EXPECT_EQ(err.find("b.evtx"), std::string::npos);
+  EXPECT_NE(err.find("processed log " + directory.path + "/Security.evtx"), std::string::npos);
+  EXPECT_EQ(err.find("System.evtx"), std::string::npos);
 }
 
 // Runs a shell command; gives what it prints and how it ended.

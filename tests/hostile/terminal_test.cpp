@@ -44,8 +44,8 @@ TEST(VisibleText, JoinsCharactersThatPiecesCut) {
       "z\n";
   for (std::size_t cut = 0; cut <= text.size(); ++cut) {
     VisibleText state;
-    const std::string shown = MakeVisible(state, std::string_view(text).substr(0, cut)) +
-                              MakeVisible(state, std::string_view(text).substr(cut));
+    std::string shown = MakeVisible(state, std::string_view(text).substr(0, cut));
+    shown += MakeVisible(state, std::string_view(text).substr(cut));
     EXPECT_EQ(shown, Visible(text)) << cut;
   }
 }
