@@ -9,7 +9,7 @@ packages_for() {
     build) echo g++ cmake ninja-build ;;
     # Other readers of what the tests write; their tests are skipped without them.
     test) echo libgtest-dev libevtx-utils libevt-utils sleuthkit ;;
-    check) echo git clang-format clang-tidy ;;
+    check) echo git clang-format clang-tidy python3 ;;
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
     package) echo g++-mingw-w64-x86-64-posix zip unzip ;;
     fuzz) echo clang libclang-rt-14-dev ;;
