@@ -11,6 +11,7 @@
 #include "logs/open_log.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
+#include "logs/read_file.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -25,8 +26,7 @@ bool IsBareChunk(const std::string& path) {
   constexpr std::string_view kSignature = "ElfChnk";
   std::array<std::uint8_t, kSignature.size()> head{};
   const auto file = OpenInput(path);
-  return file && file->read(0, head) == head.size() &&
-         std::memcmp(head.data(), kSignature.data(), head.size()) == 0;
+  return file && ReadFully(*file, 0, head) == head.size() && BeginsWith(head, kSignature);
 }
 
 void SayUnusable(const RunOptions& options, OpenResult result, const std::string& path) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "logs/read_file.h"
+
 namespace tarnlex {
 namespace {
 
@@ -15,13 +17,7 @@ bool InPart(const EvtLog& log, std::uint64_t offset, std::uint64_t size) {
 Bytes ReadInto(const InputFile& file, std::uint64_t offset, std::uint64_t size,
                std::vector<std::uint8_t>& room) {
   room.resize(static_cast<std::size_t>(size));
-  std::size_t filled = 0;
-  while (filled < room.size()) {
-    const std::size_t came = file.read(offset + filled, std::span(room).subspan(filled));
-    if (came == 0) break;
-    filled += came;
-  }
-  return Bytes(room).first(filled);
+  return Bytes(room).first(ReadFully(file, offset, room));
 }
 
 std::uint64_t CutAtEnd(const EvtLog& log, std::uint64_t offset, std::uint64_t size) {

@@ -1,13 +1,13 @@
 #include "logs/open_log.h"
 
 #include <array>
-#include <cstring>
 #include <vector>
 
 #include "evtx/first_record.h"
 #include "logs/bytes.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
+#include "logs/read_file.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -31,21 +31,10 @@ constexpr NamePattern kNamePatterns[] = {
     {"driverframeworks-usermode", kKindDriverFrameworks},
 };
 
-bool BeginsWith(Bytes bytes, std::string_view signature) {
-  return bytes.size() >= signature.size() &&
-         std::memcmp(bytes.data(), signature.data(), signature.size()) == 0;
-}
-
 // Up to `size` bytes from the start of the file.
 std::vector<std::uint8_t> ReadHead(const InputFile& file, std::size_t size) {
   std::vector<std::uint8_t> head(size);
-  std::size_t filled = 0;
-  while (filled < size) {
-    const std::size_t came = file.read(filled, std::span(head).subspan(filled));
-    if (came == 0) break;
-    filled += came;
-  }
-  head.resize(filled);
+  head.resize(ReadFully(file, 0, head));
   return head;
 }
 

@@ -13,6 +13,7 @@
 #include "logs/messages.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
+#include "logs/read_file.h"
 #include "logs/status_line.h"
 #include "logs/text.h"
 #include "output/record_output.h"
@@ -39,19 +40,7 @@ Bytes ReadBlock(const InputFile& file, std::uint64_t offset, std::uint64_t size,
     block.bytes = std::make_unique_for_overwrite<std::uint8_t[]>(wanted);
     block.capacity = wanted;
   }
-  std::size_t filled = 0;
-  while (filled < wanted) {
-    const std::size_t came =
-        file.read(offset + filled, std::span(block.bytes.get() + filled, wanted - filled));
-    if (came == 0) break;
-    filled += came;
-  }
-  return {block.bytes.get(), filled};
-}
-
-bool BeginsWith(Bytes bytes, std::string_view signature) {
-  return bytes.size() >= signature.size() &&
-         std::equal(signature.begin(), signature.end(), bytes.begin());
+  return {block.bytes.get(), ReadFully(file, offset, {block.bytes.get(), wanted})};
 }
 
 // The name that stands before the record numbers of the progress line.
