@@ -51,9 +51,50 @@ std::size_t Room(const EventRows& rows) {
   return static_cast<std::size_t>(rows.free_end - rows.free_at);
 }
 
-bool EarlierRow(const EventRecord& a, const EventRecord& b) {
-  if (a.timeCreated != b.timeCreated) return a.timeCreated < b.timeCreated;
-  return a.eventRecordId < b.eventRecordId;
+// What rows are ordered by; far smaller than the rows.
+struct RowKey {
+  std::uint64_t time = 0;
+  std::uint64_t record_id = 0;
+  std::uint32_t number = 0;
+};
+
+RowKey KeyOf(const EventRows& rows, std::size_t number) {
+  const EventRecord& row = rows.rows[number];
+  return {row.timeCreated, row.eventRecordId, static_cast<std::uint32_t>(number)};
+}
+
+bool IsEarlier(const RowKey& a, const RowKey& b) {
+  return a.time != b.time ? a.time < b.time : a.record_id < b.record_id;
+}
+
+// Where each stretch of keys that lie in order ends. A log that has wrapped has two of them.
+std::vector<std::size_t> FindRuns(const std::vector<RowKey>& keys) {
+  std::vector<std::size_t> ends;
+  for (std::size_t i = 1; i < keys.size(); ++i) {
+    if (IsEarlier(keys[i], keys[i - 1])) ends.push_back(i);
+  }
+  if (!keys.empty()) ends.push_back(keys.size());
+  return ends;
+}
+
+// Merges neighbouring runs until one is left: one pass for a wrapped log, and never more passes
+// than any other sort. Equal keys keep their order.
+void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends) {
+  std::vector<RowKey> merged(ends.size() > 1 ? keys.size() : 0);
+  while (ends.size() > 1) {
+    std::vector<std::size_t> merged_ends;
+    std::size_t begin = 0;
+    for (std::size_t run = 0; run < ends.size(); run += 2) {
+      const std::size_t last = std::min(run + 1, ends.size() - 1);
+      const RowKey* const from = keys.data();
+      std::merge(from + begin, from + ends[run], from + ends[run], from + ends[last],
+                 merged.data() + begin, IsEarlier);
+      begin = ends[last];
+      merged_ends.push_back(begin);
+    }
+    keys.swap(merged);
+    ends.swap(merged_ends);
+  }
 }
 
 }  // namespace
@@ -160,10 +201,17 @@ void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::stri
   EndRow(rows, builder, at, row);
 }
 
-void SortRows(EventRows& rows) {
-  // Most logs lie in order already; then one look is all they cost.
-  if (std::is_sorted(rows.rows.begin(), rows.rows.end(), EarlierRow)) return;
-  std::stable_sort(rows.rows.begin(), rows.rows.end(), EarlierRow);
+RowNumbers OrderRows(const EventRows& rows) {
+  std::vector<RowKey> keys;
+  keys.reserve(rows.rows.size());
+  for (std::size_t number = 0; number < rows.rows.size(); ++number) {
+    keys.push_back(KeyOf(rows, number));
+  }
+  MergeRuns(keys, FindRuns(keys));
+  RowNumbers order;
+  order.reserve(keys.size());
+  for (const RowKey& key : keys) order.push_back(key.number);
+  return order;
 }
 
 void ClearRows(EventRows& rows) {

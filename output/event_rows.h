@@ -82,7 +82,7 @@ bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::str
 // stay as long as the collection itself, past ClearRows: a decoder may remember them for a whole
 // log. Use a new collection for the next log.
 struct EventRows {
-  std::vector<EventRecord> rows;  // in order of arrival until SortRows
+  std::vector<EventRecord> rows;  // in order of arrival
   struct Block {
     std::unique_ptr<char[]> bytes;
     std::size_t size = 0;
@@ -148,8 +148,11 @@ void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& 
 // Convenience for rows that are not made in the fast path: one text per column of row.columns.
 void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells);
 
-// Orders by time created, then record identifier, then arrival.
-void SortRows(EventRows& rows);
+// Positions in EventRows::rows.
+using RowNumbers = std::vector<std::uint32_t>;
+
+// All rows by time created, then record identifier, then arrival. The rows stay where they are.
+RowNumbers OrderRows(const EventRows& rows);
 
 // Forgets all rows and gives their memory back but for the first block; column sets and interned
 // texts stay.

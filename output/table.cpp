@@ -4,6 +4,7 @@
 #include <cstring>
 #include <set>
 #include <span>
+#include <utility>
 
 #include "logs/text.h"
 #include "output/bodyfile.h"
@@ -348,7 +349,8 @@ std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type) {
 void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
                  const RunOptions& options, bool grouped) {
   TableWriter table = MakeTableWriter(out, log, options);
-  const RowGroups groups = grouped ? GroupRows(rows) : OneGroup(rows);
+  RowNumbers order = OrderRows(rows);
+  const RowGroups groups = grouped ? GroupRows(rows, std::move(order)) : OneGroup(std::move(order));
   std::size_t begin = 0;
   for (const std::size_t end : groups.ends) {
     WriteGroup(table, rows, std::span(groups.order).subspan(begin, end - begin),
@@ -359,9 +361,9 @@ void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
   FinishCells(table.cells);
 }
 
-void WriteLogResults(TextSink& out, EventRows& rows, const LogInfo& log, RunOptions& options) {
+void WriteLogResults(TextSink& out, const EventRows& rows, const LogInfo& log,
+                     RunOptions& options) {
   if (rows.rows.empty()) return;
-  SortRows(rows);
   if (options.bodyfile_form) {
     WriteBodyfile(out, rows, options);
   } else if (options.l2t_form) {

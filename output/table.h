@@ -16,11 +16,11 @@ namespace tarnlex {
 std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type);
 
 // Writes all rows of one log in the run's form, ordered; nothing for an empty collection. `log`
-// names the log in the last column and says which container the rows are from. Sorts `rows`.
-void WriteLogResults(TextSink& out, EventRows& rows, const LogInfo& log, RunOptions& options);
+// names the log in the last column and says which container the rows are from.
+void WriteLogResults(TextSink& out, const EventRows& rows, const LogInfo& log, RunOptions& options);
 
-// Tables of rows that are ordered already: one per event identifier and provider, an empty line
-// behind each, or with `grouped` off one for all.
+// Tables of the rows, ordered: one per event identifier and provider, an empty line behind each, or
+// with `grouped` off one for all.
 void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
                  const RunOptions& options, bool grouped);
 

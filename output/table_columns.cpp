@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <numeric>
+#include <utility>
 
 #include "logs/text.h"
 #include "output/cell_writer.h"
@@ -27,12 +28,15 @@ struct Group {
   std::size_t rows = 0;
 };
 
-// Numbers the groups in the order in which they are met; `group_of` gets each row's number.
-std::vector<Group> FindGroups(const EventRows& rows, RowNumbers& group_of) {
+// Numbers the groups in the order in which they are met; `group_of` gets the number of each row of
+// `order`.
+std::vector<Group> FindGroups(const EventRows& rows, const RowNumbers& order,
+                              RowNumbers& group_of) {
   std::vector<Group> groups;
   std::unordered_map<GroupKey, std::uint32_t, HashGroupKey> numbers;
-  group_of.reserve(rows.rows.size());
-  for (const EventRecord& row : rows.rows) {
+  group_of.reserve(order.size());
+  for (const std::uint32_t number : order) {
+    const EventRecord& row = rows.rows[number];
     const GroupKey key{row.eventId, row.providerName};
     const auto [at, added] = numbers.try_emplace(key, static_cast<std::uint32_t>(groups.size()));
     if (added) groups.push_back({key, 0});
@@ -99,9 +103,9 @@ void Measure(TableColumns& columns, const EventRows& rows, std::span<const std::
 
 }  // namespace
 
-RowGroups GroupRows(const EventRows& rows) {
+RowGroups GroupRows(const EventRows& rows, RowNumbers order) {
   RowNumbers group_of;
-  const std::vector<Group> groups = FindGroups(rows, group_of);
+  const std::vector<Group> groups = FindGroups(rows, order, group_of);
   RowNumbers sorted(groups.size());
   std::iota(sorted.begin(), sorted.end(), 0U);
   std::sort(sorted.begin(), sorted.end(), [&groups](std::uint32_t a, std::uint32_t b) {
@@ -115,18 +119,17 @@ RowGroups GroupRows(const EventRows& rows) {
     end += groups[group].rows;
     grouped.ends.push_back(end);
   }
-  grouped.order.resize(group_of.size());
-  for (std::size_t row = 0; row < group_of.size(); ++row) {
-    grouped.order[next[group_of[row]]++] = static_cast<std::uint32_t>(row);
+  grouped.order.resize(order.size());
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    grouped.order[next[group_of[i]]++] = order[i];
   }
   return grouped;
 }
 
-RowGroups OneGroup(const EventRows& rows) {
+RowGroups OneGroup(RowNumbers order) {
   RowGroups grouped;
-  grouped.order.resize(rows.rows.size());
-  std::iota(grouped.order.begin(), grouped.order.end(), 0U);
-  grouped.ends.push_back(grouped.order.size());
+  grouped.ends.push_back(order.size());
+  grouped.order = std::move(order);
   return grouped;
 }
 

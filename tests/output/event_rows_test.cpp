@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <numeric>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tarnlex {
@@ -144,21 +148,31 @@ TEST(FindCell, ComparesExactlyOrWithoutCase) {
   EXPECT_FALSE(FindCell(EventRecord{}, "Computer", true, text));
 }
 
-TEST(SortRows, OrdersByTimeThenRecordThenArrival) {
+TEST(OrderRows, GoesByTimeThenRecordThenArrival) {
   EventRows rows;
   AddRow(rows, RecordAt(20, 1), {});
   AddRow(rows, RecordAt(10, 9), {});
-  EventRecord twin = RecordAt(10, 3);
-  twin.level = 1;
-  AddRow(rows, twin, {});
-  twin.level = 2;
-  AddRow(rows, twin, {});
-  SortRows(rows);
-  std::vector<std::uint64_t> ids;
-  for (const EventRecord& row : rows.rows) ids.push_back(row.eventRecordId);
-  EXPECT_EQ(ids, (std::vector<std::uint64_t>{3, 3, 9, 1}));
-  EXPECT_EQ(rows.rows[0].level, 1U);
-  EXPECT_EQ(rows.rows[1].level, 2U);
+  AddRow(rows, RecordAt(10, 3), {});
+  AddRow(rows, RecordAt(10, 3), {});
+  EXPECT_EQ(OrderRows(rows), (RowNumbers{2, 3, 1, 0}));
+}
+
+TEST(OrderRows, LeavesNoRowOutWhateverTheArrival) {
+  EXPECT_TRUE(OrderRows(EventRows{}).empty());
+  // Stretches in order of every length from 1 to 6, so that an odd number of them is merged too.
+  EventRows rows;
+  for (std::uint64_t run = 1; run <= 6; ++run) {
+    for (std::uint64_t i = 0; i < run; ++i) AddRow(rows, RecordAt(100 - 10 * run + i % 3, run), {});
+  }
+  RowNumbers expected(rows.rows.size());
+  std::iota(expected.begin(), expected.end(), 0U);
+  std::stable_sort(expected.begin(), expected.end(), [&rows](std::uint32_t a, std::uint32_t b) {
+    const EventRecord& one = rows.rows[a];
+    const EventRecord& other = rows.rows[b];
+    return std::pair(one.timeCreated, one.eventRecordId) <
+           std::pair(other.timeCreated, other.eventRecordId);
+  });
+  EXPECT_EQ(OrderRows(rows), expected);
 }
 
 TEST(ClearRows, KeepsColumnSetsAndTextsForTheRestOfTheLog) {
