@@ -3,16 +3,19 @@
 #include <algorithm>
 #include <functional>
 
+#include "logs/platform.h"
 #include "logs/text.h"
 
 namespace tarnlex {
 namespace {
 
-constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
+// The first block suffices for most logs; those of a large log are made of large pages.
+constexpr std::size_t kFirstBlockBytes = std::size_t{1} << 20;
+constexpr std::size_t kBlockBytes = std::size_t{16} << 20;
 
 // A row that may need more than this and does not fit into the current block is built aside, so
 // that a generous bound does not leave much of a block unused.
-constexpr std::size_t kLargeBound = kBlockBytes / 32;
+constexpr std::size_t kLargeBound = std::size_t{32} << 10;
 
 std::size_t HashNames(const std::vector<std::string_view>& names) {
   std::size_t hash = names.size();
@@ -40,8 +43,9 @@ const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_v
 }
 
 void AddBlock(EventRows& rows, std::size_t least) {
-  const std::size_t size = std::max(least, kBlockBytes);
+  const std::size_t size = std::max(least, rows.blocks.empty() ? kFirstBlockBytes : kBlockBytes);
   rows.blocks.push_back({std::make_unique_for_overwrite<char[]>(size + kReadableBehind), size});
+  if (size >= kBlockBytes) ExpectFilled(rows.blocks.back().bytes.get(), size);
   rows.free_at = rows.blocks.back().bytes.get();
   rows.free_end = rows.free_at + size;
   rows.block_bytes += size;
@@ -152,6 +156,12 @@ std::string_view InternText(EventRows& rows, std::string_view text) {
   auto at = rows.texts.find(text);
   if (at == rows.texts.end()) at = rows.texts.emplace(text).first;
   return recent = *at;
+}
+
+void ExpectRows(EventRows& rows, std::size_t count) {
+  if (count <= rows.rows.capacity()) return;
+  rows.rows.reserve(count);
+  ExpectFilled(rows.rows.data(), count * sizeof(EventRecord));
 }
 
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {

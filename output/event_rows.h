@@ -114,6 +114,10 @@ const ColumnSet* AddColumnSet(EventRows& rows, const std::vector<std::string_vie
 // A copy of `text` that lives as long as the collection; equal texts are kept once.
 std::string_view InternText(EventRows& rows, std::string_view text);
 
+// Sets room for so many rows aside, so that they need not move when there are more and more; what
+// is not used costs next to nothing. More rows than that may come.
+void ExpectRows(EventRows& rows, std::size_t count);
+
 // Builds the cells of one row in place: BeginRow with an upper bound of all its text plus
 // kMaxCellOverhead for every cell, then for every column in order BeginCell (first at
 // builder.start), text written behind it, EndCell; at last EndRow gives the cells to `row` and

@@ -77,11 +77,18 @@ void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
   Flush(*decoder.trace);
 }
 
+// Most records are larger than this; a log of nothing but smaller ones lets its rows move.
+std::size_t RowsToExpect(std::uint64_t log_size) {
+  constexpr std::uint64_t kSmallRecord = 384;
+  return static_cast<std::size_t>(std::min(log_size, kLargeFile) / kSmallRecord);
+}
+
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
   EvtxDecoder decoder;
   decoder.trace = pass.options.diags;
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
+  ExpectRows(pass.rows, RowsToExpect(file.size));
   const EvtxHandlers handlers = MakeHandlers(pass);
   Block block;
   for (std::uint64_t offset = start; offset < file.size;) {
