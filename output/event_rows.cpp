@@ -42,9 +42,13 @@ const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_v
   return rows.column_sets.back().get();
 }
 
+EventRows::Block MakeBlock(std::size_t size) {
+  return {std::make_unique_for_overwrite<char[]>(size + kReadableBehind), size};
+}
+
 void AddBlock(EventRows& rows, std::size_t least) {
   const std::size_t size = std::max(least, rows.blocks.empty() ? kFirstBlockBytes : kBlockBytes);
-  rows.blocks.push_back({std::make_unique_for_overwrite<char[]>(size + kReadableBehind), size});
+  rows.blocks.push_back(MakeBlock(size));
   if (size >= kBlockBytes) ExpectFilled(rows.blocks.back().bytes.get(), size);
   rows.free_at = rows.blocks.back().bytes.get();
   rows.free_end = rows.free_at + size;
@@ -65,6 +69,28 @@ struct RowKey {
 RowKey KeyOf(const EventRows& rows, std::size_t number) {
   const EventRecord& row = rows.rows[number];
   return {row.timeCreated, row.eventRecordId, static_cast<std::uint32_t>(number)};
+}
+
+// Each character of a line break becomes at most this much longer when it is marked.
+constexpr std::size_t kLongerPerBreak = 3;
+
+// Gives a row that is being built so many bytes more than were promised. It moves when they are not
+// there; what lies behind `text_end` stays behind.
+void GrowRow(RowBuilder& builder, const char* text_end, std::size_t longer) {
+  EventRows& rows = *builder.rows;
+  const bool in_block = builder.start == rows.free_at;
+  const char* room_end = in_block ? rows.free_end : rows.scratch.bytes.get() + rows.scratch.size;
+  if (static_cast<std::size_t>(room_end - builder.bound) < longer) {
+    const std::size_t size = static_cast<std::size_t>(builder.bound - builder.start);
+    EventRows::Block grown = MakeBlock(2 * (size + longer));
+    char* const start = grown.bytes.get();
+    std::memcpy(start, builder.start, static_cast<std::size_t>(text_end - builder.start));
+    builder.cell = start + (builder.cell - builder.start);
+    builder.start = start;
+    builder.bound = start + size;
+    rows.scratch = std::move(grown);
+  }
+  builder.bound += longer;
 }
 
 bool IsEarlier(const RowKey& a, const RowKey& b) {
@@ -165,16 +191,18 @@ void ExpectRows(EventRows& rows, std::size_t count) {
 }
 
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
-  if (max_bytes > Room(rows)) {
-    if (max_bytes > kLargeBound) {
-      if (rows.scratch.size < max_bytes) {
-        rows.scratch = {std::make_unique_for_overwrite<char[]>(max_bytes), max_bytes};
-      }
-      return {rows.scratch.bytes.get(), nullptr};
-    }
-    AddBlock(rows, max_bytes);
+  RowBuilder builder;
+  builder.rows = &rows;
+  builder.prefix = rows.joined.separator == 0 ? kCellPrefix : 0;
+  if (max_bytes > Room(rows) && max_bytes > kLargeBound) {
+    if (rows.scratch.size < max_bytes) rows.scratch = MakeBlock(max_bytes);
+    builder.start = rows.scratch.bytes.get();
+  } else {
+    if (max_bytes > Room(rows)) AddBlock(rows, max_bytes);
+    builder.start = rows.free_at;
   }
-  return {rows.free_at, nullptr};
+  builder.bound = builder.start + max_bytes;
+  return builder;
 }
 
 char* EndLongCell(RowBuilder& builder, const char* text_end) {
@@ -186,6 +214,28 @@ char* EndLongCell(RowBuilder& builder, const char* text_end) {
   return builder.cell + kLongCellPrefix + length;
 }
 
+char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end) {
+  const auto cleaned = static_cast<std::size_t>(stop - builder.start);
+  const auto left = static_cast<std::size_t>(text_end - stop);
+  const auto breaks = static_cast<std::size_t>(std::count_if(stop, text_end, IsLineBreak));
+  const std::size_t longer = breaks * kLongerPerBreak + kCellBlock;
+  GrowRow(builder, text_end, longer);
+  // The rest of the text makes way for its longer self, which then never reaches what is still to
+  // be read.
+  char* out = builder.start + cleaned;
+  std::memmove(out + longer, out, left);
+  const char* from = out + longer;
+  const char* const end = from + left;
+  while (from != end) {
+    const std::size_t count = std::min(static_cast<std::size_t>(end - from), kCellBlock);
+    const std::size_t plain = CopyCellBlock(builder.rows->joined.cleaner, from, count, out);
+    from += plain;
+    out += plain;
+    if (plain < count) from += MarkLineBreak(from, end, out);
+  }
+  return EndPlainCell(builder, out);
+}
+
 void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row) {
   if (builder.start != rows.free_at) {
     const auto size = static_cast<std::size_t>(end - builder.start);
@@ -195,6 +245,7 @@ void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& 
   }
   rows.rows.push_back(row);
   rows.rows.back().dataItems = rows.free_at;
+  rows.rows.back().dataSize = static_cast<std::uint32_t>(end - rows.free_at);
   rows.free_at = end;
 }
 

@@ -52,6 +52,7 @@ struct TableWriter {
   CellEnd between;             // two cells of a row
   CellEnd row_end;             // behind the last cell
   std::string_view separator;  // between two names of the header
+  bool joined = false;
   bool padded = true;
   bool paired = false;
   bool blank_before_time = true;
@@ -181,6 +182,43 @@ void WriteDelimitedCells(TableWriter& table, const TableColumns& columns, const 
   slowly([&] { WriteEmptyCells(table, columns, next, columns.names.size()); });
 }
 
+// Copies a joined cell and its separator; a block behind them is overwritten. Returns their end.
+const char* CopyJoinedCell(char separator, const char* from, char*& out) {
+  for (;;) {
+    const std::size_t before = FindInCellBlock(separator, from);
+    std::memcpy(out, from, kCellBlock);
+    const std::size_t copied = std::min(before + 1, kCellBlock);
+    from += copied;
+    out += copied;
+    if (before < kCellBlock) return from;
+  }
+}
+
+// Joined cells go out as they lie, with empty ones in between where the row lacks columns.
+void WriteJoinedCells(TableWriter& table, const TableColumns& columns, const EventRecord& row,
+                      const std::vector<std::uint32_t>& positions) {
+  if (positions.size() == columns.names.size()) {
+    WriteVerbatim(table.cells, {row.dataItems, row.dataSize});
+    return;
+  }
+  NeedRoom(table.cells, row.dataSize + columns.names.size() + kCellBlock);
+  const char separator = table.separator.front();
+  const char* from = row.dataItems;
+  char* at = table.cells.at;
+  std::size_t next = 0;
+  const auto skip_to = [&](std::size_t column) {
+    std::memset(at, separator, column - next);
+    at += column - next;
+  };
+  for (const std::uint32_t column : positions) {
+    skip_to(column);
+    from = CopyJoinedCell(separator, from, at);
+    next = column + std::size_t{1};
+  }
+  skip_to(columns.names.size());
+  table.cells.at = at;
+}
+
 void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord& row,
               const std::vector<std::uint32_t>* positions) {
   WriteNumberCell(table, row.eventRecordId);
@@ -201,7 +239,9 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord
     WriteRepeatedCell(table, table.provider_text, row.providerName, columns.provider_width);
     Write(table.cells, table.between);
   }
-  if (!table.padded && positions != nullptr) {
+  if (table.joined && positions != nullptr) {
+    WriteJoinedCells(table, columns, row, *positions);
+  } else if (!table.padded && positions != nullptr) {
     WriteDelimitedCells(table, columns, row, *positions);
   } else {
     WriteValueCells(table, columns, row, positions);
@@ -346,9 +386,22 @@ std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type) {
   }
 }
 
+JoinedCells JoinedForm(const RunOptions& options) {
+  const SeparatorClass& separators = options.separator_class;
+  const bool known = separators.separator == ',' || separators.separator == '|';
+  const bool as_table =
+      options.delimited && !options.multiline_form && !options.bodyfile_form && !options.l2t_form;
+  if (!as_table || !known || separators.replacement == 0 ||
+      options.separator != std::string_view(&separators.separator, 1)) {
+    return {};
+  }
+  return {separators.separator, MakeCellCleaner(separators, true)};
+}
+
 void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
                  const RunOptions& options, bool grouped) {
   TableWriter table = MakeTableWriter(out, log, options);
+  table.joined = rows.joined.separator != 0;
   RowNumbers order = OrderRows(rows);
   const RowGroups groups = grouped ? GroupRows(rows, std::move(order)) : OneGroup(std::move(order));
   std::size_t begin = 0;

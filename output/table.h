@@ -15,6 +15,10 @@ namespace tarnlex {
 // The word for an EVTX level or an EVT event type.
 std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type);
 
+// How rows may be kept joined for WriteLogResults with these options: only for tables without
+// padding whose separator no cell can hold. Elsewhere the result has no separator.
+JoinedCells JoinedForm(const RunOptions& options);
+
 // Writes all rows of one log in the run's form, ordered; nothing for an empty collection. `log`
 // names the log in the last column and says which container the rows are from.
 void WriteLogResults(TextSink& out, const EventRows& rows, const LogInfo& log, RunOptions& options);
