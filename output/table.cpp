@@ -59,6 +59,8 @@ struct TableWriter {
   bool is_evtx = true;
   std::size_t date_width = 0;
   std::size_t time_width = 0;
+  std::string last_date;
+  std::string cleaned_date;
   std::string log_name;
   RepeatedText query_name_text;
   RepeatedText provider_text;
@@ -98,10 +100,18 @@ void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_v
   Pad(table, width, repeated.characters);
 }
 
+// A date like "Mar 07, 12" holds a comma of its own, but not every day.
+void WriteDate(TableWriter& table, std::string_view date) {
+  if (date != table.last_date) {
+    table.last_date = date;
+    table.cleaned_date = Cleaned(table.text_cleaner, date);
+  }
+  WriteVerbatim(table.cells, table.cleaned_date);
+}
+
 void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
   const DateTimeText text = FormatDateTime(table.date_time, filetime);
-  // A date like "Mar 07, 12" holds a comma of its own.
-  WriteCleaned(table.cells, table.text_cleaner, text.date);
+  WriteDate(table, text.date);
   if (table.paired) {
     WriteCharacter(table.cells, ' ');
     WriteVerbatim(table.cells, text.time);
@@ -403,7 +413,7 @@ void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
   TableWriter table = MakeTableWriter(out, log, options);
   table.joined = rows.joined.separator != 0;
   RowNumbers order = OrderRows(rows);
-  const RowGroups groups = grouped ? GroupRows(rows, std::move(order)) : OneGroup(std::move(order));
+  const RowGroups groups = grouped ? GroupRows(rows, order) : OneGroup(std::move(order));
   std::size_t begin = 0;
   for (const std::size_t end : groups.ends) {
     WriteGroup(table, rows, std::span(groups.order).subspan(begin, end - begin),

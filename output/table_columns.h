@@ -19,7 +19,7 @@ struct RowGroups {
   RowNumbers order;
   std::vector<std::size_t> ends;  // where in `order` each group ends
 };
-RowGroups GroupRows(const EventRows& rows, RowNumbers order);
+RowGroups GroupRows(const EventRows& rows, const RowNumbers& order);
 
 // All rows as one group.
 RowGroups OneGroup(RowNumbers order);
