@@ -28,15 +28,6 @@ CellCleaner MakeCellCleaner(const SeparatorClass& separators, bool pulled) {
   return cleaner;
 }
 
-std::size_t MarkLineBreak(const char* from, const char* end, char*& out) {
-  const bool pair = end - from > 1 && IsLineBreak(from[1]) && from[0] != from[1];
-  const bool carriage = from[0] == '\r';
-  const std::string_view mark = pair ? carriage ? "[CRLF]" : "[LFCR]" : carriage ? "[CR]" : "[LF]";
-  std::memcpy(out, mark.data(), mark.size());
-  out += mark.size();
-  return pair ? 2 : 1;
-}
-
 char* ReplaceInPlace(const CellCleaner& cleaner, char* begin, char* end) {
   while (begin != end) {
     const std::size_t count = std::min(static_cast<std::size_t>(end - begin), kCellBlock);
