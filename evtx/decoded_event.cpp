@@ -2,8 +2,6 @@
 
 #include <cstring>
 
-#include "logs/text.h"
-
 namespace tarnlex {
 namespace {
 
@@ -51,16 +49,6 @@ std::string_view TextOf(const DecodedEvent& event, const NamedValue& value, std:
 
 const NamedValue* FindValue(const DecodedEvent& event, const Name* name) {
   return name->record_serial == event.serial ? &event.values[name->value_index] : nullptr;
-}
-
-const NamedValue* FindValueNoCase(const DecodedEvent& event, std::string_view name) {
-  const NamedValue* found = nullptr;
-  for (const NamedValue& value : event.values) {
-    if (value.name->text == name) return &value;
-    if (!EqualsNoCase(value.name->text, name)) continue;
-    if (!found || value.name->text < found->name->text) found = &value;
-  }
-  return found;
 }
 
 }  // namespace tarnlex

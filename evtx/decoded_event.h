@@ -10,6 +10,7 @@
 #include "evtx/names.h"
 #include "evtx/value.h"
 #include "logs/bytes.h"
+#include "logs/text.h"
 
 namespace tarnlex {
 
@@ -63,8 +64,17 @@ std::string_view TextOf(const DecodedEvent& event, const NamedValue& value, std:
 // The value of a name, or null when the event has none.
 const NamedValue* FindValue(const DecodedEvent& event, const Name* name);
 
-// The same by text: exactly that name if there is one, else the first in name order that equals it
-// without regard to ASCII case.
-const NamedValue* FindValueNoCase(const DecodedEvent& event, std::string_view name);
+// The same by text among values that each have a `name`: exactly that name if there is one, else
+// the first in name order that equals it without regard to ASCII case.
+template <typename Value>
+const Value* FindValueNoCase(const std::vector<Value>& values, std::string_view name) {
+  const Value* found = nullptr;
+  for (const Value& value : values) {
+    if (value.name->text == name) return &value;
+    if (!EqualsNoCase(value.name->text, name)) continue;
+    if (!found || value.name->text < found->name->text) found = &value;
+  }
+  return found;
+}
 
 }  // namespace tarnlex

@@ -111,6 +111,23 @@ const ValuePlan* PlanFor(EvtxDecoder& decoder, DecodedEvent& event) {
   return nullptr;
 }
 
+const SubstitutionValue& SlotOf(const EvtxDecoder& decoder, const PlannedValue& value) {
+  const bool nested = (value.origin & kOriginNestedSlot) != 0;
+  const SubstitutionArray& array = nested ? decoder.nested.array : decoder.array;
+  return array.values[value.origin & kOriginSlotMask];
+}
+
+std::string_view PlannedText(const EvtxDecoder& decoder, const PlannedValue& value,
+                             std::string& scratch) {
+  if (value.origin == kOriginLiteral) return value.literal;
+  const SubstitutionValue& slot = SlotOf(decoder, value);
+  if (value.optional && slot.type == kEvtVarTypeNull) return {};
+  const std::size_t room = MaxValueText(decoder.chunk.data, slot);
+  if (scratch.size() < room) scratch.resize(room);
+  const char* end = WriteValueText(decoder.chunk.data, slot, scratch.data());
+  return {scratch.data(), static_cast<std::size_t>(end - scratch.data())};
+}
+
 void ClearPlans(PlanTable& table) { table = {}; }
 
 }  // namespace tarnlex

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -73,6 +74,14 @@ struct PlanTable {
 // values have been decoded when this returns. With one, event.max_text bounds the text of its
 // values.
 const ValuePlan* PlanFor(EvtxDecoder& decoder, DecodedEvent& event);
+
+// The slot that a value of the present record's plan comes from; not for literals.
+const SubstitutionValue& SlotOf(const EvtxDecoder& decoder, const PlannedValue& value);
+
+// The text of a value of the present record's plan, empty when it is unresolved; `scratch` holds it
+// if it has to be made.
+std::string_view PlannedText(const EvtxDecoder& decoder, const PlannedValue& value,
+                             std::string& scratch);
 
 void ClearPlans(PlanTable& table);
 

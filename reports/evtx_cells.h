@@ -15,7 +15,7 @@ namespace tarnlex {
 inline constexpr std::string_view kUnresolved = "[null]";
 
 inline char* CopyText(std::string_view text, char* at) {
-  std::memcpy(at, text.data(), text.size());
+  if (!text.empty()) std::memcpy(at, text.data(), text.size());
   return at + text.size();
 }
 

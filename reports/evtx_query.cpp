@@ -1,6 +1,7 @@
 #include "reports/evtx_query.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "evtx/record.h"
 #include "logs/text.h"
@@ -13,13 +14,35 @@ constexpr std::string_view kProviderName = "Provider Name";
 
 bool Holds(const Condition& condition, const DecodedEvent& event, std::string& scratch) {
   if (!condition.given) return true;
-  const NamedValue* value = FindValueNoCase(event, condition.field);
+  const NamedValue* value = FindValueNoCase(event.values, condition.field);
   return value && ConditionHolds(condition, TextOf(event, *value, scratch));
+}
+
+// The same by the record's plan. `fields` keeps where each plan has the field.
+bool Holds(const Condition& condition, const EvtxDecoder& decoder, const ValuePlan& plan,
+           std::vector<PlannedField>& fields, std::string& scratch) {
+  if (!condition.given) return true;
+  if (fields.size() <= plan.id) fields.resize(plan.id + std::size_t{1});
+  PlannedField& field = fields[plan.id];
+  if (!field.known) {
+    const PlannedValue* value = FindValueNoCase(plan.values, condition.field);
+    field = {true, value ? static_cast<std::int32_t>(value - plan.values.data()) : -1};
+  }
+  if (field.position < 0) return false;
+  const PlannedValue& value = plan.values[static_cast<std::size_t>(field.position)];
+  return ConditionHolds(condition, PlannedText(decoder, value, scratch));
 }
 
 bool AnyTextContains(const DecodedEvent& event, std::string_view lowered, std::string& scratch) {
   return std::any_of(event.values.begin(), event.values.end(), [&](const NamedValue& value) {
     return ContainsNoCase(TextOf(event, value, scratch), lowered);
+  });
+}
+
+bool AnyTextContains(const EvtxDecoder& decoder, const ValuePlan& plan, std::string_view lowered,
+                     std::string& scratch) {
+  return std::any_of(plan.values.begin(), plan.values.end(), [&](const PlannedValue& value) {
+    return ContainsNoCase(PlannedText(decoder, value, scratch), lowered);
   });
 }
 
@@ -77,7 +100,22 @@ void ForgetStaleShapes(EvtxQueries& all, const EvtxDecoder& decoder) {
   if (all.names_generation == decoder.names.generation) return;
   all.shapes.clear();
   all.planned.clear();
+  for (EvtxQuery& query : all.queries) {
+    query.condition_fields.clear();
+    query.success_fields.clear();
+    query.pulled_shapes.clear();
+  }
   all.names_generation = decoder.names.generation;
+}
+
+// The present record's plan, asked for once. Without one its values have been decoded.
+const ValuePlan* PlanOf(EvtxQueries& all, EvtxDecoder& decoder, DecodedEvent& event) {
+  ForgetStaleShapes(all, decoder);
+  if (all.plan_serial != event.serial) {
+    all.plan = PlanFor(decoder, event);
+    all.plan_serial = event.serial;
+  }
+  return all.plan;
 }
 
 EvtxShape& ShapeOf(EventRows& rows, EvtxQueries& all, const DecodedEvent& event) {
@@ -93,6 +131,16 @@ PlannedShape& PlannedShapeOf(EventRows& rows, EvtxQueries& all, const ValuePlan&
   PlannedShape& shape = all.planned[plan.id];
   if (!shape.columns) shape = MakePlannedShape(rows, plan);
   return shape;
+}
+
+// Null when the query knows too many plans already.
+PlannedShape* PulledShapeOf(EventRows& rows, EvtxQuery& query, const ValuePlan& plan) {
+  constexpr std::size_t kMostShapes = 1024;
+  const auto known = query.pulled_shapes.find(plan.id);
+  if (known != query.pulled_shapes.end()) return &known->second;
+  if (query.pulled_shapes.size() == kMostShapes) return nullptr;
+  PlannedShape shape = MakePulledShape(rows, plan, *query.pulled);
+  return &query.pulled_shapes.emplace(plan.id, std::move(shape)).first->second;
 }
 
 // Takes what a row says of itself out of the text of one of its cells, as it was before cleaning.
@@ -153,12 +201,15 @@ EvtxQueries PrepareEvtxQueries(const QueryList& queries) {
   return all;
 }
 
-bool EvtxQueryTakes(EvtxQueries& all, const EvtxQuery& query, EvtxDecoder& decoder,
-                    DecodedEvent& event) {
+bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, DecodedEvent& event) {
   const QueryTests& tests = query.tests;
   if (!IdPasses(tests, event.event_id) || !TimePasses(tests, event.written_time)) return false;
   if (!tests.condition.given && !tests.success.given && tests.exists.empty()) return true;
-  DecodeValues(decoder, event);
+  if (const ValuePlan* plan = PlanOf(all, decoder, event)) {
+    return (tests.exists.empty() || AnyTextContains(decoder, *plan, tests.exists, all.scratch)) &&
+           Holds(tests.condition, decoder, *plan, query.condition_fields, all.scratch) &&
+           Holds(tests.success, decoder, *plan, query.success_fields, all.scratch);
+  }
   return (tests.exists.empty() || AnyTextContains(event, tests.exists, all.scratch)) &&
          Holds(tests.condition, event, all.scratch) && Holds(tests.success, event, all.scratch);
 }
@@ -176,21 +227,26 @@ void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder
   }
   row.queryName = query.name;
   row.queryLabel = query.label;
-  ForgetStaleShapes(all, decoder);
+  const ValuePlan* plan = PlanOf(all, decoder, event);
   if (query.spec->all_data) {
-    if (const ValuePlan* plan = PlanFor(decoder, event)) {
+    if (plan) {
       AddPlannedRow(rows, PlannedShapeOf(rows, all, *plan), decoder, event, row);
     } else {
       AddAllData(rows, ShapeOf(rows, all, event), event, row);
     }
     return;
   }
-  DecodeValues(decoder, event);
   if (!query.spec->pull.empty() && !query.pulled) PreparePulls(rows, query);
-  if (query.pulled) {
-    AddPulled(rows, query, decoder, event, row);
-  } else {
+  if (!query.pulled) {
     AddRow(rows, row, {});
+    return;
+  }
+  PlannedShape* shape = plan ? PulledShapeOf(rows, query, *plan) : nullptr;
+  if (shape) {
+    AddPlannedRow(rows, *shape, decoder, event, row);
+  } else {
+    DecodeValues(decoder, event);
+    AddPulled(rows, query, decoder, event, row);
   }
 }
 

@@ -16,6 +16,12 @@
 
 namespace tarnlex {
 
+// Where a plan has the field that a query tests.
+struct PlannedField {
+  bool known = false;
+  std::int32_t position = -1;  // in the plan's values; -1 when none has that name
+};
+
 struct EvtxQuery {
   const QuerySpec* spec = nullptr;
   std::uint32_t position = 0;
@@ -25,6 +31,10 @@ struct EvtxQuery {
   // Of a query that pulls: its columns, and the name that fills each. Null until first used.
   const ColumnSet* pulled = nullptr;
   std::vector<std::string> sources;
+  // What is known of plans, by their identifier.
+  std::vector<PlannedField> condition_fields;
+  std::vector<PlannedField> success_fields;
+  std::unordered_map<std::uint32_t, PlannedShape> pulled_shapes;
 };
 
 // The columns of records that carry the same names in the same order.
@@ -41,16 +51,17 @@ struct EvtxQueries {
   std::unordered_map<std::uint64_t, std::vector<EvtxShape>> shapes;  // by hash of the name ids
   std::vector<PlannedShape> planned;                                 // by the plan's id
   std::uint64_t names_generation = 0;  // of the name table that the ids belong to
+  const ValuePlan* plan = nullptr;     // of the record with the serial number below
+  std::uint64_t plan_serial = 0;
   std::string scratch;
 };
 
 // Both lists must stay where they are while the result is used.
 EvtxQueries PrepareEvtxQueries(const QueryList& queries);
 
-// Whether the record passes all tests of the query. Decodes the record's values only when
-// identifier and time leave the question open.
-bool EvtxQueryTakes(EvtxQueries& all, const EvtxQuery& query, EvtxDecoder& decoder,
-                    DecodedEvent& event);
+// Whether the record passes all tests of the query. Looks for the record's plan, or decodes its
+// values, only when identifier and time leave the question open.
+bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, DecodedEvent& event);
 
 // Adds the row that the query makes of a record it takes.
 void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder,

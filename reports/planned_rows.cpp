@@ -1,5 +1,7 @@
 #include "reports/planned_rows.h"
 
+#include <algorithm>
+
 #include "evtx/value.h"
 #include "logs/plain_ascii.h"
 #include "reports/evtx_cells.h"
@@ -19,14 +21,14 @@ char* CopyFixed(const char* from, std::size_t size, char* at) {
 }
 
 // `plain` says whether cleaning would leave the text alone.
-char* WriteSlot(Bytes chunk, const PlannedCell& cell, const SubstitutionValue& value, char* text,
-                bool& plain) {
+char* WriteSlot(Bytes chunk, const PlannedShape& shape, const PlannedCell& cell,
+                const SubstitutionValue& value, char* text, bool& plain) {
   if (value.type == kEvtVarTypeString) {
     char* const end = WritePlainAscii(chunk, value.offset, value.size / 2, text);
     if (end) return end;
   }
   plain = !IsFreeText(value.type);
-  if (value.type == kEvtVarTypeNull && cell.optional) return CopyText(kUnresolved, text);
+  if (value.type == kEvtVarTypeNull && cell.optional) return CopyText(shape.unresolved, text);
   return WriteValueText(chunk, value, text);
 }
 
@@ -38,29 +40,29 @@ PlannedCell MakeCell(const PlannedValue& value) {
   return cell;
 }
 
-}  // namespace
-
-PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan) {
+// `values` gives each column's value, null for none.
+PlannedShape MakeShape(EventRows& rows, const ColumnSet& columns,
+                       const std::vector<const PlannedValue*>& values) {
   PlannedShape shape;
-  std::vector<std::string_view> names;
-  for (const PlannedValue& value : plan.values) names.push_back(ColumnName(*value.name));
-  std::vector<std::uint32_t> order;
-  shape.columns = AddColumnsInOrder(rows, names, order);
+  shape.columns = &columns;
+  std::size_t literals = 0;
+  for (const PlannedValue* value : values) literals += value ? value->literal.size() : 0;
   // A row that is never ended lends its place to the cells that do not change.
-  RowBuilder builder = BeginRow(rows, plan.literal_text + order.size() * kMaxCellOverhead);
+  RowBuilder builder = BeginRow(rows, literals + values.size() * kMaxCellOverhead);
   char* at = builder.start;
   std::uint32_t begin = 0;
-  for (std::size_t column = 0; column < order.size(); ++column) {
-    const PlannedValue& value = plan.values[order[column]];
-    const bool is_provider = static_cast<int>(column) == shape.columns->provider_name;
-    const bool is_level = static_cast<int>(column) == shape.columns->level;
-    if (value.origin == kOriginLiteral) {
-      if (is_provider) shape.provider = InternText(rows, value.literal);
-      if (is_level) shape.level = LevelOf(value.literal);
-      at = EndCell(builder, CopyText(value.literal, BeginCell(builder, at)));
+  for (std::size_t column = 0; column < values.size(); ++column) {
+    const PlannedValue* value = values[column];
+    const bool is_provider = static_cast<int>(column) == columns.provider_name;
+    const bool is_level = static_cast<int>(column) == columns.level;
+    if (!value || value->origin == kOriginLiteral) {
+      const std::string_view text = value ? value->literal : std::string_view();
+      if (is_provider) shape.provider = InternText(rows, text);
+      if (is_level) shape.level = LevelOf(text);
+      at = EndCell(builder, CopyText(text, BeginCell(builder, at)));
       continue;
     }
-    PlannedCell& cell = shape.cells.emplace_back(MakeCell(value));
+    PlannedCell& cell = shape.cells.emplace_back(MakeCell(*value));
     cell.is_provider = is_provider;
     cell.is_level = is_level;
     cell.fixed_begin = begin;
@@ -72,6 +74,31 @@ PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan) {
   shape.fixed.assign(builder.start, at);
   shape.fixed.append(kCellBlock, '\0');
   return shape;
+}
+
+}  // namespace
+
+PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan) {
+  std::vector<std::string_view> names;
+  for (const PlannedValue& value : plan.values) names.push_back(ColumnName(*value.name));
+  std::vector<std::uint32_t> order;
+  const ColumnSet* columns = AddColumnsInOrder(rows, names, order);
+  std::vector<const PlannedValue*> values;
+  for (const std::uint32_t position : order) values.push_back(&plan.values[position]);
+  PlannedShape shape = MakeShape(rows, *columns, values);
+  shape.unresolved = kUnresolved;
+  return shape;
+}
+
+PlannedShape MakePulledShape(EventRows& rows, const ValuePlan& plan, const ColumnSet& columns) {
+  std::vector<const PlannedValue*> values;
+  for (const std::string_view name : columns.names) {
+    const auto found =
+        std::find_if(plan.values.begin(), plan.values.end(),
+                     [name](const PlannedValue& value) { return value.name->text == name; });
+    values.push_back(found == plan.values.end() ? nullptr : &*found);
+  }
+  return MakeShape(rows, columns, values);
 }
 
 void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
@@ -91,7 +118,7 @@ void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& deco
     const SubstitutionValue& value = arrays[cell.nested ? 1 : 0][cell.slot];
     char* const text = BeginCell(builder, at);
     bool plain = true;
-    char* const end = WriteSlot(chunk, cell, value, text, plain);
+    char* const end = WriteSlot(chunk, shape, cell, value, text, plain);
     if (cell.is_provider) row.providerName = KeepProvider(rows, {text, end}, shape.provider);
     if (cell.is_level) row.level = LevelOf({text, end});
     at = plain ? EndPlainCell(builder, end) : EndCell(builder, end);

@@ -25,18 +25,23 @@ struct PlannedCell {
   bool is_level = false;     // or this one as its level
 };
 
-// The rows of one plan in one collection.
+// The rows that one query makes of the records of one plan.
 struct PlannedShape {
   const ColumnSet* columns = nullptr;  // null until the plan is first used
   std::string fixed;                   // finished cells, and a block behind them to be read
   std::vector<PlannedCell> cells;
   std::uint32_t last_begin = 0;  // of the finished cells behind all slots
   std::uint32_t last_size = 0;
-  std::string_view provider;  // from a literal, or of the last record
-  std::uint32_t level = 0;    // from a literal
+  std::string_view unresolved;  // the text of a value that an empty slot leaves out
+  std::string_view provider;    // from a literal, or of the last record
+  std::uint32_t level = 0;      // from a literal
 };
 
+// The shape of rows with all values of the plan.
 PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan);
+
+// The shape of rows with those `columns` that a query pulls; a name without a value stays empty.
+PlannedShape MakePulledShape(EventRows& rows, const ValuePlan& plan, const ColumnSet& columns);
 
 // Adds the row of the record framed last, whose plan made `shape`.
 void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
