@@ -72,7 +72,14 @@ std::size_t ValueTextBound(Bytes chunk, const SubstitutionValue& value);
 // every type without a text of its own, gives an empty text.
 char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out);
 
-// The same into a string of its own.
+// Whether the text of such a value may hold any character. All others consist of letters, digits,
+// blanks and "-./:".
+inline bool IsFreeText(std::uint8_t type) {
+  return type == kEvtVarTypeString || type == kEvtVarTypeAnsiString || type == kEvtVarTypeEvtXml ||
+         type == kEvtVarTypeMultiWideString;
+}
+
+// The text of a value in a string of its own.
 std::string ValueText(Bytes chunk, const SubstitutionValue& value);
 
 // "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x" of 16 bytes, written at `out` (36 characters).

@@ -16,7 +16,7 @@ void LeaveChunk(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expect
 }
 
 // The chunk's header bounds how many records are tried; each record's size leads to the next.
-void WalkRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers, std::uint64_t& count) {
+void WalkRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers) {
   const EvtxChunk& chunk = decoder.chunk;
   DecodedEvent event;
   std::uint32_t offset = kFirstRecord;
@@ -28,7 +28,7 @@ void WalkRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers, std::uint64
       return;
     }
     if (handlers.progress) {
-      handlers.progress(count++, Load<std::uint64_t>(chunk.data.data() + offset + kRecordIdField));
+      handlers.progress(Load<std::uint64_t>(chunk.data.data() + offset + kRecordIdField));
     }
     if (FrameRecord(decoder, offset, expected, event)) handlers.record(decoder, event);
     // A size that leads out of the chunk must not wrap on its way.
@@ -50,7 +50,6 @@ void TraceChunk(EvtxDecoder& decoder) {
 
 void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
                const EvtxHandlers& handlers) {
-  std::uint64_t count = 0;
   std::size_t offset = 0;
   for (; Fits(block, offset, kChunkSize); offset += kChunkSize) {
     if (!HasChunkSignature(block, offset)) {
@@ -63,7 +62,7 @@ void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
     if (decoder.chunk.last_number == kNoRecords) {
       ++decoder.account.empty_chunks;
     } else {
-      WalkRecords(decoder, handlers, count);
+      WalkRecords(decoder, handlers);
     }
   }
   decoder.account.trailing_bytes = block.size() - offset;

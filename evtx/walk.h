@@ -14,9 +14,8 @@ namespace tarnlex {
 struct EvtxHandlers {
   // One record, framed; DecodeValues fills its values when they are wanted.
   std::function<void(EvtxDecoder&, DecodedEvent&)> record;
-  // Before each record of a block: its running count in the block, from 0, and its identifier.
-  // Empty when nobody watches.
-  std::function<void(std::uint64_t count, std::uint64_t record_id)> progress;
+  // Before each record: its identifier. Empty when nobody watches.
+  std::function<void(std::uint64_t record_id)> progress;
 };
 
 // Walks every whole 64 KiB slot of `block`, which begins at `file_offset` of the file. Slots

@@ -88,6 +88,10 @@ std::string HostName();
 bool OnNetworkDrive(const std::string& program_path);
 bool OnRemovableDrive(const std::string& program_path);
 
+// Tells the system that a large stretch of fresh memory is about to be filled, so that it can be
+// had in large pages: a page fault for every 4 KiB is dear. Only a hint.
+void ExpectFilled(void* memory, std::size_t size);
+
 // The present instant as a FILETIME.
 std::uint64_t CurrentFiletime();
 

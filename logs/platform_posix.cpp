@@ -1,6 +1,7 @@
 // The system functions on POSIX systems. Everything that only Windows has answers as absent.
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -215,6 +216,21 @@ std::string HostName() {
 // Mounts carry no drive type here.
 bool OnNetworkDrive(const std::string&) { return false; }
 bool OnRemovableDrive(const std::string&) { return false; }
+
+void ExpectFilled(void* memory, std::size_t size) {
+#ifdef MADV_HUGEPAGE
+  // Only the part that consists of whole large pages can be had so.
+  constexpr std::uintptr_t kLargePage = std::uintptr_t{2} << 20;
+  const auto begin = reinterpret_cast<std::uintptr_t>(memory);
+  const std::uintptr_t padding = (kLargePage - begin % kLargePage) % kLargePage;
+  if (size < padding + kLargePage) return;
+  madvise(static_cast<char*>(memory) + padding, (size - padding) / kLargePage * kLargePage,
+          MADV_HUGEPAGE);
+#else
+  static_cast<void>(memory);
+  static_cast<void>(size);
+#endif
+}
 
 std::uint64_t CurrentFiletime() {
   constexpr std::uint64_t kUnixEpochTicks = 116'444'736'000'000'000;

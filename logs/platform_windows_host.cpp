@@ -215,6 +215,9 @@ bool OnRemovableDrive(const std::string& program_path) {
   return DriveType(program_path) == DRIVE_REMOVABLE;
 }
 
+// Large pages are a privilege of services here.
+void ExpectFilled(void*, std::size_t) {}
+
 std::uint64_t CurrentFiletime() {
   FILETIME now{};
   GetSystemTimeAsFileTime(&now);

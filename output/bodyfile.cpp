@@ -72,9 +72,9 @@ void WriteBodyfile(TextSink& out, const EventRows& rows, RunOptions& options) {
                       MakeCellCleaner(kSeparators, true), options.all_params};
   if (options.header_pending) WriteVerbatim(line.cells, kHeader);
   options.header_pending = false;
-  for (const EventRecord& row : rows.rows) {
+  for (const std::uint32_t number : OrderRows(rows)) {
     if (out.failed) break;
-    WriteLine(line, row);
+    WriteLine(line, rows.rows[number]);
   }
   FinishCells(line.cells);
 }

@@ -9,7 +9,7 @@
 
 namespace tarnlex {
 
-// One line per row, in the rows' order; the header line first while options.header_pending, which
+// One line per row, ordered; the header line first while options.header_pending, which
 // it clears. With options.all_params the name field carries the row's values.
 void WriteBodyfile(TextSink& out, const EventRows& rows, RunOptions& options);
 

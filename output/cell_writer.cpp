@@ -14,21 +14,6 @@ constexpr std::size_t kStepRoom = 2 * kCellBlock;
 // How much room a long text asks for at a time.
 constexpr std::size_t kMostRoom = std::size_t{1} << 16;
 
-void SetReplacement(CellCleaner& cleaner, int index, char from, char to) {
-  std::memset(cleaner.from[index], from, kCellBlock);
-  std::memset(cleaner.to[index], to, kCellBlock);
-}
-
-// Marks the line break at `from`, the longest there; returns its length.
-std::size_t MarkBreak(const char* from, const char* end, char*& out) {
-  const bool pair = end - from > 1 && IsLineBreak(from[1]) && from[0] != from[1];
-  const bool carriage = from[0] == '\r';
-  const std::string_view mark = pair ? carriage ? "[CRLF]" : "[LFCR]" : carriage ? "[CR]" : "[LF]";
-  std::memcpy(out, mark.data(), mark.size());
-  out += mark.size();
-  return pair ? 2 : 1;
-}
-
 // The last characters of a text behind which nothing may be read.
 const char* CopyLast(const char* from, std::size_t count, char (&last)[kCellBlock]) {
   std::memset(last, ' ', kCellBlock);
@@ -55,7 +40,7 @@ std::size_t Clean(CellWriter& writer, const CellCleaner& cleaner, std::string_vi
     writer.at += plain;
     if (plain == count) continue;
     const char* const mark = writer.at;
-    const std::size_t length = MarkBreak(from, end, writer.at);
+    const std::size_t length = MarkLineBreak(from, end, writer.at);
     from += length;
     longer += static_cast<std::size_t>(writer.at - mark) - length;
   }
@@ -63,21 +48,6 @@ std::size_t Clean(CellWriter& writer, const CellCleaner& cleaner, std::string_vi
 }
 
 }  // namespace
-
-CellCleaner MakeCellCleaner(const SeparatorClass& separators, bool pulled) {
-  CellCleaner cleaner;
-  SetReplacement(cleaner, 0, 0, 0);
-  SetReplacement(cleaner, 1, 0, 0);
-  const bool replaces = separators.separator != 0 && separators.replacement != 0;
-  if (replaces) SetReplacement(cleaner, 0, separators.separator, separators.replacement);
-  // A comma that became a semicolon is no longer there for the separator to replace.
-  if (pulled) {
-    const bool again = replaces && separators.separator == ';';
-    if (separators.separator == ',') SetReplacement(cleaner, 0, 0, 0);
-    SetReplacement(cleaner, 1, ',', again ? separators.replacement : ';');
-  }
-  return cleaner;
-}
 
 CellWriter BeginCells(TextSink& sink) {
   char* at = Reserve(sink, kStepRoom);

@@ -3,16 +3,19 @@
 #include <algorithm>
 #include <functional>
 
+#include "logs/platform.h"
 #include "logs/text.h"
 
 namespace tarnlex {
 namespace {
 
-constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
+// The first block suffices for most logs; those of a large log are made of large pages.
+constexpr std::size_t kFirstBlockBytes = std::size_t{1} << 20;
+constexpr std::size_t kBlockBytes = std::size_t{16} << 20;
 
 // A row that may need more than this and does not fit into the current block is built aside, so
 // that a generous bound does not leave much of a block unused.
-constexpr std::size_t kLargeBound = kBlockBytes / 32;
+constexpr std::size_t kLargeBound = std::size_t{32} << 10;
 
 std::size_t HashNames(const std::vector<std::string_view>& names) {
   std::size_t hash = names.size();
@@ -39,9 +42,14 @@ const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_v
   return rows.column_sets.back().get();
 }
 
+EventRows::Block MakeBlock(std::size_t size) {
+  return {std::make_unique_for_overwrite<char[]>(size + kReadableBehind), size};
+}
+
 void AddBlock(EventRows& rows, std::size_t least) {
-  const std::size_t size = std::max(least, kBlockBytes);
-  rows.blocks.push_back({std::make_unique_for_overwrite<char[]>(size + kReadableBehind), size});
+  const std::size_t size = std::max(least, rows.blocks.empty() ? kFirstBlockBytes : kBlockBytes);
+  rows.blocks.push_back(MakeBlock(size));
+  if (size >= kBlockBytes) ExpectFilled(rows.blocks.back().bytes.get(), size);
   rows.free_at = rows.blocks.back().bytes.get();
   rows.free_end = rows.free_at + size;
   rows.block_bytes += size;
@@ -51,9 +59,72 @@ std::size_t Room(const EventRows& rows) {
   return static_cast<std::size_t>(rows.free_end - rows.free_at);
 }
 
-bool EarlierRow(const EventRecord& a, const EventRecord& b) {
-  if (a.timeCreated != b.timeCreated) return a.timeCreated < b.timeCreated;
-  return a.eventRecordId < b.eventRecordId;
+// What rows are ordered by; far smaller than the rows.
+struct RowKey {
+  std::uint64_t time = 0;
+  std::uint64_t record_id = 0;
+  std::uint32_t number = 0;
+};
+
+RowKey KeyOf(const EventRows& rows, std::size_t number) {
+  const EventRecord& row = rows.rows[number];
+  return {row.timeCreated, row.eventRecordId, static_cast<std::uint32_t>(number)};
+}
+
+// Each character of a line break becomes at most this much longer when it is marked.
+constexpr std::size_t kLongerPerBreak = 3;
+
+// Gives a row that is being built so many bytes more than were promised. It moves when they are not
+// there; what lies behind `text_end` stays behind.
+void GrowRow(RowBuilder& builder, const char* text_end, std::size_t longer) {
+  EventRows& rows = *builder.rows;
+  const bool in_block = builder.start == rows.free_at;
+  const char* room_end = in_block ? rows.free_end : rows.scratch.bytes.get() + rows.scratch.size;
+  if (static_cast<std::size_t>(room_end - builder.bound) < longer) {
+    const std::size_t size = static_cast<std::size_t>(builder.bound - builder.start);
+    EventRows::Block grown = MakeBlock(2 * (size + longer));
+    char* const start = grown.bytes.get();
+    std::memcpy(start, builder.start, static_cast<std::size_t>(text_end - builder.start));
+    builder.cell = start + (builder.cell - builder.start);
+    builder.start = start;
+    builder.bound = start + size;
+    rows.scratch = std::move(grown);
+  }
+  builder.bound += longer;
+}
+
+bool IsEarlier(const RowKey& a, const RowKey& b) {
+  return a.time != b.time ? a.time < b.time : a.record_id < b.record_id;
+}
+
+// Where each stretch of keys that lie in order ends. A log that has wrapped has two of them.
+std::vector<std::size_t> FindRuns(const std::vector<RowKey>& keys) {
+  std::vector<std::size_t> ends;
+  for (std::size_t i = 1; i < keys.size(); ++i) {
+    if (IsEarlier(keys[i], keys[i - 1])) ends.push_back(i);
+  }
+  if (!keys.empty()) ends.push_back(keys.size());
+  return ends;
+}
+
+// Merges neighbouring runs until one is left: one pass for a wrapped log, and never more passes
+// than any other sort. Equal keys keep their order.
+void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends) {
+  std::vector<RowKey> merged(ends.size() > 1 ? keys.size() : 0);
+  while (ends.size() > 1) {
+    std::vector<std::size_t> merged_ends;
+    std::size_t begin = 0;
+    for (std::size_t run = 0; run < ends.size(); run += 2) {
+      const std::size_t last = std::min(run + 1, ends.size() - 1);
+      const RowKey* const from = keys.data();
+      std::merge(from + begin, from + ends[run], from + ends[run], from + ends[last],
+                 merged.data() + begin, IsEarlier);
+      begin = ends[last];
+      merged_ends.push_back(begin);
+    }
+    keys.swap(merged);
+    ends.swap(merged_ends);
+  }
 }
 
 }  // namespace
@@ -113,17 +184,25 @@ std::string_view InternText(EventRows& rows, std::string_view text) {
   return recent = *at;
 }
 
+void ExpectRows(EventRows& rows, std::size_t count) {
+  if (count <= rows.rows.capacity()) return;
+  rows.rows.reserve(count);
+  ExpectFilled(rows.rows.data(), count * sizeof(EventRecord));
+}
+
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
-  if (max_bytes > Room(rows)) {
-    if (max_bytes > kLargeBound) {
-      if (rows.scratch.size < max_bytes) {
-        rows.scratch = {std::make_unique_for_overwrite<char[]>(max_bytes), max_bytes};
-      }
-      return {rows.scratch.bytes.get(), nullptr};
-    }
-    AddBlock(rows, max_bytes);
+  RowBuilder builder;
+  builder.rows = &rows;
+  builder.prefix = rows.joined.separator == 0 ? kCellPrefix : 0;
+  if (max_bytes > Room(rows) && max_bytes > kLargeBound) {
+    if (rows.scratch.size < max_bytes) rows.scratch = MakeBlock(max_bytes);
+    builder.start = rows.scratch.bytes.get();
+  } else {
+    if (max_bytes > Room(rows)) AddBlock(rows, max_bytes);
+    builder.start = rows.free_at;
   }
-  return {rows.free_at, nullptr};
+  builder.bound = builder.start + max_bytes;
+  return builder;
 }
 
 char* EndLongCell(RowBuilder& builder, const char* text_end) {
@@ -135,6 +214,28 @@ char* EndLongCell(RowBuilder& builder, const char* text_end) {
   return builder.cell + kLongCellPrefix + length;
 }
 
+char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end) {
+  const auto cleaned = static_cast<std::size_t>(stop - builder.start);
+  const auto left = static_cast<std::size_t>(text_end - stop);
+  const auto breaks = static_cast<std::size_t>(std::count_if(stop, text_end, IsLineBreak));
+  const std::size_t longer = breaks * kLongerPerBreak + kCellBlock;
+  GrowRow(builder, text_end, longer);
+  // The rest of the text makes way for its longer self, which then never reaches what is still to
+  // be read.
+  char* out = builder.start + cleaned;
+  std::memmove(out + longer, out, left);
+  const char* from = out + longer;
+  const char* const end = from + left;
+  while (from != end) {
+    const std::size_t count = std::min(static_cast<std::size_t>(end - from), kCellBlock);
+    const std::size_t plain = CopyCellBlock(builder.rows->joined.cleaner, from, count, out);
+    from += plain;
+    out += plain;
+    if (plain < count) from += MarkLineBreak(from, end, out);
+  }
+  return EndPlainCell(builder, out);
+}
+
 void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row) {
   if (builder.start != rows.free_at) {
     const auto size = static_cast<std::size_t>(end - builder.start);
@@ -144,6 +245,7 @@ void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& 
   }
   rows.rows.push_back(row);
   rows.rows.back().dataItems = rows.free_at;
+  rows.rows.back().dataSize = static_cast<std::uint32_t>(end - rows.free_at);
   rows.free_at = end;
 }
 
@@ -160,10 +262,17 @@ void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::stri
   EndRow(rows, builder, at, row);
 }
 
-void SortRows(EventRows& rows) {
-  // Most logs lie in order already; then one look is all they cost.
-  if (std::is_sorted(rows.rows.begin(), rows.rows.end(), EarlierRow)) return;
-  std::stable_sort(rows.rows.begin(), rows.rows.end(), EarlierRow);
+RowNumbers OrderRows(const EventRows& rows) {
+  std::vector<RowKey> keys;
+  keys.reserve(rows.rows.size());
+  for (std::size_t number = 0; number < rows.rows.size(); ++number) {
+    keys.push_back(KeyOf(rows, number));
+  }
+  MergeRuns(keys, FindRuns(keys));
+  RowNumbers order;
+  order.reserve(keys.size());
+  for (const RowKey& key : keys) order.push_back(key.number);
+  return order;
 }
 
 void ClearRows(EventRows& rows) {

@@ -1,5 +1,6 @@
-// The rows of one log, kept from the walk until they are written. A row's cell texts lie packed in
-// an arena; rows of one shape share their column names. Nothing here knows which container a row is
+// The rows of one log, kept from the walk until they are written. A row's cell texts lie in an
+// arena, packed or, when all that is ever done with them is to write them between separators,
+// joined; rows of one shape share their column names. Nothing here knows which container a row is
 // from.
 #pragma once
 
@@ -14,6 +15,8 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "output/cell_cleaner.h"
 
 namespace tarnlex {
 
@@ -36,7 +39,15 @@ struct EventRecord {
   std::string_view queryName;
   std::string_view queryLabel;
   const ColumnSet* columns = nullptr;
-  const char* dataItems = nullptr;  // the packed cell texts, one per column, in column order
+  const char* dataItems = nullptr;  // the cell texts, one per column, in column order
+  std::uint32_t dataSize = 0;       // of all of them together
+};
+
+// How joined cells look: cleaned, and each followed by the separator, so that a row can be written
+// as it lies. No cleaned text holds the separator; that is how cells are told apart.
+struct JoinedCells {
+  char separator = 0;  // 0: cells are packed
+  CellCleaner cleaner = {};
 };
 
 // A packed cell is a 16-bit length and the text; a length of kLongCell says that the true length
@@ -67,22 +78,23 @@ inline std::string_view NextCell(CellReader& reader) {
   return text;
 }
 
-// All cells of `row` by column position; `cells` is overwritten.
+// All cells of `row`, which are packed, by column position; `cells` is overwritten.
 void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells);
 
 // The column of one name, -1 without it. Names are compared exactly, then, with `fold`, without
 // regard to ASCII case.
 int FindColumn(const ColumnSet& columns, std::string_view name, bool fold);
 
-// The text of one named value of `row`; false and a nullptr-data view when the row has no such
-// column. Names are compared as FindColumn does it.
+// The text of one named value of `row`, whose cells are packed; false and a nullptr-data view when
+// the row has no such column. Names are compared as FindColumn does it.
 bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::string_view& text);
 
 // The ordered collection of one log's rows. Column sets and long-lived texts live in it too and
 // stay as long as the collection itself, past ClearRows: a decoder may remember them for a whole
 // log. Use a new collection for the next log.
 struct EventRows {
-  std::vector<EventRecord> rows;  // in order of arrival until SortRows
+  JoinedCells joined;             // set before the first row
+  std::vector<EventRecord> rows;  // in order of arrival
   struct Block {
     std::unique_ptr<char[]> bytes;
     std::size_t size = 0;
@@ -90,7 +102,7 @@ struct EventRows {
   std::vector<Block> blocks;
   char* free_at = nullptr;
   char* free_end = nullptr;
-  Block scratch;                                 // a row whose bound is far above what it may need
+  Block scratch;                                 // a row that has no place in the blocks yet
   std::set<std::string, std::less<>> texts;      // interned: column, query and provider names
   std::array<std::string_view, 64> recent = {};  // the interned texts last asked for, by hash
   std::vector<std::unique_ptr<ColumnSet>> column_sets;
@@ -114,13 +126,21 @@ const ColumnSet* AddColumnSet(EventRows& rows, const std::vector<std::string_vie
 // A copy of `text` that lives as long as the collection; equal texts are kept once.
 std::string_view InternText(EventRows& rows, std::string_view text);
 
+// Sets room for so many rows aside, so that they need not move when there are more and more; what
+// is not used costs next to nothing. More rows than that may come.
+void ExpectRows(EventRows& rows, std::size_t count);
+
 // Builds the cells of one row in place: BeginRow with an upper bound of all its text plus
 // kMaxCellOverhead for every cell, then for every column in order BeginCell (first at
 // builder.start), text written behind it, EndCell; at last EndRow gives the cells to `row` and
-// stores it. A row that is never ended takes no room. A cell may not reach 4 GiB.
+// stores it. A row that is never ended takes no room. A cell may not reach 4 GiB. Up to kCellBlock
+// bytes behind the bound may be overwritten.
 struct RowBuilder {
+  EventRows* rows = nullptr;
   char* start = nullptr;
+  char* bound = nullptr;  // what is written ends here at most
   char* cell = nullptr;
+  std::size_t prefix = 0;
 };
 inline constexpr std::size_t kMaxCellOverhead = 8;  // bytes that a cell needs beside its text
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes);
@@ -128,14 +148,21 @@ RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes);
 // Returns where the text goes.
 inline char* BeginCell(RowBuilder& builder, char* at) {
   builder.cell = at;
-  return at + kCellPrefix;
+  return at + builder.prefix;
 }
 
-// Moves the text of a cell that turned out long behind its longer prefix; returns the new end.
+// The rest of EndCell for texts that need more: a packed cell with a long text, and a joined cell
+// with line breaks, from `stop` on not cleaned yet. Both return where the next cell begins.
 char* EndLongCell(RowBuilder& builder, const char* text_end);
+char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end);
 
-// Returns where the next cell begins.
-inline char* EndCell(RowBuilder& builder, char* text_end) {
+// Ends a cell of digits and the like, with nothing in it that cleaning would touch. Returns where
+// the next cell begins.
+inline char* EndPlainCell(RowBuilder& builder, char* text_end) {
+  if (builder.prefix == 0) {
+    *text_end = builder.rows->joined.separator;
+    return text_end + 1;
+  }
   const auto length = static_cast<std::size_t>(text_end - builder.cell) - kCellPrefix;
   if (length >= kLongCell) return EndLongCell(builder, text_end);
   const auto short_length = static_cast<std::uint16_t>(length);
@@ -143,13 +170,25 @@ inline char* EndCell(RowBuilder& builder, char* text_end) {
   return text_end;
 }
 
+// The same for any cell.
+inline char* EndCell(RowBuilder& builder, char* text_end) {
+  if (builder.prefix == 0) {
+    char* const stop = ReplaceInPlace(builder.rows->joined.cleaner, builder.cell, text_end);
+    if (stop != text_end) return EndBrokenCell(builder, stop, text_end);
+  }
+  return EndPlainCell(builder, text_end);
+}
+
 void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row);
 
 // Convenience for rows that are not made in the fast path: one text per column of row.columns.
 void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells);
 
-// Orders by time created, then record identifier, then arrival.
-void SortRows(EventRows& rows);
+// Positions in EventRows::rows.
+using RowNumbers = std::vector<std::uint32_t>;
+
+// All rows by time created, then record identifier, then arrival. The rows stay where they are.
+RowNumbers OrderRows(const EventRows& rows);
 
 // Forgets all rows and gives their memory back but for the first block; column sets and interned
 // texts stay.

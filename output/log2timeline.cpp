@@ -143,8 +143,9 @@ void WriteLog2Timeline(TextSink& out, const EventRows& rows, const LogInfo& log,
   line.log_name = DisplayName(log, options);
   line.log = &log;
   line.options = &options;
-  for (const EventRecord& row : rows.rows) {
+  for (const std::uint32_t number : OrderRows(rows)) {
     if (out.failed) break;
+    const EventRecord& row = rows.rows[number];
     if (!IsValidFiletime(row.timeCreated)) continue;
     if (options.header_pending) WriteHeader(line);
     options.header_pending = false;

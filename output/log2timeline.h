@@ -7,7 +7,7 @@
 
 namespace tarnlex {
 
-// One line per row, in the rows' order; the header line first while options.header_pending, which
+// One line per row, ordered; the header line first while options.header_pending, which
 // it clears. A row without a valid time has no place on a timeline and gets no line.
 void WriteLog2Timeline(TextSink& out, const EventRows& rows, const LogInfo& log,
                        RunOptions& options);

@@ -87,7 +87,8 @@ RecordOutput MakeRecordOutput(TextSink& standard_output, OutputOpener open) {
   return output;
 }
 
-bool WriteRecords(RecordOutput& output, EventRows& rows, const LogInfo& log, RunOptions& options) {
+bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& log,
+                  RunOptions& options) {
   if (rows.rows.empty()) return false;
   OutputFile* file = FileFor(output, log, options);
   if (file == nullptr) {

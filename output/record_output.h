@@ -40,10 +40,11 @@ struct RecordOutput {
 RecordOutput MakeRecordOutput(TextSink& standard_output);
 RecordOutput MakeRecordOutput(TextSink& standard_output, OutputOpener open);
 
-// Writes the rows of `log` in the run's form (sorting them) and hands everything on. True when rows
+// Writes the rows of `log` in the run's form and hands everything on. True when rows
 // were written; false for an empty collection, and when the file cannot be opened, which is said on
 // `options.messages`. May be called several times for one log: its file goes on.
-bool WriteRecords(RecordOutput& output, EventRows& rows, const LogInfo& log, RunOptions& options);
+bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& log,
+                  RunOptions& options);
 
 // Whether a record could not be written; what follows it would be worthless. Never true of null.
 bool HasFailed(const RecordOutput* output);

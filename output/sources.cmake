@@ -1,5 +1,6 @@
 target_sources(tarnlex_core PRIVATE
   output/bodyfile.cpp
+  output/cell_cleaner.cpp
   output/cell_writer.cpp
   output/date_time.cpp
   output/date_time_parse.cpp

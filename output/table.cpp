@@ -4,6 +4,7 @@
 #include <cstring>
 #include <set>
 #include <span>
+#include <utility>
 
 #include "logs/text.h"
 #include "output/bodyfile.h"
@@ -51,12 +52,15 @@ struct TableWriter {
   CellEnd between;             // two cells of a row
   CellEnd row_end;             // behind the last cell
   std::string_view separator;  // between two names of the header
+  bool joined = false;
   bool padded = true;
   bool paired = false;
   bool blank_before_time = true;
   bool is_evtx = true;
   std::size_t date_width = 0;
   std::size_t time_width = 0;
+  std::string last_date;
+  std::string cleaned_date;
   std::string log_name;
   RepeatedText query_name_text;
   RepeatedText provider_text;
@@ -96,10 +100,18 @@ void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_v
   Pad(table, width, repeated.characters);
 }
 
+// A date like "Mar 07, 12" holds a comma of its own, but not every day.
+void WriteDate(TableWriter& table, std::string_view date) {
+  if (date != table.last_date) {
+    table.last_date = date;
+    table.cleaned_date = Cleaned(table.text_cleaner, date);
+  }
+  WriteVerbatim(table.cells, table.cleaned_date);
+}
+
 void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
   const DateTimeText text = FormatDateTime(table.date_time, filetime);
-  // A date like "Mar 07, 12" holds a comma of its own.
-  WriteCleaned(table.cells, table.text_cleaner, text.date);
+  WriteDate(table, text.date);
   if (table.paired) {
     WriteCharacter(table.cells, ' ');
     WriteVerbatim(table.cells, text.time);
@@ -180,6 +192,43 @@ void WriteDelimitedCells(TableWriter& table, const TableColumns& columns, const 
   slowly([&] { WriteEmptyCells(table, columns, next, columns.names.size()); });
 }
 
+// Copies a joined cell and its separator; a block behind them is overwritten. Returns their end.
+const char* CopyJoinedCell(char separator, const char* from, char*& out) {
+  for (;;) {
+    const std::size_t before = FindInCellBlock(separator, from);
+    std::memcpy(out, from, kCellBlock);
+    const std::size_t copied = std::min(before + 1, kCellBlock);
+    from += copied;
+    out += copied;
+    if (before < kCellBlock) return from;
+  }
+}
+
+// Joined cells go out as they lie, with empty ones in between where the row lacks columns.
+void WriteJoinedCells(TableWriter& table, const TableColumns& columns, const EventRecord& row,
+                      const std::vector<std::uint32_t>& positions) {
+  if (positions.size() == columns.names.size()) {
+    WriteVerbatim(table.cells, {row.dataItems, row.dataSize});
+    return;
+  }
+  NeedRoom(table.cells, row.dataSize + columns.names.size() + kCellBlock);
+  const char separator = table.separator.front();
+  const char* from = row.dataItems;
+  char* at = table.cells.at;
+  std::size_t next = 0;
+  const auto skip_to = [&](std::size_t column) {
+    std::memset(at, separator, column - next);
+    at += column - next;
+  };
+  for (const std::uint32_t column : positions) {
+    skip_to(column);
+    from = CopyJoinedCell(separator, from, at);
+    next = column + std::size_t{1};
+  }
+  skip_to(columns.names.size());
+  table.cells.at = at;
+}
+
 void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord& row,
               const std::vector<std::uint32_t>* positions) {
   WriteNumberCell(table, row.eventRecordId);
@@ -200,7 +249,9 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord
     WriteRepeatedCell(table, table.provider_text, row.providerName, columns.provider_width);
     Write(table.cells, table.between);
   }
-  if (!table.padded && positions != nullptr) {
+  if (table.joined && positions != nullptr) {
+    WriteJoinedCells(table, columns, row, *positions);
+  } else if (!table.padded && positions != nullptr) {
     WriteDelimitedCells(table, columns, row, *positions);
   } else {
     WriteValueCells(table, columns, row, positions);
@@ -345,10 +396,24 @@ std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type) {
   }
 }
 
+JoinedCells JoinedForm(const RunOptions& options) {
+  const SeparatorClass& separators = options.separator_class;
+  const bool known = separators.separator == ',' || separators.separator == '|';
+  const bool as_table =
+      options.delimited && !options.multiline_form && !options.bodyfile_form && !options.l2t_form;
+  if (!as_table || !known || separators.replacement == 0 ||
+      options.separator != std::string_view(&separators.separator, 1)) {
+    return {};
+  }
+  return {separators.separator, MakeCellCleaner(separators, true)};
+}
+
 void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
                  const RunOptions& options, bool grouped) {
   TableWriter table = MakeTableWriter(out, log, options);
-  const RowGroups groups = grouped ? GroupRows(rows) : OneGroup(rows);
+  table.joined = rows.joined.separator != 0;
+  RowNumbers order = OrderRows(rows);
+  const RowGroups groups = grouped ? GroupRows(rows, order) : OneGroup(std::move(order));
   std::size_t begin = 0;
   for (const std::size_t end : groups.ends) {
     WriteGroup(table, rows, std::span(groups.order).subspan(begin, end - begin),
@@ -359,9 +424,9 @@ void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
   FinishCells(table.cells);
 }
 
-void WriteLogResults(TextSink& out, EventRows& rows, const LogInfo& log, RunOptions& options) {
+void WriteLogResults(TextSink& out, const EventRows& rows, const LogInfo& log,
+                     RunOptions& options) {
   if (rows.rows.empty()) return;
-  SortRows(rows);
   if (options.bodyfile_form) {
     WriteBodyfile(out, rows, options);
   } else if (options.l2t_form) {

@@ -15,12 +15,16 @@ namespace tarnlex {
 // The word for an EVTX level or an EVT event type.
 std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type);
 
-// Writes all rows of one log in the run's form, ordered; nothing for an empty collection. `log`
-// names the log in the last column and says which container the rows are from. Sorts `rows`.
-void WriteLogResults(TextSink& out, EventRows& rows, const LogInfo& log, RunOptions& options);
+// How rows may be kept joined for WriteLogResults with these options: only for tables without
+// padding whose separator no cell can hold. Elsewhere the result has no separator.
+JoinedCells JoinedForm(const RunOptions& options);
 
-// Tables of rows that are ordered already: one per event identifier and provider, an empty line
-// behind each, or with `grouped` off one for all.
+// Writes all rows of one log in the run's form, ordered; nothing for an empty collection. `log`
+// names the log in the last column and says which container the rows are from.
+void WriteLogResults(TextSink& out, const EventRows& rows, const LogInfo& log, RunOptions& options);
+
+// Tables of the rows, ordered: one per event identifier and provider, an empty line behind each, or
+// with `grouped` off one for all.
 void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
                  const RunOptions& options, bool grouped);
 

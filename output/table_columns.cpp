@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <numeric>
+#include <utility>
 
 #include "logs/text.h"
 #include "output/cell_writer.h"
@@ -10,42 +11,50 @@
 namespace tarnlex {
 namespace {
 
+// Providers are texts of the collection's own, where equal texts are one: their place tells them
+// apart.
 struct GroupKey {
   std::uint64_t event_id = 0;
-  std::string_view provider;
+  const char* provider = nullptr;
   bool operator==(const GroupKey&) const = default;
 };
 
 struct HashGroupKey {
   std::size_t operator()(const GroupKey& key) const {
-    return std::hash<std::string_view>{}(key.provider) ^ (key.event_id * 0x9E3779B97F4A7C15U);
+    return std::hash<const char*>{}(key.provider) ^ (key.event_id * 0x9E3779B97F4A7C15U);
   }
 };
 
 struct Group {
-  GroupKey key;
+  std::uint64_t event_id = 0;
+  std::string_view provider;
   std::size_t rows = 0;
 };
 
-// Numbers the groups in the order in which they are met; `group_of` gets each row's number.
+// Numbers the groups in the order of arrival; `group_of` gets each row's number.
 std::vector<Group> FindGroups(const EventRows& rows, RowNumbers& group_of) {
   std::vector<Group> groups;
   std::unordered_map<GroupKey, std::uint32_t, HashGroupKey> numbers;
+  GroupKey last;
+  std::uint32_t number = 0;
   group_of.reserve(rows.rows.size());
   for (const EventRecord& row : rows.rows) {
-    const GroupKey key{row.eventId, row.providerName};
-    const auto [at, added] = numbers.try_emplace(key, static_cast<std::uint32_t>(groups.size()));
-    if (added) groups.push_back({key, 0});
-    ++groups[at->second].rows;
-    group_of.push_back(at->second);
+    const GroupKey key{row.eventId, row.providerName.data()};
+    if (groups.empty() || key != last) {
+      const auto found = numbers.try_emplace(key, static_cast<std::uint32_t>(groups.size()));
+      if (found.second) groups.push_back({row.eventId, row.providerName, 0});
+      number = found.first->second;
+      last = key;
+    }
+    ++groups[number].rows;
+    group_of.push_back(number);
   }
   return groups;
 }
 
 // As the texts order that spell a key: 16 hexadecimal digits of the identifier, the provider.
 bool EarlierGroup(const Group& a, const Group& b) {
-  if (a.key.event_id != b.key.event_id) return a.key.event_id < b.key.event_id;
-  return a.key.provider < b.key.provider;
+  return a.event_id != b.event_id ? a.event_id < b.event_id : a.provider < b.provider;
 }
 
 void MergeNames(TableColumns& columns) {
@@ -99,7 +108,7 @@ void Measure(TableColumns& columns, const EventRows& rows, std::span<const std::
 
 }  // namespace
 
-RowGroups GroupRows(const EventRows& rows) {
+RowGroups GroupRows(const EventRows& rows, const RowNumbers& order) {
   RowNumbers group_of;
   const std::vector<Group> groups = FindGroups(rows, group_of);
   RowNumbers sorted(groups.size());
@@ -115,18 +124,15 @@ RowGroups GroupRows(const EventRows& rows) {
     end += groups[group].rows;
     grouped.ends.push_back(end);
   }
-  grouped.order.resize(group_of.size());
-  for (std::size_t row = 0; row < group_of.size(); ++row) {
-    grouped.order[next[group_of[row]]++] = static_cast<std::uint32_t>(row);
-  }
+  grouped.order.resize(order.size());
+  for (const std::uint32_t row : order) grouped.order[next[group_of[row]]++] = row;
   return grouped;
 }
 
-RowGroups OneGroup(const EventRows& rows) {
+RowGroups OneGroup(RowNumbers order) {
   RowGroups grouped;
-  grouped.order.resize(rows.rows.size());
-  std::iota(grouped.order.begin(), grouped.order.end(), 0U);
-  grouped.ends.push_back(grouped.order.size());
+  grouped.ends.push_back(order.size());
+  grouped.order = std::move(order);
   return grouped;
 }
 

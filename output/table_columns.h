@@ -13,19 +13,16 @@
 
 namespace tarnlex {
 
-// Positions in EventRows::rows.
-using RowNumbers = std::vector<std::uint32_t>;
-
 // The rows of a collection, those of one event identifier and provider name side by side; groups
-// in the order of identifier, then provider, rows within a group in their own order.
+// in the order of identifier, then provider, rows within a group in the order given.
 struct RowGroups {
   RowNumbers order;
   std::vector<std::size_t> ends;  // where in `order` each group ends
 };
-RowGroups GroupRows(const EventRows& rows);
+RowGroups GroupRows(const EventRows& rows, const RowNumbers& order);
 
 // All rows as one group.
-RowGroups OneGroup(const EventRows& rows);
+RowGroups OneGroup(RowNumbers order);
 
 // The columns made from pulled values, and what the fixed columns need to know of the rows.
 struct TableColumns {

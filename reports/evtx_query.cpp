@@ -1,17 +1,14 @@
 #include "reports/evtx_query.h"
 
 #include <algorithm>
-#include <cstring>
-#include <limits>
 
 #include "evtx/record.h"
 #include "logs/text.h"
+#include "reports/evtx_cells.h"
 
 namespace tarnlex {
 namespace {
 
-constexpr std::string_view kUnnamed = "<unnamed>";
-constexpr std::string_view kUnresolved = "[null]";
 constexpr std::string_view kProviderName = "Provider Name";
 
 bool Holds(const Condition& condition, const DecodedEvent& event, std::string& scratch) {
@@ -49,8 +46,6 @@ void PreparePulls(EventRows& rows, EvtxQuery& query) {
   for (const std::string_view name : query.pulled->names) query.sources.emplace_back(name);
 }
 
-std::string_view ColumnName(const Name& name) { return name.text.empty() ? kUnnamed : name.text; }
-
 std::uint64_t HashNames(const DecodedEvent& event) {
   std::uint64_t hash = event.values.size();
   for (const NamedValue& value : event.values) {
@@ -73,13 +68,7 @@ EvtxShape MakeShape(EventRows& rows, const DecodedEvent& event) {
     shape.name_ids.push_back(value.name->id);
     names.push_back(ColumnName(*value.name));
   }
-  std::vector<int> position_of;
-  shape.columns = AddColumnSet(rows, names, position_of);
-  shape.order.resize(shape.columns->names.size());
-  for (std::size_t i = 0; i < position_of.size(); ++i) {
-    if (position_of[i] < 0) continue;
-    shape.order[static_cast<std::size_t>(position_of[i])] = static_cast<std::uint32_t>(i);
-  }
+  shape.columns = AddColumnsInOrder(rows, names, shape.order);
   return shape;
 }
 
@@ -99,22 +88,6 @@ EvtxShape& ShapeOf(EventRows& rows, EvtxQueries& all, const DecodedEvent& event)
   return candidates.emplace_back(MakeShape(rows, event));
 }
 
-PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan) {
-  PlannedShape shape;
-  std::vector<std::string_view> names;
-  for (const PlannedValue& value : plan.values) names.push_back(ColumnName(*value.name));
-  std::vector<int> position_of;
-  shape.columns = AddColumnSet(rows, names, position_of);
-  shape.cells.resize(shape.columns->names.size());
-  for (std::size_t i = 0; i < position_of.size(); ++i) {
-    if (position_of[i] < 0) continue;
-    const PlannedValue& value = plan.values[i];
-    shape.cells[static_cast<std::size_t>(position_of[i])] = {value.origin, value.optional,
-                                                             value.literal};
-  }
-  return shape;
-}
-
 PlannedShape& PlannedShapeOf(EventRows& rows, EvtxQueries& all, const ValuePlan& plan) {
   if (all.planned.size() <= plan.id) all.planned.resize(plan.id + std::size_t{1});
   PlannedShape& shape = all.planned[plan.id];
@@ -122,79 +95,29 @@ PlannedShape& PlannedShapeOf(EventRows& rows, EvtxQueries& all, const ValuePlan&
   return shape;
 }
 
-char* CopyText(std::string_view text, char* at) {
-  std::memcpy(at, text.data(), text.size());
-  return at + text.size();
-}
-
-std::string_view CellAt(const char* at) {
-  CellReader reader{at};
-  return NextCell(reader);
-}
-
-std::uint32_t LevelOf(std::string_view text) {
-  constexpr std::uint64_t kMax = std::numeric_limits<std::uint32_t>::max();
-  return static_cast<std::uint32_t>(std::min(LeadingNumber(text), kMax));
-}
-
-// Fills what a row says of itself from the cells written for it: `provider` and `level` are where
-// those cells begin, null without them. `last_provider` is the provider of the row before, mostly
-// the same.
-void FillFromCells(EventRows& rows, const char* provider, const char* level,
-                   std::string_view& last_provider, EventRecord& row) {
-  if (provider) {
-    const std::string_view text = CellAt(provider);
-    if (text != last_provider) last_provider = InternText(rows, text);
-    row.providerName = last_provider;
+// Takes what a row says of itself out of the text of one of its cells, as it was before cleaning.
+void FillFromCell(EventRows& rows, std::size_t column, std::string_view text,
+                  std::string_view& last_provider, EventRecord& row) {
+  const int position = static_cast<int>(column);
+  if (position == row.columns->provider_name) {
+    row.providerName = KeepProvider(rows, text, last_provider);
   }
-  if (level) row.level = LevelOf(CellAt(level));
+  if (position == row.columns->level) row.level = LevelOf(text);
 }
 
 void AddAllData(EventRows& rows, EvtxShape& shape, const DecodedEvent& event, EventRecord& row) {
   row.columns = shape.columns;
   const std::size_t overhead = shape.order.size() * (kMaxCellOverhead + kUnresolved.size());
   RowBuilder builder = BeginRow(rows, event.max_text + overhead);
-  const auto provider = static_cast<std::size_t>(shape.columns->provider_name);
-  const auto level = static_cast<std::size_t>(shape.columns->level);
-  const char* provider_cell = nullptr;
-  const char* level_cell = nullptr;
   char* at = builder.start;
   for (std::size_t column = 0; column < shape.order.size(); ++column) {
-    if (column == provider) provider_cell = at;
-    if (column == level) level_cell = at;
     const NamedValue& value = event.values[shape.order[column]];
-    char* text = BeginCell(builder, at);
-    text = value.unresolved ? CopyText(kUnresolved, text) : WriteText(event, value, text);
-    at = EndCell(builder, text);
+    char* const text = BeginCell(builder, at);
+    char* const end =
+        value.unresolved ? CopyText(kUnresolved, text) : WriteText(event, value, text);
+    FillFromCell(rows, column, {text, end}, shape.provider, row);
+    at = EndCell(builder, end);
   }
-  FillFromCells(rows, provider_cell, level_cell, shape.provider, row);
-  EndRow(rows, builder, at, row);
-}
-
-char* WritePlanned(const EvtxDecoder& decoder, const PlannedCell& cell, char* text) {
-  if (cell.origin == kOriginLiteral) return CopyText(cell.literal, text);
-  const SubstitutionArray& array =
-      (cell.origin & kOriginNestedSlot) != 0 ? decoder.nested.array : decoder.array;
-  const SubstitutionValue& value = array.values[cell.origin & kOriginSlotMask];
-  if (cell.optional && value.type == kEvtVarTypeNull) return CopyText(kUnresolved, text);
-  return WriteValueText(decoder.chunk.data, value, text);
-}
-
-void AddPlanned(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
-                const DecodedEvent& event, EventRecord& row) {
-  row.columns = shape.columns;
-  RowBuilder builder = BeginRow(rows, event.max_text + shape.cells.size() * kMaxCellOverhead);
-  const auto provider = static_cast<std::size_t>(shape.columns->provider_name);
-  const auto level = static_cast<std::size_t>(shape.columns->level);
-  const char* provider_cell = nullptr;
-  const char* level_cell = nullptr;
-  char* at = builder.start;
-  for (std::size_t column = 0; column < shape.cells.size(); ++column) {
-    if (column == provider) provider_cell = at;
-    if (column == level) level_cell = at;
-    at = EndCell(builder, WritePlanned(decoder, shape.cells[column], BeginCell(builder, at)));
-  }
-  FillFromCells(rows, provider_cell, level_cell, shape.provider, row);
   EndRow(rows, builder, at, row);
 }
 
@@ -203,20 +126,17 @@ void AddPulled(EventRows& rows, const EvtxQuery& query, EvtxDecoder& decoder,
   row.columns = query.pulled;
   const std::size_t overhead = query.sources.size() * kMaxCellOverhead;
   RowBuilder builder = BeginRow(rows, event.max_text + overhead);
-  const char* provider_cell = nullptr;
-  const char* level_cell = nullptr;
+  std::string_view last_provider;
   char* at = builder.start;
   for (std::size_t column = 0; column < query.sources.size(); ++column) {
-    if (static_cast<int>(column) == query.pulled->provider_name) provider_cell = at;
-    if (static_cast<int>(column) == query.pulled->level) level_cell = at;
     const auto name = decoder.names.by_text.find(query.sources[column]);
     const NamedValue* value =
         name == decoder.names.by_text.end() ? nullptr : FindValue(event, name->second);
-    char* text = BeginCell(builder, at);
-    at = EndCell(builder, value ? WriteText(event, *value, text) : text);
+    char* const text = BeginCell(builder, at);
+    char* const end = value ? WriteText(event, *value, text) : text;
+    FillFromCell(rows, column, {text, end}, last_provider, row);
+    at = EndCell(builder, end);
   }
-  std::string_view last_provider;
-  FillFromCells(rows, provider_cell, level_cell, last_provider, row);
   EndRow(rows, builder, at, row);
 }
 
@@ -259,7 +179,7 @@ void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder
   ForgetStaleShapes(all, decoder);
   if (query.spec->all_data) {
     if (const ValuePlan* plan = PlanFor(decoder, event)) {
-      AddPlanned(rows, PlannedShapeOf(rows, all, *plan), decoder, event, row);
+      AddPlannedRow(rows, PlannedShapeOf(rows, all, *plan), decoder, event, row);
     } else {
       AddAllData(rows, ShapeOf(rows, all, event), event, row);
     }

@@ -11,6 +11,7 @@
 #include "evtx/decoder.h"
 #include "output/event_rows.h"
 #include "reports/filter.h"
+#include "reports/planned_rows.h"
 #include "reports/query_spec.h"
 
 namespace tarnlex {
@@ -32,18 +33,6 @@ struct EvtxShape {
   const ColumnSet* columns = nullptr;
   std::vector<std::uint32_t> order;  // for each column, the position of its value in the record
   std::string_view provider;         // of the last record, kept with the rows
-};
-
-// The same for the records of one plan: where the text of each cell comes from.
-struct PlannedCell {
-  std::uint8_t origin = kOriginUnknown;
-  bool optional = false;
-  std::string_view literal;
-};
-struct PlannedShape {
-  const ColumnSet* columns = nullptr;
-  std::vector<PlannedCell> cells;
-  std::string_view provider;  // as EvtxShape::provider
 };
 
 // The queries of one walk, with what they remember from record to record.

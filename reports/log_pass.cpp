@@ -2,6 +2,7 @@
 
 #include "output/record_output.h"
 #include "output/statistics.h"
+#include "output/table.h"
 
 namespace tarnlex {
 namespace {
@@ -41,13 +42,20 @@ void Offer(LogPass& pass, std::uint64_t event_id, Takes takes, Add add) {
   }
 }
 
+// An empty collection that keeps rows as they will be written, unless a histogram looks into them.
+EventRows MakeRows(const LogPass& pass) {
+  EventRows rows;
+  if (pass.index.histograms.empty()) rows.joined = JoinedForm(pass.options);
+  return rows;
+}
+
 // Rows are kept until the log ends so that they come out in order. A crafted log could make rows of
 // many times its size, though, and then order is worth less than memory.
 void BoundMemory(LogPass& pass) {
   constexpr std::size_t kMost = std::size_t{512} << 20;
   if (MemoryOf(pass.rows) < kMost) return;
   WriteRows(pass);
-  pass.rows = {};
+  pass.rows = MakeRows(pass);
   // Both remember column sets and texts of the collection that is gone.
   if (pass.log.is_evtx) pass.evtx = PrepareEvtxQueries(pass.queries);
   for (EvtQuery& query : pass.evt) query.columns.clear();
@@ -58,10 +66,12 @@ void BoundMemory(LogPass& pass) {
 void PrepareEvtxPass(LogPass& pass) {
   pass.index = IndexQueries(pass.queries);
   pass.evtx = PrepareEvtxQueries(pass.queries);
+  pass.rows = MakeRows(pass);
 }
 
 void PrepareEvtPass(LogPass& pass) {
   pass.index = IndexQueries(pass.queries);
+  pass.rows = MakeRows(pass);
   pass.evt = PrepareEvtQueries(pass.queries);
 }
 

@@ -56,15 +56,16 @@ std::string ProgressName(const std::string& path) {
   return name.substr(0, end) + "..";
 }
 
-EvtxHandlers MakeHandlers(LogPass& pass) {
+// `in_block` counts the records of a block; whoever begins a block sets it to 0.
+EvtxHandlers MakeHandlers(LogPass& pass, std::uint64_t& in_block) {
   EvtxHandlers handlers;
   handlers.record = [&pass](EvtxDecoder& decoder, DecodedEvent& event) {
     RouteEvtxRecord(pass, decoder, event);
   };
   if (!pass.options.show_status) return handlers;
   const std::string head = ProgressName(pass.log.path) + ": ";
-  handlers.progress = [&pass, head](std::uint64_t count, std::uint64_t record_id) {
-    if (count % kProgressEvery != 0) return;
+  handlers.progress = [&pass, &in_block, head](std::uint64_t record_id) {
+    if (in_block++ % kProgressEvery != 0) return;
     Say(pass.options, StatusLine(head + std::to_string(static_cast<std::int64_t>(record_id))));
   };
   return handlers;
@@ -77,21 +78,45 @@ void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
   Flush(*decoder.trace);
 }
 
+// Reads and walks one block piece by piece: a piece still lies in the processor's cache when it is
+// decoded. Returns how much could be read.
+std::uint64_t WalkBlock(EvtxDecoder& decoder, const EvtxHandlers& handlers, const InputFile& file,
+                        std::uint64_t offset, std::uint64_t size, Block& buffer) {
+  constexpr std::uint64_t kPiece = 4 * std::uint64_t{kChunkSize};
+  std::uint64_t done = 0;
+  while (done < size) {
+    const std::uint64_t wanted = std::min(kPiece, size - done);
+    const Bytes bytes = ReadBlock(file, offset + done, wanted, buffer);
+    WalkSlots(decoder, bytes, offset + done, handlers);
+    done += bytes.size();
+    if (bytes.size() < wanted) break;
+  }
+  return done;
+}
+
+// Most records are larger than this; a log of nothing but smaller ones lets its rows move.
+std::size_t RowsToExpect(std::uint64_t log_size) {
+  constexpr std::uint64_t kSmallRecord = 384;
+  return static_cast<std::size_t>(std::min(log_size, kLargeFile) / kSmallRecord);
+}
+
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
   EvtxDecoder decoder;
   decoder.trace = pass.options.diags;
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
-  const EvtxHandlers handlers = MakeHandlers(pass);
-  Block block;
+  ExpectRows(pass.rows, RowsToExpect(file.size));
+  std::uint64_t in_block = 0;
+  const EvtxHandlers handlers = MakeHandlers(pass, in_block);
+  Block buffer;
   for (std::uint64_t offset = start; offset < file.size;) {
     const std::uint64_t size = std::min(kBlockSize, file.size - offset);
-    const Bytes bytes = ReadBlock(file, offset, size, block);
-    WalkSlots(decoder, bytes, offset, handlers);
+    in_block = 0;
+    const std::uint64_t read = WalkBlock(decoder, handlers, file, offset, size, buffer);
     if (pass.options.show_status) Say(pass.options, StatusLine(" "));
     const bool write = file.size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile;
     if (write) WriteRows(pass);
-    if (bytes.size() < size || HasFailed(pass.options.record_output)) break;
+    if (read < size || HasFailed(pass.options.record_output)) break;
     offset += size;
   }
   WriteRows(pass);

@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cstdint>
 #include <cstdio>
+#include <initializer_list>
 #include <limits>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "tests/support/binary_xml_builder.h"
 
@@ -238,6 +241,25 @@ TEST(Value, TypesHaveNames) {
   EXPECT_EQ(TypeName(0x81), "EvtVarTypeMultiWideString");
   EXPECT_EQ(TypeName(0x95), "EvtVarTypeArrayHexInt64");
   EXPECT_EQ(TypeName(0x16), "unknown type");
+}
+
+TEST(IsFreeText, NoOtherTextHoldsASeparatorOrALineBreak) {
+  // Every type over bytes of every kind.
+  for (int seed = 0; seed < 64; ++seed) {
+    std::vector<std::uint8_t> chunk(64);
+    for (std::size_t i = 0; i < chunk.size(); ++i) {
+      chunk[i] = static_cast<std::uint8_t>(static_cast<int>(i) * (2 * seed + 1) + 37 * seed);
+    }
+    for (int type = 0; type < 256; ++type) {
+      const auto code = static_cast<std::uint8_t>(type);
+      if (IsFreeText(code)) continue;
+      for (const std::uint16_t size :
+           std::initializer_list<std::uint16_t>{1, 2, 4, 8, 12, 16, 28}) {
+        const std::string text = ValueText(chunk, {4, size, code});
+        EXPECT_EQ(text.find_first_of(",|\r\n"), std::string::npos) << type << ' ' << text;
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <numeric>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tarnlex {
@@ -80,15 +84,15 @@ TEST(PackedCells, SurviveManyBlocks) {
   record.columns = AddColumns(rows, {"a", "b"});
   for (std::uint64_t i = 0; i < 5000; ++i) {
     record.eventRecordId = i;
-    AddRow(rows, record, {std::to_string(i), std::string(i % 3000, 'x')});
+    AddRow(rows, record, {std::to_string(i), std::string(5 * (i % 3000), 'x')});
   }
   ASSERT_EQ(rows.rows.size(), 5000U);
-  EXPECT_GT(rows.blocks.size(), 3U);
+  EXPECT_GE(rows.blocks.size(), 3U);
   std::vector<std::string_view> cells;
   for (const EventRecord& row : rows.rows) {
     ReadCells(row, cells);
     ASSERT_EQ(cells[0], std::to_string(row.eventRecordId));
-    ASSERT_EQ(cells[1].size(), row.eventRecordId % 3000);
+    ASSERT_EQ(cells[1].size(), 5 * (row.eventRecordId % 3000));
   }
 }
 
@@ -127,6 +131,50 @@ TEST(PackedCells, ARowThatIsNeverEndedLeavesNothing) {
   EXPECT_EQ(found, "next");
 }
 
+EventRows JoinedRows() {
+  EventRows rows;
+  rows.joined = {',', MakeCellCleaner({',', ' '}, true)};
+  return rows;
+}
+
+std::string_view CellsOf(const EventRecord& row) { return {row.dataItems, row.dataSize}; }
+
+TEST(JoinedCells, LieAsTheyWillBeWritten) {
+  EventRows rows = JoinedRows();
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a", "b", "c"});
+  AddRow(rows, record, {"1", "", "two, three"});
+  AddRow(rows, record, {"", "", ""});
+  EXPECT_EQ(CellsOf(rows.rows[0]), "1,,two; three,");
+  EXPECT_EQ(CellsOf(rows.rows[1]), ",,,");
+}
+
+TEST(JoinedCells, MarkLineBreaksWhereverTheyStand) {
+  EventRows rows = JoinedRows();
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a", "b"});
+  AddRow(rows, record, {"\r\n", "\n\r,\r\r\n"});
+  AddRow(rows, record, {"fifteen letters\n,behind a block\r\nand behind it", "plain"});
+  EXPECT_EQ(CellsOf(rows.rows[0]), "[CRLF],[LFCR];[CR][CRLF],");
+  EXPECT_EQ(CellsOf(rows.rows[1]), "fifteen letters[LF];behind a block[CRLF]and behind it,plain,");
+}
+
+TEST(JoinedCells, GrowBeyondWhatWasPromised) {
+  // Nothing but line breaks makes a text four times as long; the cells behind it keep their room.
+  EventRows rows = JoinedRows();
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a", "b", "c"});
+  for (const std::size_t length : {1U, 15U, 16U, 17U, 5'000U, 400'000U, 2'000'000U}) {
+    const std::string breaks(length, '\n');
+    const std::string plain(length, 'x');
+    std::string marked;
+    for (std::size_t i = 0; i < length; ++i) marked += "[LF]";
+    AddRow(rows, record, {breaks, plain, breaks});
+    ASSERT_EQ(CellsOf(rows.rows.back()), marked + "," + plain + "," + marked + ",");
+  }
+  EXPECT_EQ(CellsOf(rows.rows.front()), "[LF],x,[LF],");
+}
+
 TEST(FindCell, ComparesExactlyOrWithoutCase) {
   EventRows rows;
   EventRecord record;
@@ -144,21 +192,31 @@ TEST(FindCell, ComparesExactlyOrWithoutCase) {
   EXPECT_FALSE(FindCell(EventRecord{}, "Computer", true, text));
 }
 
-TEST(SortRows, OrdersByTimeThenRecordThenArrival) {
+TEST(OrderRows, GoesByTimeThenRecordThenArrival) {
   EventRows rows;
   AddRow(rows, RecordAt(20, 1), {});
   AddRow(rows, RecordAt(10, 9), {});
-  EventRecord twin = RecordAt(10, 3);
-  twin.level = 1;
-  AddRow(rows, twin, {});
-  twin.level = 2;
-  AddRow(rows, twin, {});
-  SortRows(rows);
-  std::vector<std::uint64_t> ids;
-  for (const EventRecord& row : rows.rows) ids.push_back(row.eventRecordId);
-  EXPECT_EQ(ids, (std::vector<std::uint64_t>{3, 3, 9, 1}));
-  EXPECT_EQ(rows.rows[0].level, 1U);
-  EXPECT_EQ(rows.rows[1].level, 2U);
+  AddRow(rows, RecordAt(10, 3), {});
+  AddRow(rows, RecordAt(10, 3), {});
+  EXPECT_EQ(OrderRows(rows), (RowNumbers{2, 3, 1, 0}));
+}
+
+TEST(OrderRows, LeavesNoRowOutWhateverTheArrival) {
+  EXPECT_TRUE(OrderRows(EventRows{}).empty());
+  // Stretches in order of every length from 1 to 6, so that an odd number of them is merged too.
+  EventRows rows;
+  for (std::uint64_t run = 1; run <= 6; ++run) {
+    for (std::uint64_t i = 0; i < run; ++i) AddRow(rows, RecordAt(100 - 10 * run + i % 3, run), {});
+  }
+  RowNumbers expected(rows.rows.size());
+  std::iota(expected.begin(), expected.end(), 0U);
+  std::stable_sort(expected.begin(), expected.end(), [&rows](std::uint32_t a, std::uint32_t b) {
+    const EventRecord& one = rows.rows[a];
+    const EventRecord& other = rows.rows[b];
+    return std::pair(one.timeCreated, one.eventRecordId) <
+           std::pair(other.timeCreated, other.eventRecordId);
+  });
+  EXPECT_EQ(OrderRows(rows), expected);
 }
 
 TEST(ClearRows, KeepsColumnSetsAndTextsForTheRestOfTheLog) {

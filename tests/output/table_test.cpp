@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "tests/output/row_maker.h"
 
@@ -24,12 +26,45 @@ RunOptions CsvOptions() {
   return options;
 }
 
-std::string Print(EventRows& rows, RunOptions options, const LogInfo& log = LogAt("a.evtx")) {
+std::string PrintRows(const EventRows& rows, RunOptions& options, const LogInfo& log) {
   std::string text;
   TextSink sink = MakeStringSink(text);
   WriteLogResults(sink, rows, log, options);
   Flush(sink);
   return text;
+}
+
+// What is written must not depend on how the cells are kept.
+std::string Print(const EventRows& rows, RunOptions options, const LogInfo& log = LogAt("a.evtx")) {
+  std::string text = PrintRows(rows, options, log);
+  EventRows joined;
+  joined.joined = JoinedForm(options);
+  std::vector<std::string_view> cells;
+  for (const EventRecord& row : rows.rows) {
+    ReadCells(row, cells);
+    AddRow(joined, row, cells);
+  }
+  EXPECT_EQ(PrintRows(joined, options, log), text);
+  return text;
+}
+
+TEST(JoinedForm, IsForTablesWhoseSeparatorNoCellHolds) {
+  EXPECT_EQ(JoinedForm(CsvOptions()).separator, ',');
+  EXPECT_EQ(JoinedForm(TableOptions()).separator, 0);  // padded
+  RunOptions options = TableOptions();
+  options.delimited = true;
+  EXPECT_EQ(JoinedForm(options).separator, 0);  // " | "
+  options.separator = "|";
+  EXPECT_EQ(JoinedForm(options).separator, '|');
+  options.separator = "\t";
+  options.separator_class = {0, 0};
+  EXPECT_EQ(JoinedForm(options).separator, 0);  // a tab stays in a cell
+  for (bool RunOptions::*form :
+       {&RunOptions::multiline_form, &RunOptions::bodyfile_form, &RunOptions::l2t_form}) {
+    options = CsvOptions();
+    options.*form = true;
+    EXPECT_EQ(JoinedForm(options).separator, 0);
+  }
 }
 
 // One CSV line of one value, without header.

@@ -1,0 +1,44 @@
+// Rows of records whose values a plan gives: which of their cells are the same for all of them is
+// settled once, and those cells are copied as they will lie in the row.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "evtx/decoded_event.h"
+#include "evtx/decoder.h"
+#include "output/event_rows.h"
+
+namespace tarnlex {
+
+// A cell whose text comes out of a slot, and the finished cells in front of it.
+struct PlannedCell {
+  std::uint32_t fixed_begin = 0;  // of the finished cells, in PlannedShape::fixed
+  std::uint32_t fixed_size = 0;
+  std::uint8_t origin = kOriginUnknown;
+  bool optional = false;  // an empty slot leaves the value unresolved
+};
+
+// The rows of one plan in one collection.
+struct PlannedShape {
+  const ColumnSet* columns = nullptr;  // null until the plan is first used
+  std::string fixed;                   // finished cells, and a block behind them to be read
+  std::vector<PlannedCell> cells;
+  std::uint32_t last_begin = 0;  // of the finished cells behind all slots
+  std::uint32_t last_size = 0;
+  int provider_cell = -1;  // positions in `cells`; -1 when no slot gives that value
+  int level_cell = -1;
+  std::string_view provider;  // from a literal, or of the last record
+  std::uint32_t level = 0;    // from a literal
+};
+
+PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan);
+
+// Adds the row of the record framed last, whose plan made `shape`.
+void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
+                   const DecodedEvent& event, EventRecord& row);
+
+}  // namespace tarnlex
