@@ -102,22 +102,7 @@ std::size_t MultiStringUnits(Bytes value) {
 }
 
 char* WriteMultiString(Bytes value, char* out) {
-  const std::size_t units = MultiStringUnits(value);
-  for (std::size_t at = 0; at < units;) {
-    const std::uint16_t unit = UnitOf(value, at);
-    if (unit == 0) {
-      out = WriteText(", ", out);
-    } else if (unit < 0x80) {
-      *out++ = static_cast<char>(unit);
-    } else {
-      const std::size_t begin = at;
-      while (at < units && UnitOf(value, at) != 0) ++at;
-      out = WriteUtf8(value.data() + 2 * begin, at - begin, out);
-      continue;
-    }
-    ++at;
-  }
-  return out;
+  return WriteUtf8List(value.data(), MultiStringUnits(value), out);
 }
 
 // The two digits of every byte.

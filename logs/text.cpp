@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -68,6 +69,17 @@ char* WriteCodePoint(std::uint32_t code, char* out) {
   return out;
 }
 
+// The character that begins at `at`, which moves behind it.
+char* WriteUnit(const std::uint8_t* units, std::size_t count, std::size_t& at, char* out) {
+  std::uint32_t code = UnitAt(units, at++);
+  if (IsHighSurrogate(code) && at < count && IsLowSurrogate(UnitAt(units, at))) {
+    code = 0x10000 + ((code - 0xD800) << 10) + (UnitAt(units, at++) - 0xDC00U);
+  } else if (IsHighSurrogate(code) || IsLowSurrogate(code)) {
+    code = 0xFFFD;
+  }
+  return WriteCodePoint(code, out);
+}
+
 }  // namespace
 
 char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out) {
@@ -78,15 +90,25 @@ char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out) {
     at += plain;
     out += plain;
     // Other scripts come in runs too.
-    for (; at < count && UnitAt(units, at) >= 0x80; ++at) {
-      std::uint32_t code = UnitAt(units, at);
-      if (IsHighSurrogate(code) && at + 1 < count && IsLowSurrogate(UnitAt(units, at + 1))) {
-        code = 0x10000 + ((code - 0xD800) << 10) + (UnitAt(units, ++at) - 0xDC00U);
-      } else if (IsHighSurrogate(code) || IsLowSurrogate(code)) {
-        code = 0xFFFD;
-      }
-      out = WriteCodePoint(code, out);
+    while (at < count && UnitAt(units, at) >= 0x80) out = WriteUnit(units, count, at, out);
+  }
+  return out;
+}
+
+char* WriteUtf8List(const std::uint8_t* units, std::size_t count, char* out) {
+  for (std::size_t at = 0; at < count;) {
+    const std::uint16_t unit = UnitAt(units, at);
+    if (unit >= 0x80) {
+      out = WriteUnit(units, count, at, out);
+      continue;
     }
+    if (unit != 0) {
+      *out++ = static_cast<char>(unit);
+    } else {
+      std::memcpy(out, ", ", 2);
+      out += 2;
+    }
+    ++at;
   }
   return out;
 }
