@@ -108,10 +108,10 @@ inline std::size_t CountCellCharacters(std::string_view text) {
   return characters + CountBlockCharacters(text.data(), text.size());
 }
 
-// Marks the line break at `from`, the longest there, at `out`; returns its length. `out` gets
-// kLineBreakMark characters at most.
+// Marks the line breaks that begin at `from`, each the longest there, at `out`, which has room for
+// `room` characters: a mark at least. Returns how long they are.
 inline constexpr std::size_t kLineBreakMark = 6;
-std::size_t MarkLineBreak(const char* from, const char* end, char*& out);
+std::size_t MarkLineBreaks(const char* from, const char* end, std::size_t room, char*& out);
 
 // Replaces characters where they stand, until a line break; returns where that is, or `end`. Reads
 // and writes a block behind `end`.
