@@ -13,12 +13,14 @@ using namespace support;
 
 std::string Numbered(const std::string& head, int number) { return head + std::to_string(number); }
 
-// A template of many elements that all hold slot 0.
+// A template of many elements that all hold slot 0. Who searches for the text of the last one looks
+// through all others first.
 Template ManyElements(int count) {
   std::vector<Node> elements;
   for (int i = 0; i < count; ++i) {
     elements.push_back(Element(Numbered("n", i), {}, {Slot(0, kString)}));
   }
+  elements.push_back(Element("last", {}, {Text("needle")}));
   return MakeTemplate("many", {Element("Event", {}, elements)});
 }
 
@@ -186,6 +188,7 @@ ByteString OverATail(std::uint8_t type, std::uint16_t size, const ByteString& fi
   for (int i = 0; i < elements; ++i) {
     nodes.push_back(Element(Numbered("n", i), {}, {Slot(1, type)}));
   }
+  nodes.push_back(Element("last", {}, {Text("needle")}));
   const Template many = MakeTemplate("tail", {Element("Event", {}, nodes)});
   EvtxBuilder log;
   log.AddChunk({.last_number = 100'000});
@@ -220,6 +223,7 @@ ByteString ManyValues(const Value& value) {
     elements.push_back(
         Element(Numbered("n", i), {Attribute("a", Slot(0, value.type))}, {Slot(0, value.type)}));
   }
+  elements.push_back(Element("last", {}, {Text("needle")}));
   const Template many = MakeTemplate("values", {Element("Event", {}, elements)});
   return FillWith([&](int) { return InstanceFragment(many, {value}); });
 }

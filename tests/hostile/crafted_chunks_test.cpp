@@ -48,7 +48,7 @@ TEST(CraftedLogs, CostLittleTimeAndMemory) {
       {"-csv"},
       {"-csvgen"},
       {"-bodyfile", "-allparams"},
-      {"-csv", "-string", "aaaaaaab"},
+      {"-csv", "-string", "needle"},
       {"-csv", "-diags", directory.path + "/diags"}};
   for (const CraftedLog& crafted : CraftedLogs()) {
     const std::string log = directory.AddFile("log" + crafted.extension, AsText(crafted.bytes));

@@ -65,7 +65,7 @@ int main(int argc, char** argv) {
       {"-csvl2t", {"-csvl2t"}},
       {"-bodyfile", {"-bodyfile", "-allparams"}},
       {"-multiline", {"-multiline"}},
-      {"-string", {"-csv", "-string", "aaaaaaab"}},
+      {"-string", {"-csv", "-string", "needle"}},
       {"-stats", {"-csv", "-stats", folder + "/stats", "-hist", "n1|n2"}},
       {"-diags", {"-csv", "-diags", folder + "/diags"}}};
   std::filesystem::create_directories(folder);
