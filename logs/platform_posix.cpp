@@ -32,7 +32,8 @@ struct Descriptor {
   }
 };
 
-// Some file systems say only now that a block could not be written. An interrupted close has closed.
+// Some file systems say only now that a block could not be written. An interrupted close has
+// closed.
 bool Close(Descriptor& file) {
   const int number = std::exchange(file.number, -1);
   return number < 0 || close(number) == 0 || errno == EINTR;
