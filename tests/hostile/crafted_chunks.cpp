@@ -237,6 +237,17 @@ ByteString ManyAttributes(const Value& value) {
   return FillWith([&](int) { return InstanceFragment(many, {value}); });
 }
 
+// Records that differ in their event identifier, so that each has a table and a header of its own.
+ByteString TableForEveryRecord(int columns, const std::string& tail) {
+  std::vector<Node> elements = {Element("EventID", {}, {Slot(0, kUInt16)})};
+  for (int i = 0; i < columns; ++i) {
+    elements.push_back(Element(Numbered("n", i) + tail, {}, {Slot(0, kUInt16)}));
+  }
+  const Template many = MakeTemplate("tables", {Element("Event", {}, elements)});
+  return FillWith(
+      [&](int i) { return InstanceFragment(many, {UInt16Value(static_cast<unsigned>(i))}); });
+}
+
 // A few names of many characters, which every record repeats where a form writes names.
 ByteString NamesInEveryRow() {
   const std::string tail(20'000, 'x');
@@ -321,6 +332,8 @@ std::vector<CraftedChunk> CraftedChunks() {
           {"overlapping definitions", OverlappingDefinitions()},
           {"long names", LongNames()},
           {"names in every row", NamesInEveryRow()},
+          {"table for every record", TableForEveryRecord(400, "")},
+          {"long names in each", TableForEveryRecord(8, std::string(1000, 'x'))},
           {"nested arrays", NestedArrays()},
           {"single-byte text", OverATail(kAnsiString, 1, Hex("41"), 400)},
           {"wide text of line breaks", OverATail(kString, 0x7FFE, Units(u"\n"), 500)},
