@@ -12,21 +12,13 @@ std::uint32_t Origin(std::uint64_t record_id, std::uint32_t source) {
 bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64_t record_id,
                int depth);
 
-// The record's one nested array is parsed here already; who plans its values need not do it again.
-void KeepNested(EvtxDecoder& decoder, const TemplateInstance& instance, const DefinitionHead& head,
-                const SubstitutionArray& nested) {
-  decoder.nested.usable = std::has_single_bit(decoder.array.binary_xml) && nested.binary_xml == 0;
-  if (!decoder.nested.usable) return;
-  decoder.nested.definition = instance.definition;
-  decoder.nested.definition_size = head.size;
-  decoder.nested.array = nested;
-}
-
 bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t record_id, int depth) {
   const Bytes chunk = decoder.chunk.data;
   TemplateInstance instance;
   DefinitionHead head;
-  SubstitutionArray nested;
+  // Who plans the values of a record with one array in it need not parse that one again.
+  SubstitutionArray deeper;
+  SubstitutionArray& nested = depth == 0 ? decoder.nested.array : deeper;
   // At its bounds the scan ends quietly: what it has listed by then is sound.
   if (depth == kMaxNesting) return true;
   if (!LocateInstance(chunk, token, instance) ||
@@ -35,7 +27,11 @@ bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t recor
     return false;
   }
   if (!Charge(decoder, nested.count)) return true;
-  if (depth == 0) KeepNested(decoder, instance, head, nested);
+  if (depth == 0) {
+    decoder.nested.usable = std::has_single_bit(decoder.array.binary_xml) && nested.binary_xml == 0;
+    decoder.nested.definition = instance.definition;
+    decoder.nested.definition_size = head.size;
+  }
   if (!decoder.chunk.resolved.contains(instance.definition)) {
     decoder.scanned.push_back({decoder.chunk.file_offset + instance.definition,
                                decoder.chunk.file_offset, instance.definition,

@@ -21,17 +21,22 @@ bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SubstitutionArray
   const auto chunk_end = static_cast<std::uint32_t>(chunk.size());
   std::uint32_t at = descriptors + kDescriptorSize * count;
   std::uint32_t taken = 0;
+  // Kept out of `array`, which the bytes that are read might otherwise be a part of.
+  std::uint32_t binary_xml = 0;
+  bool has_ansi = false;
   for (; taken < count; ++taken, descriptor += kDescriptorSize) {
     const std::uint32_t fields = Load<std::uint32_t>(descriptor);
     const std::uint32_t size = fields & 0xFFFF;
     const auto type = static_cast<std::uint8_t>(fields >> 16);
-    array.cut = size > chunk_end - at;
-    if (array.cut) break;
+    if (size > chunk_end - at) break;
     array.values[taken] = {at, static_cast<std::uint16_t>(size), type};
-    array.binary_xml |= std::uint32_t{type == kEvtVarTypeEvtBXml} << taken;
-    array.has_ansi |= type == kEvtVarTypeAnsiString;
+    if (type == kEvtVarTypeEvtBXml) binary_xml |= 1U << taken;
+    if (type == kEvtVarTypeAnsiString) has_ansi = true;
     at += size;
   }
+  array.cut = taken < count;
+  array.binary_xml = binary_xml;
+  array.has_ansi = has_ansi;
   array.count = taken;
   array.end = at;
   return true;

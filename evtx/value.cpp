@@ -171,15 +171,14 @@ char* WriteGuidText(const std::uint8_t* guid, char* out) {
   next = WriteHex8(
       std::uint32_t{Load<std::uint16_t>(guid + 4)} << 16 | Load<std::uint16_t>(guid + 6), next);
   WriteHex16(__builtin_bswap64(Load<std::uint64_t>(guid + 8)), next);
-  constexpr int kGroups[] = {8, 4, 4, 4, 12};
-  const char* from = digits;
-  for (const int length : kGroups) {
-    if (from != digits) *out++ = '-';
-    std::memcpy(out, from, static_cast<std::size_t>(length));
-    from += length;
-    out += length;
-  }
-  return out;
+  // Groups of 8, 4, 4, 4 and 12 digits.
+  std::memcpy(out, digits, 8);
+  std::memcpy(out + 9, digits + 8, 4);
+  std::memcpy(out + 14, digits + 12, 4);
+  std::memcpy(out + 19, digits + 16, 4);
+  std::memcpy(out + 24, digits + 20, 12);
+  out[8] = out[13] = out[18] = out[23] = '-';
+  return out + kGuidTextSize;
 }
 
 std::size_t ValueTextBound(Bytes chunk, const SubstitutionValue& value) {

@@ -3,6 +3,7 @@ target_sources(tarnlex_core PRIVATE
   logs/output_guard.cpp
   logs/parse_number.cpp
   logs/paths.cpp
+  logs/plain_ascii.cpp
   logs/sid.cpp
   logs/status_line.cpp
   logs/text.cpp

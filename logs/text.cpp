@@ -1,9 +1,12 @@
 #include "logs/text.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cstring>
+
+#include "logs/digit_pairs.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -254,12 +257,59 @@ std::uint64_t LeadingNumber(std::string_view text) {
   return result.ec == std::errc::result_out_of_range ? ~std::uint64_t{0} : number;
 }
 
+namespace {
+
+// The smallest number of each number of digits.
+constexpr auto kPowersOfTen = [] {
+  std::array<std::uint64_t, 20> powers{};
+  std::uint64_t power = 1;
+  for (std::uint64_t& kept : powers) {
+    kept = power;
+    power *= 10;
+  }
+  return powers;
+}();
+
+// Of a value that is not 0.
+std::size_t CountDigits(std::uint64_t value) {
+  // 1233 / 4096 is a little more than log10(2).
+  const auto bits = static_cast<std::size_t>(std::bit_width(value));
+  const std::size_t digits = bits * 1233 >> 12;
+  return digits + (value >= kPowersOfTen[digits] ? 1 : 0);
+}
+
+// Writes digits backwards from `at` while there are more than two; returns what is left.
+template <typename T>
+T WritePairsBackwards(T value, char*& at) {
+  for (; value >= 100; value /= 100) WriteTwo(at -= 2, static_cast<unsigned>(value % 100));
+  return value;
+}
+
+}  // namespace
+
 char* WriteDecimal(std::uint64_t value, char* out) {
-  return std::to_chars(out, out + 20, value).ptr;
+  if (value < 10) {
+    *out = static_cast<char>('0' + value);
+    return out + 1;
+  }
+  char* const end = out + CountDigits(value);
+  char* at = end;
+  // Most numbers are small, and dividing small ones takes a fraction of the time.
+  const unsigned left = value >> 32 != 0
+                            ? static_cast<unsigned>(WritePairsBackwards(value, at))
+                            : WritePairsBackwards(static_cast<std::uint32_t>(value), at);
+  if (left >= 10) {
+    WriteTwo(at - 2, left);
+  } else {
+    at[-1] = static_cast<char>('0' + left);
+  }
+  return end;
 }
 
 char* WriteDecimal(std::int64_t value, char* out) {
-  return std::to_chars(out, out + 20, value).ptr;
+  if (value >= 0) return WriteDecimal(static_cast<std::uint64_t>(value), out);
+  *out = '-';
+  return WriteDecimal(~static_cast<std::uint64_t>(value) + 1, out + 1);
 }
 
 namespace {

@@ -5,7 +5,7 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::size_t kSinkBytes = std::size_t{1} << 20;
+constexpr std::size_t kSinkBytes = std::size_t{1} << 18;
 
 }  // namespace
 

@@ -19,7 +19,7 @@ struct TextSink {
   bool failed = false;  // sticky; once set nothing more is handed on
 };
 
-// A sink that collects 1 MiB before it writes.
+// A sink that collects 256 KiB before it writes: as much as stays in a cache.
 TextSink MakeSink(std::function<bool(std::string_view)> write);
 
 // A sink that appends to `target`, which must outlive it.

@@ -35,24 +35,20 @@ std::size_t MarkLineBreaks(const char* from, const char* end, std::size_t room, 
   const char* const room_end = out + room;
   do {
     // All but the last of a run of one kind stand for themselves; that one may be half of a pair.
-    const char* mark = from[0] == '\r' ? "[CR]" : "[LF]";
+    const char* const mark = from[0] == '\r' ? "[CR]" : "[LF]";
     const std::size_t most = std::min(static_cast<std::size_t>(room_end - out) / kSingleMark,
                                       static_cast<std::size_t>(end - from));
     std::size_t same = 1;
     while (same < most && from[same] == from[0]) ++same;
-    for (std::size_t i = 0; i + 1 < same; ++i)
+    for (std::size_t i = 0; i + 1 < same; ++i) {
       std::memcpy(out + i * kSingleMark, mark, kSingleMark);
+    }
     from += same - 1;
     out += (same - 1) * kSingleMark;
-    if (static_cast<std::size_t>(room_end - out) < kLineBreakMark) break;
-    const bool pair = end - from > 1 && IsLineBreak(from[1]) && from[0] != from[1];
-    if (pair) mark = from[0] == '\r' ? "[CRLF]" : "[LFCR]";
-    std::memcpy(out, mark, kSingleMark);
-    if (pair) std::memcpy(out + kSingleMark, mark + kSingleMark, kLineBreakMark - kSingleMark);
-    from += pair ? 2 : 1;
-    out += pair ? kLineBreakMark : kSingleMark;
+    if (static_cast<std::size_t>(room_end - out) < kLineBreakRoom) break;
+    from += MarkLineBreak(from, end, out);
   } while (from != end && IsLineBreak(*from) &&
-           static_cast<std::size_t>(room_end - out) >= kLineBreakMark);
+           static_cast<std::size_t>(room_end - out) >= kLineBreakRoom);
   return static_cast<std::size_t>(from - begin);
 }
 

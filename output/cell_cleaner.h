@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "logs/run_options.h"
@@ -108,10 +109,33 @@ inline std::size_t CountCellCharacters(std::string_view text) {
   return characters + CountBlockCharacters(text.data(), text.size());
 }
 
-// Marks the line breaks that begin at `from`, each the longest there, at `out`, which has room for
-// `room` characters: a mark at least. Returns how long they are.
-inline constexpr std::size_t kLineBreakMark = 6;
+// Marks the line break at `from`, the longest there, at `out`, where kLineBreakRoom bytes are
+// written; returns how many characters it consists of.
+inline constexpr std::size_t kLineBreakRoom = 8;
+inline std::size_t MarkLineBreak(const char* from, const char* end, char*& out) {
+  const bool pair = end - from > 1 && IsLineBreak(from[1]) && from[0] != from[1];
+  const bool carriage = from[0] == '\r';
+  const char* mark = pair       ? carriage ? "[CRLF]\0" : "[LFCR]\0"
+                     : carriage ? "[CR]\0\0\0"
+                                : "[LF]\0\0\0";
+  std::memcpy(out, mark, kLineBreakRoom);
+  out += pair ? 6 : 4;
+  return pair ? 2 : 1;
+}
+
+// The same for the line breaks that follow one another at `from`, as far as `room` goes, which is
+// kLineBreakRoom at least.
 std::size_t MarkLineBreaks(const char* from, const char* end, std::size_t room, char*& out);
+
+// How many characters of a text belong to line breaks. A plain sum, which runs many characters at a
+// time.
+inline std::size_t CountLineBreakCharacters(const char* begin, const char* end) {
+  std::size_t count = 0;
+  for (; begin != end; ++begin) {
+    count += static_cast<unsigned>(*begin == '\r') | static_cast<unsigned>(*begin == '\n');
+  }
+  return count;
+}
 
 // Replaces characters where they stand, until a line break; returns where that is, or `end`. Reads
 // and writes a block behind `end`.

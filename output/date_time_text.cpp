@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstring>
 
+#include "logs/digit_pairs.h"
 #include "output/date_time.h"
 
 namespace tarnlex {
@@ -21,15 +22,11 @@ std::string Lowered(std::string_view text) {
   return lowered;
 }
 
-char* WriteDigits(char* out, std::uint64_t value, int digits) {
-  for (char* at = out + digits; at != out; value /= 10) *--at = static_cast<char>('0' + value % 10);
+char* WriteDigits(char* out, unsigned value, int digits) {
+  char* at = out + digits;
+  for (; at - out >= 2; value /= 100) WriteTwo(at -= 2, value % 100);
+  if (at != out) *out = static_cast<char>('0' + value % 10);
   return out + digits;
-}
-
-char* WriteTwo(char* out, unsigned value) {
-  out[0] = static_cast<char>('0' + value / 10);
-  out[1] = static_cast<char>('0' + value % 10);
-  return out + 2;
 }
 
 char* WriteText(char* out, std::string_view text) {
@@ -103,9 +100,10 @@ char* WriteTime(char* out, const DateTimePlan& plan, const ClockParts& clock) {
   }
   if (plan.fraction_digits > 0) {
     *out++ = '.';
-    std::uint64_t fraction = std::uint64_t{clock.ticks} * 100;
-    for (int digits = 9; digits > plan.fraction_digits; --digits) fraction /= 10;
-    out = WriteDigits(out, fraction, plan.fraction_digits);
+    constexpr unsigned kTooMany[] = {1'000'000'000, 100'000'000, 10'000'000, 1'000'000, 100'000,
+                                     10'000,        1'000,       100,        10,        1};
+    out =
+        WriteDigits(out, clock.ticks * 100 / kTooMany[plan.fraction_digits], plan.fraction_digits);
   }
   return out;
 }
@@ -184,11 +182,23 @@ DateTimeText FormatDateTime(DateTimeFormatter& formatter, std::uint64_t filetime
 
 char* WriteFiletimeFull(std::uint64_t filetime, char* out) {
   if (!IsValidFiletime(filetime)) return out;
-  static const DateTimePlan kPlan = MakeDateTimePlan("mm/dd/yyyy", "hh:mm:ss.xxxxxxxxx");
   const std::uint64_t ticks = filetime - kUnixEpochFiletime;
-  out = WriteDate(out, kPlan, SplitDay(ticks / (kTicksPerSecond * kSecondsPerDay)));
-  *out++ = ' ';
-  return WriteTime(out, kPlan, SplitClock(ticks));
+  const DayParts day = SplitDay(ticks / (kTicksPerSecond * kSecondsPerDay));
+  const ClockParts clock = SplitClock(ticks);
+  // Every record holds such a text, so this one goes without a plan.
+  const auto two = [&out](unsigned value, char behind) {
+    out = WriteTwo(out, value);
+    *out++ = behind;
+  };
+  two(day.month, '/');
+  two(day.day, '/');
+  out = WriteTwo(out, day.year / 100 % 100);
+  two(day.year % 100, ' ');
+  two(clock.second_of_day / 3600, ':');
+  two(clock.second_of_day / 60 % 60, ':');
+  two(clock.second_of_day % 60, '.');
+  out = WriteDigits(out, clock.ticks, 7);
+  return WriteTwo(out, 0);
 }
 
 std::string FormatFiletimeFull(std::uint64_t filetime) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <new>
 
 #include "logs/platform.h"
 #include "logs/text.h"
@@ -11,7 +12,8 @@ namespace {
 
 // The first block suffices for most logs; those of a large log are made of large pages.
 constexpr std::size_t kFirstBlockBytes = std::size_t{1} << 20;
-constexpr std::size_t kBlockBytes = std::size_t{16} << 20;
+constexpr std::size_t kBlockBytes = (std::size_t{16} << 20) - kReadableBehind;
+constexpr std::align_val_t kRowAlignment{std::size_t{2} << 20};
 
 // A row that may need more than this and does not fit into the current block is built aside, so
 // that a generous bound does not leave much of a block unused.
@@ -42,14 +44,18 @@ const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_v
   return rows.column_sets.back().get();
 }
 
-EventRows::Block MakeBlock(std::size_t size) {
-  return {std::make_unique_for_overwrite<char[]>(size + kReadableBehind), size};
+RowBytes MakeRowBytes(std::size_t size) {
+  RowBytes row_bytes;
+  row_bytes.bytes.reset(
+      static_cast<char*>(::operator new[](size + kReadableBehind, kRowAlignment)));
+  row_bytes.size = size;
+  return row_bytes;
 }
 
 void AddBlock(EventRows& rows, std::size_t least) {
   const std::size_t size = std::max(least, rows.blocks.empty() ? kFirstBlockBytes : kBlockBytes);
-  rows.blocks.push_back(MakeBlock(size));
-  if (size >= kBlockBytes) ExpectFilled(rows.blocks.back().bytes.get(), size);
+  rows.blocks.push_back(MakeRowBytes(size));
+  if (size >= kBlockBytes) ExpectFilled(rows.blocks.back().bytes.get(), size + kReadableBehind);
   rows.free_at = rows.blocks.back().bytes.get();
   rows.free_end = rows.free_at + size;
   rows.block_bytes += size;
@@ -65,6 +71,14 @@ struct RowKey {
   std::uint64_t record_id = 0;
   std::uint32_t number = 0;
 };
+
+// Room for a large number of elements that will all be used.
+template <typename T>
+void ReserveFilled(std::vector<T>& list, std::size_t count) {
+  if (count <= list.capacity()) return;
+  list.reserve(count);
+  ExpectFilled(list.data(), count * sizeof(T));
+}
 
 RowKey KeyOf(const EventRows& rows, std::size_t number) {
   const EventRecord& row = rows.rows[number];
@@ -86,7 +100,7 @@ void GrowRow(RowBuilder& builder, const char* text_end, std::size_t longer) {
   const char* room_end = in_block ? rows.free_end : rows.scratch.bytes.get() + rows.scratch.size;
   if (static_cast<std::size_t>(room_end - builder.bound) < longer) {
     const std::size_t size = static_cast<std::size_t>(builder.bound - builder.start);
-    EventRows::Block grown = MakeBlock(2 * (size + longer));
+    RowBytes grown = MakeRowBytes(2 * (size + longer));
     char* const start = grown.bytes.get();
     std::memcpy(start, builder.start, static_cast<std::size_t>(text_end - builder.start));
     builder.cell = start + (builder.cell - builder.start);
@@ -114,7 +128,10 @@ std::vector<std::size_t> FindRuns(const std::vector<RowKey>& keys) {
 // Merges neighbouring runs until one is left: one pass for a wrapped log, and never more passes
 // than any other sort. Equal keys keep their order.
 void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends) {
-  std::vector<RowKey> merged(ends.size() > 1 ? keys.size() : 0);
+  if (ends.size() < 2) return;
+  std::vector<RowKey> merged;
+  ReserveFilled(merged, keys.size());
+  merged.resize(keys.size());
   while (ends.size() > 1) {
     std::vector<std::size_t> merged_ends;
     std::size_t begin = 0;
@@ -132,6 +149,8 @@ void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends) {
 }
 
 }  // namespace
+
+void FreeRowBytes::operator()(char* bytes) const { ::operator delete[](bytes, kRowAlignment); }
 
 void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells) {
   cells.clear();
@@ -188,11 +207,7 @@ std::string_view InternText(EventRows& rows, std::string_view text) {
   return recent = *at;
 }
 
-void ExpectRows(EventRows& rows, std::size_t count) {
-  if (count <= rows.rows.capacity()) return;
-  rows.rows.reserve(count);
-  ExpectFilled(rows.rows.data(), count * sizeof(EventRecord));
-}
+void ExpectRows(EventRows& rows, std::size_t count) { ReserveFilled(rows.rows, count); }
 
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
   RowBuilder builder;
@@ -200,7 +215,7 @@ RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
   const bool joins = rows.joined.separator != 0 && max_bytes <= kMostJoined;
   builder.prefix = joins ? 0 : kCellPrefix;
   if (max_bytes > Room(rows) && max_bytes > kLargeBound) {
-    if (rows.scratch.size < max_bytes) rows.scratch = MakeBlock(max_bytes);
+    if (rows.scratch.size < max_bytes) rows.scratch = MakeRowBytes(max_bytes);
     builder.start = rows.scratch.bytes.get();
   } else {
     if (max_bytes > Room(rows)) AddBlock(rows, max_bytes);
@@ -222,8 +237,8 @@ char* EndLongCell(RowBuilder& builder, const char* text_end) {
 char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end) {
   const auto cleaned = static_cast<std::size_t>(stop - builder.start);
   const auto left = static_cast<std::size_t>(text_end - stop);
-  const auto breaks = static_cast<std::size_t>(std::count_if(stop, text_end, IsLineBreak));
-  const std::size_t longer = breaks * kLongerPerBreak + kCellBlock;
+  const std::size_t longer =
+      CountLineBreakCharacters(stop, text_end) * kLongerPerBreak + kCellBlock;
   GrowRow(builder, text_end, longer);
   // The rest of the text makes way for its longer self, which then never reaches what is still to
   // be read.
@@ -272,7 +287,7 @@ void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::stri
 
 RowNumbers OrderRows(const EventRows& rows) {
   std::vector<RowKey> keys;
-  keys.reserve(rows.rows.size());
+  ReserveFilled(keys, rows.rows.size());
   for (std::size_t number = 0; number < rows.rows.size(); ++number) {
     keys.push_back(KeyOf(rows, number));
   }

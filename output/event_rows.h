@@ -89,20 +89,25 @@ int FindColumn(const ColumnSet& columns, std::string_view name, bool fold);
 // the row has no such column. Names are compared as FindColumn does it.
 bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::string_view& text);
 
+// Memory for rows, laid out so that it can be had in large pages (see ExpectFilled).
+struct FreeRowBytes {
+  void operator()(char* bytes) const;
+};
+struct RowBytes {
+  std::unique_ptr<char[], FreeRowBytes> bytes;
+  std::size_t size = 0;  // kReadableBehind more are there
+};
+
 // The ordered collection of one log's rows. Column sets and long-lived texts live in it too and
 // stay as long as the collection itself, past ClearRows: a decoder may remember them for a whole
 // log. Use a new collection for the next log.
 struct EventRows {
   JoinedCells joined;             // set before the first row
   std::vector<EventRecord> rows;  // in order of arrival
-  struct Block {
-    std::unique_ptr<char[]> bytes;
-    std::size_t size = 0;
-  };
-  std::vector<Block> blocks;
+  std::vector<RowBytes> blocks;
   char* free_at = nullptr;
   char* free_end = nullptr;
-  Block scratch;                                 // a row that has no place in the blocks yet
+  RowBytes scratch;                              // a row that has no place in the blocks yet
   std::set<std::string, std::less<>> texts;      // interned: column, query and provider names
   std::array<std::string_view, 64> recent = {};  // the interned texts last asked for, by hash
   std::vector<std::unique_ptr<ColumnSet>> column_sets;

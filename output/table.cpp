@@ -59,7 +59,7 @@ struct TableWriter {
   bool is_evtx = true;
   std::size_t date_width = 0;
   std::size_t time_width = 0;
-  std::string last_date;
+  std::uint64_t cleaned_day = ~std::uint64_t{0};
   std::string cleaned_date;
   std::string log_name;
   RepeatedText query_name_text;
@@ -100,10 +100,11 @@ void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_v
   Pad(table, width, repeated.characters);
 }
 
-// A date like "Mar 07, 12" holds a comma of its own, but not every day.
+// A date like "Mar 07, 12" holds a comma of its own; it is the same for all rows of a day.
 void WriteDate(TableWriter& table, std::string_view date) {
-  if (date != table.last_date) {
-    table.last_date = date;
+  if (date.empty()) return;
+  if (table.date_time.last_day != table.cleaned_day) {
+    table.cleaned_day = table.date_time.last_day;
     table.cleaned_date = Cleaned(table.text_cleaner, date);
   }
   WriteVerbatim(table.cells, table.cleaned_date);

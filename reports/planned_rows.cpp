@@ -1,6 +1,7 @@
 #include "reports/planned_rows.h"
 
 #include "evtx/value.h"
+#include "logs/plain_ascii.h"
 #include "reports/evtx_cells.h"
 
 namespace tarnlex {
@@ -11,17 +12,30 @@ std::uint32_t SizeOf(const char* begin, const char* end) {
 }
 
 // Mostly a few short cells, so that one block is all there is to copy.
-char* CopyFixed(const PlannedShape& shape, std::uint32_t begin, std::uint32_t size, char* at) {
-  const char* from = shape.fixed.data() + begin;
+char* CopyFixed(const char* from, std::size_t size, char* at) {
   std::memcpy(at, from, kCellBlock);
   if (size > kCellBlock) std::memcpy(at + kCellBlock, from + kCellBlock, size - kCellBlock);
   return at + size;
 }
 
-const SubstitutionValue& ValueOf(const EvtxDecoder& decoder, std::uint8_t origin) {
-  const bool nested = (origin & kOriginNestedSlot) != 0;
-  const SubstitutionArray& array = nested ? decoder.nested.array : decoder.array;
-  return array.values[origin & kOriginSlotMask];
+// `plain` says whether cleaning would leave the text alone.
+char* WriteSlot(Bytes chunk, const PlannedCell& cell, const SubstitutionValue& value, char* text,
+                bool& plain) {
+  if (value.type == kEvtVarTypeString) {
+    char* const end = WritePlainAscii(chunk, value.offset, value.size / 2, text);
+    if (end) return end;
+  }
+  plain = !IsFreeText(value.type);
+  if (value.type == kEvtVarTypeNull && cell.optional) return CopyText(kUnresolved, text);
+  return WriteValueText(chunk, value, text);
+}
+
+PlannedCell MakeCell(const PlannedValue& value) {
+  PlannedCell cell;
+  cell.slot = value.origin & kOriginSlotMask;
+  cell.nested = (value.origin & kOriginNestedSlot) != 0;
+  cell.optional = value.optional;
+  return cell;
 }
 
 }  // namespace
@@ -46,16 +60,16 @@ PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan) {
       at = EndCell(builder, CopyText(value.literal, BeginCell(builder, at)));
       continue;
     }
-    if (is_provider) shape.provider_cell = static_cast<int>(shape.cells.size());
-    if (is_level) shape.level_cell = static_cast<int>(shape.cells.size());
-    const std::uint32_t end = SizeOf(builder.start, at);
-    shape.cells.push_back({begin, end - begin, value.origin, value.optional});
-    begin = end;
+    PlannedCell& cell = shape.cells.emplace_back(MakeCell(value));
+    cell.is_provider = is_provider;
+    cell.is_level = is_level;
+    cell.fixed_begin = begin;
+    cell.fixed_size = SizeOf(builder.start, at) - begin;
+    begin += cell.fixed_size;
   }
-  const std::uint32_t end = SizeOf(builder.start, at);
   shape.last_begin = begin;
-  shape.last_size = end - begin;
-  shape.fixed.assign(builder.start, end);
+  shape.last_size = SizeOf(builder.start, at) - begin;
+  shape.fixed.assign(builder.start, at);
   shape.fixed.append(kCellBlock, '\0');
   return shape;
 }
@@ -67,22 +81,22 @@ void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& deco
   row.level = shape.level;
   RowBuilder builder =
       BeginRow(rows, event.max_text + shape.fixed.size() + shape.cells.size() * kMaxCellOverhead);
+  const Bytes chunk = decoder.chunk.data;
+  const char* const fixed = shape.fixed.data();
+  const SubstitutionValue* const arrays[] = {decoder.array.values.data(),
+                                             decoder.nested.array.values.data()};
   char* at = builder.start;
-  for (std::size_t i = 0; i < shape.cells.size(); ++i) {
-    const PlannedCell& cell = shape.cells[i];
-    at = CopyFixed(shape, cell.fixed_begin, cell.fixed_size, at);
-    const SubstitutionValue& value = ValueOf(decoder, cell.origin);
+  for (const PlannedCell& cell : shape.cells) {
+    at = CopyFixed(fixed + cell.fixed_begin, cell.fixed_size, at);
+    const SubstitutionValue& value = arrays[cell.nested ? 1 : 0][cell.slot];
     char* const text = BeginCell(builder, at);
-    char* const end = cell.optional && value.type == kEvtVarTypeNull
-                          ? CopyText(kUnresolved, text)
-                          : WriteValueText(decoder.chunk.data, value, text);
-    if (static_cast<int>(i) == shape.provider_cell) {
-      row.providerName = KeepProvider(rows, {text, end}, shape.provider);
-    }
-    if (static_cast<int>(i) == shape.level_cell) row.level = LevelOf({text, end});
-    at = IsFreeText(value.type) ? EndCell(builder, end) : EndPlainCell(builder, end);
+    bool plain = true;
+    char* const end = WriteSlot(chunk, cell, value, text, plain);
+    if (cell.is_provider) row.providerName = KeepProvider(rows, {text, end}, shape.provider);
+    if (cell.is_level) row.level = LevelOf({text, end});
+    at = plain ? EndPlainCell(builder, end) : EndCell(builder, end);
   }
-  at = CopyFixed(shape, shape.last_begin, shape.last_size, at);
+  at = CopyFixed(fixed + shape.last_begin, shape.last_size, at);
   EndRow(rows, builder, at, row);
 }
 

@@ -18,8 +18,11 @@ namespace tarnlex {
 struct PlannedCell {
   std::uint32_t fixed_begin = 0;  // of the finished cells, in PlannedShape::fixed
   std::uint32_t fixed_size = 0;
-  std::uint8_t origin = kOriginUnknown;
-  bool optional = false;  // an empty slot leaves the value unresolved
+  std::uint8_t slot = 0;
+  bool nested = false;       // a slot of the nested array
+  bool optional = false;     // an empty slot leaves the value unresolved
+  bool is_provider = false;  // the row keeps this text as its provider,
+  bool is_level = false;     // or this one as its level
 };
 
 // The rows of one plan in one collection.
@@ -29,8 +32,6 @@ struct PlannedShape {
   std::vector<PlannedCell> cells;
   std::uint32_t last_begin = 0;  // of the finished cells behind all slots
   std::uint32_t last_size = 0;
-  int provider_cell = -1;  // positions in `cells`; -1 when no slot gives that value
-  int level_cell = -1;
   std::string_view provider;  // from a literal, or of the last record
   std::uint32_t level = 0;    // from a literal
 };

@@ -193,14 +193,12 @@ ByteString OverATail(std::uint8_t type, std::uint16_t size, const ByteString& fi
   EvtxBuilder log;
   log.AddChunk({.last_number = 100'000});
   while (log.NextRecordOffset() + 200 < kTail) {
-    const bool first = log.NextRecordOffset() == kEvtxFirstRecord;
-    // Record header, fragment header, instance, and in front of the values their descriptors.
-    std::uint32_t values = log.NextRecordOffset() + 24 + 4 + 10 + 4 + 2 * 4;
-    if (first) {
-      EvtxBuilder trial;
-      trial.AddRecord({.body = InstanceFragment(many, {})});
-      values = trial.NextRecordOffset() - 8 + 2 * 4;
+    if (log.NextRecordOffset() == kEvtxFirstRecord) {
+      log.AddRecord({.body = InstanceFragment(many, {NullValue(), NullValue()})});
+      continue;
     }
+    // Record header, fragment header, instance, and in front of the values their descriptors.
+    const std::uint32_t values = log.NextRecordOffset() + 24 + 4 + 10 + 4 + 2 * 4;
     Value before = RawValue(kBinary, {});
     before.stated_size = static_cast<std::uint16_t>(kTail - values);
     Value text = RawValue(type, {});

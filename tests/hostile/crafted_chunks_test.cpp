@@ -43,13 +43,14 @@ TEST(CraftedLogs, CostLittleTimeAndMemory) {
   const std::string empty = directory.AddFile("empty.evtx", EmptyEvtx());
   const support::ChildRun base = Dump(empty, {});
   ASSERT_EQ(base.exit_code, 0);
-  const std::vector<std::vector<std::string>> forms = {
-      {},
-      {"-csv"},
-      {"-csvgen"},
-      {"-bodyfile", "-allparams"},
-      {"-csv", "-string", "needle"},
-      {"-csv", "-diags", directory.path + "/diags"}};
+  std::vector<std::vector<std::string>> forms = {{},
+                                                 {"-csv"},
+                                                 {"-csvgen"},
+                                                 {"-bodyfile", "-allparams"},
+                                                 {"-csv", "-string", "needle"},
+                                                 {"-csv", "-diags", directory.path + "/diags"}};
+  // With a sanitizer, which makes every run many times as long, one form has to do.
+  if (!kCountsMemory) forms.erase(forms.begin(), forms.end() - 1);
   for (const CraftedLog& crafted : CraftedLogs()) {
     const std::string log = directory.AddFile("log" + crafted.extension, AsText(crafted.bytes));
     for (const std::vector<std::string>& form : forms) {

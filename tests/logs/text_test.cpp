@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -83,6 +84,22 @@ TEST(LeadingNumber, ReadsDigitsUpToTheFirstOtherCharacter) {
   EXPECT_EQ(LeadingNumber("x12"), 0U);
   EXPECT_EQ(LeadingNumber(""), 0U);
   EXPECT_EQ(LeadingNumber("99999999999999999999999"), ~std::uint64_t{0});
+}
+
+TEST(WriteDecimal, WritesEveryNumberOfDigits) {
+  std::uint64_t power = 1;
+  for (int digits = 1; digits <= 20; ++digits, power *= 10) {
+    for (const std::uint64_t value : {power - 1, power, power + power / 3, 9 * power}) {
+      char text[20];
+      EXPECT_EQ(std::string(text, WriteDecimal(value, text)), std::to_string(value));
+    }
+  }
+  for (const std::int64_t value :
+       {std::int64_t{-10}, std::int64_t{-99}, std::numeric_limits<std::int64_t>::min(),
+        std::numeric_limits<std::int64_t>::max()}) {
+    char text[20];
+    EXPECT_EQ(std::string(text, WriteDecimal(value, text)), std::to_string(value));
+  }
 }
 
 TEST(WriteDecimal, CoversBothEndsOfTheRange) {

@@ -1,0 +1,72 @@
+#include "logs/plain_ascii.h"
+
+#include <algorithm>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace tarnlex {
+namespace {
+
+std::size_t WithoutZeros(const std::uint8_t* units, std::size_t count) {
+  while (count > 0 && Load<std::uint16_t>(units + 2 * (count - 1)) == 0) --count;
+  return count;
+}
+
+}  // namespace
+
+#if defined(__SSE2__)
+
+namespace {
+
+__m128i LoadUnits(const std::uint8_t* at) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));  // unaligned by design
+}
+
+// Bits of the characters that are not plain. A unit above 0xFF has become 0xFF or 0 when it was
+// packed, and what is above 0x7F is less than a blank when bytes are signed.
+unsigned NotPlain(__m128i characters) {
+  const __m128i control = _mm_cmplt_epi8(characters, _mm_set1_epi8(' '));
+  const __m128i comma = _mm_cmpeq_epi8(characters, _mm_set1_epi8(','));
+  const __m128i bar = _mm_cmpeq_epi8(characters, _mm_set1_epi8('|'));
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(comma, bar))));
+}
+
+}  // namespace
+
+char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
+  const std::size_t blocks = (count + kPlainAsciiBlock - 1) / kPlainAsciiBlock;
+  if (!Fits(bytes, offset, 2 * kPlainAsciiBlock * blocks)) return nullptr;
+  const std::uint8_t* from = bytes.data() + offset;
+  std::size_t left = WithoutZeros(from, count);
+  while (left > 0) {
+    const std::size_t taken = std::min(left, kPlainAsciiBlock);
+    const __m128i characters =
+        _mm_packus_epi16(LoadUnits(from), LoadUnits(from + kPlainAsciiBlock));
+    if ((NotPlain(characters) & ((1U << taken) - 1)) != 0) return nullptr;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), characters);
+    from += 2 * kPlainAsciiBlock;
+    out += taken;
+    left -= taken;
+  }
+  return out;
+}
+
+#else
+
+char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
+  if (!Fits(bytes, offset, 2 * count)) return nullptr;
+  const std::uint8_t* from = bytes.data() + offset;
+  count = WithoutZeros(from, count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint16_t unit = Load<std::uint16_t>(from + 2 * i);
+    if (unit < ' ' || unit >= 0x80 || unit == ',' || unit == '|') return nullptr;
+    out[i] = static_cast<char>(unit);
+  }
+  return out + count;
+}
+
+#endif
+
+}  // namespace tarnlex
