@@ -58,8 +58,8 @@ void WriteRunStatistics(Run& run) {
 }
 
 void CloseOutputs(Run& run, Console& console) {
-  if (run.options.diags_on) Flush(run.diags);
-  Flush(run.stats);
+  if (run.options.diags_on) Close(run.diags);
+  Close(run.stats);
   CloseRecordOutput(run.records);
   Flush(console.out);
   Flush(console.err);

@@ -36,4 +36,7 @@ inline constexpr std::size_t kEvtUnboundedUnits = 500;
 // All text of one record, in bytes of UTF-8. Real records stay far below.
 inline constexpr std::uint64_t kEvtMaxRecordText = std::uint64_t{16} << 20;
 
+// The same by the record's length, so that many crafted records give little more than one.
+inline constexpr std::uint64_t kEvtTextPerByte = 320;
+
 }  // namespace tarnlex

@@ -98,12 +98,16 @@ void CutStrings(EvtRecord& record) {
   }
 }
 
-// Adds what a text takes to `total`; false, the total being past the bound, when that is too much.
-bool AddText(Bytes utf16, std::uint64_t& total) {
+std::uint64_t TextBound(const EvtRecord& record) {
+  return std::min(kEvtMaxRecordText, kEvtTextPerByte * record.length);
+}
+
+// Adds what a text takes to `total`; false, the total being past `bound`, when that is too much.
+bool AddText(Bytes utf16, std::uint64_t bound, std::uint64_t& total) {
   // What is certainly too long is not even looked through.
   total +=
       utf16.size() / 2 < kMaxTextUnits ? Utf8Size(utf16.data(), utf16.size() / 2) : kMaxTextUnits;
-  return total <= kEvtMaxRecordText;
+  return total <= bound;
 }
 
 // Leaves out texts from the first that takes the record's text past its bound. Real records stay so
@@ -111,15 +115,16 @@ bool AddText(Bytes utf16, std::uint64_t& total) {
 void BoundTexts(EvtRecord& record) {
   std::uint64_t units = (record.source_name.size() + record.computer_name.size()) / 2;
   for (const Bytes string : record.strings) units += string.size() / 2;
-  if (units * kMaxUtf8PerUnit <= kEvtMaxRecordText) return;
+  const std::uint64_t bound = TextBound(record);
+  if (units * kMaxUtf8PerUnit <= bound) return;
   std::uint64_t total = 0;
-  if (!AddText(record.source_name, total)) {
+  if (!AddText(record.source_name, bound, total)) {
     record.source_name = {};
     total = 0;
   }
-  AddText(record.computer_name, total);
+  AddText(record.computer_name, bound, total);
   std::size_t kept = 0;
-  while (kept < record.strings.size() && AddText(record.strings[kept], total)) ++kept;
+  while (kept < record.strings.size() && AddText(record.strings[kept], bound, total)) ++kept;
   record.strings.resize(kept);
 }
 

@@ -62,7 +62,7 @@ std::uint64_t EvtRecordReach(std::uint32_t length);
 
 // Finds the names and the insertion strings of a record, once. Fields that point outside of the
 // record are left out; a record gives at most as many strings as it has room for, and at most
-// kEvtMaxRecordText bytes of UTF-8.
+// kEvtMaxRecordText bytes of UTF-8 and kEvtTextPerByte for each of its own.
 void CutTexts(EvtRecord& record);
 
 }  // namespace tarnlex

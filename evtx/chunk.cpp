@@ -53,6 +53,7 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.text_left = kMaxChunkText;
   chunk.prepared_left = kMaxChunkPrepared;
   chunk.measured_left = kMaxChunkMeasured;
+  chunk.traced_left = kMaxChunkTraced;
   if (with_names) LoadNames(chunk);
   LoadTemplates(chunk);
 }

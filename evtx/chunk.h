@@ -57,6 +57,7 @@ struct EvtxChunk {
   std::uint64_t text_left = kMaxChunkText;
   std::uint32_t prepared_left = kMaxChunkPrepared;
   std::uint64_t measured_left = kMaxChunkMeasured;
+  std::uint32_t traced_left = kMaxChunkTraced;
 };
 
 // Whether a chunk begins here.

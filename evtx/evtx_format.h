@@ -59,14 +59,16 @@ inline constexpr std::uint32_t kMaxRecordWork = 65'536;  // tokens and slot valu
 inline constexpr std::uint64_t kMaxRecordText = std::uint64_t{16} << 20;
 // Of all records of one chunk. Records that come when these are spent still get their share by
 // size, so that a crafted record does not take the next ones' values away.
-inline constexpr std::uint64_t kMaxChunkWork = 400'000;
-inline constexpr std::uint32_t kWorkPerComputedName = 16;
+inline constexpr std::uint64_t kMaxChunkWork = 262'144;
+inline constexpr std::uint32_t kWorkPerComputedName = 32;
 inline constexpr std::uint64_t kMaxChunkText = kMaxRecordText;
 inline constexpr std::uint32_t kWorkPerByte = 8;
-inline constexpr std::uint64_t kTextPerByte = 64;
+inline constexpr std::uint64_t kTextPerByte = 32;
 // Tokens of the definitions that are prepared, and bytes converted only to measure them.
 inline constexpr std::uint32_t kMaxChunkPrepared = 131'072;
-inline constexpr std::uint64_t kMaxChunkMeasured = std::uint64_t{40} << 20;
+inline constexpr std::uint64_t kMaxChunkMeasured = std::uint64_t{20} << 20;
+// Lines of the trace; streams that do not overlap have far fewer tokens.
+inline constexpr std::uint32_t kMaxChunkTraced = 65'536;
 // Bytes of text that cost as much as a token.
 inline constexpr std::size_t kTextPerToken = 16;
 // Names that do not overlap cannot have more text than this in one chunk.

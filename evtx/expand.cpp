@@ -90,6 +90,13 @@ bool PieceValue(const Expansion& run, const TextPiece& piece, ValuePart& part, b
   return true;
 }
 
+// Counts what a text may take. A single-byte string has to be looked through to its end for that,
+// wherever it ends.
+void AddRoom(Expansion& run, std::size_t room) {
+  run.event.max_text += room;
+  if (run.array.has_ansi) ChargeText(run.decoder, room);
+}
+
 void AddSlotValue(Expansion& run, const Step& step) {
   if (step.slot >= run.array.count) return;
   const SubstitutionValue& value = run.array.values[step.slot];
@@ -103,7 +110,7 @@ void AddSlotValue(Expansion& run, const Step& step) {
   named->part.origin = SlotOrigin(run, step.slot);
   named->part.optional = step.optional;
   named->unresolved = step.optional && value.type == kEvtVarTypeNull;
-  if (!named->unresolved) run.event.max_text += MaxValueText(run.event.chunk, value);
+  if (!named->unresolved) AddRoom(run, MaxValueText(run.event.chunk, value));
 }
 
 void SetOrigin(const Expansion& run, const TextPiece& piece, ValuePart& part) {
@@ -137,7 +144,7 @@ void AddJoined(Expansion& run, const Step& step, Name* name) {
   named->more_begin = begin;
   named->more_count = static_cast<std::uint32_t>(run.event.parts.size()) - begin;
   named->unresolved = !resolved;
-  run.event.max_text += MaxTextSize(run.event, *named);
+  AddRoom(run, MaxTextSize(run.event, *named));
 }
 
 void DecodeSlotsOf(Expansion& run, const Step& step) {
@@ -268,27 +275,19 @@ void DecodeBinaryXml(EvtxDecoder& decoder, DecodedEvent& event, const Substituti
   Expand(decoder, event, PreparedFragment(decoder, token, end), {}, depth);
 }
 
-// Most of what is long is plain text, which can be measured without being made.
-std::size_t PieceSize(const DecodedEvent& event, const NamedValue& piece, std::string& scratch) {
-  const ValuePart& part = piece.part;
-  const bool text = part.type == kEvtVarTypeString || part.type == kEvtVarTypeEvtXml;
-  if (part.literal || !text) return TextOf(event, piece, scratch).size();
-  if (!Fits(event.chunk, part.offset, part.size)) return 0;
-  return Utf8Size(event.chunk.data() + part.offset, part.size / 2);
+std::size_t PieceSize(Bytes chunk, const ValuePart& part) {
+  return part.literal ? part.offset : ValueTextBound(chunk, {part.offset, part.size, part.type});
 }
 
 // Leaves out what would pass the bound on a record's text. The few records that come here are
-// crafted, so texts may be measured by making them, and even that effort is bounded.
+// crafted, and even the effort of measuring their texts is bounded.
 void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
-  std::string scratch;
   std::uint64_t used = 0;
   std::uint64_t& measurable = decoder.chunk.measured_left;
   const auto trim = [&](ValuePart& part) {
-    NamedValue piece;
-    piece.part = part;
     const bool spent = used >= limit || measurable == 0;
-    const std::size_t size = spent ? 0 : PieceSize(event, piece, scratch);
-    measurable -= std::min<std::uint64_t>(measurable, std::max(size, std::size_t{part.size}));
+    const std::size_t size = spent ? 0 : PieceSize(event.chunk, part);
+    measurable -= std::min<std::uint64_t>(measurable, std::max(size, std::size_t{part.size} / 2));
     if (size == 0 || used + size > limit) {
       if (size > 0 || spent) NoteFault(decoder, RecordFault::kLimit);
       part = LiteralPart("");
@@ -336,7 +335,9 @@ const TemplateProgram* PreparedTemplate(EvtxDecoder& decoder, std::uint32_t offs
   const std::uint32_t begin = offset + kDefinitionHeadSize;
   const auto end = static_cast<std::uint32_t>(
       std::min<std::uint64_t>(std::uint64_t{begin} + size, chunk.size()));
-  if (decoder.trace) TraceStream(*decoder.trace, chunk, begin, end, kBodyLayout, decoder.work_left);
+  if (decoder.trace) {
+    TraceStream(*decoder.trace, chunk, begin, end, kBodyLayout, decoder.chunk.traced_left);
+  }
   const TemplateProgram*& known = decoder.chunk.programs[offset];
   if (!known) known = PrepareTemplate(decoder, offset, begin, end);
   return known;
@@ -345,8 +346,9 @@ const TemplateProgram* PreparedTemplate(EvtxDecoder& decoder, std::uint32_t offs
 const TemplateProgram* PreparedFragment(EvtxDecoder& decoder, std::uint32_t begin,
                                         std::uint32_t end) {
   const Bytes chunk = decoder.chunk.data;
-  if (decoder.trace)
-    TraceStream(*decoder.trace, chunk, begin, end, kFragmentLayout, decoder.work_left);
+  if (decoder.trace) {
+    TraceStream(*decoder.trace, chunk, begin, end, kFragmentLayout, decoder.chunk.traced_left);
+  }
   if (decoder.fragments_used == decoder.fragments.size()) {
     decoder.fragments.push_back(std::make_unique<TemplateProgram>());
   }

@@ -24,7 +24,7 @@ Bytes ComparedRecord(Bytes chunk, std::uint32_t offset, std::size_t size) {
 }
 
 bool SameBytes(Bytes a, const std::uint8_t* b, std::size_t size) {
-  return std::memcmp(a.data(), b, size) == 0;
+  return size == 0 || std::memcmp(a.data(), b, size) == 0;  // nothing may have no address
 }
 
 bool SameName(const NameField& field, Bytes chunk, std::uint32_t begin) {

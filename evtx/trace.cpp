@@ -1,7 +1,9 @@
 #include "evtx/trace.h"
 
+#include <algorithm>
 #include <string>
 
+#include "evtx/evtx_format.h"
 #include "evtx/value.h"
 #include "logs/text.h"
 
@@ -82,6 +84,11 @@ void AppendFields(TextSink& trace, const Token& token) {
   }
 }
 
+std::uint32_t LineCost(const Token& token) {
+  const std::size_t text = token.text.size() + (token.has_name ? token.name.units.size() : 0);
+  return static_cast<std::uint32_t>(1 + text / (2 * kTextPerToken));
+}
+
 }  // namespace
 
 void TraceToken(TextSink& trace, const Token& token) {
@@ -95,11 +102,13 @@ void TraceToken(TextSink& trace, const Token& token) {
 }
 
 void TraceStream(TextSink& trace, Bytes chunk, std::uint32_t begin, std::uint32_t end,
-                 StreamLayout layout, std::uint32_t most) {
+                 StreamLayout layout, std::uint32_t& left) {
   Token token;
-  for (std::uint32_t pos = FirstToken(chunk, begin, end); pos < end; pos = token.end) {
-    if (most-- == 0 || !ReadToken(chunk, pos, end, layout, token)) return;
+  for (std::uint32_t pos = FirstToken(chunk, begin, end); pos < end && left > 0; pos = token.end) {
+    if (!ReadToken(chunk, pos, end, layout, token)) return;
     TraceToken(trace, token);
+    left -= std::min(left, LineCost(token));
+    if (left == 0) TraceLine(trace, "tokens of this chunk left out from here on: too many");
     if (token.kind == TokenKind::kEndOfStream || token.kind == TokenKind::kStopping) return;
   }
 }

@@ -1,6 +1,9 @@
 #include "evtx/value.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 #include "logs/sid.h"
@@ -39,11 +42,30 @@ char* WriteHexInt64(Bytes value, char* out) {
   return WriteHex16(Load<std::uint64_t>(value.data()), out);
 }
 
+// The text of a number so large that its point lies behind what is kept: only the digits before are
+// made, and some more to be sure that those kept were not rounded. Null when they may have been.
+char* WriteHugeFloat(double number, char* out) {
+  constexpr double kHuge = 1e31;
+  constexpr int kMore = 4;
+  if (!(std::fabs(number) >= kHuge && std::isfinite(number))) return nullptr;
+  char digits[64];  // "-d.ddde+308"
+  const auto end = std::to_chars(digits, digits + sizeof digits, number,
+                                 std::chars_format::scientific, kMaxNumberText + kMore - 1)
+                       .ptr;
+  char* const point = std::find(digits, end, '.');
+  std::copy(point + 1, end, point);
+  const std::string_view made(digits, kMaxNumberText + kMore);
+  if (made.substr(kMaxNumberText) == "0000") return nullptr;
+  std::memcpy(out, digits, kMaxNumberText);
+  return out + kMaxNumberText;
+}
+
 template <typename T>
 char* WriteFloat(Bytes value, char* out) {
   if (value.size() < sizeof(T)) return out;
-  char digits[400];  // the largest double has 309 digits before its point
   const double number = static_cast<double>(Load<T>(value.data()));
+  if (char* huge_end = WriteHugeFloat(number, out)) return huge_end;
+  char digits[400];  // the largest double has 309 digits before its point
   const auto end =
       std::to_chars(digits, digits + sizeof digits, number, std::chars_format::fixed, 6).ptr;
   const auto size = static_cast<std::size_t>(std::min(end - digits, kMaxNumberText));
@@ -68,23 +90,34 @@ std::string_view AnsiText(Bytes chunk, const SubstitutionValue& value) {
   return {reinterpret_cast<const char*>(rest.data()), length};
 }
 
-char* WriteMultiString(Bytes value, char* out) {
-  std::size_t units = value.size() / 2;
-  while (units > 0 && Load<std::uint16_t>(value.data() + 2 * (units - 1)) == 0) --units;
-  std::size_t begin = 0;
-  for (std::size_t at = 0; at <= units; ++at) {
-    if (at < units && Load<std::uint16_t>(value.data() + 2 * at) != 0) continue;
-    if (begin > 0) out = WriteText(", ", out);
-    out = WriteUtf8(value.data() + 2 * begin, at - begin, out);
-    begin = at + 1;
-  }
-  return out;
+std::uint16_t UnitOf(Bytes value, std::size_t at) {
+  return Load<std::uint16_t>(value.data() + 2 * at);
 }
+
+// How many units there are before the zeros at the end.
+std::size_t MultiStringUnits(Bytes value) {
+  std::size_t units = value.size() / 2;
+  while (units > 0 && UnitOf(value, units - 1) == 0) --units;
+  return units;
+}
+
+char* WriteMultiString(Bytes value, char* out) {
+  return WriteUtf8List(value.data(), MultiStringUnits(value), out);
+}
+
+// The two digits of every byte.
+constexpr auto kByteDigits = [] {
+  std::array<std::array<char, 2>, 256> digits{};
+  for (std::size_t byte = 0; byte < digits.size(); ++byte) {
+    digits[byte] = {"0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 0xF]};
+  }
+  return digits;
+}();
 
 char* WriteBinary(Bytes value, char* out) {
   for (const std::uint8_t byte : value) {
-    *out++ = "0123456789ABCDEF"[byte >> 4];
-    *out++ = "0123456789ABCDEF"[byte & 0xF];
+    std::memcpy(out, kByteDigits[byte].data(), 2);
+    out += 2;
   }
   return out;
 }
@@ -146,6 +179,25 @@ char* WriteGuidText(const std::uint8_t* guid, char* out) {
   std::memcpy(out + 24, digits + 20, 12);
   out[8] = out[13] = out[18] = out[23] = '-';
   return out + kGuidTextSize;
+}
+
+std::size_t ValueTextBound(Bytes chunk, const SubstitutionValue& value) {
+  if (value.type == kEvtVarTypeAnsiString) return AnsiTextSize(chunk, value);
+  if (!Fits(chunk, value.offset, value.size)) return 0;
+  const std::uint8_t* bytes = chunk.data() + value.offset;
+  switch (value.type) {
+    case kEvtVarTypeString:
+    case kEvtVarTypeEvtXml: return Utf8Size(bytes, value.size / 2);
+    case kEvtVarTypeBinary: return std::size_t{2} * value.size;
+    case kEvtVarTypeMultiWideString: {
+      const std::size_t units = MultiStringUnits({bytes, value.size});
+      std::size_t zeros = 0;
+      for (std::size_t i = 0; i < units; ++i) zeros += Load<std::uint16_t>(bytes + 2 * i) == 0;
+      return Utf8Size(bytes, units) + zeros;  // a zero gives a comma and a blank
+    }
+    case kEvtVarTypeSid: return MaxValueText(chunk, value);
+    default: return kMaxNumberRoom;
+  }
 }
 
 std::size_t AnsiTextSize(Bytes chunk, const SubstitutionValue& value) {

@@ -54,12 +54,18 @@ std::string_view TypeName(std::uint8_t type);
 // The length of the text of a single-byte string.
 std::size_t AnsiTextSize(Bytes chunk, const SubstitutionValue& value);
 
+// No number, instant or GUID has a longer text.
+inline constexpr std::size_t kMaxNumberRoom = 64;
+
 // An upper bound of the text of a value, in bytes of UTF-8: three bytes a unit for strings, the
 // digits of the widest number for the rest.
 inline std::size_t MaxValueText(Bytes chunk, const SubstitutionValue& value) {
   if (value.type == kEvtVarTypeAnsiString) return AnsiTextSize(chunk, value);
-  return 64 + std::size_t{3} * value.size;
+  return kMaxNumberRoom + std::size_t{3} * value.size;
 }
+
+// A closer bound, exact for texts and lists of texts; it takes a look at them.
+std::size_t ValueTextBound(Bytes chunk, const SubstitutionValue& value);
 
 // Writes the text of a value at `out`, which has room for MaxValueText; returns the end. A value
 // that is too small for its type, does not lie inside the chunk, or is no valid instant or SID, and

@@ -19,7 +19,8 @@ void ReadAlone(Bytes stream) {
     BeginChunkNames(names);
     TemplateProgram program;
     CompileStream(stream, 0, size, layout, names, program);
-    TraceStream(trace, stream, 0, size, layout, size);
+    std::uint32_t lines = size;
+    TraceStream(trace, stream, 0, size, layout, lines);
   }
 }
 

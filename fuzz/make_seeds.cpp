@@ -122,6 +122,79 @@ void SaveEvtxSeeds() {
   }
 }
 
+// Records of few kinds, in chunks that name and place the same templates alike and not alike.
+ByteString LikeRecords() {
+  EvtxBuilder log;
+  for (std::uint32_t chunk = 0; chunk < 2; ++chunk) {
+    log.AddChunk();
+    if (chunk == 1) log.AddEvent({.event_id = 1, .data = {{"Name", "first here"}}});
+    for (std::uint32_t i = 0; i < 6; ++i) {
+      log.AddEvent({.event_id = 4624 + i % 2,
+                    .level = static_cast<std::uint8_t>(i),
+                    .user_sid = i % 3 == 0 ? "" : "S-1-5-18",
+                    .data = {{"TargetUserName", "user " + std::to_string(i)},
+                             {"LogonType", UInt32Value(i)},
+                             {"Empty", i % 2 == 0 ? NullValue() : StringValue("full")}}});
+    }
+    log.AddEvent(EventOfAllTypes());
+  }
+  return log.Build();
+}
+
+// Two chunks that define one template with the same bytes but for where its name stands, and there
+// stand different names.
+ByteString NamesElsewhere() {
+  EvtxBuilder log;
+  for (const std::string_view name : {"alpha", "bravo"}) {
+    log.AddChunk();
+    const std::vector<Node> body = {Element("Event", {}, {Element(name, {}, {Slot(0, kUInt16)})})};
+    log.AddRecord(
+        {.body = InstanceFragment(MakeTemplate("names the name", body), {UInt16Value(1)})});
+    log.AddRecord({.body = InstanceFragment(MakeTemplate("same", body), {UInt16Value(2)})});
+  }
+  return log.Build();
+}
+
+void SaveKeptSeeds() {
+  Save("kept", "names_elsewhere", NamesElsewhere());
+  Save("kept", "like_records", LikeRecords());
+  EvtxBuilder two = SmallLog();
+  two.AddChunk().AddEvent(EventOfAllTypes());
+  Save("kept", "small", two.Build());
+  Save("kept", "bare_chunk", SmallLog().BuildChunks());
+}
+
+void SaveReportSeeds() {
+  EvtBuilder evt;
+  evt.AddEntry({.event_id = 528, .sid = "S-1-5-18", .strings = {"alice", "", "WKS"}});
+  evt.AddEntry({.event_id = 612, .strings = {"bob"}});
+  const auto save = [](const std::string& name, unsigned form, unsigned queries,
+                       std::string_view commands, const ByteString& log) {
+    ByteString bytes;
+    PutU8(bytes, static_cast<std::uint8_t>(form));
+    PutU8(bytes, static_cast<std::uint8_t>(queries));
+    PutBytes(bytes, ByteString(commands.begin(), commands.end()));
+    PutU8(bytes, 0);
+    PutBytes(bytes, log);
+    Save("report", name, bytes);
+  };
+  for (unsigned form = 0; form < 7; ++form) {
+    save("evtx_form_" + std::to_string(form), form + 64 * (form % 2), 8, "", LikeRecords());
+    save("evt_form_" + std::to_string(form), form, 8, "", evt.Build());
+  }
+  save("evtx_reports", 1, 2, "", LikeRecords());
+  save("evt_reports", 1, 2, "", evt.Build());
+  save("evtx_text", 132, 4, "", SmallLog().Build());
+  save("evtx_commands", 1, 1,
+       "!cmd, -enum_evtxlog, -id, 4624, -name, logon, -conditions, LogonType|2, -all_data\n"
+       "!cmd, -enum_evtxlog, -type, security, -pull, TargetUserName, -hist, LogonType\n",
+       LikeRecords());
+  save("evt_commands", 1, 1,
+       "!cmd, -enum_evtlog, -id, 0x210, -pull, 1|User, -pull, 2\n"
+       "!cmd, -enum_evtlog, -string_exists, bob, -all_data\n",
+       evt.Build());
+}
+
 void SaveEvtSeeds() {
   EvtBuilder log;
   log.AddEntry({.event_id = 528, .sid = "S-1-5-18", .strings = {"alice", "", "WKS"}});
@@ -201,6 +274,8 @@ int main(int argc, char** argv) {
   }
   root = argv[1];
   SaveEvtxSeeds();
+  SaveKeptSeeds();
+  SaveReportSeeds();
   SaveEvtSeeds();
   SaveOpenerSeeds();
   SaveValueSeeds();

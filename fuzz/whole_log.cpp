@@ -7,16 +7,20 @@
 
 namespace tarnlex {
 
-void DumpLog(const InputFile& file, RunOptions& options, TextSink& out) {
+void RunQueries(const InputFile& file, QueryList& queries, RunOptions& options, TextSink& out) {
   RecordOutput records = MakeRecordOutput(out);
   options.record_output = &records;
   options.show_status = false;
-  options.event_ids = {kAnyEventId};
-  options.current_log.path = "dumped";
-  QueryList queries = PlainQueries(options);
   LogPass pass{options, options.current_log, queries, {}, {}, {}, {}, false};
   WalkLogFile(pass, file);
   Flush(out);
+}
+
+void DumpLog(const InputFile& file, RunOptions& options, TextSink& out) {
+  options.event_ids = {kAnyEventId};
+  options.current_log.path = "dumped";
+  QueryList queries = PlainQueries(options);
+  RunQueries(file, queries, options, out);
 }
 
 }  // namespace tarnlex

@@ -6,8 +6,13 @@
 #include "logs/platform.h"
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
+#include "reports/query_spec.h"
 
 namespace tarnlex {
+
+// Walks `file` with `queries` and writes the rows they make, in the form that `options` asks for,
+// to `out`.
+void RunQueries(const InputFile& file, QueryList& queries, RunOptions& options, TextSink& out);
 
 // Walks `file` with the plain dump's queries and writes its rows, in the form that `options` asks
 // for, to `out`.

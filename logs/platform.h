@@ -26,8 +26,9 @@ struct InputFile {
 std::optional<InputFile> OpenInput(const std::string& path);
 
 // Opens a file for writing, truncated or, with `append`, behind what it holds; the function writes
-// a whole block and says whether that succeeded. The file is closed when the last copy of the
-// function goes. Nothing when it cannot be opened.
+// a whole block and says whether that succeeded. An empty block closes the file and says whether
+// the system has taken everything written before; without one, the file is closed when the last
+// copy of the function goes. Nothing when it cannot be opened.
 std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path,
                                                                 bool append = false);
 

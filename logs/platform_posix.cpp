@@ -32,6 +32,13 @@ struct Descriptor {
   }
 };
 
+// Some file systems say only now that a block could not be written. An interrupted close has
+// closed.
+bool Close(Descriptor& file) {
+  const int number = std::exchange(file.number, -1);
+  return number < 0 || close(number) == 0 || errno == EINTR;
+}
+
 bool HoldsZeroByte(const std::string& path) { return path.find('\0') != std::string::npos; }
 
 bool WriteAll(int number, std::string_view text) {
@@ -131,7 +138,9 @@ std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::strin
   const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_TRUNC);
   const auto file = std::make_shared<Descriptor>(open(path.c_str(), flags, 0666));
   if (file->number < 0) return std::nullopt;
-  return [file](std::string_view text) { return WriteAll(file->number, text); };
+  return [file](std::string_view text) {
+    return text.empty() ? Close(*file) : WriteAll(file->number, text);
+  };
 }
 
 std::optional<FileId> IdentifyFile(const std::string& path) {

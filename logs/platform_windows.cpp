@@ -30,6 +30,11 @@ struct File {
   }
 };
 
+bool Close(File& file) {
+  const HANDLE handle = std::exchange(file.handle, INVALID_HANDLE_VALUE);
+  return handle == INVALID_HANDLE_VALUE || CloseHandle(handle) != 0;
+}
+
 // Set by the one thread that writes.
 bool reader_gone = false;
 
@@ -155,7 +160,9 @@ std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::strin
       SystemPath(path).c_str(), append ? FILE_APPEND_DATA : GENERIC_WRITE, FILE_SHARE_READ, nullptr,
       append ? OPEN_ALWAYS : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (file->handle == INVALID_HANDLE_VALUE) return std::nullopt;
-  return [file](std::string_view text) { return WriteText(file->handle, text); };
+  return [file](std::string_view text) {
+    return text.empty() ? Close(*file) : WriteText(file->handle, text);
+  };
 }
 
 bool FileExists(const std::string& path) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <charconv>
+#include <cstring>
 
 #include "logs/digit_pairs.h"
 
@@ -20,27 +21,30 @@ std::uint16_t UnitAt(const std::uint8_t* units, std::size_t index) {
   return Load<std::uint16_t>(units + 2 * index);
 }
 
-// Copies leading ASCII units (none of them zero) as they are; returns how many. Nearly all text in
-// event logs is ASCII, so this is where most characters go.
+// Copies leading ASCII units, a zero unit as a blank; returns how many. Nearly all text in event
+// logs is ASCII, so this is where most characters go.
 std::size_t CopyAscii(const std::uint8_t* units, std::size_t count, char* out) {
   std::size_t done = 0;
 #if defined(__SSE2__)
   const __m128i zero = _mm_setzero_si128();
+  const __m128i blank = _mm_set1_epi16(' ');
   const __m128i high = _mm_set1_epi16(static_cast<short>(0xFF80));
   for (; count - done >= 8; done += 8) {
     const __m128i eight =
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + 2 * done));  // unaligned by design
     const __m128i not_ascii = _mm_and_si128(eight, high);
-    const bool plain = _mm_movemask_epi8(_mm_cmpeq_epi16(not_ascii, zero)) == 0xFFFF &&
-                       _mm_movemask_epi8(_mm_cmpeq_epi16(eight, zero)) == 0;
-    if (!plain) break;
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(out + done), _mm_packus_epi16(eight, eight));
+    const __m128i text = _mm_or_si128(eight, _mm_and_si128(_mm_cmpeq_epi16(eight, zero), blank));
+    // All eight are stored: as many bytes at least are still to come, whatever they are.
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(out + done), _mm_packus_epi16(text, text));
+    const unsigned plain =
+        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(not_ascii, zero)));
+    if (plain != 0xFFFF) return done + static_cast<std::size_t>(std::countr_one(plain)) / 2;
   }
 #endif
   for (; done < count; ++done) {
     const std::uint16_t unit = UnitAt(units, done);
-    if (unit == 0 || unit >= 0x80) break;
-    out[done] = static_cast<char>(unit);
+    if (unit >= 0x80) break;
+    out[done] = static_cast<char>(unit == 0 ? ' ' : unit);
   }
   return done;
 }
@@ -68,6 +72,17 @@ char* WriteCodePoint(std::uint32_t code, char* out) {
   return out;
 }
 
+// The character that begins at `at`, which moves behind it.
+char* WriteUnit(const std::uint8_t* units, std::size_t count, std::size_t& at, char* out) {
+  std::uint32_t code = UnitAt(units, at++);
+  if (IsHighSurrogate(code) && at < count && IsLowSurrogate(UnitAt(units, at))) {
+    code = 0x10000 + ((code - 0xD800) << 10) + (UnitAt(units, at++) - 0xDC00U);
+  } else if (IsHighSurrogate(code) || IsLowSurrogate(code)) {
+    code = 0xFFFD;
+  }
+  return WriteCodePoint(code, out);
+}
+
 }  // namespace
 
 char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out) {
@@ -77,34 +92,68 @@ char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out) {
     const std::size_t plain = CopyAscii(units + 2 * at, count - at, out);
     at += plain;
     out += plain;
-    if (at == count) break;
-    std::uint32_t code = UnitAt(units, at++);
-    if (code == 0) {
-      code = ' ';
-    } else if (IsHighSurrogate(code) && at < count && IsLowSurrogate(UnitAt(units, at))) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (UnitAt(units, at++) - 0xDC00U);
-    } else if (IsHighSurrogate(code) || IsLowSurrogate(code)) {
-      code = 0xFFFD;
-    }
-    out = WriteCodePoint(code, out);
+    // Other scripts come in runs too.
+    while (at < count && UnitAt(units, at) >= 0x80) out = WriteUnit(units, count, at, out);
   }
   return out;
 }
 
-// A unit takes one to three bytes, two that make a pair four in all. Both sums are plain loops, so
-// that they run many units at a time.
+char* WriteUtf8List(const std::uint8_t* units, std::size_t count, char* out) {
+  for (std::size_t at = 0; at < count;) {
+    const std::uint16_t unit = UnitAt(units, at);
+    if (unit >= 0x80) {
+      out = WriteUnit(units, count, at, out);
+      continue;
+    }
+    if (unit != 0) {
+      *out++ = static_cast<char>(unit);
+    } else {
+      std::memcpy(out, ", ", 2);
+      out += 2;
+    }
+    ++at;
+  }
+  return out;
+}
+
+namespace {
+
+// Bytes of up to kCountedUnits units beyond the first byte of each, and how many of them begin a
+// pair. Small numbers in plain loops run many units at a time.
+constexpr std::size_t kCountedUnits = 4096;
+
+std::uint16_t ExtraBytes(const std::uint8_t* units, std::size_t count) {
+  std::uint16_t extra = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint16_t unit = UnitAt(units, i);
+    extra = static_cast<std::uint16_t>(extra + (unit >= 0x80) + (unit >= 0x800));
+  }
+  return extra;
+}
+
+std::uint16_t CountPairs(const std::uint8_t* units, std::size_t count) {
+  std::uint16_t pairs = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const bool high = (UnitAt(units, i) & 0xFC00U) == 0xD800U;
+    const bool low = (UnitAt(units, i + 1) & 0xFC00U) == 0xDC00U;
+    pairs = static_cast<std::uint16_t>(pairs + (high & low));
+  }
+  return pairs;
+}
+
+}  // namespace
+
 std::size_t Utf8Size(const std::uint8_t* units, std::size_t count) {
   while (count > 0 && UnitAt(units, count - 1) == 0) --count;
-  std::size_t size = 0;
-  for (std::size_t i = 0; i < count; ++i) {
-    const std::uint32_t unit = UnitAt(units, i);
-    size += 1U + (unit >= 0x80 ? 1U : 0U) + (unit >= 0x800 ? 1U : 0U);
+  std::size_t size = count;
+  for (std::size_t at = 0; at < count; at += kCountedUnits) {
+    const std::size_t part = std::min(kCountedUnits, count - at);
+    size += ExtraBytes(units + 2 * at, part);
+    // A pair takes four bytes, not six; one may begin with the last unit of a part.
+    const std::size_t starts = at + part < count ? part : part - 1;
+    size -= std::size_t{2} * CountPairs(units + 2 * at, starts);
   }
-  std::size_t pairs = 0;
-  for (std::size_t i = 0; i + 1 < count; ++i) {
-    pairs += (UnitAt(units, i) & 0xFC00U) == 0xD800U && (UnitAt(units, i + 1) & 0xFC00U) == 0xDC00U;
-  }
-  return size - 2 * pairs;
+  return size;
 }
 
 std::string Utf16ToUtf8(Bytes utf16) {
@@ -125,10 +174,56 @@ bool EqualsNoCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return LowerAscii(x) == LowerAscii(y); });
 }
 
+namespace {
+
+bool BeginsNoCase(const char* text, std::string_view lowered) {
+  return std::equal(lowered.begin(), lowered.end(), text,
+                    [](char x, char y) { return x == LowerAscii(y); });
+}
+
+#if defined(__SSE2__)
+
+__m128i LowerBlock(const char* at) {
+  const __m128i text =
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));  // unaligned by design
+  const __m128i capital = _mm_and_si128(_mm_cmpgt_epi8(text, _mm_set1_epi8('A' - 1)),
+                                        _mm_cmplt_epi8(text, _mm_set1_epi8('Z' + 1)));
+  return _mm_or_si128(text, _mm_and_si128(capital, _mm_set1_epi8('a' - 'A')));
+}
+
+// Looks at sixteen beginnings at a time, of which only those are compared whole that have the first
+// and the last character of `lowered`. Stops before the last block of the text; `begin` says where.
+bool FindInBlocks(std::string_view text, std::string_view lowered, std::size_t& begin) {
+  constexpr std::size_t kBlock = 16;
+  const __m128i first = _mm_set1_epi8(lowered.front());
+  const __m128i last = _mm_set1_epi8(lowered.back());
+  for (; begin + lowered.size() + kBlock <= text.size(); begin += kBlock) {
+    const char* at = text.data() + begin;
+    const __m128i both = _mm_and_si128(_mm_cmpeq_epi8(LowerBlock(at), first),
+                                       _mm_cmpeq_epi8(LowerBlock(at + lowered.size() - 1), last));
+    for (auto hits = static_cast<unsigned>(_mm_movemask_epi8(both)); hits != 0; hits &= hits - 1) {
+      if (BeginsNoCase(at + std::countr_zero(hits), lowered)) return true;
+    }
+  }
+  return false;
+}
+
+#else
+
+bool FindInBlocks(std::string_view, std::string_view, std::size_t&) { return false; }
+
+#endif
+
+}  // namespace
+
 bool ContainsNoCase(std::string_view text, std::string_view lowered_needle) {
-  return std::search(text.begin(), text.end(), lowered_needle.begin(), lowered_needle.end(),
-                     [](char x, char y) { return LowerAscii(x) == y; }) != text.end() ||
-         lowered_needle.empty();
+  if (lowered_needle.empty()) return true;
+  std::size_t begin = 0;
+  if (FindInBlocks(text, lowered_needle, begin)) return true;
+  for (; begin + lowered_needle.size() <= text.size(); ++begin) {
+    if (BeginsNoCase(text.data() + begin, lowered_needle)) return true;
+  }
+  return false;
 }
 
 std::string_view Trim(std::string_view text) {

@@ -20,6 +20,10 @@ inline constexpr std::size_t kMaxUtf8PerUnit = 3;
 // unit inside becomes a blank.
 char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out);
 
+// The same for texts with a zero unit between two of them, which becomes a comma and a blank. Zero
+// units at the end stay.
+char* WriteUtf8List(const std::uint8_t* units, std::size_t count, char* out);
+
 // The bytes that WriteUtf8 makes of `count` units, counted without making them.
 std::size_t Utf8Size(const std::uint8_t* units, std::size_t count);
 

@@ -29,6 +29,12 @@ void Flush(TextSink& sink) {
   sink.used = 0;
 }
 
+void Close(TextSink& sink) {
+  Flush(sink);
+  if (sink.write && !sink.failed) sink.failed = !sink.write({});
+  sink.write = nullptr;
+}
+
 char* Reserve(TextSink& sink, std::size_t size) {
   if (sink.capacity - sink.used < size) {
     Flush(sink);

@@ -28,6 +28,9 @@ TextSink MakeStringSink(std::string& target);
 // Hands on what is collected.
 void Flush(TextSink& sink);
 
+// Hands on what is collected and ends a target that is a file (see OpenOutput), which may fail too.
+void Close(TextSink& sink);
+
 // Room for `size` bytes to be written in place; Commit says how much of it was used.
 char* Reserve(TextSink& sink, std::size_t size);
 inline void Commit(TextSink& sink, const char* end) {

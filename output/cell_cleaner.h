@@ -123,6 +123,10 @@ inline std::size_t MarkLineBreak(const char* from, const char* end, char*& out) 
   return pair ? 2 : 1;
 }
 
+// The same for the line breaks that follow one another at `from`, as far as `room` goes, which is
+// kLineBreakRoom at least.
+std::size_t MarkLineBreaks(const char* from, const char* end, std::size_t room, char*& out);
+
 // How many characters of a text belong to line breaks. A plain sum, which runs many characters at a
 // time.
 inline std::size_t CountLineBreakCharacters(const char* begin, const char* end) {

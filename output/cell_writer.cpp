@@ -40,7 +40,8 @@ std::size_t Clean(CellWriter& writer, const CellCleaner& cleaner, std::string_vi
     writer.at += plain;
     if (plain == count) continue;
     const char* const mark = writer.at;
-    const std::size_t length = MarkLineBreak(from, end, writer.at);
+    const std::size_t length =
+        MarkLineBreaks(from, end, static_cast<std::size_t>(writer.end - writer.at), writer.at);
     from += length;
     longer += static_cast<std::size_t>(writer.at - mark) - length;
   }

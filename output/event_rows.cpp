@@ -85,6 +85,10 @@ RowKey KeyOf(const EventRows& rows, std::size_t number) {
   return {row.timeCreated, row.eventRecordId, static_cast<std::uint32_t>(number)};
 }
 
+// Rows that may be longer are packed where others are joined: marks may make them four times as
+// long, and only crafted records come near.
+constexpr std::size_t kMostJoined = std::size_t{512} << 10;
+
 // Each character of a line break becomes at most this much longer when it is marked.
 constexpr std::size_t kLongerPerBreak = 3;
 
@@ -208,7 +212,8 @@ void ExpectRows(EventRows& rows, std::size_t count) { ReserveFilled(rows.rows, c
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
   RowBuilder builder;
   builder.rows = &rows;
-  builder.prefix = rows.joined.separator == 0 ? kCellPrefix : 0;
+  const bool joins = rows.joined.separator != 0 && max_bytes <= kMostJoined;
+  builder.prefix = joins ? 0 : kCellPrefix;
   if (max_bytes > Room(rows) && max_bytes > kLargeBound) {
     if (rows.scratch.size < max_bytes) rows.scratch = MakeRowBytes(max_bytes);
     builder.start = rows.scratch.bytes.get();
@@ -246,7 +251,9 @@ char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end)
     const std::size_t plain = CopyCellBlock(builder.rows->joined.cleaner, from, count, out);
     from += plain;
     out += plain;
-    if (plain < count) from += MarkLineBreak(from, end, out);
+    if (plain == count) continue;
+    // As far apart as both are, the marks do not reach what is still to be read.
+    from += MarkLineBreaks(from, end, static_cast<std::size_t>(from - out), out);
   }
   return EndPlainCell(builder, out);
 }
@@ -260,7 +267,8 @@ void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& 
   }
   rows.rows.push_back(row);
   rows.rows.back().dataItems = rows.free_at;
-  rows.rows.back().dataSize = static_cast<std::uint32_t>(end - rows.free_at);
+  const bool joined = builder.prefix == 0;
+  rows.rows.back().dataSize = joined ? static_cast<std::uint32_t>(end - rows.free_at) : 0;
   rows.free_at = end;
 }
 

@@ -40,7 +40,7 @@ struct EventRecord {
   std::string_view queryLabel;
   const ColumnSet* columns = nullptr;
   const char* dataItems = nullptr;  // the cell texts, one per column, in column order
-  std::uint32_t dataSize = 0;       // of all of them together
+  std::uint32_t dataSize = 0;       // of all of them together when they are joined, else 0
 };
 
 // How joined cells look: cleaned, and each followed by the separator, so that a row can be written

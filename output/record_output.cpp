@@ -111,9 +111,8 @@ bool HasFailed(const RecordOutput* output) {
 
 void CloseRecordOutput(RecordOutput& output) {
   if (output.current == nullptr) return;
-  Flush(output.sink);
+  Close(output.sink);
   output.failed = output.failed || output.sink.failed;
-  output.sink.write = nullptr;
   output.current = nullptr;
 }
 

@@ -250,7 +250,7 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord
     WriteRepeatedCell(table, table.provider_text, row.providerName, columns.provider_width);
     Write(table.cells, table.between);
   }
-  if (table.joined && positions != nullptr) {
+  if (table.joined && positions != nullptr && row.dataSize > 0) {
     WriteJoinedCells(table, columns, row, *positions);
   } else if (!table.padded && positions != nullptr) {
     WriteDelimitedCells(table, columns, row, *positions);

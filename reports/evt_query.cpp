@@ -135,9 +135,10 @@ Bytes SourceText(const EvtRecord& record, std::int32_t source, bool all_data, bo
 // Takes line breaks and tabs out of a finished text: a row is one line of values.
 char* CleanText(char* begin, char* end) {
   // Most texts have none; this loop has no way out early, so that it runs many bytes at a time.
-  bool any = false;
-  for (const char* at = begin; at != end; ++at) any |= static_cast<unsigned char>(*at) <= '\r';
-  if (!any) return end;
+  const auto size = static_cast<std::size_t>(end - begin);
+  unsigned char any = 0;
+  for (std::size_t i = 0; i < size; ++i) any |= static_cast<unsigned char>(begin[i]) <= '\r';
+  if (any == 0) return end;
   char* to = begin;
   for (const char* from = begin; from != end; ++from) {
     if (*from == '\r' || *from == '\t') continue;

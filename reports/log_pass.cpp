@@ -52,8 +52,7 @@ EventRows MakeRows(const LogPass& pass) {
 // Rows are kept until the log ends so that they come out in order. A crafted log could make rows of
 // many times its size, though, and then order is worth less than memory.
 void BoundMemory(LogPass& pass) {
-  constexpr std::size_t kMost = std::size_t{512} << 20;
-  if (MemoryOf(pass.rows) < kMost) return;
+  if (MemoryOf(pass.rows) < pass.most_memory) return;
   WriteRows(pass);
   pass.rows = MakeRows(pass);
   // Both remember column sets and texts of the collection that is gone.

@@ -24,7 +24,8 @@ struct LogPass {
   EvtxQueries evtx;           // prepared when the log is EVTX
   std::vector<EvtQuery> evt;  // prepared when it is EVT
   EventRows rows;
-  bool wrote = false;  // a row has been handed to the writers
+  bool wrote = false;                                // a row has been handed to the writers
+  std::size_t most_memory = std::size_t{512} << 20;  // of the rows; then they are written
 };
 
 // Makes the queries ready for records of the log's format; before the first record.

@@ -144,7 +144,15 @@ bool WalkLog(LogPass& pass) {
   return file && WalkLogFile(pass, *file);
 }
 
+// The rows of real logs take a few times the log's size.
+std::size_t MemoryFor(std::uint64_t log_size) {
+  constexpr std::uint64_t kLeast = std::uint64_t{40} << 20;
+  constexpr std::uint64_t kMost = std::uint64_t{512} << 20;
+  return static_cast<std::size_t>(std::clamp(std::min(log_size, kMost) * 64, kLeast, kMost));
+}
+
 bool WalkLogFile(LogPass& pass, const InputFile& file) {
+  pass.most_memory = MemoryFor(file.size);
   constexpr std::uint64_t kHead = 256;
   Block block;
   const Bytes head = ReadBlock(file, 0, std::min(kHead, file.size), block);

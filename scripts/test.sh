@@ -10,4 +10,4 @@ scripts/install_packages.sh build test
 cmake --preset "$preset" \
   ${TARNLEX_WINDOWS_TESTS:+-DTARNLEX_WINDOWS_TESTS="$TARNLEX_WINDOWS_TESTS"}
 cmake --build --preset "$preset" -j "$(nproc)"
-ctest --preset "$preset"
+ctest --preset "$preset" -j "$(nproc)"

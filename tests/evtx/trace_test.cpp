@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 namespace tarnlex {
 namespace {
@@ -46,6 +48,21 @@ TEST(Trace, TextOfALogCannotForgeALine) {
   const std::string line = LineOf(token);
   EXPECT_EQ(line.find_first_of("\r\n"), line.size() - 1);
   EXPECT_NE(line.find("record 1 at file offset 0x0 b"), std::string::npos);
+}
+
+TEST(Trace, OfAChunkEnds) {
+  const std::vector<std::uint8_t> chunk(100, 0x04);  // end tags
+  std::string written;
+  TextSink sink = MakeStringSink(written);
+  std::uint32_t left = 150;
+  TraceStream(sink, chunk, 0, 100, {false, false}, left);
+  EXPECT_EQ(left, 50U);
+  TraceStream(sink, chunk, 0, 100, {false, false}, left);
+  EXPECT_EQ(left, 0U);
+  TraceStream(sink, chunk, 0, 100, {false, false}, left);
+  Flush(sink);
+  EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 151);
+  EXPECT_TRUE(written.ends_with("tokens of this chunk left out from here on: too many\n"));
 }
 
 }  // namespace

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdint>
+#include <cstdio>
 #include <initializer_list>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -99,6 +102,26 @@ TEST(Value, BooleanGoesByItsFirstByte) {
   EXPECT_EQ(TextOfValue(support::RawValue(support::kBoolean, {2})), "true");
 }
 
+// What the system's own printing gives, cut behind 31 characters.
+TEST(Value, HugeNumbersAreCutAndNotRounded) {
+  std::mt19937_64 random(11);
+  for (int i = 0; i < 20'000; ++i) {
+    const std::uint64_t bits = (random() & 0x800FFFFFFFFFFFFF) | (0x3FFULL + random() % 0x400)
+                                                                     << 52;
+    const double number = std::bit_cast<double>(bits);
+    char text[400];
+    snprintf(text, sizeof text, "%f", number);
+    EXPECT_EQ(TextOfValue(support::DoubleValue(number)), std::string(text).substr(0, 31));
+  }
+  for (const double number : {1e31, -1e31, 9.999999999999999e30, 1e200, 0x1p1000, 0x1p104}) {
+    char text[400];
+    snprintf(text, sizeof text, "%f", number);
+    EXPECT_EQ(TextOfValue(support::DoubleValue(number)), std::string(text).substr(0, 31));
+  }
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(TextOfValue(support::DoubleValue(-kInfinity)), "-inf");
+}
+
 TEST(Value, BinaryIsUpperCaseHexadecimal) {
   EXPECT_EQ(TextOfValue(support::BinaryValue({0x00, 0xAB, 0x0C})), "00AB0C");
 }
@@ -155,6 +178,16 @@ TEST(Value, MultiStringIsJoinedWithCommas) {
   EXPECT_EQ(TextOfValue(support::StringArrayValue({"a", "b"})), "a, b");
   EXPECT_EQ(TextOfValue(support::RawValue(support::kStringArray, support::Hex("61000000 6200"))),
             "a, b");
+}
+
+TEST(Value, TextsAreMeasuredExactlyWithoutBeingMade) {
+  for (const support::Value& made :
+       {support::StringArrayValue({"", "a", "", "\u00E9\U0001F600", "bcd", ""}),
+        support::StringArrayValue({"", ""}), support::StringValue("a\u00E9\u4E00"),
+        support::AnsiStringValue("abc"), support::BinaryValue({1, 2, 3})}) {
+    const SubstitutionValue value{0, static_cast<std::uint16_t>(made.bytes.size()), made.type};
+    EXPECT_EQ(ValueTextBound(made.bytes, value), TextOfValue(made).size()) << int{made.type};
+  }
 }
 
 TEST(Value, MultiStringDropsEmptyStringsAtItsEndOnly) {

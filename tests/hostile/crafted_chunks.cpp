@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "tests/support/evt_builder.h"
 #include "tests/support/evtx_builder.h"
 
 namespace tarnlex {
@@ -12,12 +13,14 @@ using namespace support;
 
 std::string Numbered(const std::string& head, int number) { return head + std::to_string(number); }
 
-// A template of many elements that all hold slot 0.
+// A template of many elements that all hold slot 0. Who searches for the text of the last one looks
+// through all others first.
 Template ManyElements(int count) {
   std::vector<Node> elements;
   for (int i = 0; i < count; ++i) {
     elements.push_back(Element(Numbered("n", i), {}, {Slot(0, kString)}));
   }
+  elements.push_back(Element("last", {}, {Text("needle")}));
   return MakeTemplate("many", {Element("Event", {}, elements)});
 }
 
@@ -176,6 +179,143 @@ ByteString LongNames() {
   return chunk;
 }
 
+// Many records of one template over a chunk whose upper half is filled with `filling`: slot 0
+// claims all bytes up to there, so that slot 1, of `type`, stands on the filling.
+ByteString OverATail(std::uint8_t type, std::uint16_t size, const ByteString& filling,
+                     int elements) {
+  constexpr std::uint32_t kTail = 0x8000;
+  std::vector<Node> nodes;
+  for (int i = 0; i < elements; ++i) {
+    nodes.push_back(Element(Numbered("n", i), {}, {Slot(1, type)}));
+  }
+  nodes.push_back(Element("last", {}, {Text("needle")}));
+  const Template many = MakeTemplate("tail", {Element("Event", {}, nodes)});
+  EvtxBuilder log;
+  log.AddChunk({.last_number = 100'000});
+  while (log.NextRecordOffset() + 200 < kTail) {
+    if (log.NextRecordOffset() == kEvtxFirstRecord) {
+      log.AddRecord({.body = InstanceFragment(many, {NullValue(), NullValue()})});
+      continue;
+    }
+    // Record header, fragment header, instance, and in front of the values their descriptors.
+    const std::uint32_t values = log.NextRecordOffset() + 24 + 4 + 10 + 4 + 2 * 4;
+    Value before = RawValue(kBinary, {});
+    before.stated_size = static_cast<std::uint16_t>(kTail - values);
+    Value text = RawValue(type, {});
+    text.stated_size = size;
+    log.AddRecord({.body = InstanceFragment(many, {before, text})});
+    if (log.NextRecordOffset() + 100 > kTail) break;
+  }
+  ByteString chunk = log.BuildChunks();
+  chunk.resize(kEvtxChunkSize);
+  for (std::size_t at = kTail; at < chunk.size(); ++at) {
+    chunk[at] = filling[(at - kTail) % filling.size()];
+  }
+  return chunk;
+}
+
+// Small records whose template holds one value in many elements.
+ByteString ManyValues(const Value& value) {
+  std::vector<Node> elements;
+  for (int i = 0; i < 300; ++i) {
+    elements.push_back(
+        Element(Numbered("n", i), {Attribute("a", Slot(0, value.type))}, {Slot(0, value.type)}));
+  }
+  elements.push_back(Element("last", {}, {Text("needle")}));
+  const Template many = MakeTemplate("values", {Element("Event", {}, elements)});
+  return FillWith([&](int) { return InstanceFragment(many, {value}); });
+}
+
+// Small records of elements with many attributes, the shortest way to a value.
+ByteString ManyAttributes(const Value& value) {
+  std::vector<Node> attributes;
+  for (int i = 0; i < 300; ++i)
+    attributes.push_back(Attribute(Numbered("n", i), Slot(0, value.type)));
+  const Template many = MakeTemplate("attributes", {Element("Event", attributes)});
+  return FillWith([&](int) { return InstanceFragment(many, {value}); });
+}
+
+// Records that differ in their event identifier, so that each has a table and a header of its own.
+ByteString TableForEveryRecord(int columns, const std::string& tail) {
+  std::vector<Node> elements = {Element("EventID", {}, {Slot(0, kUInt16)})};
+  for (int i = 0; i < columns; ++i) {
+    elements.push_back(Element(Numbered("n", i) + tail, {}, {Slot(0, kUInt16)}));
+  }
+  const Template many = MakeTemplate("tables", {Element("Event", {}, elements)});
+  return FillWith(
+      [&](int i) { return InstanceFragment(many, {UInt16Value(static_cast<unsigned>(i))}); });
+}
+
+// A few names of many characters, which every record repeats where a form writes names.
+ByteString NamesInEveryRow() {
+  const std::string tail(20'000, 'x');
+  std::vector<Node> elements;
+  elements.push_back(Element("x" + tail, {}, {Slot(0, kUInt16)}));
+  for (int i = 0; i < 12; ++i) {
+    elements.push_back(Element("Data",
+                               {Attribute("Name", {Text(Numbered("", i)), Slot(1, kString)})},
+                               {Slot(0, kUInt16)}));
+  }
+  const Template many = MakeTemplate("names in rows", {Element("Event", {}, elements)});
+  return FillWith([&](int) {
+    Value claim = StringValue("y");
+    claim.stated_size = 18'000;
+    return InstanceFragment(many, {UInt16Value(1), claim});
+  });
+}
+
+// Arrays of binary XML values that nest and overlap.
+ByteString NestedArrays() {
+  EvtxBuilder log;
+  log.AddChunk();
+  const Template body =
+      MakeTemplate("nested", {Element("Event", {}, {Slot(0, kBinaryXml), Slot(1, kBinaryXml)})});
+  Instance inner{.definition = body, .values = {}};
+  for (int i = 0; i < 27; ++i) inner.values.push_back(UInt16Value(1));
+  Value nested = InstanceValue(inner);
+  for (int depth = 0; depth < 12; ++depth) {
+    Instance outer{.definition = body, .values = {nested}};
+    Value again = RawValue(kBinaryXml, {});
+    outer.values.push_back(again);
+    nested = InstanceValue(outer);
+  }
+  return FillWith([&](int) { return InstanceFragment(body, {nested, nested}); });
+}
+
+ByteString Units(std::u16string_view text) {
+  ByteString bytes;
+  PutWide(bytes, text);
+  return bytes;
+}
+
+// Records of `length` bytes one behind another, each with as many strings as can be claimed, each
+// of which begins one unit behind the one before and has no end.
+ByteString OverlappingStrings(std::uint32_t length, std::uint8_t byte) {
+  ByteString log = EvtBuilder().Build({.end_record = false});
+  ByteString record(length, byte);
+  if (length >= 8) {
+    SetU32(record, 0, length);
+    SetU32(record, 4, 0x654C664C);
+  }
+  if (length >= 64) {
+    std::fill(record.begin() + 8, record.begin() + 56, std::uint8_t{0});
+    SetU32(record, 24, 0xFFFF'0004);  // the type, and the number of strings
+    SetU32(record, 36, 56);
+  }
+  while (length > 0 && log.size() + length <= kEvtxChunkSize) PutBytes(log, record);
+  log.resize(kEvtxChunkSize, byte);
+  return log;
+}
+
+// A record of many strings among many that have none.
+ByteString UnlikeEvtRecords() {
+  EvtBuilder log;
+  log.AddEntry({.event_id = 1, .strings = std::vector<std::string>(10'000)});
+  for (int i = 0; i < 400; ++i) log.AddEntry({.event_id = 1});
+  ByteString file = log.Build();
+  return file;
+}
+
 }  // namespace
 
 std::vector<CraftedChunk> CraftedChunks() {
@@ -188,7 +328,42 @@ std::vector<CraftedChunk> CraftedChunks() {
           {"branching", Branching(8)},
           {"mutual", Mutual()},
           {"overlapping definitions", OverlappingDefinitions()},
-          {"long names", LongNames()}};
+          {"long names", LongNames()},
+          {"names in every row", NamesInEveryRow()},
+          {"table for every record", TableForEveryRecord(400, "")},
+          {"long names in each", TableForEveryRecord(8, std::string(1000, 'x'))},
+          {"nested arrays", NestedArrays()},
+          {"single-byte text", OverATail(kAnsiString, 1, Hex("41"), 400)},
+          {"wide text of line breaks", OverATail(kString, 0x7FFE, Units(u"\n"), 500)},
+          {"wide text of three bytes", OverATail(kString, 0x7FFE, Units(u"\u4E00"), 500)},
+          {"wide text of pairs", OverATail(kString, 0x7FFE, Hex("3D D8 00 DE"), 500)},
+          {"wide text of zeros", OverATail(kString, 0x7FFE, Hex("00 00"), 500)},
+          {"list of short texts", OverATail(kStringArray, 0x7FFE, Hex("41 00 00 00"), 500)},
+          {"list of empty texts", OverATail(kStringArray, 0x7FFE, Hex("00 00 00 00"), 500)},
+          {"long binary", OverATail(kBinary, 0x7FFE, Hex("5A"), 500)},
+          {"text of few records", OverATail(kString, 0x7FFE, Units(u"a,b|"), 12)},
+          {"doubles", ManyValues(DoubleValue(-1.7e308))},
+          {"doubles in attributes", ManyAttributes(DoubleValue(-1.7e308))},
+          {"small doubles", ManyValues(DoubleValue(1.2345678e-300))},
+          {"times", ManyValues(FileTimeValue(Filetime(2012, 3, 7, 14, 5, 9, 1234567)))},
+          {"calendar times", ManyValues(SysTimeValue({2012, 3, 3, 7, 14, 5, 9, 7}))},
+          {"guids", ManyValues(GuidValue("54849625-5478-4994-a5ba-3e3b0328c30d"))},
+          {"sids", ManyValues(SidValue("S-1-5-21-4000000001-4000000002-4000000003-4000000004"))}};
+}
+
+std::vector<CraftedLog> CraftedLogs() {
+  std::vector<CraftedLog> logs;
+  for (CraftedChunk& chunk : CraftedChunks()) {
+    logs.push_back({std::move(chunk.name), FileOfChunks(chunk.bytes, 1), ".evtx"});
+  }
+  logs.push_back({"evt, overlapping strings", OverlappingStrings(8192, 0x41), ".evt"});
+  logs.push_back({"evt, short records of those", OverlappingStrings(1024, 0x4E), ".evt"});
+  logs.push_back({"evt, one record of those", OverlappingStrings(65'000, 0x41), ".evt"});
+  logs.push_back({"evt, empty strings", OverlappingStrings(8192, 0), ".evt"});
+  logs.push_back({"evt, unlike records", UnlikeEvtRecords(), ".evt"});
+  logs.push_back({"evt, records of eight bytes", OverlappingStrings(8, 0x41), ".evt"});
+  logs.push_back({"evt, no records", OverlappingStrings(0, 0x41), ".evt"});
+  return logs;
 }
 
 ByteString FileOfChunks(const ByteString& chunk, int copies) {

@@ -94,6 +94,22 @@ TEST(CraftedEvt, StringsThatOverlapCostNoMoreThanTheirBound) {
   }
 }
 
+// A record's text is bounded by its own length too, or many of them would cost what one may.
+TEST(CraftedEvt, StringsThatOverlapInShortRecordsCostNoMore) {
+  constexpr std::uint32_t kLength = 8192;
+  ByteString record = support::EvtEntryBytes(
+      {.event_id = 1, .string_count = 0xFFFF, .string_offset = 56, .data_offset = 56});
+  record.resize(kLength, 'x');
+  support::SetU32(record, 0, kLength);
+  EvtRecord read;
+  ASSERT_TRUE(ReadEvtRecord(record, 0, read));
+  CutTexts(read);
+  std::size_t text = 0;
+  for (const Bytes string : read.strings) text += string.size() / 2 * 3;  // bytes of UTF-8
+  EXPECT_GT(text, std::size_t{300} * kLength);
+  EXPECT_LE(text, std::size_t{320} * kLength);
+}
+
 TEST(CraftedEvt, ASourceNamePastTheBoundIsLeftOut) {
   constexpr std::size_t kSize = (std::size_t{34} << 20) + 4;
   ByteString record = support::EvtEntryBytes({.event_id = 1, .data_offset = 60});

@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 
 #include "tests/app/temp_directory.h"
 #include "tests/end_to_end/in_process.h"
@@ -50,6 +52,26 @@ TEST(FailedWrite, OfAnyFileEndsTheRun) {
     EXPECT_EQ(run.exit_code, kMinusOne) << option;
     EXPECT_TRUE(SaysSo(run.err)) << option << run.err;
   }
+}
+
+// What some file systems only say when a file is closed.
+TEST(FailedWrite, IsNoticedAtTheClosingOfAnyFile) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer must be loaded first";
+#else
+  const TempDirectory directory;
+  const std::string log = directory.AddFile("a.evtx", LogOf(10));
+  for (const std::string option : {"-out", "-stats", "-diags", "-outdir"}) {
+    const std::vector<std::string> args = {"-quiet", "-log", log, option, directory.path + "/out"};
+    EXPECT_EQ(support::RunChild(TARNLEX_PROGRAM, args).exit_code, 0) << option;
+    ASSERT_EQ(setenv("LD_PRELOAD", TARNLEX_FAILING_CLOSE, 1), 0);
+    const support::ChildRun run = support::RunChild(TARNLEX_PROGRAM, args);
+    unsetenv("LD_PRELOAD");
+    EXPECT_EQ(run.exit_code, kMinusOne) << option;
+    EXPECT_TRUE(SaysSo(run.err)) << option << run.err;
+    std::filesystem::remove_all(directory.path + "/out");
+  }
+#endif
 }
 
 TEST(FailedWrite, LeavesTheLogsBehindItUnread) {

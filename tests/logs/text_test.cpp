@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
@@ -55,6 +57,27 @@ TEST(ContainsNoCase, FoldsAsciiOnly) {
   EXPECT_FALSE(ContainsNoCase("ab", "abc"));
 }
 
+TEST(ContainsNoCase, FindsATextAtEveryPlaceOfALongOne) {
+  for (const std::string_view needle :
+       {"x", "xy", "x-17 characters-", "a text of more than a block"}) {
+    for (std::size_t size = needle.size(); size < 70; ++size) {
+      for (std::size_t at = 0; at + needle.size() <= size; ++at) {
+        // What surrounds it has its first and its last character.
+        std::string text(size, needle.front());
+        for (std::size_t i = 1; i < size; i += 2) text[i] = needle.back();
+        if (needle.size() > 2) {
+          EXPECT_FALSE(ContainsNoCase(text, needle));
+        }
+        text.replace(at, needle.size(), needle);
+        std::transform(text.begin(), text.end(), text.begin(),
+                       [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
+        EXPECT_TRUE(ContainsNoCase(text, needle)) << needle << size << " " << at;
+      }
+    }
+  }
+  EXPECT_FALSE(ContainsNoCase(std::string(100, '@') + "`[{", "a"));
+}
+
 TEST(LeadingNumber, ReadsDigitsUpToTheFirstOtherCharacter) {
   EXPECT_EQ(LeadingNumber("4624"), 4624U);
   EXPECT_EQ(LeadingNumber("12x"), 12U);
@@ -105,6 +128,21 @@ TEST(TextSink, StopsWritingAfterAFailure) {
   AppendNow(sink, "y");
   EXPECT_TRUE(sink.failed);
   EXPECT_EQ(calls, 1);
+}
+
+TEST(Utf8Size, IsWhatTheTextTakes) {
+  std::uint32_t state = 7;
+  std::vector<std::uint8_t> units;
+  for (std::size_t size = 0; size < 9000; size += size < 40 ? 1 : 997) {
+    units.resize(2 * size);
+    for (std::size_t i = 0; i < size; ++i) {
+      state = state * 1664525 + 1013904223;
+      constexpr std::uint16_t kBases[] = {0, 0x20, 0x80, 0x7FF, 0x800, 0xD7FF, 0xD800, 0xDC00};
+      const auto unit = static_cast<std::uint16_t>(kBases[state >> 29] + (state >> 20 & 1));
+      std::memcpy(units.data() + 2 * i, &unit, sizeof unit);
+    }
+    EXPECT_EQ(Utf8Size(units.data(), size), Utf16ToUtf8(units).size()) << size;
+  }
 }
 
 }  // namespace

@@ -159,12 +159,24 @@ TEST(JoinedCells, MarkLineBreaksWhereverTheyStand) {
   EXPECT_EQ(CellsOf(rows.rows[1]), "fifteen letters[LF];behind a block[CRLF]and behind it,plain,");
 }
 
+TEST(JoinedCells, AreNotMadeOfWhatMayBecomeVeryLong) {
+  EventRows rows = JoinedRows();
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a", "b"});
+  const std::string breaks(2'000'000, '\n');
+  AddRow(rows, record, {breaks, ","});
+  EXPECT_EQ(rows.rows[0].dataSize, 0U);
+  std::vector<std::string_view> cells;
+  ReadCells(rows.rows[0], cells);
+  EXPECT_EQ(cells, (std::vector<std::string_view>{breaks, ","}));
+}
+
 TEST(JoinedCells, GrowBeyondWhatWasPromised) {
   // Nothing but line breaks makes a text four times as long; the cells behind it keep their room.
   EventRows rows = JoinedRows();
   EventRecord record;
   record.columns = AddColumns(rows, {"a", "b", "c"});
-  for (const std::size_t length : {1U, 15U, 16U, 17U, 5'000U, 400'000U, 2'000'000U}) {
+  for (const std::size_t length : {1U, 15U, 16U, 17U, 5'000U, 170'000U}) {
     const std::string breaks(length, '\n');
     const std::string plain(length, 'x');
     std::string marked;
