@@ -8,7 +8,7 @@ packages_for() {
   case "$1" in
     build) echo g++ cmake ninja-build ;;
     # Other readers of what the tests write; their tests are skipped without them.
-    test) echo libgtest-dev libevtx-utils libevt-utils sleuthkit ;;
+    test) echo libgtest-dev libevtx-utils libevt-utils sleuthkit python3 mandoc ;;
     check) echo git clang-format clang-tidy python3 ;;
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
     package) echo g++-mingw-w64-x86-64-posix zip unzip ;;
