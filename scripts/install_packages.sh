@@ -11,7 +11,7 @@ packages_for() {
     test) echo libgtest-dev libevtx-utils libevt-utils sleuthkit python3 mandoc ;;
     check) echo git clang-format clang-tidy python3 ;;
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
-    package) echo g++-mingw-w64-x86-64-posix zip unzip ;;
+    package) echo git g++-mingw-w64-x86-64-posix zip unzip dpkg-dev bsdextrautils mandoc lintian ;;
     fuzz) echo clang libclang-rt-14-dev ;;
     bench) echo hyperfine libevtx-utils ;;
     *) echo "install_packages.sh: no such task: $1" >&2; return 1 ;;
