@@ -78,10 +78,12 @@ void ParseReports(RunOptions& options, Arguments& args) {
 
 bool ParseInputs(RunOptions& options, Arguments& args) {
   std::string value;
-  if (FindValue("-log", args, value)) AddLogList(options, value);
+  const bool listed = FindValue("-log", args, value);
+  if (listed) AddLogList(options, value);
   if (FindFlag("-livesys", args)) return UseLiveSystem(options);
   if (FindValue("-partition", args, value)) return UsePartition(options, value);
   if (FindValue("-vss", args, value)) return UseShadowCopy(options, value);
+  if (listed && options.pipe) Say(options, "ignoring -log, paths are piped in\n");
   return true;
 }
 

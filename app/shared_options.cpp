@@ -55,9 +55,12 @@ std::string ProgramName(std::string_view path) {
 }
 
 void OpenDiagnostics(RunOptions& options) {
-  if (options.trial) return;
+  if (options.trial || options.diags == nullptr) return;
   auto write = OpenGuardedOutput(options.diags_file);
-  if (!write || options.diags == nullptr) return;
+  if (!write) {
+    Say(options, "prob opening file ", options.diags_file, " for diagnostics, skipping\n");
+    return;
+  }
   *options.diags = MakeSink(std::move(*write));
   options.diags_on = true;
   AppendNow(*options.diags, std::string("->").append(options.cmdline).append("\n"));

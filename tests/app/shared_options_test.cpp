@@ -198,6 +198,8 @@ TEST(SharedOptions, WriteTheCommandLineIntoTheDiagnosticsFile) {
   const ParsedOptions unopened({"-diags", directory.path});
   EXPECT_TRUE(unopened.parsed);
   EXPECT_FALSE(unopened.options.diags_on);
+  EXPECT_EQ(unopened.said.substr(0, unopened.said.find('\n')),
+            "prob opening file " + directory.path + " for diagnostics, skipping");
 }
 
 TEST(OutOption, TruncatesItsFileAtOnce) {
