@@ -22,11 +22,6 @@ std::string_view Extension(const RunOptions& options) {
   return ".txt";
 }
 
-std::string_view FileNameOf(std::string_view path) {
-  const std::size_t slash = path.find_last_of("/\\");
-  return slash == std::string_view::npos ? path : path.substr(slash + 1);
-}
-
 // The log's file name, numbered when another log of the run has taken it. Names that differ only in
 // case are one file on many systems.
 std::string FreeName(RecordOutput& output, std::string_view name, std::string_view extension) {
