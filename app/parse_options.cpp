@@ -89,7 +89,6 @@ bool ParseInputs(RunOptions& options, Arguments& args) {
 
 bool ParseAll(RunOptions& options, Arguments& args, std::string_view version) {
   options.log_type = "EVT";
-  options.csv_form = true;
   options.hex_numbers = false;
   if (!ParseSharedOptions(options, args)) return false;
   options.version = version;

@@ -11,14 +11,9 @@
 namespace tarnlex {
 namespace {
 
-// The CSV form is preset even where nobody asked for it, so the arguments decide.
-bool AskedForCsv(const RunOptions& options) {
-  return options.csv_form && ContainsNoCase(options.cmdline, "\"-csv\"");
-}
-
 std::string_view Extension(const RunOptions& options) {
   if (options.bodyfile_form) return ".body";
-  if (options.csvgen_form || options.l2t_form || AskedForCsv(options)) return ".csv";
+  if (options.csvgen_form || options.l2t_form || options.csv_form) return ".csv";
   return ".txt";
 }
 

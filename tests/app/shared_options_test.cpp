@@ -13,7 +13,7 @@ namespace {
 
 using Aliases = std::map<std::string, std::string>;
 
-TEST(SharedOptions, StartFromTheToolsPresets) {
+TEST(SharedOptions, StartFromTheTable) {
   const ParsedOptions run({"-unknown", "left"});
   const RunOptions& options = run.options;
   EXPECT_TRUE(run.parsed);
@@ -23,7 +23,7 @@ TEST(SharedOptions, StartFromTheToolsPresets) {
   EXPECT_EQ(options.program_name, "tarnlex");
   EXPECT_EQ(options.version, "ver: 0.33");
   EXPECT_EQ(options.log_type, "EVT");
-  EXPECT_TRUE(options.csv_form);
+  EXPECT_FALSE(options.csv_form);
   EXPECT_TRUE(options.field_mode);
   EXPECT_TRUE(options.pad_separator);
   EXPECT_TRUE(options.show_status);
