@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-#include "app/option_search.h"
+#include "logs/option_search.h"
 #include "logs/run_options.h"
 
 namespace tarnlex {

@@ -1,6 +1,5 @@
 target_sources(tarnlex_core PRIVATE
   app/input_discovery.cpp
-  app/option_search.cpp
   app/parse_options.cpp
   app/pipe_mode.cpp
   app/run.cpp
