@@ -103,7 +103,6 @@ void AddLogList(RunOptions& options, const std::string& list) {
 
 bool UseLiveSystem(RunOptions& options) {
   if (!IsOnlySource(options, "-livesys")) return false;
-  options.live_system = true;
   options.logs.clear();
   if (!IsAdmin()) {
     Say(options, kNeedAdmin);

@@ -87,11 +87,9 @@ bool ParseInputs(RunOptions& options, Arguments& args) {
   return true;
 }
 
-bool ParseAll(RunOptions& options, Arguments& args, std::string_view version) {
-  options.log_type = "EVT";
+bool ParseAll(RunOptions& options, Arguments& args) {
   options.hex_numbers = false;
   if (!ParseSharedOptions(options, args)) return false;
-  options.version = version;
   ParseFilters(options, args);
   ParseReports(options, args);
   return ParseInputs(options, args);
@@ -108,7 +106,7 @@ std::vector<std::string> OutputPaths(const RunOptions& options) {
 
 // Which files are read and which are written is only known when all arguments have been looked at,
 // while some are opened on the way. So the arguments are read twice, the first time for this.
-bool WouldOverwriteInput(const RunOptions& options, Arguments args, std::string_view version) {
+bool WouldOverwriteInput(const RunOptions& options, Arguments args) {
   const auto writes = {"-diags", "-out", "-outfile", "-stats"};
   if (std::none_of(writes.begin(), writes.end(),
                    [&args](const char* name) { return HasFlag(name, args); })) {
@@ -117,7 +115,7 @@ bool WouldOverwriteInput(const RunOptions& options, Arguments args, std::string_
   RunOptions trial = options;
   trial.trial = true;
   trial.messages = nullptr;
-  ParseAll(trial, args, version);
+  ParseAll(trial, args);
   for (const std::string& path : OutputPaths(trial)) {
     if (!HoldsEventLog(path) && !IsSameFile(path, trial.logs, trial.cmd_file)) continue;
     Say(options, "prob opening file ", path, " for output, aborting\n");
@@ -128,8 +126,8 @@ bool WouldOverwriteInput(const RunOptions& options, Arguments args, std::string_
 
 }  // namespace
 
-bool ParseOptions(RunOptions& options, Arguments& args, std::string_view version) {
-  return !WouldOverwriteInput(options, args, version) && ParseAll(options, args, version);
+bool ParseOptions(RunOptions& options, Arguments& args) {
+  return !WouldOverwriteInput(options, args) && ParseAll(options, args);
 }
 
 }  // namespace tarnlex

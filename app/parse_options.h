@@ -13,7 +13,7 @@ namespace tarnlex {
 // arguments are taken out of `args`, the rest stays and is ignored. Messages go to
 // `options.messages`; `options.diags` names a sink of the caller's that -diags attaches to its
 // file. False when the run cannot go on; the reason has been said.
-bool ParseOptions(RunOptions& options, Arguments& args, std::string_view version);
+bool ParseOptions(RunOptions& options, Arguments& args);
 
 // The first layer: output forms, separators, formats, output files, status switches.
 bool ParseSharedOptions(RunOptions& options, Arguments& args);

@@ -16,26 +16,23 @@ namespace {
 
 constexpr SeparatorClass kNoReplacement{'\0', '\0'};
 
-enum class FieldMode { kKeep, kOn, kOff };
-
 // One output form. All forms exclude each other, but -csv and -csvl2t leave -csvgen as it is.
 struct FormOption {
   const char* name;
   bool RunOptions::*form;
   bool clears_csvgen;
-  FieldMode field_mode;
   bool delimits;
   const char* separator;
   SeparatorClass separator_class;
 };
 
 constexpr FormOption kForms[] = {
-    {"-csv", &RunOptions::csv_form, false, FieldMode::kKeep, true, ",", {',', ' '}},
-    {"-csvgen", &RunOptions::csvgen_form, true, FieldMode::kKeep, true, ",", {',', ' '}},
-    {"-csvl2t", &RunOptions::l2t_form, false, FieldMode::kOn, false, ",", {',', ' '}},
-    {"-bodyfile", &RunOptions::bodyfile_form, true, FieldMode::kOn, false, "|", {'|', ';'}},
-    {"-xml", &RunOptions::xml_form, true, FieldMode::kOff, false, "", kNoReplacement},
-    {"-multiline", &RunOptions::multiline_form, true, FieldMode::kOn, false, "", kNoReplacement},
+    {"-csv", &RunOptions::csv_form, false, true, ",", {',', ' '}},
+    {"-csvgen", &RunOptions::csvgen_form, true, true, ",", {',', ' '}},
+    {"-csvl2t", &RunOptions::l2t_form, false, false, ",", {',', ' '}},
+    {"-bodyfile", &RunOptions::bodyfile_form, true, false, "|", {'|', ';'}},
+    {"-xml", &RunOptions::xml_form, true, false, "", kNoReplacement},
+    {"-multiline", &RunOptions::multiline_form, true, false, "", kNoReplacement},
 };
 
 std::string QuoteArguments(const Arguments& args) {
@@ -45,13 +42,6 @@ std::string QuoteArguments(const Arguments& args) {
     line.append(1, '"').append(argument).append(1, '"');
   }
   return line;
-}
-
-std::string ProgramName(std::string_view path) {
-  std::size_t cut = path.rfind('\\');
-  if (cut == std::string_view::npos) cut = path.rfind('/');
-  if (cut != std::string_view::npos) path.remove_prefix(cut + 1);
-  return std::string(path.substr(0, path.find('.')));
 }
 
 void OpenDiagnostics(RunOptions& options) {
@@ -71,7 +61,6 @@ void ApplyForm(RunOptions& options, const FormOption& form) {
   options.csv_form = options.l2t_form = options.bodyfile_form = false;
   options.xml_form = options.multiline_form = false;
   options.*form.form = true;
-  if (form.field_mode != FieldMode::kKeep) options.field_mode = form.field_mode == FieldMode::kOn;
   if (form.delimits) options.delimited = true;
   options.separator = form.separator;
   options.separator_class = form.separator_class;
@@ -114,7 +103,7 @@ bool ParseNames(RunOptions& options, Arguments& args) {
     Say(options, "This option is not offered in this build\n");
     return false;
   }
-  FindValue("-signal", args, options.signal);
+  FindValue("-signal", args, value);  // accepted and without effect
   options.have_hostname = FindValue("-hostname", args, options.hostname);
   options.have_username = FindValue("-username", args, options.username);
   return true;
@@ -182,7 +171,6 @@ void ParseFormat(RunOptions& options, Arguments& args, const char* name,
 bool ParseSharedOptions(RunOptions& options, Arguments& args) {
   if (args.empty()) return false;
   if (options.cmdline.empty()) options.cmdline = QuoteArguments(args);
-  options.program_name = ProgramName(args.front());
 
   std::string value;
   if (FindFlag("-pair_datetime", args)) options.pair_datetime = true;
@@ -202,7 +190,7 @@ bool ParseSharedOptions(RunOptions& options, Arguments& args) {
   }
   ParseFormat(options, args, "-dateformat", IsDateFormat, options.date_format);
   ParseFormat(options, args, "-timeformat", IsTimeFormat, options.time_format);
-  if (FindFlag("-verbose", args)) options.verbose = true;
+  FindFlag("-verbose", args);  // accepted and without effect
   if (FindFlag("-quiet", args)) options.show_status = false;
   return true;
 }

@@ -20,11 +20,7 @@ TEST(SharedOptions, StartFromTheTable) {
   EXPECT_EQ(run.said, "");
   EXPECT_EQ(run.rest, (Arguments{"/bin/tarnlex.exe", "-unknown", "left"}));
   EXPECT_EQ(options.cmdline, "\"/bin/tarnlex.exe\" \"-unknown\" \"left\"");
-  EXPECT_EQ(options.program_name, "tarnlex");
-  EXPECT_EQ(options.version, "ver: 0.33");
-  EXPECT_EQ(options.log_type, "EVT");
   EXPECT_FALSE(options.csv_form);
-  EXPECT_TRUE(options.field_mode);
   EXPECT_TRUE(options.pad_separator);
   EXPECT_TRUE(options.show_status);
   EXPECT_TRUE(options.dump_all);
@@ -33,15 +29,6 @@ TEST(SharedOptions, StartFromTheTable) {
   EXPECT_EQ(options.separator, " | ");
   EXPECT_EQ(options.date_format, "mm/dd/yyyy");
   EXPECT_EQ(options.time_format, "hh:mm:ss.xxx");
-}
-
-TEST(SharedOptions, NameTheProgramWithoutFolderAndExtension) {
-  for (const char* path : {"C:\\tools\\tarn.v2.exe", "/opt/tarn", "./tarn", "tarn.exe"}) {
-    RunOptions options;
-    Arguments args = {path};
-    EXPECT_TRUE(ParseSharedOptions(options, args));
-    EXPECT_EQ(options.program_name, "tarn") << path;
-  }
 }
 
 TEST(SharedOptions, FailForAnEmptyArgumentList) {
@@ -57,7 +44,6 @@ struct Form {
   char from;
   char to;
   bool delimited;
-  bool field_mode;
 };
 
 struct FormTest : testing::TestWithParam<Form> {};
@@ -73,17 +59,16 @@ TEST_P(FormTest, SetsItsFlagSeparatorAndReplacement) {
   EXPECT_EQ(run.options.separator_class.separator, form.from);
   EXPECT_EQ(run.options.separator_class.replacement, form.to);
   EXPECT_EQ(run.options.delimited, form.delimited);
-  EXPECT_EQ(run.options.field_mode, form.field_mode);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Forms, FormTest,
-    testing::Values(Form{"-csv", &RunOptions::csv_form, ",", ',', ' ', true, true},
-                    Form{"-CsvGen", &RunOptions::csvgen_form, ",", ',', ' ', true, true},
-                    Form{"-csvl2t", &RunOptions::l2t_form, ",", ',', ' ', false, true},
-                    Form{"-bodyfile", &RunOptions::bodyfile_form, "|", '|', ';', false, true},
-                    Form{"-xml", &RunOptions::xml_form, "", '\0', '\0', false, false},
-                    Form{"-multiline", &RunOptions::multiline_form, "", '\0', '\0', false, true}));
+    testing::Values(Form{"-csv", &RunOptions::csv_form, ",", ',', ' ', true},
+                    Form{"-CsvGen", &RunOptions::csvgen_form, ",", ',', ' ', true},
+                    Form{"-csvl2t", &RunOptions::l2t_form, ",", ',', ' ', false},
+                    Form{"-bodyfile", &RunOptions::bodyfile_form, "|", '|', ';', false},
+                    Form{"-xml", &RunOptions::xml_form, "", '\0', '\0', false},
+                    Form{"-multiline", &RunOptions::multiline_form, "", '\0', '\0', false}));
 
 TEST(SharedOptions, LetTheLaterFormInTheFixedOrderPrevail) {
   const ParsedOptions run({"-bodyfile", "-csv"});
@@ -183,9 +168,8 @@ TEST(SharedOptions, TakeNamesSwitchesAndSignal) {
   EXPECT_TRUE(run.options.have_hostname && run.options.have_username);
   EXPECT_EQ(run.options.hostname, "LAB");
   EXPECT_EQ(run.options.username, "me");
-  EXPECT_EQ(run.options.signal, "s");
   EXPECT_FALSE(run.options.show_status);
-  EXPECT_TRUE(run.options.verbose && run.options.pair_datetime && run.options.pipe);
+  EXPECT_TRUE(run.options.pair_datetime && run.options.pipe);
   EXPECT_EQ(run.rest.size(), 1U);
 }
 
