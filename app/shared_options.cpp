@@ -104,8 +104,8 @@ bool ParseNames(RunOptions& options, Arguments& args) {
     return false;
   }
   FindValue("-signal", args, value);  // accepted and without effect
-  options.have_hostname = FindValue("-hostname", args, options.hostname);
-  options.have_username = FindValue("-username", args, options.username);
+  FindValue("-hostname", args, options.hostname);
+  FindValue("-username", args, options.username);
   return true;
 }
 

@@ -38,8 +38,6 @@ struct RunOptions {
   // Who the timeline names.
   std::string username;
   std::string hostname;
-  bool have_username = false;
-  bool have_hostname = false;
 
   // How records look.
   std::map<std::string, std::string> alias_map;       // lower-cased alias to true path
