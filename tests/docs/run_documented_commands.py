@@ -209,7 +209,8 @@ def check_elsewhere(block, source):
         text = open(f"{source}/{name}", encoding="utf-8").read()
         for line in block.lines:
             words = line.split("#")[0].split()
-            words = [word for word in words if not re.match(r"\[|[A-Z]+$", word)][:2]
+            words = [word for word in words if not re.match(r"\[|[A-Z]+$", word)]
+            words = words[:1 if words and "=" in words[0] else 2]  # a setting, or command and verb
             if words and " ".join(words) not in text:
                 yield f'{name} does not run "{" ".join(words)}"'
 

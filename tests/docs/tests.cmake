@@ -27,6 +27,8 @@ if(TARNLEX_PYTHON AND TARNLEX_BASH)
     $<$<STREQUAL:${TARNLEX_DOCS_TESTS},REQUIRED>:--required> COMMAND_EXPAND_LISTS)
 endif()
 if(TARNLEX_BASH)
+  add_test(NAME golden_loop COMMAND ${TARNLEX_BASH}
+    ${CMAKE_CURRENT_SOURCE_DIR}/docs/golden_loop.sh $<TARGET_FILE:tarnlex_tests>)
   add_test(NAME bash_completion COMMAND ${TARNLEX_BASH}
     ${CMAKE_CURRENT_SOURCE_DIR}/docs/completion_test.sh
     ${CMAKE_SOURCE_DIR}/completions/tarnlex.bash)
