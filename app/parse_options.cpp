@@ -89,7 +89,7 @@ bool ParseInputs(RunOptions& options, Arguments& args) {
 
 bool ParseAll(RunOptions& options, Arguments& args) {
   options.hex_numbers = false;
-  if (!ParseSharedOptions(options, args)) return false;
+  if (!ParseOutputOptions(options, args)) return false;
   ParseFilters(options, args);
   ParseReports(options, args);
   return ParseInputs(options, args);

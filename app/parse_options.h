@@ -16,6 +16,6 @@ namespace tarnlex {
 bool ParseOptions(RunOptions& options, Arguments& args);
 
 // The first layer: output forms, separators, formats, output files, status switches.
-bool ParseSharedOptions(RunOptions& options, Arguments& args);
+bool ParseOutputOptions(RunOptions& options, Arguments& args);
 
 }  // namespace tarnlex

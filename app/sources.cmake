@@ -4,6 +4,6 @@ target_sources(tarnlex_core PRIVATE
   app/pipe_mode.cpp
   app/run.cpp
   app/run_header.cpp
-  app/shared_options.cpp
+  app/output_options.cpp
   app/usage.cpp
 )

@@ -168,7 +168,7 @@ void ParseFormat(RunOptions& options, Arguments& args, const char* name,
 
 }  // namespace
 
-bool ParseSharedOptions(RunOptions& options, Arguments& args) {
+bool ParseOutputOptions(RunOptions& options, Arguments& args) {
   if (args.empty()) return false;
   if (options.cmdline.empty()) options.cmdline = QuoteArguments(args);
 

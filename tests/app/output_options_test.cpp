@@ -13,7 +13,7 @@ namespace {
 
 using Aliases = std::map<std::string, std::string>;
 
-TEST(SharedOptions, StartFromTheTable) {
+TEST(OutputOptions, StartFromTheTable) {
   const ParsedOptions run({"-unknown", "left"});
   const RunOptions& options = run.options;
   EXPECT_TRUE(run.parsed);
@@ -31,10 +31,10 @@ TEST(SharedOptions, StartFromTheTable) {
   EXPECT_EQ(options.time_format, "hh:mm:ss.xxx");
 }
 
-TEST(SharedOptions, FailForAnEmptyArgumentList) {
+TEST(OutputOptions, FailForAnEmptyArgumentList) {
   RunOptions options;
   Arguments args;
-  EXPECT_FALSE(ParseSharedOptions(options, args));
+  EXPECT_FALSE(ParseOutputOptions(options, args));
 }
 
 struct Form {
@@ -70,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Form{"-xml", &RunOptions::xml_form, "", '\0', '\0', false},
                     Form{"-multiline", &RunOptions::multiline_form, "", '\0', '\0', false}));
 
-TEST(SharedOptions, LetTheLaterFormInTheFixedOrderPrevail) {
+TEST(OutputOptions, LetTheLaterFormInTheFixedOrderPrevail) {
   const ParsedOptions run({"-bodyfile", "-csv"});
   EXPECT_TRUE(run.options.bodyfile_form);
   EXPECT_FALSE(run.options.csv_form);
@@ -102,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Separator{"\\T", "\t", '\0', '\0'}, Separator{";", ";", '\0', '\0'},
                     Separator{"tabs", "tabs", '\0', '\0'}, Separator{"", "", '\0', '\0'}));
 
-TEST(SharedOptions, NoWhitespaceRemovesBlanksFromTheSeparator) {
+TEST(OutputOptions, NoWhitespaceRemovesBlanksFromTheSeparator) {
   const ParsedOptions run({"-no_whitespace"});
   EXPECT_EQ(run.options.separator, "|");
   EXPECT_TRUE(run.options.delimited);
@@ -110,7 +110,7 @@ TEST(SharedOptions, NoWhitespaceRemovesBlanksFromTheSeparator) {
   EXPECT_EQ(ParsedOptions({"-no_whitespace", "-csv_separator", "tab"}).options.separator, "\t");
 }
 
-TEST(SharedOptions, AcceptDateFormatsOf8And10Characters) {
+TEST(OutputOptions, AcceptDateFormatsOf8And10Characters) {
   EXPECT_EQ(ParsedOptions({"-dateformat", "dd/mm/yy"}).options.date_format, "dd/mm/yy");
   EXPECT_EQ(ParsedOptions({"-dateformat", "yyyy-mm-dd"}).options.date_format, "yyyy-mm-dd");
   const ParsedOptions run({"-dateformat", "mm/dd/yyy"});
@@ -119,7 +119,7 @@ TEST(SharedOptions, AcceptDateFormatsOf8And10Characters) {
   EXPECT_EQ(run.said, "invalid mm/dd/yyy, using default format\n");
 }
 
-TEST(SharedOptions, AcceptTimeFormatsOf8And12To18CharactersWithColon) {
+TEST(OutputOptions, AcceptTimeFormatsOf8And12To18CharactersWithColon) {
   for (const char* good : {"hh:mm:ss", "hh:mm:ss.xxx", "hh:mm:ss.xxxxxxxxx"}) {
     EXPECT_EQ(ParsedOptions({"-timeformat", good}).options.time_format, good);
   }
@@ -132,21 +132,21 @@ TEST(SharedOptions, AcceptTimeFormatsOf8And12To18CharactersWithColon) {
   }
 }
 
-TEST(SharedOptions, PairAliasesWithTruePaths) {
+TEST(OutputOptions, PairAliasesWithTruePaths) {
   setenv("TARNLEX_ROOT", "/mnt/c", 1);
   const ParsedOptions run({"-alias", "DC1.evtx | %TARNLEX_ROOT%/a.evtx || dc1.EVTX | /late"});
   EXPECT_TRUE(run.parsed);
   EXPECT_EQ(run.options.alias_map, (Aliases{{"dc1.evtx", "/mnt/c/a.evtx"}}));
 }
 
-TEST(SharedOptions, CutSeparatorsAndQuotesFromAliasDirectories) {
+TEST(OutputOptions, CutSeparatorsAndQuotesFromAliasDirectories) {
   const ParsedOptions run({"-aliaspath", "Host1\\ | \"C:\\Logs\\\" | h2 | D:\\x | h3/ | /mnt/y/"});
   EXPECT_TRUE(run.parsed);
   EXPECT_EQ(run.options.alias_path_map,
             (Aliases{{"host1", "C:\\Logs"}, {"h2", "D:\\x"}, {"h3", "/mnt/y"}}));
 }
 
-TEST(SharedOptions, RefuseAliasesWithoutPartner) {
+TEST(OutputOptions, RefuseAliasesWithoutPartner) {
   const ParsedOptions files({"-alias", "a|b|c"});
   EXPECT_FALSE(files.parsed);
   EXPECT_EQ(files.said, "inbalanced alias to true pathfiles, aborting\n");
@@ -155,14 +155,14 @@ TEST(SharedOptions, RefuseAliasesWithoutPartner) {
   EXPECT_EQ(paths.said, "inbalanced alias to true paths, aborting\n");
 }
 
-TEST(SharedOptions, RefuseSqlite) {
+TEST(OutputOptions, RefuseSqlite) {
   const ParsedOptions run({"-sqlite", "x.db"});
   EXPECT_FALSE(run.parsed);
   EXPECT_EQ(run.said, "This option is not offered in this build\n");
   EXPECT_TRUE(ParsedOptions({"-sqlite"}).parsed) << "without its value the option counts as absent";
 }
 
-TEST(SharedOptions, TakeNamesSwitchesAndSignal) {
+TEST(OutputOptions, TakeNamesSwitchesAndSignal) {
   const ParsedOptions run({"-hostname", "LAB", "-username", "me", "-signal", "s", "-QUIET",
                            "-verbose", "-pair_datetime", "-base10", "-pipe"});
   EXPECT_EQ(run.options.hostname, "LAB");
@@ -172,7 +172,7 @@ TEST(SharedOptions, TakeNamesSwitchesAndSignal) {
   EXPECT_EQ(run.rest.size(), 1U);
 }
 
-TEST(SharedOptions, WriteTheCommandLineIntoTheDiagnosticsFile) {
+TEST(OutputOptions, WriteTheCommandLineIntoTheDiagnosticsFile) {
   const TempDirectory directory;
   const std::string file = directory.path + "/diags.txt";
   const ParsedOptions run({"-diags", file, "-pipe"});
