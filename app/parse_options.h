@@ -9,7 +9,7 @@
 
 namespace tarnlex {
 
-// Reads everything: presets, the shared options, then the filters, reports and inputs. Recognised
+// Reads everything: the options on output, then the filters, reports and inputs. Recognised
 // arguments are taken out of `args`, the rest stays and is ignored. Messages go to
 // `options.messages`; `options.diags` names a sink of the caller's that -diags attaches to its
 // file. False when the run cannot go on; the reason has been said.

@@ -72,8 +72,6 @@ struct RunOptions {
   bool pipe = false;
   LogInfo current_log;
   LogTable logs;
-  std::string scan_dir;
-  LogInfo opener_scratch;
 
   // Which records.
   std::uint64_t start_time = 0;  // FILETIME; 0 is no bound
