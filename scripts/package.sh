@@ -79,7 +79,7 @@ make_zip() {
   mkdir -p "$stage/$name"
   cp build/windows/tarnlex.exe "$stage/$name"
   # What is read in an editor there has the line ends of that system.
-  for text in README.md LICENSE CHANGELOG.md $(git ls-files docs ':!docs/tarnlex.1'); do
+  for text in README.md LICENSE CHANGELOG.md CONTRIBUTING.md ARCHITECTURE.md $(git ls-files docs ':!docs/tarnlex.1'); do
     mkdir -p "$stage/$name/$(dirname "$text")"
     sed 's/$/\r/' "$text" >"$stage/$name/$text"
   done
