@@ -57,15 +57,10 @@ std::string KindOfFile(std::string_view name) {
   return stem;
 }
 
-bool ScanOrSay(RunOptions& options, std::size_t prefix_size = 0) {
-  if (ScanLogDirectory(options.logs, options.scan_dir, prefix_size)) return true;
+bool ScanOrSay(RunOptions& options, const std::string& directory, std::size_t prefix_size = 0) {
+  if (ScanLogDirectory(options.logs, directory, prefix_size)) return true;
   Say(options, "probs getting information about eventlogs, aborting\n");
   return false;
-}
-
-void ResetScratch(RunOptions& options, bool is_evtx) {
-  options.opener_scratch = LogInfo{};
-  options.opener_scratch.is_evtx = is_evtx;
 }
 
 // The directory of a file below `root`, as the volume spells it; nothing when it is not there.
@@ -94,26 +89,22 @@ void AddLogList(RunOptions& options, const std::string& list) {
   SplitList(list, '|', true, pieces);
   for (const std::string& piece : pieces) {
     const std::string path = ExpandPathVariables(piece);
-    options.opener_scratch = LogInfo{};
-    options.opener_scratch.path = path;
-    if (!options.trial) SayUnusable(options, ProbeLog(options.opener_scratch, path), path);
-    options.logs.emplace(path, options.opener_scratch);
+    LogInfo log;
+    log.path = path;
+    if (!options.trial) SayUnusable(options, ProbeLog(log, path), path);
+    options.logs.emplace(path, log);
   }
 }
 
 bool UseLiveSystem(RunOptions& options) {
   if (!IsOnlySource(options, "-livesys")) return false;
-  options.live_system = true;
   options.logs.clear();
   if (!IsAdmin()) {
     Say(options, kNeedAdmin);
     return false;
   }
-  const bool is_evtx = IsVistaOrLater();
-  options.scan_dir = WindowsDirectory().value_or("c:\\windows") + "\\system32" +
-                     (is_evtx ? "\\winevt\\logs" : "\\config");
-  ResetScratch(options, is_evtx);
-  return ScanOrSay(options);
+  return ScanOrSay(options, WindowsDirectory().value_or("c:\\windows") + "\\system32" +
+                                (IsVistaOrLater() ? "\\winevt\\logs" : "\\config"));
 }
 
 bool UsePartition(RunOptions& options, std::string volume) {
@@ -125,12 +116,10 @@ bool UsePartition(RunOptions& options, std::string volume) {
     return false;
   }
   const auto root = VolumeRoot(volume);
-  bool is_evtx = false;
   std::optional<std::string> directory;
   if (root) {
     directory = DirectoryOf(*root, "Windows\\System32\\Config\\SysEvent.Evt");
     if (!directory) {
-      is_evtx = true;
       directory = DirectoryOf(*root, "Windows\\System32\\winevt\\logs\\System.evtx");
     }
   }
@@ -138,9 +127,7 @@ bool UsePartition(RunOptions& options, std::string volume) {
     Say(options, "No eventlogs found in system directory\n");
     return false;
   }
-  options.scan_dir = *directory;
-  ResetScratch(options, is_evtx);
-  return ScanOrSay(options, root->size());
+  return ScanOrSay(options, *directory, root->size());
 }
 
 bool UseShadowCopy(RunOptions& options, const std::string& number) {
@@ -154,9 +141,7 @@ bool UseShadowCopy(RunOptions& options, const std::string& number) {
     Say(options, "-vss option only applies to Vista, Win7, Win8 and beyond\n");
     return false;
   }
-  ResetScratch(options, true);
-  options.scan_dir = kShadowCopyPrefix + number + "\\Windows\\System32\\winevt\\logs";
-  return ScanOrSay(options);
+  return ScanOrSay(options, kShadowCopyPrefix + number + "\\Windows\\System32\\winevt\\logs");
 }
 
 bool ScanLogDirectory(LogTable& table, const std::string& directory, std::size_t prefix_size) {

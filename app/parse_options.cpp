@@ -78,19 +78,18 @@ void ParseReports(RunOptions& options, Arguments& args) {
 
 bool ParseInputs(RunOptions& options, Arguments& args) {
   std::string value;
-  if (FindValue("-log", args, value)) AddLogList(options, value);
+  const bool listed = FindValue("-log", args, value);
+  if (listed) AddLogList(options, value);
   if (FindFlag("-livesys", args)) return UseLiveSystem(options);
   if (FindValue("-partition", args, value)) return UsePartition(options, value);
   if (FindValue("-vss", args, value)) return UseShadowCopy(options, value);
+  if (listed && options.pipe) Say(options, "ignoring -log, paths are piped in\n");
   return true;
 }
 
-bool ParseAll(RunOptions& options, Arguments& args, std::string_view version) {
-  options.log_type = "EVT";
-  options.csv_form = true;
+bool ParseAll(RunOptions& options, Arguments& args) {
   options.hex_numbers = false;
-  if (!ParseSharedOptions(options, args)) return false;
-  options.version = version;
+  if (!ParseOutputOptions(options, args)) return false;
   ParseFilters(options, args);
   ParseReports(options, args);
   return ParseInputs(options, args);
@@ -107,7 +106,7 @@ std::vector<std::string> OutputPaths(const RunOptions& options) {
 
 // Which files are read and which are written is only known when all arguments have been looked at,
 // while some are opened on the way. So the arguments are read twice, the first time for this.
-bool WouldOverwriteInput(const RunOptions& options, Arguments args, std::string_view version) {
+bool WouldOverwriteInput(const RunOptions& options, Arguments args) {
   const auto writes = {"-diags", "-out", "-outfile", "-stats"};
   if (std::none_of(writes.begin(), writes.end(),
                    [&args](const char* name) { return HasFlag(name, args); })) {
@@ -116,7 +115,7 @@ bool WouldOverwriteInput(const RunOptions& options, Arguments args, std::string_
   RunOptions trial = options;
   trial.trial = true;
   trial.messages = nullptr;
-  ParseAll(trial, args, version);
+  ParseAll(trial, args);
   for (const std::string& path : OutputPaths(trial)) {
     if (!HoldsEventLog(path) && !IsSameFile(path, trial.logs, trial.cmd_file)) continue;
     Say(options, "prob opening file ", path, " for output, aborting\n");
@@ -127,8 +126,8 @@ bool WouldOverwriteInput(const RunOptions& options, Arguments args, std::string_
 
 }  // namespace
 
-bool ParseOptions(RunOptions& options, Arguments& args, std::string_view version) {
-  return !WouldOverwriteInput(options, args, version) && ParseAll(options, args, version);
+bool ParseOptions(RunOptions& options, Arguments& args) {
+  return !WouldOverwriteInput(options, args) && ParseAll(options, args);
 }
 
 }  // namespace tarnlex

@@ -4,18 +4,18 @@
 
 #include <string_view>
 
-#include "app/option_search.h"
+#include "logs/option_search.h"
 #include "logs/run_options.h"
 
 namespace tarnlex {
 
-// Reads everything: presets, the shared options, then the filters, reports and inputs. Recognised
+// Reads everything: the options on output, then the filters, reports and inputs. Recognised
 // arguments are taken out of `args`, the rest stays and is ignored. Messages go to
 // `options.messages`; `options.diags` names a sink of the caller's that -diags attaches to its
 // file. False when the run cannot go on; the reason has been said.
-bool ParseOptions(RunOptions& options, Arguments& args, std::string_view version);
+bool ParseOptions(RunOptions& options, Arguments& args);
 
 // The first layer: output forms, separators, formats, output files, status switches.
-bool ParseSharedOptions(RunOptions& options, Arguments& args);
+bool ParseOutputOptions(RunOptions& options, Arguments& args);
 
 }  // namespace tarnlex

@@ -107,7 +107,7 @@ int RunFixedList(Run& run) {
 int Work(Run& run, Arguments args, const std::string& header, Console& console) {
   RunOptions& options = run.options;
   options.diags = &run.diags;
-  const bool parsed = ParseOptions(options, args, kVersion);
+  const bool parsed = ParseOptions(options, args);
   if (!options.diags_on) options.diags = nullptr;
   if (!parsed) return kFailure;
   if (options.logs.empty() && !options.pipe) {

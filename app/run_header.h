@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "app/option_search.h"
+#include "logs/option_search.h"
 #include "logs/platform.h"
 
 namespace tarnlex {

@@ -1,10 +1,9 @@
 target_sources(tarnlex_core PRIVATE
   app/input_discovery.cpp
-  app/option_search.cpp
   app/parse_options.cpp
   app/pipe_mode.cpp
   app/run.cpp
   app/run_header.cpp
-  app/shared_options.cpp
+  app/output_options.cpp
   app/usage.cpp
 )

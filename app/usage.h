@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "app/option_search.h"
+#include "logs/option_search.h"
 
 namespace tarnlex {
 

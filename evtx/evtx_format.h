@@ -42,8 +42,6 @@ inline constexpr std::uint32_t kDefinitionSizeField = 20;
 inline constexpr std::uint32_t kDefinitionHeadSize = 24;
 
 // Name record: next offset, hash, character count, characters, a zero unit.
-inline constexpr std::uint32_t kNameHashField = 4;
-inline constexpr std::uint32_t kNameCountField = 6;
 inline constexpr std::uint32_t kNameHeadSize = 8;
 
 inline constexpr std::uint32_t kFragmentHeader = 0x0001010F;  // token 0x0F, version 1.1, no flags

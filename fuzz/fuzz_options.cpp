@@ -45,7 +45,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   options.diags = &diags;
   WantsHelp(args);
   CommandLineText(args);
-  ParseOptions(options, args, "fuzz");
+  ParseOptions(options, args);
   diags = {};
   if (options.to_file || options.have_out_dir || options.diags_on) EmptyFolder();
   return 0;

@@ -48,6 +48,10 @@ bool SplitPath(std::string_view path, std::string& directory, std::string& name)
   return true;
 }
 
+std::string_view FileNameOf(std::string_view path) {
+  return path.substr(path.find_last_of("/\\") + 1);
+}
+
 std::string ExpandPathVariables(std::string_view path) {
   std::string expanded(path);
   std::size_t from = 0;

@@ -19,6 +19,10 @@ inline constexpr std::size_t kMaxExpandedPath = 512;
 // path that ends in its separator has an empty name. False, both texts empty, for an empty path.
 bool SplitPath(std::string_view path, std::string& directory, std::string& name);
 
+// What stands behind the last "\" or "/", whichever comes later: the name under which a log made on
+// any system is known.
+std::string_view FileNameOf(std::string_view path);
+
 // `path` with every %NAME% that the environment knows replaced by its value, and %VSS% (any case)
 // by the shadow copy device unless the environment has such a name. Unknown names stay as they are.
 // Values are searched in their turn, with a bound on how often, as a value may name itself.

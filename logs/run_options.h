@@ -26,9 +26,7 @@ struct SeparatorClass {
 
 struct RunOptions {
   // What was called.
-  std::string cmdline;       // the arguments, each wrapped in '"', joined by blanks
-  std::string program_name;  // the program's file name without folder and extension
-  std::string version;
+  std::string cmdline;  // the arguments, each wrapped in '"', joined by blanks
 
   // Where records go.
   std::string out_file;
@@ -40,11 +38,8 @@ struct RunOptions {
   // Who the timeline names.
   std::string username;
   std::string hostname;
-  bool have_username = false;
-  bool have_hostname = false;
 
   // How records look.
-  std::string log_type = "EVT";
   std::map<std::string, std::string> alias_map;       // lower-cased alias to true path
   std::map<std::string, std::string> alias_path_map;  // lower-cased alias to true directory
   std::string date_format = "mm/dd/yyyy";
@@ -60,13 +55,11 @@ struct RunOptions {
   bool csvgen_form = false;
   bool bodyfile_form = false;
   bool multiline_form = false;
-  bool field_mode = true;
   bool pair_datetime = false;
   bool all_params = false;
   bool header_pending = true;  // a timeline's header line is still to be written
 
   // How the run talks.
-  bool verbose = true;
   bool show_status = true;
   bool diags_on = false;
   bool trial = false;            // the arguments are read once without opening or saying anything
@@ -74,15 +67,11 @@ struct RunOptions {
   TextSink* messages = nullptr;  // standard error; owned by the run
   RecordOutput* record_output = nullptr;  // where records are written; owned by the run
   Statistics* statistics = nullptr;       // what is counted; null without -stats; owned by the run
-  std::string signal;
 
   // Which logs.
   bool pipe = false;
   LogInfo current_log;
   LogTable logs;
-  bool live_system = false;
-  std::string scan_dir;
-  LogInfo opener_scratch;
 
   // Which records.
   std::uint64_t start_time = 0;  // FILETIME; 0 is no bound

@@ -1,5 +1,6 @@
 target_sources(tarnlex_core PRIVATE
   logs/open_log.cpp
+  logs/option_search.cpp
   logs/output_guard.cpp
   logs/parse_number.cpp
   logs/paths.cpp

@@ -344,11 +344,6 @@ char* WriteHex(std::uint64_t value, int digits, char* out) {
   return out + digits;
 }
 
-char* WritePaddedDecimal(std::uint64_t value, int digits, char* out) {
-  for (int i = digits; i-- > 0; value /= 10) out[i] = static_cast<char>('0' + value % 10);
-  return out + digits;
-}
-
 std::string HexText(std::uint64_t value) {
   char digits[16];
   return {digits, std::to_chars(digits, digits + sizeof digits, value, 16).ptr};

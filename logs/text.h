@@ -56,9 +56,8 @@ std::uint64_t LeadingNumber(std::string_view text);
 char* WriteDecimal(std::uint64_t value, char* out);
 char* WriteDecimal(std::int64_t value, char* out);
 
-// Exactly `digits` hexadecimal or decimal digits of `value`, zero-filled; returns the end.
+// Exactly `digits` hexadecimal digits of `value`, zero-filled; returns the end.
 char* WriteHex(std::uint64_t value, int digits, char* out);
-char* WritePaddedDecimal(std::uint64_t value, int digits, char* out);
 
 // The same for the two frequent lengths, faster.
 char* WriteHex8(std::uint32_t value, char* out);

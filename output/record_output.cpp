@@ -11,20 +11,10 @@
 namespace tarnlex {
 namespace {
 
-// The CSV form is preset even where nobody asked for it, so the arguments decide.
-bool AskedForCsv(const RunOptions& options) {
-  return options.csv_form && ContainsNoCase(options.cmdline, "\"-csv\"");
-}
-
 std::string_view Extension(const RunOptions& options) {
   if (options.bodyfile_form) return ".body";
-  if (options.csvgen_form || options.l2t_form || AskedForCsv(options)) return ".csv";
+  if (options.csvgen_form || options.l2t_form || options.csv_form) return ".csv";
   return ".txt";
-}
-
-std::string_view FileNameOf(std::string_view path) {
-  const std::size_t slash = path.find_last_of("/\\");
-  return slash == std::string_view::npos ? path : path.substr(slash + 1);
 }
 
 // The log's file name, numbered when another log of the run has taken it. Names that differ only in

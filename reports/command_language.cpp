@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "logs/option_search.h"
 #include "logs/parse_number.h"
 #include "logs/text.h"
 #include "output/date_time.h"
@@ -11,59 +12,38 @@
 namespace tarnlex {
 namespace {
 
-// Every option that is recognised leaves the list, so that no later search takes it for a value.
-bool TakeFlag(TokenList& tokens, std::string_view name) {
-  const auto at = std::find_if(tokens.begin(), tokens.end(), [name](const std::string& token) {
-    return EqualsNoCase(token, name);
-  });
-  if (at == tokens.end()) return false;
-  tokens.erase(at);
-  return true;
-}
-
-// An option that stands last has no value and counts as absent.
-bool TakeValue(TokenList& tokens, std::string_view name, std::string& value) {
-  const auto at = std::find_if(tokens.begin(), tokens.end(), [name](const std::string& token) {
-    return EqualsNoCase(token, name);
-  });
-  if (at == tokens.end() || at + 1 == tokens.end()) return false;
-  value = std::move(at[1]);
-  tokens.erase(at, at + 2);
-  return true;
-}
-
 std::string ValueOf(TokenList& tokens, std::string_view name) {
   std::string value;
-  TakeValue(tokens, name, value);
+  FindValue(name, tokens, value);
   return value;
 }
 
 void MoveToEnd(TokenList& tokens, const std::string& name) {
   std::string value;
-  if (!TakeValue(tokens, name, value)) return;
+  if (!FindValue(name, tokens, value)) return;
   tokens.push_back(name);
   tokens.push_back(std::move(value));
 }
 
 bool TakeFormat(TokenList& tokens, LogFormat& format) {
-  if (TakeFlag(tokens, "-enum_evtxlog")) {
+  if (FindFlag("-enum_evtxlog", tokens)) {
     format = LogFormat::EVTX;
     return true;
   }
   format = LogFormat::EVT;
-  return TakeFlag(tokens, "-enum_evtlog");
+  return FindFlag("-enum_evtlog", tokens);
 }
 
 bool TakeEventId(TokenList& tokens, QuerySpec& query) {
   std::string value;
-  return !TakeValue(tokens, "-id", value) || ParseNumber(value, query.event_id);
+  return !FindValue("-id", tokens, value) || ParseNumber(value, query.event_id);
 }
 
 // A line that names a log waits until that log is processed; then its format and kind are known.
 bool TakeLog(TokenList& tokens, const LogInfo& log, QuerySpec& query) {
   if (log.path.empty()) return false;
   query.log_path = log.path;
-  return !TakeValue(tokens, "-log", query.log_path) || EqualsNoCase(query.log_path, log.path);
+  return !FindValue("-log", tokens, query.log_path) || EqualsNoCase(query.log_path, log.path);
 }
 
 void SetHistogram(const std::vector<std::string>& fields, QuerySpec& query) {
@@ -73,7 +53,7 @@ void SetHistogram(const std::vector<std::string>& fields, QuerySpec& query) {
 
 void TakeHistogram(TokenList& tokens, const RunOptions& options, QuerySpec& query) {
   std::string value;
-  if (TakeValue(tokens, "-hist", value)) {
+  if (FindValue("-hist", tokens, value)) {
     std::vector<std::string> fields;
     SplitList(value, '|', true, fields);
     if (fields.empty()) fields.push_back(value);
@@ -101,8 +81,8 @@ bool ReadBound(std::string_view text, std::uint64_t& bound) {
 
 bool TakeTimes(TokenList& tokens, QuerySpec& query) {
   std::string value;
-  if (TakeValue(tokens, "-start_time", value) && !ReadBound(value, query.start_time)) return false;
-  if (TakeValue(tokens, "-stop_time", value)) ReadBound(value, query.stop_time);
+  if (FindValue("-start_time", tokens, value) && !ReadBound(value, query.start_time)) return false;
+  if (FindValue("-stop_time", tokens, value)) ReadBound(value, query.stop_time);
   return true;
 }
 
@@ -119,8 +99,8 @@ std::string SuccessCondition(const std::string& word, LogFormat format) {
 // The order of the steps matters: what one of them takes no other can mistake for its own.
 bool MakeQuery(TokenList tokens, const RunOptions& options, QuerySpec& query) {
   const LogInfo& log = options.current_log;
-  query.all_data = TakeFlag(tokens, "-all_data");
-  query.event_lookup = TakeFlag(tokens, "-event_lookup");
+  query.all_data = FindFlag("-all_data", tokens);
+  query.event_lookup = FindFlag("-event_lookup", tokens);
   if (!TakeFormat(tokens, query.format)) return false;
   if (!TakeEventId(tokens, query)) return false;
   if (!TakeLog(tokens, log, query)) return false;
@@ -130,9 +110,9 @@ bool MakeQuery(TokenList tokens, const RunOptions& options, QuerySpec& query) {
   query.name = ValueOf(tokens, "-name");
   query.conditions = ValueOf(tokens, "-conditions");
   query.string_exists = ValueOf(tokens, "-string_exists");
-  for (std::string value; TakeValue(tokens, "-pull", value);) query.pull.push_back(value);
+  for (std::string value; FindValue("-pull", tokens, value);) query.pull.push_back(value);
   std::string word;
-  if (TakeValue(tokens, "-success_type", word)) {
+  if (FindValue("-success_type", tokens, word)) {
     query.success_condition = SuccessCondition(word, query.format);
   }
   if (query.format != FormatOf(log)) return false;

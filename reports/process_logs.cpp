@@ -47,10 +47,14 @@ void LoadCommandFile(RunOptions& options) {
   if (options.command_file_read) return;
   options.command_file_read = true;
   const std::optional<InputFile> file = OpenInput(options.cmd_file);
-  if (file) {
-    ReadCommandFile(*file, options.command_lines);
-  } else {
+  if (!file) {
     Say(options, "prob opening command file ", options.cmd_file, ", skipping\n");
+    return;
+  }
+  ReadCommandFile(*file, options.command_lines);
+  // A text of two bytes a character, as some editors save them, looks like this too.
+  if (options.command_lines.empty()) {
+    Say(options, "no !cmd line in command file ", options.cmd_file, ", skipping\n");
   }
 }
 

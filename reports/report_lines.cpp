@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "logs/paths.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -16,7 +17,7 @@ bool KindFits(const BuiltinReport& report, const LogKind& kind) {
 }
 
 bool NameFits(const BuiltinReport& report, const std::string& path) {
-  const std::string name = ToLowerAscii(path.substr(path.find_last_of("\\/") + 1));
+  const std::string name = ToLowerAscii(FileNameOf(path));
   return std::any_of(report.name_parts.begin(), report.name_parts.end(),
                      [&name](std::string_view part) {
                        return !part.empty() && name.find(part) != std::string::npos;

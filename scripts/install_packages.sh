@@ -1,17 +1,19 @@
 #!/bin/sh
 # Installs what is missing of the Debian packages that a task needs; does nothing, and needs no
 # rights, when all are there.
-# usage: install_packages.sh [build] [test] [check] [windows] [package] [fuzz] [bench]   (default: build test)
+# usage: install_packages.sh [build] [test] [docs] [check] [windows] [package] [fuzz] [bench]   (default: build test)
 set -eu
 
 packages_for() {
   case "$1" in
     build) echo g++ cmake ninja-build ;;
     # Other readers of what the tests write; their tests are skipped without them.
-    test) echo libgtest-dev libevtx-utils libevt-utils sleuthkit ;;
+    test) echo libgtest-dev libevtx-utils libevt-utils sleuthkit python3 mandoc ;;
+    # What the documents' commands use beside that; they are left out without it.
+    docs) echo parallel python3-pandas ;;
     check) echo git clang-format clang-tidy python3 ;;
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
-    package) echo g++-mingw-w64-x86-64-posix zip unzip ;;
+    package) echo git g++-mingw-w64-x86-64-posix zip unzip dpkg-dev bsdextrautils mandoc lintian ;;
     fuzz) echo clang libclang-rt-14-dev ;;
     bench) echo hyperfine libevtx-utils ;;
     *) echo "install_packages.sh: no such task: $1" >&2; return 1 ;;

@@ -20,7 +20,7 @@ struct ParsedOptions {
     rest.insert(rest.end(), arguments.begin(), arguments.end());
     options.messages = &messages;
     options.diags = &diags;
-    parsed = ParseOptions(options, rest, kVersion);
+    parsed = ParseOptions(options, rest);
   }
   ParsedOptions(const ParsedOptions&) = delete;
   ParsedOptions& operator=(const ParsedOptions&) = delete;

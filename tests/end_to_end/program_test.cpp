@@ -65,6 +65,19 @@ TEST_F(ProgramTest, NeverStopsForALineLongerThanItsBuffer) {
       run.out.ends_with("1,12,11/02/2006, 07:00:00.000,info,WKS-ALPHA,Kernel,SysEvent.Evt\n"));
 }
 
+TEST_F(ProgramTest, NamesALogThatMayNotBeRead) {
+  // An administrator may read everything, so somebody else has to ask then.
+  const Outcome run = Shell(
+      "chmod 0 plain.evtx && chmod 755 . && cp \"$TARNLEX\" copy && as_other= && "
+      "if [ $(id -u) -eq 0 ]; then as_other='setpriv --reuid 65534 --clear-groups'; fi && "
+      "$as_other ./copy -log 'plain.evtx | SysEvent.Evt' -csvgen -eventid 12 -quiet");
+  EXPECT_EQ(run.code, 0);
+  EXPECT_EQ(run.err,
+            "... running w/o admin privileges ...\nprob opening log plain.evtx, skipping\n\n");
+  EXPECT_TRUE(
+      run.out.ends_with("1,12,11/02/2006, 07:00:00.000,info,WKS-ALPHA,Kernel,SysEvent.Evt\n"));
+}
+
 TEST_F(ProgramTest, LeavesItsLogsUntouched) {
   const std::string before = Shell("cksum *.evtx *.Evt */*.evtx */*.Evt").out;
   Shell(

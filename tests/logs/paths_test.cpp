@@ -36,6 +36,16 @@ TEST(SplitPath, PutsABareNameIntoTheCurrentDirectory) {
   EXPECT_EQ(SplitOf("a.evtx"), Split(".", "a.evtx"));
 }
 
+TEST(FileNameOf, CutsAtEitherSeparator) {
+  EXPECT_EQ(FileNameOf("C:\\logs\\System.evtx"), "System.evtx");
+  EXPECT_EQ(FileNameOf("/mnt/logs/System.evtx"), "System.evtx");
+  EXPECT_EQ(FileNameOf("a\\b/c"), "c");
+  EXPECT_EQ(FileNameOf("a/b\\c"), "c");
+  EXPECT_EQ(FileNameOf("System.evtx"), "System.evtx");
+  EXPECT_EQ(FileNameOf("/mnt/logs/"), "");
+  EXPECT_EQ(FileNameOf(""), "");
+}
+
 TEST(SplitPath, FailsOnlyForAnEmptyPath) {
   std::string directory = "x";
   std::string name = "y";

@@ -1,5 +1,6 @@
 target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/open_log_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/option_search_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/parse_number_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/paths_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/plain_ascii_test.cpp

@@ -45,7 +45,6 @@ struct RecordOutputTest : testing::Test {
     options.delimited = true;
     options.separator = ",";
     options.csv_form = true;
-    options.cmdline = "\"tarnlex\" \"-csv\"";
   }
 
   bool Write(const std::string& path, std::uint64_t record, bool with_row = true) {
@@ -129,12 +128,12 @@ TEST_F(RecordOutputTest, ALogVisitedAgainGoesOnInItsFile) {
 TEST_F(RecordOutputTest, TheExtensionFollowsTheForm) {
   options.have_out_dir = true;
   options.out_dir = "dir";
-  options.cmdline = "\"tarnlex\"";
+  Write("csv", 1);
+  options.csv_form = false;
   Write("table", 1);
   options.csvgen_form = true;
   Write("csvgen", 1);
   options.csvgen_form = false;
-  options.csv_form = false;
   options.l2t_form = true;
   Write("l2t", 1);
   options.l2t_form = false;
@@ -142,12 +141,11 @@ TEST_F(RecordOutputTest, TheExtensionFollowsTheForm) {
   Write("body", 1);
   options.bodyfile_form = false;
   options.multiline_form = true;
-  options.cmdline = "\"tarnlex\" \"-csv\" \"-multiline\"";
   Write("lines", 1);
   std::vector<std::string> names;
   for (const auto& [name, content] : files.content) names.push_back(name);
-  EXPECT_EQ(names, (std::vector<std::string>{"dir/body.body", "dir/csvgen.csv", "dir/l2t.csv",
-                                             "dir/lines.txt", "dir/table.txt"}));
+  EXPECT_EQ(names, (std::vector<std::string>{"dir/body.body", "dir/csv.csv", "dir/csvgen.csv",
+                                             "dir/l2t.csv", "dir/lines.txt", "dir/table.txt"}));
 }
 
 TEST_F(RecordOutputTest, TimelineHeadersAreWrittenOncePerFile) {

@@ -11,11 +11,7 @@
 namespace tarnlex {
 namespace {
 
-RunOptions TableOptions() {
-  RunOptions options;
-  options.csv_form = true;  // as the tool presets it
-  return options;
-}
+RunOptions TableOptions() { return {}; }
 
 RunOptions CsvOptions() {
   RunOptions options;

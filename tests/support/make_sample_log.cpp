@@ -1,5 +1,6 @@
-// make_sample_log OUT_DIR: writes a day of an invented computer as Security.evtx, and a day of its
-// forerunner as SecEvent.Evt and SysEvent.Evt, for the demonstration and for trying things out.
+// make_sample_log OUT_DIR: writes a day of an invented computer as Security.evtx and System.evtx,
+// and a day of its forerunner as SecEvent.Evt and SysEvent.Evt, for the demonstration, for the
+// commands in the documents and for trying things out.
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -154,6 +155,54 @@ ByteString SecurityLog() {
   return log.Build();
 }
 
+Event SystemEvent(std::uint32_t id, const char* provider, const char* guid, std::uint64_t time) {
+  Event event{.provider = provider,
+              .provider_guid = guid,
+              .event_id = id,
+              .level = 4,
+              .keywords = 0x8000000000000000,
+              .time = time,
+              .channel = "System",
+              .computer = "MARLOW-WS04"};
+  return event;
+}
+
+ByteString SystemLog() {
+  constexpr const char* kKernelGeneral = "a68ca8b7-004f-d7b6-a698-07e2de0f1f5d";
+  constexpr const char* kKernelPower = "331c3b3a-2005-44c2-ac5e-77220c37d6b4";
+  constexpr const char* kPowerTroubleshooter = "cdc05e28-c449-49c6-b9d2-88cf761644df";
+  constexpr const char* kUserPnp = "96f4a050-7e31-453c-88be-9634f4e02139";
+  EvtxBuilder log;
+  const auto at = [](int hour, int minute) { return Filetime(2023, 3, 14, hour, minute, 30, 0); };
+  Event start = SystemEvent(12, "Microsoft-Windows-Kernel-General", kKernelGeneral, at(6, 55));
+  start.data = {{"MajorVersion", UInt32Value(6)},
+                {"MinorVersion", UInt32Value(1)},
+                {"BuildVersion", UInt32Value(7601)},
+                {"StartTime", FileTimeValue(at(6, 54))}};
+  log.AddEvent(start);
+  Event sleep = SystemEvent(42, "Microsoft-Windows-Kernel-Power", kKernelPower, at(9, 5));
+  sleep.data = {{"TargetState", UInt32Value(4)}};
+  log.AddEvent(sleep);
+  Event resume =
+      SystemEvent(1, "Microsoft-Windows-Power-Troubleshooter", kPowerTroubleshooter, at(9, 40));
+  resume.data = {{"SleepTime", FileTimeValue(at(9, 5))}, {"WakeTime", FileTimeValue(at(9, 40))}};
+  log.AddEvent(resume);
+  Event stick = SystemEvent(20001, "Microsoft-Windows-UserPnp", kUserPnp, at(12, 31));
+  stick.data = {{"DriverName", "disk.inf"},
+                {"DeviceInstanceID", "USBSTOR\\DISK&VEN_EXAMPLE&PROD_STICK\\0123456789AB&0"},
+                {"DriverProvider", "Microsoft"}};
+  log.AddEvent(stick);
+  Event restart = SystemEvent(1074, "USER32", "", at(13, 35));
+  restart.data = {{"", "C:\\Windows\\system32\\winlogon.exe (MARLOW-WS04)"},
+                  {"", "MARLOW-WS04"},
+                  {"", "power off"}};
+  log.AddEvent(restart);
+  Event stop = SystemEvent(13, "Microsoft-Windows-Kernel-General", kKernelGeneral, at(13, 36));
+  stop.data = {{"StopTime", FileTimeValue(at(13, 36))}};
+  log.AddEvent(stop);
+  return log.Build();
+}
+
 EvtEntry OldSecurityEntry(std::uint32_t id, int hour, std::uint16_t type,
                           std::vector<std::string> strings) {
   return {.time = UnixTime(2006, 11, 2, hour, 14, 9),
@@ -229,6 +278,7 @@ int main(int argc, char** argv) {
   std::error_code ignored;  // a directory that cannot be made shows when its files are written
   std::filesystem::create_directories(directory, ignored);
   const bool written = Write(directory / "Security.evtx", SecurityLog()) &&
+                       Write(directory / "System.evtx", SystemLog()) &&
                        Write(directory / "SecEvent.Evt", OldSecurityLog()) &&
                        Write(directory / "SysEvent.Evt", OldSystemLog());
   return written ? 0 : 1;

@@ -1,5 +1,6 @@
-// Finding options in the argument list. Names are compared whole and without regard to ASCII case;
-// what was found is taken out of the list, so that no later search meets it again.
+// Finding options in a list: the arguments of the program, or the pieces of a report line. Names
+// are compared whole and without regard to ASCII case; what was found is taken out of the list, so
+// that no later search takes it for something else.
 #pragma once
 
 #include <string>

@@ -16,26 +16,23 @@ namespace {
 
 constexpr SeparatorClass kNoReplacement{'\0', '\0'};
 
-enum class FieldMode { kKeep, kOn, kOff };
-
 // One output form. All forms exclude each other, but -csv and -csvl2t leave -csvgen as it is.
 struct FormOption {
   const char* name;
   bool RunOptions::*form;
   bool clears_csvgen;
-  FieldMode field_mode;
   bool delimits;
   const char* separator;
   SeparatorClass separator_class;
 };
 
 constexpr FormOption kForms[] = {
-    {"-csv", &RunOptions::csv_form, false, FieldMode::kKeep, true, ",", {',', ' '}},
-    {"-csvgen", &RunOptions::csvgen_form, true, FieldMode::kKeep, true, ",", {',', ' '}},
-    {"-csvl2t", &RunOptions::l2t_form, false, FieldMode::kOn, false, ",", {',', ' '}},
-    {"-bodyfile", &RunOptions::bodyfile_form, true, FieldMode::kOn, false, "|", {'|', ';'}},
-    {"-xml", &RunOptions::xml_form, true, FieldMode::kOff, false, "", kNoReplacement},
-    {"-multiline", &RunOptions::multiline_form, true, FieldMode::kOn, false, "", kNoReplacement},
+    {"-csv", &RunOptions::csv_form, false, true, ",", {',', ' '}},
+    {"-csvgen", &RunOptions::csvgen_form, true, true, ",", {',', ' '}},
+    {"-csvl2t", &RunOptions::l2t_form, false, false, ",", {',', ' '}},
+    {"-bodyfile", &RunOptions::bodyfile_form, true, false, "|", {'|', ';'}},
+    {"-xml", &RunOptions::xml_form, true, false, "", kNoReplacement},
+    {"-multiline", &RunOptions::multiline_form, true, false, "", kNoReplacement},
 };
 
 std::string QuoteArguments(const Arguments& args) {
@@ -47,17 +44,13 @@ std::string QuoteArguments(const Arguments& args) {
   return line;
 }
 
-std::string ProgramName(std::string_view path) {
-  std::size_t cut = path.rfind('\\');
-  if (cut == std::string_view::npos) cut = path.rfind('/');
-  if (cut != std::string_view::npos) path.remove_prefix(cut + 1);
-  return std::string(path.substr(0, path.find('.')));
-}
-
 void OpenDiagnostics(RunOptions& options) {
-  if (options.trial) return;
+  if (options.trial || options.diags == nullptr) return;
   auto write = OpenGuardedOutput(options.diags_file);
-  if (!write || options.diags == nullptr) return;
+  if (!write) {
+    Say(options, "prob opening file ", options.diags_file, " for diagnostics, skipping\n");
+    return;
+  }
   *options.diags = MakeSink(std::move(*write));
   options.diags_on = true;
   AppendNow(*options.diags, std::string("->").append(options.cmdline).append("\n"));
@@ -68,7 +61,6 @@ void ApplyForm(RunOptions& options, const FormOption& form) {
   options.csv_form = options.l2t_form = options.bodyfile_form = false;
   options.xml_form = options.multiline_form = false;
   options.*form.form = true;
-  if (form.field_mode != FieldMode::kKeep) options.field_mode = form.field_mode == FieldMode::kOn;
   if (form.delimits) options.delimited = true;
   options.separator = form.separator;
   options.separator_class = form.separator_class;
@@ -111,9 +103,9 @@ bool ParseNames(RunOptions& options, Arguments& args) {
     Say(options, "This option is not offered in this build\n");
     return false;
   }
-  FindValue("-signal", args, options.signal);
-  options.have_hostname = FindValue("-hostname", args, options.hostname);
-  options.have_username = FindValue("-username", args, options.username);
+  FindValue("-signal", args, value);  // accepted and without effect
+  FindValue("-hostname", args, options.hostname);
+  FindValue("-username", args, options.username);
   return true;
 }
 
@@ -176,10 +168,9 @@ void ParseFormat(RunOptions& options, Arguments& args, const char* name,
 
 }  // namespace
 
-bool ParseSharedOptions(RunOptions& options, Arguments& args) {
+bool ParseOutputOptions(RunOptions& options, Arguments& args) {
   if (args.empty()) return false;
   if (options.cmdline.empty()) options.cmdline = QuoteArguments(args);
-  options.program_name = ProgramName(args.front());
 
   std::string value;
   if (FindFlag("-pair_datetime", args)) options.pair_datetime = true;
@@ -199,7 +190,7 @@ bool ParseSharedOptions(RunOptions& options, Arguments& args) {
   }
   ParseFormat(options, args, "-dateformat", IsDateFormat, options.date_format);
   ParseFormat(options, args, "-timeformat", IsTimeFormat, options.time_format);
-  if (FindFlag("-verbose", args)) options.verbose = true;
+  FindFlag("-verbose", args);  // accepted and without effect
   if (FindFlag("-quiet", args)) options.show_status = false;
   return true;
 }

@@ -1,4 +1,4 @@
-#include "app/option_search.h"
+#include "logs/option_search.h"
 
 #include <algorithm>
 

@@ -1,0 +1,36 @@
+# Completion of the options of tarnlex and of their values. Names are matched in lower case here, as
+# everybody types them.
+
+_tarnlex() {
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+  local options='-log -livesys -vss -partition -pipe
+    -pw -time -logon -startstop -creds -usb -cmdfile
+    -eventid -string -start_time -stop_time
+    -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline
+    -csv_separator -no_whitespace -pair_datetime -dateformat -timeformat
+    -alias -aliaspath -hostname -username
+    -out -outfile -outdir -stats -hist -diags
+    -quiet -verbose -base10 -signal -sqlite -h -help --help'
+  COMPREPLY=()
+  case $before in
+    -log | -cmdfile | -out | -outfile | -stats | -diags)
+      compopt -o filenames 2>/dev/null
+      mapfile -t COMPREPLY < <(compgen -f -- "$word")
+      ;;
+    -outdir | -partition)
+      compopt -o filenames 2>/dev/null
+      mapfile -t COMPREPLY < <(compgen -d -- "$word")
+      ;;
+    -csv_separator) mapfile -t COMPREPLY < <(compgen -W 'tab' -- "$word") ;;
+    -dateformat)
+      mapfile -t COMPREPLY < <(compgen -W 'yyyy-mm-dd yyyy/mm/dd mm/dd/yyyy dd/mm/yyyy' -- "$word")
+      ;;
+    -timeformat) mapfile -t COMPREPLY < <(compgen -W 'hh:mm:ss hh:mm:ss.xxx' -- "$word") ;;
+    # Their values are the examiner's own.
+    -vss | -eventid | -string | -start_time | -stop_time | -alias | -aliaspath | -hostname | \
+      -username | -hist | -signal | -sqlite) ;;
+    *) mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word") ;;
+  esac
+}
+
+complete -F _tarnlex tarnlex

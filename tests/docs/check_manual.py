@@ -1,0 +1,107 @@
+#!/usr/bin/env python3
+"""Checks that the manual page and the shell completion know every option and message.
+
+Usage: check_manual.py SOURCE_DIR TARNLEX
+
+The options are those that the program's own sources look for and those of its usage text; the
+messages are those that the sources write. What stands in the page or the completion but nowhere in
+the program is a mistake too.
+"""
+import glob
+import re
+import subprocess
+import sys
+
+source, program = sys.argv[1:]
+problems = []
+
+
+def read(path):
+    with open(f"{source}/{path}", encoding="utf-8") as file:
+        return file.read()
+
+
+def sources(*folders):
+    paths = [path for folder in folders for path in glob.glob(f"{source}/{folder}/*.cpp")]
+    assert paths, folders
+    texts = []
+    for path in paths:
+        with open(path, encoding="utf-8") as file:
+            texts.append(file.read())
+    return "\n".join(texts)
+
+
+def literals(code):
+    """The string literals of some code, neighbours joined as the compiler joins them."""
+    code = re.sub(r'"\s*\n\s*"', "", code)
+    return [re.sub(r"\\n", "", text).replace('\\"', '"')
+            for text in re.findall(r'"((?:[^"\\\n]|\\.)*)"', code)]
+
+
+def options_of_program():
+    found = {text for text in literals(sources("app")) if re.fullmatch(r"--?[a-z0-9_]+|/\?", text)}
+    usage = subprocess.run([program, "-h"], capture_output=True, check=True, text=True).stderr
+    in_usage = set(re.findall(r"(?<![\w-])-[a-z][a-z0-9_]*", usage))
+    if len(in_usage) < 25:
+        problems.append(f"the usage text has only {len(in_usage)} options")
+    for option in in_usage - found:
+        problems.append(f"{option} stands in the usage text, but nothing looks for it")
+    return found
+
+
+def compare(where, theirs, ours):
+    for option in sorted(ours - theirs):
+        problems.append(f"{where} lacks {option}")
+    for option in sorted(theirs - ours):
+        problems.append(f"{where} has {option}, the program does not")
+
+
+def check_options():
+    options = options_of_program()
+    page = read("docs/tarnlex.1")
+    described = set()
+    for line in page.splitlines():
+        if line.startswith(".It "):
+            described.update("-" + name for name in re.findall(r"Fl (-?[a-z0-9_]+)", line))
+            described.update(re.findall(r"/\?", line))
+    compare("the manual page", described, options)
+    completed = set(re.search(r"options='([^']*)'", read("completions/tarnlex.bash"))[1].split())
+    compare("the completion", completed, options - {"/?"})
+    return len(options)
+
+
+def check_messages():
+    code = sources("app", "evtx", "reports", "output")
+    calls = re.findall(r"(?:\bSay|\bTraceLine|AppendNow)\((?:[^();]|\((?:[^();]|\([^()]*\))*\))*\)",
+                       code)
+    texts = [text for call in calls if "messages" in call or not call.startswith("AppendNow")
+             for text in literals(call)]
+    # Messages that stand as constants, since several places say them.
+    texts += literals("".join(re.findall(r"string_view kNeed\w+ =[^;]*;", code)))
+    rendered = subprocess.run(["mandoc", "-Tutf8", "-Owidth=1000", f"{source}/docs/tarnlex.1"],
+                              capture_output=True, check=False, text=True).stdout
+    page = re.sub(r".\x08", "", rendered)
+    messages = [text.strip(" ,") for text in texts if " " in text.strip(" ,") and re.search(r"[a-z]{4}", text)
+                and not re.match(r"(->|0x|---)|.*(: |0x|\[)$", text)]
+    for text in messages:
+        if text not in page:
+            problems.append(f'the manual page lacks the message "{text}"')
+    return len(messages)
+
+
+def check_form():
+    lint = subprocess.run(["mandoc", "-Tlint", f"{source}/docs/tarnlex.1"],
+                          capture_output=True, check=False, text=True).stdout
+    # Whether the other pages it refers to are installed is not its fault.
+    problems.extend(line for line in lint.splitlines() if "referenced manual not found" not in line)
+
+
+options = check_options()
+messages = check_messages()
+check_form()
+for problem in problems:
+    print(problem)
+if messages < 20:
+    sys.exit(f"found only {messages} messages in the sources: has their form changed?")
+print(f"{options} options, {messages} texts of messages")
+sys.exit(1 if problems else 0)
