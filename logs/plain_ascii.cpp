@@ -1,7 +1,5 @@
 #include "logs/plain_ascii.h"
 
-#include <algorithm>
-
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -24,6 +22,10 @@ __m128i LoadUnits(const std::uint8_t* at) {
   return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));  // unaligned by design
 }
 
+__m128i PackUnits(const std::uint8_t* at) {
+  return _mm_packus_epi16(LoadUnits(at), LoadUnits(at + kPlainAsciiBlock));
+}
+
 // Bits of the characters that are not plain. A unit above 0xFF has become 0xFF or 0 when it was
 // packed, and what is above 0x7F is less than a blank when bytes are signed.
 unsigned NotPlain(__m128i characters) {
@@ -36,21 +38,20 @@ unsigned NotPlain(__m128i characters) {
 }  // namespace
 
 char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
-  const std::size_t blocks = (count + kPlainAsciiBlock - 1) / kPlainAsciiBlock;
-  if (!Fits(bytes, offset, 2 * kPlainAsciiBlock * blocks)) return nullptr;
+  if (!Fits(bytes, offset, 2 * (count + kPlainAsciiBlock))) return nullptr;
   const std::uint8_t* from = bytes.data() + offset;
-  std::size_t left = WithoutZeros(from, count);
-  while (left > 0) {
-    const std::size_t taken = std::min(left, kPlainAsciiBlock);
-    const __m128i characters =
-        _mm_packus_epi16(LoadUnits(from), LoadUnits(from + kPlainAsciiBlock));
-    if ((NotPlain(characters) & ((1U << taken) - 1)) != 0) return nullptr;
+  count = WithoutZeros(from, count);
+  for (; count > kPlainAsciiBlock; count -= kPlainAsciiBlock) {
+    const __m128i characters = PackUnits(from);
+    if (NotPlain(characters) != 0) return nullptr;
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), characters);
     from += 2 * kPlainAsciiBlock;
-    out += taken;
-    left -= taken;
+    out += kPlainAsciiBlock;
   }
-  return out;
+  const __m128i characters = PackUnits(from);
+  if ((NotPlain(characters) & ((1U << count) - 1)) != 0) return nullptr;
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), characters);
+  return out + count;
 }
 
 #else

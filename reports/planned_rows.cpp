@@ -20,18 +20,6 @@ char* CopyFixed(const char* from, std::size_t size, char* at) {
   return at + size;
 }
 
-// `plain` says whether cleaning would leave the text alone.
-char* WriteSlot(Bytes chunk, const PlannedShape& shape, const PlannedCell& cell,
-                const SubstitutionValue& value, char* text, bool& plain) {
-  if (value.type == kEvtVarTypeString) {
-    char* const end = WritePlainAscii(chunk, value.offset, value.size / 2, text);
-    if (end) return end;
-  }
-  plain = !IsFreeText(value.type);
-  if (value.type == kEvtVarTypeNull && cell.optional) return CopyText(shape.unresolved, text);
-  return WriteValueText(chunk, value, text);
-}
-
 PlannedCell MakeCell(const PlannedValue& value) {
   PlannedCell cell;
   cell.slot = value.origin & kOriginSlotMask;
@@ -65,6 +53,7 @@ PlannedShape MakeShape(EventRows& rows, const ColumnSet& columns,
     PlannedCell& cell = shape.cells.emplace_back(MakeCell(*value));
     cell.is_provider = is_provider;
     cell.is_level = is_level;
+    cell.describes_row = is_provider || is_level;
     cell.fixed_begin = begin;
     cell.fixed_size = SizeOf(builder.start, at) - begin;
     begin += cell.fixed_size;
@@ -101,6 +90,48 @@ PlannedShape MakePulledShape(EventRows& rows, const ValuePlan& plan, const Colum
   return MakeShape(rows, columns, values);
 }
 
+namespace {
+
+// One copy for each way of keeping cells: with a separator that is known beforehand, ending a plain
+// cell is a single store.
+template <bool kJoined>
+char* WriteCells(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
+                 RowBuilder& builder, EventRecord& row) {
+  const Bytes chunk = decoder.chunk.data;
+  const char* const fixed = shape.fixed.data();
+  const char separator = rows.joined.separator;
+  const SubstitutionValue* const arrays[] = {decoder.array.values.data(),
+                                             decoder.nested.array.values.data()};
+  char* at = builder.start;
+  for (const PlannedCell& cell : shape.cells) {
+    at = CopyFixed(fixed + cell.fixed_begin, cell.fixed_size, at);
+    const SubstitutionValue& value = arrays[cell.nested ? 1 : 0][cell.slot];
+    char* const text = at + (kJoined ? 0 : kCellPrefix);
+    // Most values are texts, and most texts plain; `end` stays null for the others.
+    const bool is_text = value.type == kEvtVarTypeString;
+    char* end = is_text ? WritePlainAscii(chunk, value.offset, value.size / 2, text) : nullptr;
+    const bool plain = end || !IsFreeText(value.type);
+    if (!end) {
+      end = cell.optional && value.type == kEvtVarTypeNull ? CopyText(shape.unresolved, text)
+                                                           : WriteValueText(chunk, value, text);
+    }
+    if (cell.describes_row) {
+      if (cell.is_provider) row.providerName = KeepProvider(rows, {text, end}, shape.provider);
+      if (cell.is_level) row.level = LevelOf({text, end});
+    }
+    if (kJoined && plain) {
+      *end = separator;
+      at = end + 1;
+    } else {
+      BeginCell(builder, at);
+      at = plain ? EndPlainCell(builder, end) : EndCell(builder, end);
+    }
+  }
+  return CopyFixed(fixed + shape.last_begin, shape.last_size, at);
+}
+
+}  // namespace
+
 void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
                    const DecodedEvent& event, EventRecord& row) {
   row.columns = shape.columns;
@@ -108,23 +139,9 @@ void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& deco
   row.level = shape.level;
   RowBuilder builder =
       BeginRow(rows, event.max_text + shape.fixed.size() + shape.cells.size() * kMaxCellOverhead);
-  const Bytes chunk = decoder.chunk.data;
-  const char* const fixed = shape.fixed.data();
-  const SubstitutionValue* const arrays[] = {decoder.array.values.data(),
-                                             decoder.nested.array.values.data()};
-  char* at = builder.start;
-  for (const PlannedCell& cell : shape.cells) {
-    at = CopyFixed(fixed + cell.fixed_begin, cell.fixed_size, at);
-    const SubstitutionValue& value = arrays[cell.nested ? 1 : 0][cell.slot];
-    char* const text = BeginCell(builder, at);
-    bool plain = true;
-    char* const end = WriteSlot(chunk, shape, cell, value, text, plain);
-    if (cell.is_provider) row.providerName = KeepProvider(rows, {text, end}, shape.provider);
-    if (cell.is_level) row.level = LevelOf({text, end});
-    at = plain ? EndPlainCell(builder, end) : EndCell(builder, end);
-  }
-  at = CopyFixed(fixed + shape.last_begin, shape.last_size, at);
-  EndRow(rows, builder, at, row);
+  char* const end = builder.prefix == 0 ? WriteCells<true>(rows, shape, decoder, builder, row)
+                                        : WriteCells<false>(rows, shape, decoder, builder, row);
+  EndRow(rows, builder, end, row);
 }
 
 }  // namespace tarnlex

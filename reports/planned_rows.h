@@ -19,8 +19,9 @@ struct PlannedCell {
   std::uint32_t fixed_begin = 0;  // of the finished cells, in PlannedShape::fixed
   std::uint32_t fixed_size = 0;
   std::uint8_t slot = 0;
-  bool nested = false;       // a slot of the nested array
-  bool optional = false;     // an empty slot leaves the value unresolved
+  bool nested = false;    // a slot of the nested array
+  bool optional = false;  // an empty slot leaves the value unresolved
+  bool describes_row = false;
   bool is_provider = false;  // the row keeps this text as its provider,
   bool is_level = false;     // or this one as its level
 };
