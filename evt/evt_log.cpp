@@ -2,22 +2,15 @@
 
 #include <algorithm>
 
-#include "logs/read_file.h"
-
 namespace tarnlex {
 namespace {
 
-constexpr std::uint64_t kWindow = std::uint64_t{4} << 20;
+// Several times what a record may reach for, so that few bytes are read twice, and little enough
+// for a cache.
+constexpr std::uint64_t kWindow = std::uint64_t{1} << 20;
 
 bool InPart(const EvtLog& log, std::uint64_t offset, std::uint64_t size) {
   return offset >= log.begin && Fits(log.part, offset - log.begin, size);
-}
-
-// Reads `size` bytes at `offset` into `room`, or what the file still holds.
-Bytes ReadInto(const InputFile& file, std::uint64_t offset, std::uint64_t size,
-               std::vector<std::uint8_t>& room) {
-  room.resize(static_cast<std::size_t>(size));
-  return Bytes(room).first(ReadFully(file, offset, room));
 }
 
 std::uint64_t CutAtEnd(const EvtLog& log, std::uint64_t offset, std::uint64_t size) {
@@ -26,8 +19,7 @@ std::uint64_t CutAtEnd(const EvtLog& log, std::uint64_t offset, std::uint64_t si
 
 }  // namespace
 
-Bytes Stretch(const EvtLog& log, std::uint64_t offset, std::uint64_t size,
-              std::vector<std::uint8_t>& room) {
+Bytes Stretch(const EvtLog& log, std::uint64_t offset, std::uint64_t size, FileBytes& room) {
   size = CutAtEnd(log, offset, size);
   if (size == 0) return {};
   if (InPart(log, offset, size)) return Clip(log.part, offset - log.begin, size);
@@ -35,8 +27,7 @@ Bytes Stretch(const EvtLog& log, std::uint64_t offset, std::uint64_t size,
   return ReadInto(*log.file, offset, size, room);
 }
 
-void ShowInWindow(EvtLog& log, std::uint64_t offset, std::uint64_t size,
-                  std::vector<std::uint8_t>& window) {
+void ShowInWindow(EvtLog& log, std::uint64_t offset, std::uint64_t size, FileBytes& window) {
   size = CutAtEnd(log, offset, size);
   if (log.file == nullptr || size == 0 || InPart(log, offset, size)) return;
   const std::uint64_t wanted = CutAtEnd(log, offset, std::max(size, kWindow));

@@ -3,10 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "logs/bytes.h"
 #include "logs/platform.h"
+#include "logs/read_file.h"
 
 namespace tarnlex {
 
@@ -22,12 +22,10 @@ inline EvtLog WholeEvtLog(Bytes bytes) { return {bytes.size(), 0, bytes, nullptr
 
 // Up to `size` bytes at `offset`, fewer where the log ends: from the part in memory when they lie
 // there, else read into `room`, which must stay for as long as the result is used.
-Bytes Stretch(const EvtLog& log, std::uint64_t offset, std::uint64_t size,
-              std::vector<std::uint8_t>& room);
+Bytes Stretch(const EvtLog& log, std::uint64_t offset, std::uint64_t size, FileBytes& room);
 
 // Makes `size` bytes at `offset` (fewer where the log ends) lie in the part in memory, which may be
 // moved into `window` for it. A file that turns out shorter than it was makes the log shorter.
-void ShowInWindow(EvtLog& log, std::uint64_t offset, std::uint64_t size,
-                  std::vector<std::uint8_t>& window);
+void ShowInWindow(EvtLog& log, std::uint64_t offset, std::uint64_t size, FileBytes& window);
 
 }  // namespace tarnlex

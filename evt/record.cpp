@@ -39,12 +39,12 @@ std::size_t UnitsBefore(TerminatorFinder& finder, std::uint64_t at, std::size_t 
     finder.searched_to = at;
     finder.found = false;
   }
-  while (!finder.found && finder.searched_to < end) {
-    if (Load<std::uint16_t>(finder.bytes.data() + finder.searched_to) == 0) {
-      finder.found = true;
-    } else {
-      finder.searched_to += 2;
-    }
+  if (!finder.found && finder.searched_to < end) {
+    const std::uint64_t ahead = (end - finder.searched_to) / 2;
+    const std::size_t units =
+        UnitsBeforeZero(finder.bytes.data() + finder.searched_to, static_cast<std::size_t>(ahead));
+    finder.found = units < ahead;
+    finder.searched_to += 2 * units;
   }
   terminated = finder.found && finder.searched_to < end;
   return static_cast<std::size_t>((std::min(finder.searched_to, end) - at) / 2);

@@ -44,9 +44,9 @@ struct EvtRecord {
   std::vector<Bytes> strings;
 
   // Room for what a record of many megabytes has outside of the part in memory.
-  std::vector<std::uint8_t> sid_room;
-  std::vector<std::uint8_t> names_room;
-  std::vector<std::uint8_t> strings_room;
+  FileBytes sid_room;
+  FileBytes names_room;
+  FileBytes strings_room;
 };
 
 // Reads the fixed part at `offset`, which must be in memory, and places SID and data. False when

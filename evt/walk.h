@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "evt/evt_log.h"
 #include "evt/record.h"
@@ -24,7 +23,7 @@ struct EvtAccount {
 
 struct EvtCursor {
   EvtLog log;
-  std::vector<std::uint8_t> window;  // the part in memory of a log that is read as it is walked
+  FileBytes window;  // the part in memory of a log that is read as it is walked
   std::uint64_t offset = 0;
   EvtAccount account;
 };

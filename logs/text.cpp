@@ -85,6 +85,21 @@ char* WriteUnit(const std::uint8_t* units, std::size_t count, std::size_t& at, c
 
 }  // namespace
 
+std::size_t UnitsBeforeZero(const std::uint8_t* units, std::size_t count) {
+  std::size_t at = 0;
+#if defined(__SSE2__)
+  for (; count - at >= 8; at += 8) {
+    const __m128i eight =
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + 2 * at));  // unaligned by design
+    const auto zeros =
+        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(eight, _mm_setzero_si128())));
+    if (zeros != 0) return at + static_cast<std::size_t>(std::countr_zero(zeros)) / 2;
+  }
+#endif
+  while (at < count && UnitAt(units, at) != 0) ++at;
+  return at;
+}
+
 char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out) {
   while (count > 0 && UnitAt(units, count - 1) == 0) --count;
   std::size_t at = 0;

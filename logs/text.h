@@ -24,6 +24,9 @@ char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out);
 // units at the end stay.
 char* WriteUtf8List(const std::uint8_t* units, std::size_t count, char* out);
 
+// How many of `count` units stand before the first zero unit; `count` without one.
+std::size_t UnitsBeforeZero(const std::uint8_t* units, std::size_t count);
+
 // The bytes that WriteUtf8 makes of `count` units, counted without making them.
 std::size_t Utf8Size(const std::uint8_t* units, std::size_t count);
 

@@ -1,10 +1,12 @@
 #include "reports/evt_query.h"
 
 #include <algorithm>
+#include <functional>
 #include <string_view>
 #include <utility>
 
 #include "evt/fields.h"
+#include "logs/plain_ascii.h"
 #include "logs/sid.h"
 #include "logs/text.h"
 
@@ -147,11 +149,26 @@ char* CleanText(char* begin, char* end) {
   return to;
 }
 
-char* WriteCell(const EvtRecord& record, std::int32_t source, bool all_data, char* at) {
+// Most texts are plain ASCII, which needs no second look. Null for any other.
+char* WritePlain(const EvtRecord& record, Bytes utf16, char* at) {
+  const Bytes part = record.log.part;
+  const std::less_equal<const std::uint8_t*> reaches;
+  const bool in_part = !utf16.empty() && reaches(part.data(), utf16.data()) &&
+                       reaches(utf16.data() + utf16.size(), part.data() + part.size());
+  if (!in_part) return nullptr;
+  const auto offset = static_cast<std::size_t>(utf16.data() - part.data());
+  return WritePlainAscii(part, offset, utf16.size() / 2, at);
+}
+
+// Writes one cell; returns where the next one begins.
+char* WriteCell(RowBuilder& builder, const EvtRecord& record, std::int32_t source, bool all_data,
+                char* at) {
   bool absent = false;
   const Bytes utf16 = SourceText(record, source, all_data, absent);
-  if (absent) return std::copy(kNoValue.begin(), kNoValue.end(), at);
-  return CleanText(at, WriteUtf8(utf16.data(), utf16.size() / 2, at));
+  char* const text = BeginCell(builder, at);
+  if (absent) return EndCell(builder, std::copy(kNoValue.begin(), kNoValue.end(), text));
+  if (char* const end = WritePlain(record, utf16, text)) return EndPlainCell(builder, end);
+  return EndCell(builder, CleanText(text, WriteUtf8(utf16.data(), utf16.size() / 2, text)));
 }
 
 std::size_t MaxRowBytes(const EvtRecord& record, const EvtColumns& columns, bool all_data) {
@@ -159,7 +176,7 @@ std::size_t MaxRowBytes(const EvtRecord& record, const EvtColumns& columns, bool
   for (const std::int32_t source : columns.sources) {
     bool absent = false;
     const std::size_t units = SourceText(record, source, all_data, absent).size() / 2;
-    total += kMaxCellOverhead + kNoValue.size() + units * kMaxUtf8PerUnit;
+    total += kMaxCellOverhead + kPlainAsciiBlock + units * kMaxUtf8PerUnit;
   }
   return total;
 }
@@ -207,6 +224,12 @@ std::vector<EvtQuery> PrepareEvtQueries(QueryList& queries) {
   return prepared;
 }
 
+void ForgetRows(EvtQuery& query) {
+  query.columns.clear();
+  query.name = {};
+  query.label = {};
+}
+
 bool EvtQueryTakes(EvtQuery& query, EvtRecord& record) {
   const QueryTests& tests = query.tests;
   return IdPasses(tests, record.event_id) && TimePasses(tests, record.filetime) &&
@@ -224,13 +247,17 @@ void AddEvtRow(EventRows& rows, EvtQuery& query, EvtRecord& record) {
   row.timeCreated = record.filetime;
   row.eventId = record.event_id;
   row.eventRecordId = record.record_number;
-  row.queryName = InternText(rows, query.spec->name);
-  row.queryLabel = InternText(rows, query.spec->log_path);
+  if (query.label.empty()) {
+    query.name = InternText(rows, query.spec->name);
+    query.label = InternText(rows, query.spec->log_path);
+  }
+  row.queryName = query.name;
+  row.queryLabel = query.label;
   row.columns = columns.set;
   RowBuilder builder = BeginRow(rows, MaxRowBytes(record, columns, all_data));
   char* at = builder.start;
   for (const std::int32_t source : columns.sources) {
-    at = EndCell(builder, WriteCell(record, source, all_data, BeginCell(builder, at)));
+    at = WriteCell(builder, record, source, all_data, at);
   }
   EndRow(rows, builder, at, row);
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "evt/record.h"
@@ -28,9 +29,16 @@ struct EvtQuery {
   const QuerySpec* spec = nullptr;
   std::uint32_t position = 0;
   QueryTests tests;
+  std::string text;  // scratch of the tests
+
+  // What is remembered of the collection that the rows go to.
   std::map<std::size_t, EvtColumns> columns;  // by number of strings; pulls have one shape, under 0
-  std::string text;                           // scratch of the tests
+  std::string_view name;                      // of the query and of its log; set at first use
+  std::string_view label;
 };
+
+// For when the rows go to another collection from now on.
+void ForgetRows(EvtQuery& query);
 
 // Rewrites a query's pull list for EVT, once per query: "source name", "computer name", then
 // "param_01" for string 1 and so on; labels go to their map, lower-cased, the first of a number

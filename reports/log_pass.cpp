@@ -57,7 +57,7 @@ void BoundMemory(LogPass& pass) {
   pass.rows = MakeRows(pass);
   // Both remember column sets and texts of the collection that is gone.
   if (pass.log.is_evtx) pass.evtx = PrepareEvtxQueries(pass.queries);
-  for (EvtQuery& query : pass.evt) query.columns.clear();
+  for (EvtQuery& query : pass.evt) ForgetRows(query);
 }
 
 }  // namespace

@@ -27,22 +27,6 @@ constexpr std::uint64_t kLargestEvt = 0x100000000;
 constexpr std::uint64_t kProgressEvery = 17;
 constexpr std::size_t kProgressName = 15;
 
-// Bytes read from the file; not cleared before they are filled.
-struct Block {
-  std::unique_ptr<std::uint8_t[]> bytes;
-  std::size_t capacity = 0;
-};
-
-// Reads up to `size` bytes at `offset`; the result is shorter when the file ends or a read fails.
-Bytes ReadBlock(const InputFile& file, std::uint64_t offset, std::uint64_t size, Block& block) {
-  const auto wanted = static_cast<std::size_t>(size);
-  if (block.capacity < wanted) {
-    block.bytes = std::make_unique_for_overwrite<std::uint8_t[]>(wanted);
-    block.capacity = wanted;
-  }
-  return {block.bytes.get(), ReadFully(file, offset, {block.bytes.get(), wanted})};
-}
-
 // The name that stands before the record numbers of the progress line.
 std::string ProgressName(const std::string& path) {
   std::string directory;
@@ -81,12 +65,12 @@ void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
 // Reads and walks one block piece by piece: a piece still lies in the processor's cache when it is
 // decoded. Returns how much could be read.
 std::uint64_t WalkBlock(EvtxDecoder& decoder, const EvtxHandlers& handlers, const InputFile& file,
-                        std::uint64_t offset, std::uint64_t size, Block& buffer) {
+                        std::uint64_t offset, std::uint64_t size, FileBytes& buffer) {
   constexpr std::uint64_t kPiece = 4 * std::uint64_t{kChunkSize};
   std::uint64_t done = 0;
   while (done < size) {
     const std::uint64_t wanted = std::min(kPiece, size - done);
-    const Bytes bytes = ReadBlock(file, offset + done, wanted, buffer);
+    const Bytes bytes = ReadInto(file, offset + done, wanted, buffer);
     WalkSlots(decoder, bytes, offset + done, handlers);
     done += bytes.size();
     if (bytes.size() < wanted) break;
@@ -95,9 +79,11 @@ std::uint64_t WalkBlock(EvtxDecoder& decoder, const EvtxHandlers& handlers, cons
 }
 
 // Most records are larger than this; a log of nothing but smaller ones lets its rows move.
-std::size_t RowsToExpect(std::uint64_t log_size) {
-  constexpr std::uint64_t kSmallRecord = 384;
-  return static_cast<std::size_t>(std::min(log_size, kLargeFile) / kSmallRecord);
+constexpr std::uint64_t kSmallEvtxRecord = 384;
+constexpr std::uint64_t kSmallEvtRecord = 192;
+
+std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
+  return static_cast<std::size_t>(std::min(log_size, kLargeFile) / small_record);
 }
 
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
@@ -105,10 +91,10 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
   decoder.trace = pass.options.diags;
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
-  ExpectRows(pass.rows, RowsToExpect(file.size));
+  ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtxRecord));
   std::uint64_t in_block = 0;
   const EvtxHandlers handlers = MakeHandlers(pass, in_block);
-  Block buffer;
+  FileBytes buffer;
   for (std::uint64_t offset = start; offset < file.size;) {
     const std::uint64_t size = std::min(kBlockSize, file.size - offset);
     in_block = 0;
@@ -128,6 +114,7 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   if (file.size > kLargestEvt || !BeginEvtFileWalk(file, cursor)) return;
   pass.log.is_evtx = false;
   PrepareEvtPass(pass);
+  ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtRecord));
   EvtRecord record;
   while (NextEvtRecord(cursor, record)) RouteEvtRecord(pass, record);
   WriteRows(pass);
@@ -154,8 +141,8 @@ std::size_t MemoryFor(std::uint64_t log_size) {
 bool WalkLogFile(LogPass& pass, const InputFile& file) {
   pass.most_memory = MemoryFor(file.size);
   constexpr std::uint64_t kHead = 256;
-  Block block;
-  const Bytes head = ReadBlock(file, 0, std::min(kHead, file.size), block);
+  FileBytes block;
+  const Bytes head = ReadInto(file, 0, std::min(kHead, file.size), block);
   if (head.empty()) return false;
   if (BeginsWith(head, kEvtxFileSignature)) {
     WalkEvtxFile(pass, file, kEvtxFileHeaderSize);

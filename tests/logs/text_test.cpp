@@ -86,6 +86,17 @@ TEST(LeadingNumber, ReadsDigitsUpToTheFirstOtherCharacter) {
   EXPECT_EQ(LeadingNumber("99999999999999999999999"), ~std::uint64_t{0});
 }
 
+TEST(UnitsBeforeZero, CountsToTheFirstZeroOfEveryLength) {
+  for (std::size_t length = 0; length <= 20; ++length) {
+    std::u16string text(length, u'\x0100');  // a byte of zero is no zero unit
+    EXPECT_EQ(UnitsBeforeZero(AsBytes(text).data(), length), length);
+    text += u'\0';
+    text += u"behind";
+    text += u'\0';
+    EXPECT_EQ(UnitsBeforeZero(AsBytes(text).data(), text.size()), length);
+  }
+}
+
 TEST(WriteDecimal, WritesEveryNumberOfDigits) {
   std::uint64_t power = 1;
   for (int digits = 1; digits <= 20; ++digits, power *= 10) {
