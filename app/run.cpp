@@ -6,6 +6,7 @@
 #include "app/pipe_mode.h"
 #include "app/run_header.h"
 #include "app/usage.h"
+#include "evtx/decoder.h"
 #include "logs/messages.h"
 #include "logs/platform.h"
 #include "output/record_output.h"
@@ -25,6 +26,7 @@ struct Run {
   TextSink diags;
   TextSink stats;  // open with -stats
   RecordOutput records;
+  EvtxDecoder evtx_decoder;
   Statistics statistics;
   VisibleText shown_out;  // of what goes to a terminal
   VisibleText shown_err;
@@ -49,6 +51,7 @@ bool AnyOutputFailed(const Run& run, const Console& console) {
 void AttachOutputs(Run& run, TextSink& standard_output) {
   run.records = MakeRecordOutput(standard_output);
   run.options.record_output = &run.records;
+  run.options.evtx_decoder = &run.evtx_decoder;
   if (run.options.separator.find('\t') != std::string::npos) run.shown_out.kept = "\t";
   if (run.options.stats_on) run.options.statistics = &run.statistics;
 }

@@ -183,6 +183,11 @@ void SettleEventId(EvtxDecoder& decoder, DecodedEvent& event) {
 
 }  // namespace
 
+void BeginLog(EvtxDecoder& decoder, TextSink* trace) {
+  decoder.account = {};
+  decoder.trace = trace;
+}
+
 void BeginChunk(EvtxDecoder& decoder, Bytes data, std::uint64_t file_offset) {
   BeginChunkNames(decoder.names);
   if (decoder.cache.generation != decoder.names.generation) {

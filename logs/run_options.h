@@ -11,6 +11,7 @@
 
 namespace tarnlex {
 
+struct EvtxDecoder;   // evtx/decoder.h
 struct RecordOutput;  // output/record_output.h
 struct Statistics;    // output/statistics.h
 
@@ -66,6 +67,7 @@ struct RunOptions {
   TextSink* diags = nullptr;     // open while diags_on; owned by the run
   TextSink* messages = nullptr;  // standard error; owned by the run
   RecordOutput* record_output = nullptr;  // where records are written; owned by the run
+  EvtxDecoder* evtx_decoder = nullptr;    // null: every log gets its own; owned by the run
   Statistics* statistics = nullptr;       // what is counted; null without -stats; owned by the run
 
   // Which logs.

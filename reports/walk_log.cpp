@@ -8,6 +8,7 @@
 #include "evt/account.h"
 #include "evt/walk.h"
 #include "evtx/evtx_format.h"
+#include "evtx/record.h"
 #include "evtx/trace.h"
 #include "evtx/walk.h"
 #include "logs/messages.h"
@@ -87,8 +88,9 @@ std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
 }
 
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
-  EvtxDecoder decoder;
-  decoder.trace = pass.options.diags;
+  EvtxDecoder own;
+  EvtxDecoder& decoder = pass.options.evtx_decoder ? *pass.options.evtx_decoder : own;
+  BeginLog(decoder, pass.options.diags);
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
   ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtxRecord));

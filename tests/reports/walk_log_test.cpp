@@ -83,6 +83,50 @@ TEST(WalkLog, ReadsALogOfMoreChunksThanOneBlock) {
   EXPECT_NE(walked.trace.find("records decoded: 206\n"), std::string::npos);
 }
 
+// All values of the logs, read one after the other in one run.
+std::string DumpInOneRun(const std::vector<EvtxBuilder>& logs, EvtxDecoder* decoder) {
+  const TempDirectory directory;
+  std::string written;
+  TextSink out = MakeStringSink(written);
+  RecordOutput output = MakeRecordOutput(out);
+  RunOptions options;
+  options.record_output = &output;
+  options.evtx_decoder = decoder;
+  options.show_status = false;
+  for (std::size_t i = 0; i < logs.size(); ++i) {
+    const ByteString file = logs[i].Build();
+    LogInfo log;
+    log.path = directory.AddFile(std::to_string(i), std::string(file.begin(), file.end()));
+    QueryList queries(1);
+    queries.front().all_data = true;
+    LogPass pass{options, log, queries, {}, {}, {}, {}, false};
+    WalkLog(pass);
+    const std::size_t folder = log.path.size() - 1;
+    for (std::size_t at; (at = written.find(log.path)) != std::string::npos;) {
+      written.erase(at, folder);
+    }
+  }
+  CloseRecordOutput(output);
+  Flush(out);
+  return written;
+}
+
+TEST(WalkLog, WhatALogTeachesChangesNothingInTheNext) {
+  // The same GUID stands for another definition in the second log, and the third has both names.
+  std::vector<EvtxBuilder> logs(3);
+  for (int i = 0; i < 3; ++i) {
+    logs[0].AddEvent({.event_id = 1, .data = {{"User", "a"}, {"Type", "b"}}});
+    logs[1].AddEvent({.event_id = 1, .data = {{"Type", "c"}, {"Host", "d"}, {"User", "e"}}});
+    logs[2].AddEvent({.event_id = 1, .data = {{"Type", "f"}, {"User", "g"}}});
+    logs[2].AddEvent({.event_id = 2, .data = {{"User", "h"}}});
+  }
+  EvtxDecoder decoder;
+  const std::string together = DumpInOneRun(logs, &decoder);
+  EXPECT_EQ(CountOf(together, "Microsoft-Windows-Security-Auditing"), 2 * 12U);
+  EXPECT_EQ(together, DumpInOneRun(logs, nullptr));
+  EXPECT_GT(decoder.plans.made, 0U);
+}
+
 TEST(WalkLog, ReadsAFileThatBeginsWithAChunk) {
   ByteString file = Chunks(2).BuildChunks();
   file.resize(file.size() + 1000);
