@@ -1,16 +1,22 @@
 #!/bin/sh
-# Whole-process time of writing a large log as CSV, next to another reader and to plain copying of
-# the same bytes. Everything lies in memory, so that no disk is measured.
-# usage: bench/run.sh [SOURCE.evtx [SIZE_MB [RUNS]]]
-#   SOURCE   the log whose chunks are repeated (default: the sample log)
-#   SIZE_MB  size of the log that is read, at least 100 (default: 128)
+# Whole-process times of the program next to other readers and to plain copying, on the same logs in
+# the same run. Everything lies in memory, so that no disk is measured.
+# usage: bench/run.sh [EVTX [EVT [SIZE_MB [RUNS]]]]
+#   EVTX, EVT  logs whose chunks and records are repeated (default: the sample logs)
+#   SIZE_MB    size of the EVTX log that is read, at least 100 (default: 128)
+#   RUNS       of each command, of which the median counts (default: 5)
+# EVTX_DUMP names a program to compare with that is no Debian package ("cargo install evtx"); found
+# on the PATH by itself.
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
-source=${1:-}
-size=${2:-128}
-runs=${3:-3}
-[ -z "$source" ] || source=$(realpath "$source")
+evtx=${1:-}
+evt=${2:-}
+size=${3:-128}
+runs=${4:-5}
+[ -z "$evtx" ] || evtx=$(realpath "$evtx")
+[ -z "$evt" ] || evt=$(realpath "$evt")
 [ "$size" -ge 100 ] || { echo "bench: $size MB are too few to time; at least 100" >&2; exit 2; }
+evtx_dump=${EVTX_DUMP:-$(command -v evtx_dump || true)}
 cd "$root"
 
 scripts/install_packages.sh build test bench
@@ -20,34 +26,100 @@ cmake --build --preset release -j "$(nproc)" >/dev/null
 work=$(mktemp -d /dev/shm/tarnlex-bench-XXXXXX)
 trap 'rm -rf "$work"' EXIT
 trap 'exit 1' INT TERM
-if [ -z "$source" ]; then
-  build/release/tests/make_sample_log "$work/sample"
-  source=$work/sample/Security.evtx
-fi
-build/release/tests/make_large_log "$source" "$work/Security.evtx" "$size"
+build/release/tests/make_sample_log "$work/sample"
+[ -n "$evtx" ] || evtx=$work/sample/Security.evtx
+[ -n "$evt" ] || evt=$work/sample/SysEvent.Evt
+large() { build/release/tests/make_large_log "$@"; }
+log=$work/Security.evtx
+large "$evtx" "$log" "$size"
+program=build/release/tarnlex
+dump="$program -quiet -csv -out $work/rows.csv"
 
-hyperfine --warmup 1 --runs "$runs" --export-csv "$work/times.csv" \
-  --command-name tarnlex \
-  "build/release/tarnlex -log $work/Security.evtx -csv -quiet -out $work/rows.csv >/dev/null" \
-  --command-name evtxexport "evtxexport -f xml $work/Security.evtx >$work/export.xml" \
-  --command-name cp "cp $work/Security.evtx $work/copy.evtx"
+# measure NAME COMMAND...: the median of the command's wall time in seconds; kept under the name.
+measure() {
+  name=$1
+  shift
+  hyperfine --warmup 1 --runs "$runs" --style none --export-csv "$work/time" "$@" >/dev/null 2>&1
+  median=$(awk -F, 'NR == 2 { print $(NF - 4) }' "$work/time")
+  eval "time_$name=$median"
+}
+# ratio TEXT A B: A / B of two times.
+ratio() { awk -v text="$1" -v a="$2" -v b="$3" 'BEGIN { printf "%-66s %8.2f\n", text, a / b }'; }
+seconds() { awk -v text="$1" -v t="$2" 'BEGIN { printf "%-66s %8.3f s\n", text, t }'; }
 
-# A time counts only when the work was done: as many rows as events that the other reader found.
-[ -s "$work/rows.csv" ] || { echo "bench: tarnlex wrote nothing" >&2; exit 1; }
-rows=$(grep -c '^' "$work/rows.csv" || true)
-events=$(grep -c '^<Event ' "$work/export.xml" || true)
-bytes=$(wc -c <"$work/Security.evtx")
-printf 'log: %s bytes, %s events; written: %s lines, %s bytes\n' \
-  "$bytes" "$events" "$rows" "$(wc -c <"$work/rows.csv")"
+sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1
+echo "log: $(wc -c <"$log") bytes; $runs runs each, medians"
+
+echo "-- every value of every record as CSV"
+measure full "$dump -log $log >/dev/null"
+seconds "tarnlex" "$time_full"
+# A time counts only when the work was done: as many rows as events that another reader finds. That
+# reader is slow, so it gets a smaller log, and the program the same.
+large "$evtx" "$work/small.evtx" 16
+measure small "$dump -log $work/small.evtx >/dev/null"
+measure evtxexport "evtxexport -f xml $work/small.evtx >$work/export"
+events=$(grep -c '^<Event ' "$work/export" || true)
+rows=$(grep -c '^ *[0-9]' "$work/rows.csv" || true)
 if [ "$events" -eq 0 ] || [ "$rows" -lt "$events" ]; then
-  echo "bench: fewer rows than events, the times mean nothing" >&2
+  echo "bench: $rows rows of $events events, the times mean nothing" >&2
   exit 1
 fi
-awk -F, -v bytes="$bytes" -v events="$events" '
-  NR > 1 { mean[$1] = $2 }
-  END {
-    printf "tarnlex: %.0f MB/s, %.0f events/s\n", bytes / 1e6 / mean["tarnlex"],
-      events / mean["tarnlex"]
-    printf "evtxexport / tarnlex: %.2f\n", mean["evtxexport"] / mean["tarnlex"]
-    printf "tarnlex / cp: %.2f\n", mean["tarnlex"] / mean["cp"]
-  }' "$work/times.csv"
+ratio "evtxexport -f xml / tarnlex, 16 MiB" "$time_evtxexport" "$time_small"
+if [ -n "$evtx_dump" ]; then
+  measure crate "$evtx_dump -t 1 -o jsonl $log >$work/export"
+  ratio "evtx_dump -t 1 -o jsonl / tarnlex" "$time_crate" "$time_full"
+fi
+measure full "$dump -log $log >/dev/null"
+measure copy "cp $log $work/copy; cat $work/rows.csv | wc -c"
+ratio "tarnlex / (cp of the log, wc -c of the rows)" "$time_full" "$time_copy"
+rm -f "$work/copy" "$work/export"
+
+echo "-- selective queries: full dump / query"
+awk 'BEGIN { for (i = 0; i < 500; ++i)
+  printf "!cmd, -enum_evtxlog, -id, %d, -name, n%d, -pull, TargetUserName\n", 4720 + 5 * i, i }' \
+  >"$work/report.txt"
+query() {
+  measure query "$program -quiet -csv -out $work/query.csv -log $log $2 >/dev/null"
+  ratio "$1: $(grep -c '^[0-9]' "$work/query.csv") rows" "$time_full" "$time_query"
+}
+query "-eventid 4720" "-eventid 4720"
+query "-logon" "-logon"
+# The window is around the last event of the log.
+last=$(cut -d, -f3,4 "$work/rows.csv" | grep -o '^[0-9/]*, *[0-9:]*' | sort -t/ -k3,3 -k1,1 -k2,2 |
+  tail -n 1)
+query "a window of a day, the log's last" "-start_time '${last%%,*} 00:00:00' -stop_time '${last%%,*} 23:59:59'"
+query "a command file of 500 lines" "-cmdfile $work/report.txt"
+
+echo "-- EVT"
+large "$evt" "$work/System.Evt" 64
+measure evt "$dump -log $work/System.Evt >/dev/null"
+seconds "tarnlex, 64 MiB" "$time_evt"
+large "$evt" "$work/small.Evt" 4
+measure small "$dump -log $work/small.Evt >/dev/null"
+measure evtexport "evtexport -m all $work/small.Evt >$work/export"
+ratio "evtexport -m all / tarnlex, 4 MiB" "$time_evtexport" "$time_small"
+
+echo "-- 1,000 logs of a chunk each through -pipe"
+large "$evtx" "$work/one.evtx" 1
+head -c 69632 "$work/one.evtx" >"$work/chunk.evtx"
+for i in $(seq 1000); do
+  mkdir "$work/$i"
+  cp "$work/chunk.evtx" "$work/$i/Security.evtx"
+  echo "$work/$i/Security.evtx"
+done >"$work/list"
+large "$work/chunk.evtx" "$work/thousand.evtx" 63  # 1,008 times the same chunk
+measure pipe "$dump -pipe <$work/list >/dev/null"
+measure thousand "$dump -log $work/thousand.evtx >/dev/null"
+awk -v a="$time_pipe" -v b="$time_thousand" \
+  'BEGIN { printf "%-66s %8.3f ms\n", "a log, above the same chunks in one log", a - b }'
+
+echo "-- cost and memory by size"
+for megabytes in 10 100 238 1000; do
+  large "$evtx" "$work/size.evtx" "$megabytes"
+  measure size "$dump -log $work/size.evtx >/dev/null"
+  peak=$(python3 -c 'import resource, subprocess, sys
+subprocess.run(sys.argv[1:], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss // 1024)' $dump -log "$work/size.evtx")
+  awk -v size="$megabytes" -v time="$time_size" -v peak="$peak" -v rows="$(wc -c <"$work/rows.csv")" \
+    'BEGIN { printf "%4d MiB: %7.3f s, peak %4d MiB, rows %4d MiB\n", size, time, peak, rows / 1048576 }'
+done

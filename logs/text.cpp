@@ -123,8 +123,8 @@ char* WriteUtf8List(const std::uint8_t* units, std::size_t count, char* out) {
     if (unit != 0) {
       *out++ = static_cast<char>(unit);
     } else {
-      std::memcpy(out, ", ", 2);
-      out += 2;
+      *out++ = ',';
+      *out++ = ' ';
     }
     ++at;
   }

@@ -73,6 +73,7 @@ PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan) {
   std::vector<std::uint32_t> order;
   const ColumnSet* columns = AddColumnsInOrder(rows, names, order);
   std::vector<const PlannedValue*> values;
+  values.reserve(order.size());
   for (const std::uint32_t position : order) values.push_back(&plan.values[position]);
   PlannedShape shape = MakeShape(rows, *columns, values);
   shape.unresolved = kUnresolved;
@@ -81,6 +82,7 @@ PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan) {
 
 PlannedShape MakePulledShape(EventRows& rows, const ValuePlan& plan, const ColumnSet& columns) {
   std::vector<const PlannedValue*> values;
+  values.reserve(columns.names.size());
   for (const std::string_view name : columns.names) {
     const auto found =
         std::find_if(plan.values.begin(), plan.values.end(),
