@@ -227,6 +227,7 @@ bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expec
 void DecodeValues(EvtxDecoder& decoder, DecodedEvent& event) {
   if (event.values_decoded) return;
   event.values_decoded = true;
+  event.max_text = 0;  // a plan that was not used may have left its own
   ExpandRecord(decoder, event);
 }
 

@@ -85,10 +85,6 @@ RowKey KeyOf(const EventRows& rows, std::size_t number) {
   return {row.timeCreated, row.eventRecordId, static_cast<std::uint32_t>(number)};
 }
 
-// Rows that may be longer are packed where others are joined: marks may make them four times as
-// long, and only crafted records come near.
-constexpr std::size_t kMostJoined = std::size_t{512} << 10;
-
 // Each character of a line break becomes at most this much longer when it is marked.
 constexpr std::size_t kLongerPerBreak = 3;
 

@@ -148,6 +148,10 @@ struct RowBuilder {
   std::size_t prefix = 0;
 };
 inline constexpr std::size_t kMaxCellOverhead = 8;  // bytes that a cell needs beside its text
+
+// Rows that may be longer are packed where others are joined: marks may make them four times as
+// long, and only crafted records come near.
+inline constexpr std::size_t kMostJoined = std::size_t{512} << 10;
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes);
 
 // Returns where the text goes.

@@ -226,8 +226,7 @@ std::vector<EvtQuery> PrepareEvtQueries(QueryList& queries) {
 
 void ForgetRows(EvtQuery& query) {
   query.columns.clear();
-  query.name = {};
-  query.label = {};
+  query.texts = {};
 }
 
 bool EvtQueryTakes(EvtQuery& query, EvtRecord& record) {
@@ -242,17 +241,11 @@ void AddEvtRow(EventRows& rows, EvtQuery& query, EvtRecord& record) {
   const bool all_data = query.spec->all_data;
   const EvtColumns& columns = ColumnsFor(rows, query, record.strings.size());
   EventRecord row;
-  row.queryIndex = query.position;
   row.level = record.event_type;
   row.timeCreated = record.filetime;
   row.eventId = record.event_id;
   row.eventRecordId = record.record_number;
-  if (query.label.empty()) {
-    query.name = InternText(rows, query.spec->name);
-    query.label = InternText(rows, query.spec->log_path);
-  }
-  row.queryName = query.name;
-  row.queryLabel = query.label;
+  FillRowQuery(rows, *query.spec, query.position, query.texts, row);
   row.columns = columns.set;
   RowBuilder builder = BeginRow(rows, MaxRowBytes(record, columns, all_data));
   char* at = builder.start;

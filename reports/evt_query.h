@@ -5,13 +5,13 @@
 #include <cstdint>
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "evt/record.h"
 #include "output/event_rows.h"
 #include "reports/filter.h"
 #include "reports/query_spec.h"
+#include "reports/row_query.h"
 
 namespace tarnlex {
 
@@ -33,8 +33,7 @@ struct EvtQuery {
 
   // What is remembered of the collection that the rows go to.
   std::map<std::size_t, EvtColumns> columns;  // by number of strings; pulls have one shape, under 0
-  std::string_view name;                      // of the query and of its log; set at first use
-  std::string_view label;
+  RowQuery texts;
 };
 
 // For when the rows go to another collection from now on.

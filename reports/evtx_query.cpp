@@ -217,23 +217,15 @@ bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, De
 void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder,
                 DecodedEvent& event) {
   EventRecord row;
-  row.queryIndex = query.position;
   row.timeCreated = event.written_time;
   row.eventId = event.event_id;
   row.eventRecordId = event.record_id;
-  if (query.label.empty()) {
-    query.name = InternText(rows, query.spec->name);
-    query.label = InternText(rows, query.spec->log_path);
-  }
-  row.queryName = query.name;
-  row.queryLabel = query.label;
+  FillRowQuery(rows, *query.spec, query.position, query.texts, row);
   const ValuePlan* plan = PlanOf(all, decoder, event);
   if (query.spec->all_data) {
-    if (plan) {
-      AddPlannedRow(rows, PlannedShapeOf(rows, all, *plan), decoder, event, row);
-    } else {
-      AddAllData(rows, ShapeOf(rows, all, event), event, row);
-    }
+    if (plan && AddPlannedRow(rows, PlannedShapeOf(rows, all, *plan), decoder, event, row)) return;
+    DecodeValues(decoder, event);
+    AddAllData(rows, ShapeOf(rows, all, event), event, row);
     return;
   }
   if (!query.spec->pull.empty() && !query.pulled) PreparePulls(rows, query);
@@ -242,12 +234,9 @@ void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder
     return;
   }
   PlannedShape* shape = plan ? PulledShapeOf(rows, query, *plan) : nullptr;
-  if (shape) {
-    AddPlannedRow(rows, *shape, decoder, event, row);
-  } else {
-    DecodeValues(decoder, event);
-    AddPulled(rows, query, decoder, event, row);
-  }
+  if (shape && AddPlannedRow(rows, *shape, decoder, event, row)) return;
+  DecodeValues(decoder, event);
+  AddPulled(rows, query, decoder, event, row);
 }
 
 }  // namespace tarnlex

@@ -13,6 +13,7 @@
 #include "reports/filter.h"
 #include "reports/planned_rows.h"
 #include "reports/query_spec.h"
+#include "reports/row_query.h"
 
 namespace tarnlex {
 
@@ -26,8 +27,7 @@ struct EvtxQuery {
   const QuerySpec* spec = nullptr;
   std::uint32_t position = 0;
   QueryTests tests;
-  std::string_view name;  // of the query and of its log, kept with the rows; set at first use
-  std::string_view label;
+  RowQuery texts;
   // Of a query that pulls: its columns, and the name that fills each. Null until first used.
   const ColumnSet* pulled = nullptr;
   std::vector<std::string> sources;

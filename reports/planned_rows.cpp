@@ -134,8 +134,11 @@ char* WriteCells(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decode
 
 }  // namespace
 
-void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
+bool AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
                    const DecodedEvent& event, EventRecord& row) {
+  const std::size_t max_bytes =
+      event.max_text + shape.fixed.size() + shape.cells.size() * kMaxCellOverhead;
+  if (max_bytes > kMostJoined) return false;
   row.columns = shape.columns;
   row.providerName = shape.provider;
   row.level = shape.level;
@@ -144,6 +147,7 @@ void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& deco
   char* const end = builder.prefix == 0 ? WriteCells<true>(rows, shape, decoder, builder, row)
                                         : WriteCells<false>(rows, shape, decoder, builder, row);
   EndRow(rows, builder, end, row);
+  return true;
 }
 
 }  // namespace tarnlex

@@ -44,8 +44,10 @@ PlannedShape MakePlannedShape(EventRows& rows, const ValuePlan& plan);
 // The shape of rows with those `columns` that a query pulls; a name without a value stays empty.
 PlannedShape MakePulledShape(EventRows& rows, const ValuePlan& plan, const ColumnSet& columns);
 
-// Adds the row of the record framed last, whose plan made `shape`.
-void AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
+// Adds the row of the record framed last, whose plan made `shape`. False, nothing being added, for
+// a record that could make a row too large to be joined: its cells would not go with the finished
+// ones.
+bool AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& decoder,
                    const DecodedEvent& event, EventRecord& row);
 
 }  // namespace tarnlex

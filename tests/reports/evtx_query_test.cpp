@@ -131,6 +131,35 @@ TEST(EvtxQuery, TestsAndPullsByThePlanOfARecord) {
   EXPECT_EQ(rows[1].record.queryIndex, 1U);
 }
 
+TEST(PlannedRows, LeaveARecordThatMayBecomeTooLargeToTheLongWay) {
+  EvtxBuilder log;
+  log.AddEvent(Logon()).AddEvent(Logon());
+  EvtxDecoder decoder;
+  EventRows rows;
+  rows.joined = {',', MakeCellCleaner({',', ' '}, true)};
+  EvtxHandlers handlers;
+  int planned = 0;
+  handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
+    const ValuePlan* plan = PlanFor(with, event);
+    if (!plan) return;
+    ++planned;
+    PlannedShape shape = MakePlannedShape(rows, *plan);
+    const std::size_t bound = event.max_text;
+    EventRecord row;
+    event.max_text = kMostJoined;
+    EXPECT_FALSE(AddPlannedRow(rows, shape, with, event, row));
+    EXPECT_TRUE(rows.rows.empty());
+    event.max_text = bound;
+    EXPECT_TRUE(AddPlannedRow(rows, shape, with, event, row));
+  };
+  const support::ByteString chunks = log.BuildChunks();
+  WalkSlots(decoder, chunks, 4096, handlers);
+  EXPECT_EQ(planned, 1);
+  ASSERT_EQ(rows.rows.size(), 1U);
+  EXPECT_NE(std::string_view(rows.rows[0].dataItems, rows.rows[0].dataSize).find(",Alice,"),
+            std::string_view::npos);
+}
+
 TEST(EvtxQuery, BothEndsOfTheTimeWindowBelongToIt) {
   Event event = Logon();
   event.time = support::Filetime(2016, 7, 8, 12, 0, 0);
