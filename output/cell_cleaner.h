@@ -1,6 +1,7 @@
 // What happens to a cell's text on its way out, in blocks of characters.
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -62,13 +63,23 @@ inline std::size_t FindInCellBlock(char wanted, const char* from) {
   return static_cast<std::size_t>(std::countr_zero(stops));
 }
 
+// Ones, then zeros: what lies so many ones before the zeros picks as many bytes of a block.
+inline constexpr auto kFirstOfBlock = [] {
+  std::array<char, 2 * kCellBlock> picks{};
+  for (std::size_t i = 0; i < kCellBlock; ++i) picks[i] = 1;
+  return picks;
+}();
+
 // Bytes of a block's first `count` that do not continue a character. Reads a whole block.
 inline std::size_t CountBlockCharacters(const char* from, std::size_t count) {
   // Continuation bytes are the smallest of all when bytes are signed: -128..-65.
   const __m128i starts = _mm_cmpgt_epi8(LoadCellBlock(from), _mm_set1_epi8(-65));
-  const unsigned counted = (1U << count) - 1;
-  return static_cast<std::size_t>(
-      std::popcount(static_cast<unsigned>(_mm_movemask_epi8(starts)) & counted));
+  const __m128i ones =
+      _mm_and_si128(starts, LoadCellBlock(kFirstOfBlock.data() + kCellBlock - count));
+  // One sum for each half.
+  const __m128i sums = _mm_sad_epu8(ones, _mm_setzero_si128());
+  return static_cast<std::size_t>(_mm_cvtsi128_si32(sums) +
+                                  _mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
 }
 
 #else
