@@ -6,6 +6,7 @@ target_sources(tarnlex_core PRIVATE
   output/date_time_parse.cpp
   output/date_time_text.cpp
   output/display_name.cpp
+  output/empty_cells.cpp
   output/event_rows.cpp
   output/log2timeline.cpp
   output/record_output.cpp

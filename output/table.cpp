@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <set>
 #include <span>
 #include <utility>
 
@@ -10,6 +9,7 @@
 #include "output/bodyfile.h"
 #include "output/cell_writer.h"
 #include "output/date_time.h"
+#include "output/empty_cells.h"
 #include "output/log2timeline.h"
 #include "output/table_columns.h"
 
@@ -293,41 +293,6 @@ void WriteHeader(TableWriter& table, const TableColumns& columns) {
   WriteCharacter(table.cells, '\n');
 }
 
-// Rows that share no columns leave most of their table's cells empty, and how many that are goes
-// with the square of the rows. Real logs stay far below these bounds: 64 cells for one that holds
-// something within a group, 256 without groups.
-struct EmptyBound {
-  std::size_t per_filled = 0;
-  std::size_t filled = 0;  // of the rows so far, one more for each row
-  bool Passed(std::size_t rows, std::size_t columns) const {
-    constexpr std::size_t kAlwaysFine = std::size_t{16} << 10;
-    return rows * columns > kAlwaysFine && rows * columns / per_filled > filled;
-  }
-};
-
-std::size_t NamesOf(const EventRecord& row) { return row.columns ? row.columns->names.size() : 0; }
-
-bool IsMostlyEmpty(const EventRows& rows, std::span<const std::uint32_t> group, EmptyBound bound,
-                   const TableColumns& columns) {
-  for (const std::uint32_t number : group) bound.filled += 1 + NamesOf(rows.rows[number]);
-  return bound.Passed(group.size(), columns.names.size());
-}
-
-// As many rows from the group's beginning as make a table that is not mostly empty, whichever names
-// they share.
-std::size_t RowsForATable(const EventRows& rows, std::span<const std::uint32_t> group,
-                          EmptyBound bound) {
-  std::set<const ColumnSet*> sets;
-  std::size_t columns = 0;
-  for (std::size_t i = 0; i < group.size(); ++i) {
-    const EventRecord& row = rows.rows[group[i]];
-    if (sets.insert(row.columns).second) columns += NamesOf(row);
-    bound.filled += 1 + NamesOf(row);
-    if (i > 0 && bound.Passed(i + 1, columns)) return i;
-  }
-  return group.size();
-}
-
 void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::uint32_t> group,
                 const TableColumns& columns) {
   WriteHeader(table, columns);
@@ -350,7 +315,7 @@ void WriteGroup(TableWriter& table, const EventRows& rows, std::span<const std::
                 EmptyBound bound) {
   {
     const TableColumns columns = MakeTableColumns(rows, group, table.padded);
-    if (!IsMostlyEmpty(rows, group, bound, columns)) {
+    if (!IsMostlyEmpty(rows, group, bound, columns.names.size())) {
       WriteTable(table, rows, group, columns);
       return;
     }

@@ -142,8 +142,7 @@ bool AddPlannedRow(EventRows& rows, PlannedShape& shape, const EvtxDecoder& deco
   row.columns = shape.columns;
   row.providerName = shape.provider;
   row.level = shape.level;
-  RowBuilder builder =
-      BeginRow(rows, event.max_text + shape.fixed.size() + shape.cells.size() * kMaxCellOverhead);
+  RowBuilder builder = BeginRow(rows, max_bytes);
   char* const end = builder.prefix == 0 ? WriteCells<true>(rows, shape, decoder, builder, row)
                                         : WriteCells<false>(rows, shape, decoder, builder, row);
   EndRow(rows, builder, end, row);
