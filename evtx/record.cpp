@@ -181,18 +181,24 @@ void SettleEventId(EvtxDecoder& decoder, DecodedEvent& event) {
   if (value) event.event_id = LeadingNumber(TextOf(event, *value, scratch));
 }
 
+void ForgetTemplates(EvtxDecoder& decoder) {
+  ClearPlans(decoder.plans);
+  ClearCache(decoder.cache);
+}
+
 }  // namespace
 
 void BeginLog(EvtxDecoder& decoder, TextSink* trace) {
   decoder.account = {};
   decoder.trace = trace;
+  // What is left must do for all kinds of events that this log may hold.
+  if (IsHalfFull(decoder.cache) || IsHalfFull(decoder.plans)) ForgetTemplates(decoder);
 }
 
 void BeginChunk(EvtxDecoder& decoder, Bytes data, std::uint64_t file_offset) {
   BeginChunkNames(decoder.names);
   if (decoder.cache.generation != decoder.names.generation) {
-    ClearPlans(decoder.plans);
-    ClearCache(decoder.cache);
+    ForgetTemplates(decoder);
     decoder.cache.generation = decoder.names.generation;
   }
   LoadChunk(data, file_offset, decoder.trace != nullptr, decoder.chunk);

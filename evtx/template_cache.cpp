@@ -105,6 +105,8 @@ const TemplateProgram* KeepInCache(TemplateCache& cache, const std::array<std::u
   return &cached.program;
 }
 
+bool IsHalfFull(const TemplateCache& cache) { return cache.bytes > kMaxCacheBytes / 2; }
+
 void ClearCache(TemplateCache& cache) {
   cache.by_guid.clear();
   cache.bytes = 0;

@@ -45,6 +45,9 @@ const TemplateProgram* KeepInCache(TemplateCache& cache, const std::array<std::u
                                    Bytes chunk, std::uint32_t begin, std::uint32_t end,
                                    TemplateProgram& program);
 
+// Whether half of what the cache may hold is taken.
+bool IsHalfFull(const TemplateCache& cache);
+
 void ClearCache(TemplateCache& cache);
 
 }  // namespace tarnlex

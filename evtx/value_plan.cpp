@@ -128,6 +128,10 @@ std::string_view PlannedText(const EvtxDecoder& decoder, const PlannedValue& val
   return {scratch.data(), static_cast<std::size_t>(end - scratch.data())};
 }
 
+bool IsHalfFull(const PlanTable& table) {
+  return table.plans.size() > kMaxPlans / 2 || table.values > kMaxPlannedValues / 2;
+}
+
 void ClearPlans(PlanTable& table) { table = {}; }
 
 }  // namespace tarnlex

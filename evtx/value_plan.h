@@ -83,6 +83,9 @@ const SubstitutionValue& SlotOf(const EvtxDecoder& decoder, const PlannedValue& 
 std::string_view PlannedText(const EvtxDecoder& decoder, const PlannedValue& value,
                              std::string& scratch);
 
+// Whether half of what the table may hold is taken.
+bool IsHalfFull(const PlanTable& table);
+
 void ClearPlans(PlanTable& table);
 
 }  // namespace tarnlex

@@ -125,6 +125,12 @@ TEST(WalkLog, WhatALogTeachesChangesNothingInTheNext) {
   EXPECT_EQ(CountOf(together, "Microsoft-Windows-Security-Auditing"), 2 * 12U);
   EXPECT_EQ(together, DumpInOneRun(logs, nullptr));
   EXPECT_GT(decoder.plans.made, 0U);
+
+  // A cache that earlier logs have filled makes room for the next one.
+  const std::size_t learnt = decoder.cache.bytes;
+  decoder.cache.bytes += std::size_t{8} << 20;
+  EXPECT_EQ(DumpInOneRun(logs, &decoder), together);
+  EXPECT_EQ(decoder.cache.bytes, learnt);
 }
 
 TEST(WalkLog, ReadsAFileThatBeginsWithAChunk) {
