@@ -78,8 +78,8 @@ inline std::size_t CountBlockCharacters(const char* from, std::size_t count) {
       _mm_and_si128(starts, LoadCellBlock(kFirstOfBlock.data() + kCellBlock - count));
   // One sum for each half.
   const __m128i sums = _mm_sad_epu8(ones, _mm_setzero_si128());
-  return static_cast<std::size_t>(_mm_cvtsi128_si32(sums) +
-                                  _mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums)));
+  const int counted = _mm_cvtsi128_si32(sums) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(sums, sums));
+  return static_cast<std::size_t>(counted);
 }
 
 #else
