@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <map>
 
@@ -45,6 +46,24 @@ Outcome RunCommand(const std::string& command, const std::string& input) {
   outcome.out = ReadAll(out);
   outcome.err = ReadAll(err);
   return outcome;
+}
+
+// Wine 8 on busy processors now and then ends a program by itself: with 1 before it wrote anything,
+// or with 127 after all was written, when the dynamic loader finds itself in an inconsistent state.
+// The program ends with 0 or -1 only, so these are not its own.
+bool EndedByWine(int code) { return code == 1 || code == 127; }
+
+constexpr int kWineTries = 3;
+
+Outcome RunWineCommand(const std::string& command, const std::string& input) {
+  WorkDirectory();
+  for (int tries = 1;; ++tries) {
+    Outcome outcome = RunCommand(command, input);
+    if (!EndedByWine(outcome.code) || tries == kWineTries) return outcome;
+    std::cerr << "Wine ended with " << outcome.code << " in try " << tries << " of " << command
+              << ", which wrote " << outcome.out.size() << " bytes and on standard error:\n"
+              << outcome.err << '\n';
+  }
 }
 
 // Another Wine of the same user is none of our business.
@@ -111,7 +130,10 @@ const std::string& WorkDirectory() {
   return directory;
 }
 
-std::string DriveC() { return PlacePath("prefix") + "/drive_c"; }
+std::string DriveC() {
+  WorkDirectory();
+  return PlacePath("prefix") + "/drive_c";
+}
 
 Outcome RunHere(const Args& args, const std::string& input) {
   return RunCommand(CommandLine(TARNLEX_PROGRAM, args), input);
@@ -122,15 +144,13 @@ Outcome RunOnWindows(const Args& args, const std::string& input) {
 }
 
 Outcome RunInWine(const std::string& program, const Args& args, const std::string& input) {
-  WorkDirectory();
-  return RunCommand(TARNLEX_WINE " " + CommandLine(program, args), input);
+  return RunWineCommand(TARNLEX_WINE " " + CommandLine(program, args), input);
 }
 
 Outcome RunOnTerminal(const std::string& program, const Args& args) {
-  WorkDirectory();
   const std::string command =
       "stty cols 120 rows 100; " TARNLEX_WINE " " + CommandLine(program, args);
-  return RunCommand("script -qec " + Quoted(command) + " /dev/null", "");
+  return RunWineCommand("script -qec " + Quoted(command) + " /dev/null", "");
 }
 
 std::string WindowsProgram() { return TARNLEX_WINDOWS_BUILD "/tarnlex.exe"; }

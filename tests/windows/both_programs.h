@@ -25,7 +25,8 @@ std::string DriveC();
 // Starts the program in WorkDirectory() with `input` on standard input.
 Outcome RunHere(const Args& args, const std::string& input = {});
 Outcome RunOnWindows(const Args& args, const std::string& input = {});
-// Starts another program of Wine's: its own by name, ours by path.
+// Starts another program of Wine's: its own by name, ours by path. What Wine itself ends is started
+// again, and said on standard error.
 Outcome RunInWine(const std::string& program, const Args& args, const std::string& input = {});
 // The same on a terminal, so that the program has a console. `out` is what the terminal got.
 Outcome RunOnTerminal(const std::string& program, const Args& args);

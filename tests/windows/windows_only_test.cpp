@@ -125,6 +125,7 @@ TEST(HeldLog, IsReadAllTheSame) {
 
 TEST(LiveSystem, IsReadFromTheWindowsDirectory) {
   const std::string own = DriveC() + "/windows/system32/winevt/Logs/";
+  fs::remove_all(DriveC() + "/windows/system32/config");  // of the next test, were it run before
   FillEvtxDirectory(own);
   const std::string place = "C:\\windows\\system32\\winevt\\logs\\";
   const Outcome here = RunHere(With({"-partition", DriveC()}));
