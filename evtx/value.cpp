@@ -90,19 +90,8 @@ std::string_view AnsiText(Bytes chunk, const SubstitutionValue& value) {
   return {reinterpret_cast<const char*>(rest.data()), length};
 }
 
-std::uint16_t UnitOf(Bytes value, std::size_t at) {
-  return Load<std::uint16_t>(value.data() + 2 * at);
-}
-
-// How many units there are before the zeros at the end.
-std::size_t MultiStringUnits(Bytes value) {
-  std::size_t units = value.size() / 2;
-  while (units > 0 && UnitOf(value, units - 1) == 0) --units;
-  return units;
-}
-
 char* WriteMultiString(Bytes value, char* out) {
-  return WriteUtf8List(value.data(), MultiStringUnits(value), out);
+  return WriteUtf8List(value.data(), UnitsWithoutZerosAtEnd(value.data(), value.size() / 2), out);
 }
 
 // The two digits of every byte.
@@ -190,7 +179,7 @@ std::size_t ValueTextBound(Bytes chunk, const SubstitutionValue& value) {
     case kEvtVarTypeEvtXml: return Utf8Size(bytes, value.size / 2);
     case kEvtVarTypeBinary: return std::size_t{2} * value.size;
     case kEvtVarTypeMultiWideString: {
-      const std::size_t units = MultiStringUnits({bytes, value.size});
+      const std::size_t units = UnitsWithoutZerosAtEnd(bytes, value.size / 2);
       std::size_t zeros = 0;
       for (std::size_t i = 0; i < units; ++i) zeros += Load<std::uint16_t>(bytes + 2 * i) == 0;
       return Utf8Size(bytes, units) + zeros;  // a zero gives a comma and a blank

@@ -81,6 +81,13 @@ const ValuePlan* FindPlan(PlanTable& table, const PlanKey& key, bool& known) {
   return table.last;
 }
 
+// The slot that a value of the present record's plan comes from; not for literals.
+const SubstitutionValue& SlotOf(const EvtxDecoder& decoder, const PlannedValue& value) {
+  const bool nested = (value.origin & kOriginNestedSlot) != 0;
+  const SubstitutionArray& array = nested ? decoder.nested.array : decoder.array;
+  return array.values[value.origin & kOriginSlotMask];
+}
+
 }  // namespace
 
 const ValuePlan* PlanFor(EvtxDecoder& decoder, DecodedEvent& event) {
@@ -109,12 +116,6 @@ const ValuePlan* PlanFor(EvtxDecoder& decoder, DecodedEvent& event) {
     table.plans.emplace(key, std::move(made));
   }
   return nullptr;
-}
-
-const SubstitutionValue& SlotOf(const EvtxDecoder& decoder, const PlannedValue& value) {
-  const bool nested = (value.origin & kOriginNestedSlot) != 0;
-  const SubstitutionArray& array = nested ? decoder.nested.array : decoder.array;
-  return array.values[value.origin & kOriginSlotMask];
 }
 
 std::string_view PlannedText(const EvtxDecoder& decoder, const PlannedValue& value,

@@ -75,9 +75,6 @@ struct PlanTable {
 // values.
 const ValuePlan* PlanFor(EvtxDecoder& decoder, DecodedEvent& event);
 
-// The slot that a value of the present record's plan comes from; not for literals.
-const SubstitutionValue& SlotOf(const EvtxDecoder& decoder, const PlannedValue& value);
-
 // The text of a value of the present record's plan, empty when it is unresolved; `scratch` holds it
 // if it has to be made.
 std::string_view PlannedText(const EvtxDecoder& decoder, const PlannedValue& value,

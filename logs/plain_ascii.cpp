@@ -1,18 +1,12 @@
 #include "logs/plain_ascii.h"
 
+#include "logs/text.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
 namespace tarnlex {
-namespace {
-
-std::size_t WithoutZeros(const std::uint8_t* units, std::size_t count) {
-  while (count > 0 && Load<std::uint16_t>(units + 2 * (count - 1)) == 0) --count;
-  return count;
-}
-
-}  // namespace
 
 #if defined(__SSE2__)
 
@@ -40,7 +34,7 @@ unsigned NotPlain(__m128i characters) {
 char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
   if (!Fits(bytes, offset, 2 * (count + kPlainAsciiBlock))) return nullptr;
   const std::uint8_t* from = bytes.data() + offset;
-  count = WithoutZeros(from, count);
+  count = UnitsWithoutZerosAtEnd(from, count);
   for (; count > kPlainAsciiBlock; count -= kPlainAsciiBlock) {
     const __m128i characters = PackUnits(from);
     if (NotPlain(characters) != 0) return nullptr;
@@ -59,7 +53,7 @@ char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* 
 char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
   if (!Fits(bytes, offset, 2 * count)) return nullptr;
   const std::uint8_t* from = bytes.data() + offset;
-  count = WithoutZeros(from, count);
+  count = UnitsWithoutZerosAtEnd(from, count);
   for (std::size_t i = 0; i < count; ++i) {
     const std::uint16_t unit = Load<std::uint16_t>(from + 2 * i);
     if (unit < ' ' || unit >= 0x80 || unit == ',' || unit == '|') return nullptr;

@@ -101,7 +101,7 @@ std::size_t UnitsBeforeZero(const std::uint8_t* units, std::size_t count) {
 }
 
 char* WriteUtf8(const std::uint8_t* units, std::size_t count, char* out) {
-  while (count > 0 && UnitAt(units, count - 1) == 0) --count;
+  count = UnitsWithoutZerosAtEnd(units, count);
   std::size_t at = 0;
   while (at < count) {
     const std::size_t plain = CopyAscii(units + 2 * at, count - at, out);
@@ -159,7 +159,7 @@ std::uint16_t CountPairs(const std::uint8_t* units, std::size_t count) {
 }  // namespace
 
 std::size_t Utf8Size(const std::uint8_t* units, std::size_t count) {
-  while (count > 0 && UnitAt(units, count - 1) == 0) --count;
+  count = UnitsWithoutZerosAtEnd(units, count);
   std::size_t size = count;
   for (std::size_t at = 0; at < count; at += kCountedUnits) {
     const std::size_t part = std::min(kCountedUnits, count - at);

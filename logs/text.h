@@ -27,6 +27,12 @@ char* WriteUtf8List(const std::uint8_t* units, std::size_t count, char* out);
 // How many of `count` units stand before the first zero unit; `count` without one.
 std::size_t UnitsBeforeZero(const std::uint8_t* units, std::size_t count);
 
+// How many of `count` units are left when zero units at the end are not counted.
+inline std::size_t UnitsWithoutZerosAtEnd(const std::uint8_t* units, std::size_t count) {
+  while (count > 0 && Load<std::uint16_t>(units + 2 * (count - 1)) == 0) --count;
+  return count;
+}
+
 // The bytes that WriteUtf8 makes of `count` units, counted without making them.
 std::size_t Utf8Size(const std::uint8_t* units, std::size_t count);
 

@@ -20,9 +20,6 @@ constexpr std::size_t kNumberWidth = 10;
 constexpr std::size_t kLevelWidth = 6;
 constexpr std::size_t kLogWidth = 11;
 
-// Room for a block of text and a block behind it.
-constexpr std::ptrdiff_t kDelimitedRoom = 2 * kCellBlock;
-
 // A short text that stands behind every cell: stored as one block, then counted.
 struct CellEnd {
   std::string whole;
@@ -156,43 +153,6 @@ void WriteValueCells(TableWriter& table, const TableColumns& columns, const Even
   WriteEmptyCells(table, columns, next, columns.names.size());
 }
 
-// The same without padding, which is how most of a large run is written. The place to write at is
-// kept in a local: text stored through a pointer might otherwise be that pointer itself.
-void WriteDelimitedCells(TableWriter& table, const TableColumns& columns, const EventRecord& row,
-                         const std::vector<std::uint32_t>& positions) {
-  const CellCleaner cleaner = table.value_cleaner;
-  const std::size_t end_size = table.between.whole.size();
-  CellReader reader{row.dataItems};
-  std::size_t next = 0;
-  char* at = table.cells.at;
-  const char* room_end = table.cells.end;
-  const auto slowly = [&](auto write) {
-    table.cells.at = at;
-    write();
-    at = table.cells.at;
-    room_end = table.cells.end;
-  };
-  for (const std::uint32_t column : positions) {
-    if (next < column) slowly([&] { WriteEmptyCells(table, columns, next, column); });
-    next = column + std::size_t{1};
-    if (room_end - at < kDelimitedRoom) slowly([&] { MakeRoom(table.cells, kDelimitedRoom); });
-    const std::string_view text = NextCell(reader);
-    std::size_t done = 0;
-    if (text.size() <= kCellBlock) done = CopyCellBlock(cleaner, text.data(), text.size(), at);
-    at += done;
-    if (done < text.size()) {
-      slowly([&] { WriteCleanedCell(table.cells, table.value_cleaner, text.substr(done)); });
-    }
-    if (end_size > kCellBlock || room_end - at < kDelimitedRoom) {
-      slowly([&] { Write(table.cells, table.between); });
-    } else {
-      std::memcpy(at, table.between.block, kCellBlock);
-      at += end_size;
-    }
-  }
-  slowly([&] { WriteEmptyCells(table, columns, next, columns.names.size()); });
-}
-
 // Copies a joined cell and its separator; a block behind them is overwritten. Returns their end.
 const char* CopyJoinedCell(char separator, const char* from, char*& out) {
   for (;;) {
@@ -252,8 +212,6 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord
   }
   if (table.joined && positions != nullptr && row.dataSize > 0) {
     WriteJoinedCells(table, columns, row, *positions);
-  } else if (!table.padded && positions != nullptr) {
-    WriteDelimitedCells(table, columns, row, *positions);
   } else {
     WriteValueCells(table, columns, row, positions);
   }
