@@ -33,9 +33,9 @@ Name* InternTokenName(NameTable& table, const Token& token) {
     const auto found = table.by_offset.find(token.name_offset);
     if (found != table.by_offset.end()) return found->second;
   }
-  // Before the conversion, so that refused names cost nothing.
-  if (token.name.units.size() / 2 > table.chunk_text_left) return InternName(table, "");
   const std::size_t units = token.name.units.size() / 2;
+  // Before the conversion, so that refused names cost nothing.
+  if (units > table.chunk_text_left) return InternName(table, "");
   const std::string text = Utf16ToUtf8(token.name.units);
   Name* name = InternComputedName(table, text);
   // Zero units at the end give no text but are read all the same.

@@ -1,19 +1,13 @@
 // Times as an examiner types them.
 #include <charconv>
 
+#include "logs/text.h"
 #include "output/date_time.h"
 
 namespace tarnlex {
 namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
-constexpr std::string_view kBlanks = " \t\r\n";
-
-std::string_view TrimBlanks(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(kBlanks);
-  if (first == kNone) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
 
 // One to `most` decimal digits and nothing else.
 bool ReadNumber(std::string_view text, std::size_t most, int& number) {
@@ -66,24 +60,17 @@ bool ReadDate(std::string_view text, std::tm& tm) {
   return true;
 }
 
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-
 }  // namespace
 
 int MonthFromName(std::string_view name) {
-  if (name.size() != 3) return 0;
   for (int month = 1; month <= 12; ++month) {
-    const std::string_view known = MonthAbbrev(month);
-    if (Lower(name[0]) == Lower(known[0]) && Lower(name[1]) == known[1] &&
-        Lower(name[2]) == known[2]) {
-      return month;
-    }
+    if (EqualsNoCase(name, MonthAbbrev(month))) return month;
   }
   return 0;
 }
 
 bool ParseTimeText(std::string_view text, int& hour, int& minute, int& second) {
-  text = TrimBlanks(text);
+  text = Trim(text);
   second = 0;
   std::string_view field;
   if (!TakeField(text, ':', field) || !ReadNumber(field, 2, hour)) return false;
@@ -100,7 +87,7 @@ bool ParseTimeText(std::string_view text, int& hour, int& minute, int& second) {
 }
 
 bool ReadTimeArgument(std::string_view text, std::tm& tm) {
-  text = TrimBlanks(text);
+  text = Trim(text);
   const std::size_t blank = text.find(' ');
   tm = {};
   if (!ReadDate(text.substr(0, blank), tm)) return false;

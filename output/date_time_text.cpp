@@ -1,9 +1,9 @@
 // Instants as text: the run's formats, and the fixed forms that event data uses.
-#include <algorithm>
 #include <chrono>
 #include <cstring>
 
 #include "logs/digit_pairs.h"
+#include "logs/text.h"
 #include "output/date_time.h"
 
 namespace tarnlex {
@@ -13,14 +13,6 @@ constexpr std::string_view kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun"
                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 constexpr std::uint64_t kSecondsPerDay = 86'400;
 constexpr std::size_t kNone = std::string_view::npos;
-
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-
-std::string Lowered(std::string_view text) {
-  std::string lowered(text);
-  std::transform(lowered.begin(), lowered.end(), lowered.begin(), Lower);
-  return lowered;
-}
 
 char* WriteDigits(char* out, unsigned value, int digits) {
   char* at = out + digits;
@@ -145,8 +137,8 @@ ClockParts SplitClock(std::uint64_t ticks_since_1970) {
 
 DateTimePlan MakeDateTimePlan(std::string_view date_format, std::string_view time_format) {
   DateTimePlan plan;
-  ReadDateFormat(Lowered(date_format), plan);
-  ReadTimeFormat(Lowered(time_format), plan);
+  ReadDateFormat(ToLowerAscii(date_format), plan);
+  ReadTimeFormat(ToLowerAscii(time_format), plan);
   return plan;
 }
 

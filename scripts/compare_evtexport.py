@@ -15,25 +15,15 @@ import re
 import subprocess
 import sys
 
-SEPARATOR = "\x01"
+import comparing
+
 LEVELS = {0: "info", 1: "error", 2: "warn", 4: "info", 8: "a-pass", 10: "a-fail"}
 
 
 def our_records(tarnlex, log):
     """Rows of a one-table dump, as dictionaries of texts."""
-    command = [tarnlex, "-log", log, "-csvgen", "-csv_separator", SEPARATOR, "-quiet"]
-    run = subprocess.run(command, capture_output=True, check=True)
-    lines = run.stdout.decode("utf-8", "surrogateescape").split("\n")[4:-1]
-    if not lines:
-        return []
-    header = lines[0].split(SEPARATOR)
-    records = []
-    for line in lines[1:]:
-        cells = line.split(SEPARATOR)
-        if len(cells) != len(header):
-            raise SystemExit(f"{log}: a row of {len(cells)} cells under {len(header)} columns")
-        records.append(dict(zip(header[:-1], cells)))
-    return records
+    header, rows = comparing.our_rows(tarnlex, log)
+    return [dict(zip(header[:-1], cells)) for cells in rows]
 
 
 def our_time(text):
@@ -123,13 +113,7 @@ def take_pairs(theirs, by_number, same):
 def compare(tarnlex, log):
     ours = [comparable(record) for record in our_records(tarnlex, log)]
     theirs = their_records(log)
-    differences = collections.Counter()
-    examples = {}
-
-    def note(kind, detail):
-        differences[kind] += 1
-        examples.setdefault(kind, detail)
-
+    differences = comparing.Differences()
     # Logs that came round hold stale copies: one number may stand for several records.
     by_number = collections.defaultdict(list)
     for record in ours:
@@ -147,18 +131,17 @@ def compare(tarnlex, log):
             a, b = mine.get(name, ""), record.get(name, "")
             if a != b:
                 kind = "value " + re.sub(r"\d+", "", name)
-                note(kind, (record["Record#"], name, a[:150], b[:150]))
+                differences.note(kind, (record["Record#"], name, a[:150], b[:150]))
     torn = 1 if len(missing) == 1 and wraps(tarnlex, log) else 0
     for number in missing[torn:]:
-        note("record missing", number)
+        differences.note("record missing", number)
     for records in by_number.values():
         for record in records:
-            note("record only ours", record["Record#"])
+            differences.note("record only ours", record["Record#"])
     print(f"{log}: {len(ours)} records, evtexport {len(theirs)}, cut in two {torn}, "
           f"with strings past the stated number {len(unpaired) - len(left)}")
-    for kind, count in differences.items():
-        print(f"  {kind}: {count}, first: {examples[kind]}")
-    return bool(theirs) and not differences
+    differences.show()
+    return bool(theirs) and not differences.counts
 
 
 def main():
