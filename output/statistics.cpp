@@ -249,6 +249,11 @@ void CountMatch(Statistics& statistics, std::size_t query,
   AddToSpan(filter.entries[statistics.key], row.timeCreated);
 }
 
+void ForgetColumns(Statistics& statistics) {
+  if (statistics.current == nullptr) return;
+  for (auto& [number, filter] : statistics.current->filters) filter.key_columns.clear();
+}
+
 void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& options) {
   StatsWriter writer;
   writer.out = &out;

@@ -82,6 +82,9 @@ inline void CountRecord(Statistics& statistics, std::uint64_t event_id, std::uin
 void CountMatch(Statistics& statistics, std::size_t query,
                 const std::vector<std::string>& key_fields, const EventRecord& row);
 
+// For when the rows of the present log go to another collection from now on.
+void ForgetColumns(Statistics& statistics);
+
 // The block of one log.
 void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& options);
 

@@ -55,9 +55,10 @@ void BoundMemory(LogPass& pass) {
   if (MemoryOf(pass.rows) < pass.most_memory) return;
   WriteRows(pass);
   pass.rows = MakeRows(pass);
-  // Both remember column sets and texts of the collection that is gone.
+  // These remember column sets and texts of the collection that is gone.
   if (pass.log.is_evtx) pass.evtx = PrepareEvtxQueries(pass.queries);
   for (EvtQuery& query : pass.evt) ForgetRows(query);
+  if (pass.options.statistics) ForgetColumns(*pass.options.statistics);
 }
 
 }  // namespace

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "evtx/walk.h"
 #include "output/record_output.h"
+#include "output/statistics.h"
+#include "reports/command_language.h"
 #include "tests/app/temp_directory.h"
 #include "tests/support/evt_builder.h"
 #include "tests/support/evtx_builder.h"
@@ -131,6 +134,46 @@ TEST(WalkLog, WhatALogTeachesChangesNothingInTheNext) {
   decoder.cache.bytes += std::size_t{8} << 20;
   EXPECT_EQ(DumpInOneRun(logs, &decoder), together);
   EXPECT_EQ(decoder.cache.bytes, learnt);
+}
+
+// Rows that take more memory than they may go out early, and with them their column sets, whose
+// addresses the next ones may get.
+TEST(LogPass, CountsKeyValuesBehindRowsThatWentOutEarly) {
+  EvtxBuilder log;
+  for (int i = 0; i < 40; ++i) {
+    log.AddEvent({.event_id = 1, .data = {{"Key", "k"}, {"Other", "o"}}});
+    log.AddEvent({.event_id = 2, .data = {{"A", "a"}, {"B", "b"}, {"Key", "k"}}});
+  }
+  std::string written;
+  TextSink out = MakeStringSink(written);
+  RecordOutput output = MakeRecordOutput(out);
+  Statistics statistics;
+  RunOptions options;
+  options.record_output = &output;
+  options.statistics = &statistics;
+  options.hist_ids = {"key"};
+  options.event_ids = {kAnyEventId};
+  options.current_log = {.path = "x.evtx"};
+  QueryList queries = PlainQueries(options);
+  LogPass pass{options, options.current_log, queries, {}, {}, {}, {}, false};
+  BeginWalk(statistics, pass.log, queries.size(), true);
+  PrepareEvtxPass(pass);
+  pass.most_memory = 1;
+  EvtxHandlers handlers;
+  handlers.record = [&pass](EvtxDecoder& decoder, DecodedEvent& event) {
+    RouteEvtxRecord(pass, decoder, event);
+  };
+  const ByteString chunks = log.BuildChunks();
+  EvtxDecoder decoder;
+  WalkSlots(decoder, chunks, 4096, handlers);
+  WriteRows(pass);
+  CloseRecordOutput(output);
+  const FilterCounts& counts = statistics.logs.at("x.evtx").filters.at(0);
+  ASSERT_EQ(counts.entries.size(), 2U);
+  for (const auto& [key, span] : counts.entries) {
+    EXPECT_EQ(key.substr(8), std::string("\0k", 2));
+    EXPECT_EQ(span.count, 40U);
+  }
 }
 
 TEST(WalkLog, ReadsAFileThatBeginsWithAChunk) {
