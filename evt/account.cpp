@@ -10,6 +10,9 @@ void WriteAccount(TextSink& out, const EvtAccount& account) {
   Append(out, "records decoded: " + std::to_string(account.records) + "\n");
   Append(out, "end-of-file records: " + std::to_string(account.end_marks) + "\n");
   Append(out, "bytes skipped, no signature: " + std::to_string(account.skipped_bytes) + "\n");
+  if (account.cut_records > 0) {
+    Append(out, "records cut at a limit of text: " + std::to_string(account.cut_records) + "\n");
+  }
   if (account.torn_record) {
     Append(out, "walk ended at file offset 0x" + HexText(account.torn_offset) +
                     ": a record runs past the end\n");

@@ -36,7 +36,15 @@ inline constexpr std::size_t kEvtUnboundedUnits = 500;
 // All text of one record, in bytes of UTF-8. Real records stay far below.
 inline constexpr std::uint64_t kEvtMaxRecordText = std::uint64_t{16} << 20;
 
-// The same by the record's length, so that many crafted records give little more than one.
-inline constexpr std::uint64_t kEvtTextPerByte = 320;
+// A record has its share of texts and strings by its length, and may take more out of what the
+// records of its log have to spare together. So one crafted record gives all that it claims, and
+// many of them cost little more than one.
+inline constexpr std::uint64_t kEvtTextPerByte = 32;
+inline constexpr std::uint64_t kEvtBytesPerString = 16;
+inline constexpr std::uint64_t kEvtSpareText = kEvtMaxRecordText;
+inline constexpr std::uint64_t kEvtSpareStrings = 0x10000;
+// What has been taken comes back slowly, with the bytes of the records that follow.
+inline constexpr std::uint64_t kEvtTextBackPerByte = 8;
+inline constexpr std::uint64_t kEvtBytesPerStringBack = 32;
 
 }  // namespace tarnlex

@@ -77,7 +77,12 @@ void CutNames(EvtRecord& record) {
   record.computer_name = TextAt(finder, at, kEvtUnboundedUnits);
 }
 
-void CutStrings(EvtRecord& record) {
+std::uint64_t MostStrings(const EvtRecord& record) {
+  return record.length / kEvtBytesPerString + record.spare.strings;
+}
+
+// `cut` is set when the record has more strings than it may have.
+void CutStrings(EvtRecord& record, bool& cut) {
   if (record.string_offset >= record.length) return;
   std::int64_t remaining = std::int64_t{record.length} - record.string_offset;
   // Before the text of all strings passes its bound the position has moved over no more than that,
@@ -87,8 +92,12 @@ void CutStrings(EvtRecord& record) {
   TerminatorFinder finder{
       Stretch(record.log, record.offset + record.string_offset, reach, record.strings_room)};
   std::uint64_t at = 0;
-  const std::size_t count = std::min<std::size_t>(record.string_count, record.length / 2);
-  while (record.strings.size() < count && remaining >= 1) {
+  const std::uint64_t most = MostStrings(record);
+  while (record.strings.size() < record.string_count && remaining >= 1) {
+    if (record.strings.size() == most) {
+      cut = true;
+      return;
+    }
     record.strings.push_back(TextAt(finder, at, static_cast<std::size_t>(remaining / 2)));
     const std::size_t units = MeasureAt(finder, at);
     // Terminators are deliberately not taken off: where the strings of a damaged record end depends
@@ -98,8 +107,23 @@ void CutStrings(EvtRecord& record) {
   }
 }
 
-std::uint64_t TextBound(const EvtRecord& record) {
+std::uint64_t TextShare(const EvtRecord& record) {
   return std::min(kEvtMaxRecordText, kEvtTextPerByte * record.length);
+}
+
+std::uint64_t MostText(const EvtRecord& record) {
+  return std::min(kEvtMaxRecordText, TextShare(record) + record.spare.text);
+}
+
+void TakeSpare(std::uint64_t used, std::uint64_t share, std::uint64_t& spare) {
+  if (used > share) spare -= std::min(spare, used - share);
+}
+
+void ReturnSpare(EvtRecord& record) {
+  EvtSpare& spare = record.spare;
+  spare.text = std::min(kEvtSpareText, spare.text + kEvtTextBackPerByte * record.length);
+  spare.strings =
+      std::min(kEvtSpareStrings, spare.strings + record.length / kEvtBytesPerStringBack);
 }
 
 // Adds what a text takes to `total`; false, the total being past `bound`, when that is too much.
@@ -110,22 +134,28 @@ bool AddText(Bytes utf16, std::uint64_t bound, std::uint64_t& total) {
   return total <= bound;
 }
 
-// Leaves out texts from the first that takes the record's text past its bound. Real records stay so
-// far below that their texts need not be measured.
-void BoundTexts(EvtRecord& record) {
+// Leaves out texts from the first that takes the record's text past its bound, which sets `cut`.
+// Real records stay so far below that their texts need not be measured.
+void BoundTexts(EvtRecord& record, bool& cut) {
   std::uint64_t units = (record.source_name.size() + record.computer_name.size()) / 2;
   for (const Bytes string : record.strings) units += string.size() / 2;
-  const std::uint64_t bound = TextBound(record);
-  if (units * kMaxUtf8PerUnit <= bound) return;
+  if (units * kMaxUtf8PerUnit <= TextShare(record)) return;
+  const std::uint64_t bound = MostText(record);
   std::uint64_t total = 0;
-  if (!AddText(record.source_name, bound, total)) {
-    record.source_name = {};
-    total = 0;
-  }
-  AddText(record.computer_name, bound, total);
+  const auto keep = [&](Bytes& text) {
+    const std::uint64_t before = total;
+    if (AddText(text, bound, total)) return true;
+    text = {};
+    total = before;
+    cut = true;
+    return false;
+  };
+  keep(record.source_name);
+  keep(record.computer_name);
   std::size_t kept = 0;
-  while (kept < record.strings.size() && AddText(record.strings[kept], bound, total)) ++kept;
+  while (kept < record.strings.size() && keep(record.strings[kept])) ++kept;
   record.strings.resize(kept);
+  TakeSpare(total, TextShare(record), record.spare.text);
 }
 
 // Where a field of `length` bytes lies in the log; false when it does not lie inside the record.
@@ -189,9 +219,13 @@ std::uint64_t EvtRecordReach(std::uint32_t length) {
 void CutTexts(EvtRecord& record) {
   if (record.texts_cut) return;
   record.texts_cut = true;
+  ReturnSpare(record);
+  bool cut = false;
   CutNames(record);
-  CutStrings(record);
-  BoundTexts(record);
+  CutStrings(record, cut);
+  TakeSpare(record.strings.size(), record.length / kEvtBytesPerString, record.spare.strings);
+  BoundTexts(record, cut);
+  if (cut) ++record.cut_records;
 }
 
 }  // namespace tarnlex

@@ -6,10 +6,17 @@
 #include <string>
 #include <vector>
 
+#include "evt/evt_format.h"
 #include "evt/evt_log.h"
 #include "logs/bytes.h"
 
 namespace tarnlex {
+
+// What a record may have beyond its share by length.
+struct EvtSpare {
+  std::uint64_t text = kEvtSpareText;  // bytes of UTF-8
+  std::uint64_t strings = kEvtSpareStrings;
+};
 
 // Views reach into the part of the log that was in memory when the record was read, or into the
 // record's own room, and are valid until the next record. One record is reused for all of a log.
@@ -43,6 +50,10 @@ struct EvtRecord {
   Bytes computer_name;
   std::vector<Bytes> strings;
 
+  // Of all records of the log so far.
+  EvtSpare spare;
+  std::uint64_t cut_records = 0;  // had more texts than a record may have
+
   // Room for what a record of many megabytes has outside of the part in memory.
   FileBytes sid_room;
   FileBytes names_room;
@@ -61,8 +72,7 @@ inline bool ReadEvtRecord(Bytes log, std::uint64_t offset, EvtRecord& record) {
 std::uint64_t EvtRecordReach(std::uint32_t length);
 
 // Finds the names and the insertion strings of a record, once. Fields that point outside of the
-// record are left out; a record gives at most as many strings as it has room for, and at most
-// kEvtMaxRecordText bytes of UTF-8 and kEvtTextPerByte for each of its own.
+// record are left out, and what passes the bounds of evt_format.h on a record's texts.
 void CutTexts(EvtRecord& record);
 
 }  // namespace tarnlex

@@ -17,6 +17,7 @@ struct EvtAccount {
   std::uint64_t end_marks = 0;       // end-of-file records
   std::uint64_t skipped_bytes = 0;   // passed over in steps of four: slack, torn records
   std::uint64_t unwalked_bytes = 0;  // behind the last step, too short for a record
+  std::uint64_t cut_records = 0;     // had more texts than a record may have
   bool torn_record = false;          // the last record runs past the end of the log...
   std::uint64_t torn_offset = 0;     // ...from here
 };

@@ -87,7 +87,8 @@ std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
   return static_cast<std::size_t>(std::min(log_size, kLargeFile) / small_record);
 }
 
-void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
+void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
+                  std::uint64_t block_size) {
   EvtxDecoder own;
   EvtxDecoder& decoder = pass.options.evtx_decoder ? *pass.options.evtx_decoder : own;
   BeginLog(decoder, pass.options.diags);
@@ -98,7 +99,7 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start) {
   const EvtxHandlers handlers = MakeHandlers(pass, in_block);
   FileBytes buffer;
   for (std::uint64_t offset = start; offset < file.size;) {
-    const std::uint64_t size = std::min(kBlockSize, file.size - offset);
+    const std::uint64_t size = std::min(block_size, file.size - offset);
     in_block = 0;
     const std::uint64_t read = WalkBlock(decoder, handlers, file, offset, size, buffer);
     if (pass.options.show_status) Say(pass.options, StatusLine(" "));
@@ -121,6 +122,7 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   while (NextEvtRecord(cursor, record)) RouteEvtRecord(pass, record);
   WriteRows(pass);
   if (!pass.options.diags) return;
+  cursor.account.cut_records = record.cut_records;
   TraceLine(*pass.options.diags, "--- account of " + pass.log.path);
   WriteAccount(*pass.options.diags, cursor.account);
   Flush(*pass.options.diags);
@@ -147,9 +149,9 @@ bool WalkLogFile(LogPass& pass, const InputFile& file) {
   const Bytes head = ReadInto(file, 0, std::min(kHead, file.size), block);
   if (head.empty()) return false;
   if (BeginsWith(head, kEvtxFileSignature)) {
-    WalkEvtxFile(pass, file, kEvtxFileHeaderSize);
+    WalkEvtxFile(pass, file, kEvtxFileHeaderSize, kBlockSize);
   } else if (BeginsWith(head, kEvtxChunkSignature)) {
-    WalkEvtxFile(pass, file, 0);
+    WalkEvtxFile(pass, file, 0, file.size);  // chunks without a header are one block
   } else {
     WalkEvtFile(pass, file);
   }

@@ -240,10 +240,55 @@ TEST(EvtRecord, BoundsTheTextOfOneRecord) {
   EXPECT_GT(total + 90'000, std::uint64_t{16} << 20);  // one more would not have fitted
 }
 
-TEST(EvtRecord, GivesNoMoreStringsThanItHasRoomFor) {
+TEST(EvtRecord, GivesAsManyStringsAsItStates) {
   ByteString bytes = RawRecord(std::u16string(2, u'\0'), 0xFFFF);
-  bytes.resize(bytes.size() + 100'000);  // zeros behind the record
-  EXPECT_EQ(StringsIn(bytes).size(), (kFixed + 4) / 2);
+  bytes.resize(bytes.size() + 1000);  // zeros behind the record, and nothing behind those
+  EvtRecord record;
+  ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+  CutTexts(record);
+  EXPECT_EQ(record.strings.size(), 0xFFFFU);
+  EXPECT_EQ(record.cut_records, 0U);
+}
+
+TEST(EvtRecord, SharesOutWhatManyRecordsClaimBeyondTheirLength) {
+  const ByteString bytes = RawRecord(std::u16string(2, u'\0'), 0xFFFF);
+  const std::size_t share = bytes.size() / kEvtBytesPerString;
+  EvtRecord record;
+  for (std::size_t i = 0; i < 3; ++i) {
+    ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+    CutTexts(record);
+    EXPECT_EQ(record.cut_records, i);
+  }
+  // What has come back since.
+  EXPECT_EQ(record.strings.size(), share + bytes.size() / kEvtBytesPerStringBack);
+}
+
+TEST(EvtRecord, ReturnsToTheWholeBoundBehindRecordsThatNeedLess) {
+  const ByteString claims = RawRecord(std::u16string(2, u'\0'), 0xFFFF);
+  const ByteString plain = RawRecord(std::u16string(1'100'000, u'x'), 1);
+  EvtRecord record;
+  for (const ByteString& bytes : {claims, plain, claims}) {
+    ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+    CutTexts(record);
+  }
+  EXPECT_EQ(record.strings.size(), 0xFFFFU);
+  EXPECT_EQ(record.cut_records, 0U);
+}
+
+TEST(EvtRecord, SharesOutWhatManyRecordsHaveOfTextBeyondTheirLength) {
+  const ByteString bytes = RawRecord(std::u16string(20'000, u'\u20AC'), 0xFFFF);
+  EvtRecord record;
+  std::uint64_t total = 0;
+  for (std::uint64_t i = 1; i <= 3; ++i) {
+    ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+    CutTexts(record);
+    total = 0;
+    for (const Bytes string : record.strings) total += string.size() / 2 * 3;
+    EXPECT_EQ(record.cut_records, i);
+  }
+  // The last record has its share and what has come back by its own length.
+  EXPECT_LE(total, (kEvtTextPerByte + kEvtTextBackPerByte) * bytes.size() + 60'000);
+  EXPECT_GT(total + 60'000, (kEvtTextPerByte + kEvtTextBackPerByte) * bytes.size());
 }
 
 }  // namespace

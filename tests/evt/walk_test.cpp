@@ -187,7 +187,7 @@ TEST(EvtWalk, SurvivesEveryDamagedByte) {
       while (NextEvtRecord(cursor, record)) {
         CutTexts(record);
         ++walked;
-        ASSERT_LE(record.strings.size(), record.length / 2);
+        ASSERT_LE(record.strings.size(), record.string_count);
       }
     }
   }
@@ -218,7 +218,7 @@ TEST(EvtWalk, StaysLinearInRecordsWithoutTerminators) {
     ++records;
     std::uint64_t total = 0;
     for (const Bytes string : record.strings) total += string.size() / 2;
-    ASSERT_GT(record.strings.size(), 100U);
+    ASSERT_GT(record.strings.size(), 20U);
     ASSERT_LE(total, std::uint64_t{16} << 20);  // all of it ASCII, one byte a unit
   }
   EXPECT_EQ(records, 20U);
