@@ -73,7 +73,8 @@ void ParseReports(RunOptions& options, Arguments& args) {
     SplitList(value, '|', true, options.hist_ids);
     if (options.hist_ids.empty()) options.hist_ids = {value};
   }
-  if (FindValue("-cmdfile", args, options.cmd_file)) options.dump_all = false;
+  options.have_cmd_file = FindValue("-cmdfile", args, options.cmd_file);
+  if (options.have_cmd_file) options.dump_all = false;
 }
 
 bool ParseInputs(RunOptions& options, Arguments& args) {

@@ -12,6 +12,7 @@
 #include "output/record_output.h"
 #include "output/statistics.h"
 #include "output/visible_text.h"
+#include "reports/command_file.h"
 #include "reports/process_logs.h"
 
 namespace tarnlex {
@@ -120,6 +121,7 @@ int Work(Run& run, Arguments args, const std::string& header, Console& console) 
   Say(options, "\n");
   if (!OpenStatistics(run, header)) return kFailure;
   AttachOutputs(run, console.out);
+  LoadCommandFile(options);
   if (!options.pipe) return RunFixedList(run);
   RunFromInput(run, console);
   return kSuccess;
@@ -147,7 +149,8 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
   AppendNow(console.out, header + "\n");
   const int result = console.out.failed ? kFailure : Work(run, args, header, console);
   CloseOutputs(run, console);
-  return AnyOutputFailed(run, console) ? EndAfterFailedWrite(run, console) : result;
+  if (AnyOutputFailed(run, console)) return EndAfterFailedWrite(run, console);
+  return run.records.refused ? kFailure : result;
 }
 
 }  // namespace tarnlex

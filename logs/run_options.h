@@ -87,8 +87,8 @@ struct RunOptions {
   bool report_creds = false;
   bool report_usb = false;
   bool dump_all = true;
+  bool have_cmd_file = false;
   std::string cmd_file;
-  bool command_file_read = false;
   std::vector<std::vector<std::string>> command_lines;  // of the command file, taken apart
 
   // What is counted.

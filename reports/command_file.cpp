@@ -1,8 +1,11 @@
 #include "reports/command_file.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
+
+#include "logs/messages.h"
 
 namespace tarnlex {
 
@@ -30,6 +33,20 @@ void ReadCommandFile(const InputFile& file, std::vector<TokenList>& lines) {
     if (got == 0) break;
   }
   ParseCommandText(text, lines);
+}
+
+void LoadCommandFile(RunOptions& options) {
+  if (!options.have_cmd_file) return;
+  const std::optional<InputFile> file = OpenInput(options.cmd_file);
+  if (!file) {
+    Say(options, "prob opening command file ", options.cmd_file, ", skipping\n");
+    return;
+  }
+  ReadCommandFile(*file, options.command_lines);
+  // A text of two bytes a character, as some editors save them, looks like this too.
+  if (options.command_lines.empty()) {
+    Say(options, "no !cmd line in command file ", options.cmd_file, ", skipping\n");
+  }
 }
 
 }  // namespace tarnlex

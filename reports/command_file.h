@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "logs/platform.h"
+#include "logs/run_options.h"
 #include "reports/command_language.h"
 
 namespace tarnlex {
@@ -15,5 +16,9 @@ void ParseCommandText(std::string_view text, std::vector<TokenList>& lines);
 
 // The same for a whole file, which the caller has opened.
 void ReadCommandFile(const InputFile& file, std::vector<TokenList>& lines);
+
+// Reads the command file of the run, if there is one, into options.command_lines; before the first
+// log. A file that cannot be opened, and one without commands, is named.
+void LoadCommandFile(RunOptions& options);
 
 }  // namespace tarnlex

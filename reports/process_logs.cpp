@@ -1,13 +1,10 @@
 #include "reports/process_logs.h"
 
-#include <optional>
+#include <utility>
 
-#include "logs/messages.h"
-#include "logs/platform.h"
 #include "output/record_output.h"
 #include "output/statistics.h"
 #include "reports/builtin_reports.h"
-#include "reports/command_file.h"
 #include "reports/command_language.h"
 #include "reports/log_pass.h"
 #include "reports/report_lines.h"
@@ -42,24 +39,7 @@ bool RunReport(RunOptions& options, const BuiltinReport& report) {
   return wrote;
 }
 
-// The file is read once, however many logs come through a pipe.
-void LoadCommandFile(RunOptions& options) {
-  if (options.command_file_read) return;
-  options.command_file_read = true;
-  const std::optional<InputFile> file = OpenInput(options.cmd_file);
-  if (!file) {
-    Say(options, "prob opening command file ", options.cmd_file, ", skipping\n");
-    return;
-  }
-  ReadCommandFile(*file, options.command_lines);
-  // A text of two bytes a character, as some editors save them, looks like this too.
-  if (options.command_lines.empty()) {
-    Say(options, "no !cmd line in command file ", options.cmd_file, ", skipping\n");
-  }
-}
-
 bool RunCommandFile(RunOptions& options) {
-  LoadCommandFile(options);
   bool wrote = false;
   for (const auto& [path, log] : options.logs) {
     options.current_log = log;
@@ -84,7 +64,7 @@ bool ProcessLogs(RunOptions& options) {
   for (const BuiltinReport& report : BuiltinReports()) {
     if (options.*report.selected) wrote |= RunReport(options, report);
   }
-  if (!options.cmd_file.empty()) wrote |= RunCommandFile(options);
+  wrote |= RunCommandFile(options);
   if (options.dump_all) wrote |= DumpAll(options);
   return wrote;
 }

@@ -5,8 +5,8 @@
 
 namespace tarnlex {
 
-// Runs the selected reports in their fixed order, then the command file, or the plain dump when
-// neither was asked for, over the logs of `options.logs` in path order; rows go to
+// Runs the selected reports in their fixed order, then the lines of the command file, or the plain
+// dump when neither was asked for, over the logs of `options.logs` in path order; rows go to
 // `options.record_output`, counts to `options.statistics`, traces to `options.diags`, progress to
 // `options.messages`. True when at least one row was written.
 bool ProcessLogs(RunOptions& options);
