@@ -89,6 +89,7 @@ void AddLogList(RunOptions& options, const std::string& list) {
   SplitList(list, '|', true, pieces);
   for (const std::string& piece : pieces) {
     const std::string path = ExpandPathVariables(piece);
+    if (options.logs.contains(path)) continue;
     LogInfo log;
     log.path = path;
     if (!options.trial) SayUnusable(options, ProbeLog(log, path), path);

@@ -54,6 +54,7 @@ bool OpenFile(RecordOutput& output, OutputFile& file, const RunOptions& options)
   auto write = is_input ? std::nullopt : output.open(file.path, file.begun);
   if (!write) {
     file.failed = true;
+    output.refused = true;
     SayCannotOpen(options, file.path);
     return false;
   }

@@ -33,7 +33,8 @@ struct RecordOutput {
   std::set<std::string> names;                           // lower-cased names of the files
   OutputFile* current = nullptr;                         // the one file that is open
   TextSink sink;                                         // of `current`
-  bool failed = false;  // a file that is closed again was cut short
+  bool failed = false;   // a file that is closed again was cut short
+  bool refused = false;  // a file could not be opened, and its records are nowhere
 };
 
 // Records go where `options` says at each call of WriteRecords; nothing is opened yet.

@@ -175,6 +175,7 @@ TEST_F(RecordOutputTest, SaysOnceWhichFileCannotBeOpened) {
   EXPECT_TRUE(Write("b.evtx", 3));
   EXPECT_EQ(said, "prob opening file dir/a.evtx.csv for output, aborting\n");
   EXPECT_EQ(files.content.size(), 1U);
+  EXPECT_TRUE(output.refused);
 }
 
 }  // namespace
