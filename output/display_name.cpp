@@ -37,7 +37,8 @@ std::string DisplayName(const LogInfo& log, const RunOptions& options) {
   const std::string* best = nullptr;
   for (const auto& [alias, path] : options.alias_path_map) {
     const std::string_view directory = WithoutSlashes(path);
-    if (directory.size() > longest && LiesBelow(log.path, directory)) {
+    const bool longer = best == nullptr || directory.size() > longest;
+    if (!path.empty() && longer && LiesBelow(log.path, directory)) {
       longest = directory.size();
       best = &alias;
     }

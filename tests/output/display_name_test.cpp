@@ -33,6 +33,13 @@ TEST(DisplayName, ReplacesWholePathComponentsOnly) {
   EXPECT_EQ(NameOf("/x/mnt/disk/a.evtx", options), "/x/mnt/disk/a.evtx");
 }
 
+TEST(DisplayName, TakesTheRootForADirectoryToo) {
+  RunOptions options;
+  options.alias_path_map = {{"image", "/"}};
+  EXPECT_EQ(NameOf("/mnt/a.evtx", options), "image/mnt/a.evtx");
+  EXPECT_EQ(NameOf("mnt/a.evtx", options), "mnt/a.evtx");
+}
+
 TEST(DisplayName, TakesTheLongestDirectoryThatFits) {
   RunOptions options;
   options.alias_path_map = {{"all", "/mnt"}, {"one", "/mnt/one/"}, {"none", ""}};
