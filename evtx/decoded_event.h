@@ -24,6 +24,11 @@ struct ValuePart {
   bool optional = false;    // the slot of an optional substitution
 };
 
+// Whether both are the same bytes, which then give the same text.
+inline bool SameText(const ValuePart& a, const ValuePart& b) {
+  return a.literal == b.literal && a.offset == b.offset && a.size == b.size && a.type == b.type;
+}
+
 // A value and the name that it is found by. Each name occurs once; the first value of a name stays.
 struct NamedValue {
   const Name* name = nullptr;

@@ -58,6 +58,8 @@ inline constexpr std::uint64_t kMaxRecordText = std::uint64_t{16} << 20;
 // Of all records of one chunk. Records that come when these are spent still get their share by
 // size, so that a crafted record does not take the next ones' values away.
 inline constexpr std::uint64_t kMaxChunkWork = 262'144;
+// A name made of values is kept for the rest of the log and makes a column. The chunk pays for that
+// as long as it can, then the record.
 inline constexpr std::uint32_t kWorkPerComputedName = 32;
 inline constexpr std::uint64_t kMaxChunkText = kMaxRecordText;
 inline constexpr std::uint32_t kWorkPerByte = 8;
@@ -67,8 +69,9 @@ inline constexpr std::uint32_t kMaxChunkPrepared = 131'072;
 inline constexpr std::uint64_t kMaxChunkMeasured = std::uint64_t{20} << 20;
 // Lines of the trace; streams that do not overlap have far fewer tokens.
 inline constexpr std::uint32_t kMaxChunkTraced = 65'536;
-// Bytes of text that cost as much as a token.
+// Bytes of text that cost as much as a token, and bytes that are only looked through.
 inline constexpr std::size_t kTextPerToken = 16;
+inline constexpr std::size_t kSearchedPerToken = 256;
 // Names that do not overlap cannot have more text than this in one chunk.
 inline constexpr std::uint64_t kMaxChunkNameText = std::uint64_t{256} << 10;
 inline constexpr std::size_t kMaxNameTableText = std::size_t{16} << 20;

@@ -12,11 +12,17 @@ constexpr StreamLayout kBodyLayout{true, false};
 constexpr StreamLayout kFragmentLayout{false, false};
 constexpr std::uint32_t kBytesPerToken = 16;  // of a typical stream
 
-// Text that is made whether or not the record keeps it.
-bool ChargeText(EvtxDecoder& decoder, std::size_t size) {
-  const bool enough = Charge(decoder, static_cast<std::uint32_t>(size / kTextPerToken));
+bool ChargeOrNote(EvtxDecoder& decoder, std::size_t work) {
+  const bool enough = Charge(decoder, static_cast<std::uint32_t>(work));
   if (!enough) NoteFault(decoder, RecordFault::kLimit);
   return enough;
+}
+
+bool ChargeComputedName(EvtxDecoder& decoder) {
+  std::uint64_t& of_chunk = decoder.chunk.work_left;
+  if (of_chunk < kWorkPerComputedName) return ChargeOrNote(decoder, kWorkPerComputedName);
+  of_chunk -= kWorkPerComputedName;
+  return true;
 }
 
 // One stream being run over one array.
@@ -94,7 +100,7 @@ bool PieceValue(const Expansion& run, const TextPiece& piece, ValuePart& part, b
 // wherever it ends.
 void AddRoom(Expansion& run, std::size_t room) {
   run.event.max_text += room;
-  if (run.array.has_ansi) ChargeText(run.decoder, room);
+  if (run.array.has_ansi) ChargeOrNote(run.decoder, room / kSearchedPerToken);
 }
 
 void AddSlotValue(Expansion& run, const Step& step) {
@@ -154,10 +160,10 @@ void DecodeSlotsOf(Expansion& run, const Step& step) {
   }
 }
 
+// Null when there is nothing left to pay for a name.
 Name* ComputeName(Expansion& run, const Step& step) {
   run.event.plannable = false;
-  // A name is kept for the rest of the log and makes a column, which costs more than a value.
-  Charge(run.decoder, kWorkPerComputedName);
+  if (!ChargeComputedName(run.decoder)) return nullptr;
   std::string text;
   std::string scratch;
   for (std::uint32_t i = 0; i < step.name_piece_count; ++i) {
@@ -166,7 +172,9 @@ Name* ComputeName(Expansion& run, const Step& step) {
     if (!PieceValue(run, run.program.pieces[step.first_name_piece + i], part, unresolved)) continue;
     NamedValue piece;
     piece.part = part;
-    if (!ChargeText(run.decoder, MaxTextSize(run.event, piece))) break;
+    // The text is made whether or not the record keeps it.
+    const std::size_t work = MaxTextSize(run.event, piece) / kTextPerToken;
+    if (!ChargeOrNote(run.decoder, work)) return nullptr;
     text += TextOf(run.event, piece, scratch);
     if (text.size() > kMaxChunkNameText) break;
   }
@@ -192,7 +200,9 @@ void RunStep(Expansion& run, const Step& step) {
   const std::size_t number = decoder.unnamed_data;
   DecodeSlotsOf(run, step);
   if (step.kind == StepKind::kValue) AddJoined(run, step, step.name);
-  if (step.kind == StepKind::kComputedName) AddJoined(run, step, ComputeName(run, step));
+  if (step.kind == StepKind::kComputedName) {
+    if (Name* const name = ComputeName(run, step)) AddJoined(run, step, name);
+  }
   if (step.kind == StepKind::kUnnamedData) AddUnnamedData(run, step, number);
   if (step.kind == StepKind::kCountedData && !decoder.counted_data.empty()) {
     const std::size_t taken = decoder.counted_data.back();
@@ -284,16 +294,24 @@ std::size_t PieceSize(Bytes chunk, const ValuePart& part) {
 void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
   std::uint64_t used = 0;
   std::uint64_t& measurable = decoder.chunk.measured_left;
+  // Mostly one text stands in many elements.
+  ValuePart measured = LiteralPart("");
+  std::size_t size = 0;
+  const auto measure = [&](const ValuePart& part) {
+    if (SameText(part, measured)) return;
+    measured = part;
+    size = PieceSize(event.chunk, part);
+    measurable -= std::min<std::uint64_t>(measurable, std::max(size, std::size_t{part.size} / 2));
+  };
   const auto trim = [&](ValuePart& part) {
     const bool spent = used >= limit || measurable == 0;
-    const std::size_t size = spent ? 0 : PieceSize(event.chunk, part);
-    measurable -= std::min<std::uint64_t>(measurable, std::max(size, std::size_t{part.size} / 2));
-    if (size == 0 || used + size > limit) {
-      if (size > 0 || spent) NoteFault(decoder, RecordFault::kLimit);
-      part = LiteralPart("");
-    } else {
+    if (!spent) measure(part);
+    if (!spent && size > 0 && used + size <= limit) {
       used += size;
+      return;
     }
+    if (spent || size > 0) NoteFault(decoder, RecordFault::kLimit);
+    part = LiteralPart("");
   };
   for (NamedValue& value : event.values) {
     if (value.unresolved) continue;

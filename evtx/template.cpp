@@ -67,6 +67,13 @@ void AddValue(Compiler& compiler, Name* name, const std::vector<TextPiece>& piec
   SetPieces(compiler, step, pieces);
 }
 
+// What slots hold in binary XML is decoded where they stand.
+void AddDecodeSteps(Compiler& compiler, const std::vector<TextPiece>& pieces, std::size_t from) {
+  for (std::size_t i = from; i < pieces.size(); ++i) {
+    if (pieces[i].is_slot) AddStep(compiler, StepKind::kDecodeSlot).slot = pieces[i].slot;
+  }
+}
+
 bool AllLiteral(const std::vector<TextPiece>& pieces) {
   return std::none_of(pieces.begin(), pieces.end(), [](const TextPiece& p) { return p.is_slot; });
 }
@@ -85,6 +92,7 @@ void EndAttribute(Compiler& compiler) {
   if (element && element->is_data && compiler.attribute->text == "Name") {
     if (!element->named) element->name_text = compiler.attribute_text;
     element->named = true;
+    AddDecodeSteps(compiler, compiler.attribute_text, 0);
     return;
   }
   if (compiler.attribute_text.empty()) return;
@@ -104,10 +112,8 @@ void BeforeNested(Compiler& compiler) {
     AddStep(compiler, StepKind::kCountData);
     element.counted = true;
   }
-  for (; element.decoded < element.text.size(); ++element.decoded) {
-    const TextPiece& piece = element.text[element.decoded];
-    if (piece.is_slot) AddStep(compiler, StepKind::kDecodeSlot).slot = piece.slot;
-  }
+  AddDecodeSteps(compiler, element.text, element.decoded);
+  element.decoded = element.text.size();
 }
 
 void AddDataValue(Compiler& compiler, const OpenElement& element) {

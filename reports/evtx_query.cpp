@@ -34,7 +34,12 @@ bool Holds(const Condition& condition, const EvtxDecoder& decoder, const ValuePl
 }
 
 bool AnyTextContains(const DecodedEvent& event, std::string_view lowered, std::string& scratch) {
+  // A text that stands in many elements, one behind the other, is searched once.
+  const ValuePart* searched = nullptr;
   return std::any_of(event.values.begin(), event.values.end(), [&](const NamedValue& value) {
+    const bool whole = value.more_count == 0 && !value.unresolved;
+    if (whole && searched && SameText(*searched, value.part)) return false;
+    searched = whole ? &value.part : nullptr;
     return ContainsNoCase(TextOf(event, value, scratch), lowered);
   });
 }

@@ -108,6 +108,30 @@ TEST(Bounds, TextBelow16MiBIsKeptWhole) {
   EXPECT_EQ(CountFaults(decoded.account), 0U);
 }
 
+TEST(Bounds, SingleByteTextBelow16MiBIsKeptWhole) {
+  EvtxBuilder log;
+  ByteString text(30'000, 'x');
+  text.push_back(0);
+  log.AddRecord(
+      {.body = InstanceFragment(MakeTemplate("t", Repeating(100, 4, support::kAnsiString)),
+                                {support::RawValue(support::kAnsiString, text)})});
+  const DecodedLog decoded = Decode(log);
+  EXPECT_EQ(TotalText(decoded.records.at(0).values), 30'000U * 4 * 100 + 4);
+  EXPECT_EQ(CountFaults(decoded.account), 0U);
+}
+
+TEST(Bounds, ARecordMayHaveThousandsOfNamesMadeOfValues) {
+  std::vector<Node> body(1700, Element("Data", {Attribute("Name", Slot(0, support::kByte))},
+                                       {Slot(1, support::kByte)}));
+  body.push_back(Element("Z", {}, {Text("last")}));
+  EvtxBuilder log;
+  log.AddRecord({.body = InstanceFragment(MakeTemplate("t", body),
+                                          {support::ByteValue(5), support::ByteValue(6)})});
+  const DecodedLog decoded = Decode(log);
+  EXPECT_EQ(decoded.records.at(0).values, (Values{{"5", "6"}, {"Z", "last"}}));
+  EXPECT_EQ(CountFaults(decoded.account), 0U);
+}
+
 // A chunk full of small records that share a definition; each repeats one value of `size` bytes,
 // most of which is what stands behind the record.
 void DecodeRepeats(std::uint8_t type, std::uint16_t size) {

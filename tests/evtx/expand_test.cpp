@@ -74,6 +74,16 @@ TEST(Expand, NamesDataByComputedTexts) {
             (Values{{"", "x"}}));
 }
 
+TEST(Expand, DecodesBinaryXmlInTheNameOfADataElementWhereItStands) {
+  EXPECT_EQ(
+      ValuesOf({Element("Data", {Attribute("Name", {Text("n"), Slot(0, support::kBinaryXml)})},
+                        {Text("x")}),
+                TextElement("Data", "second")},
+               {InstanceValue(
+                   InstanceOf("inner", {TextElement("Data", "first"), TextElement("Q", "q")}))}),
+      (Values{{"Data", "first"}, {"Data_02", "second"}, {"Q", "q"}, {"n", "x"}}));
+}
+
 TEST(Expand, NumbersUnnamedDataInDocumentOrder) {
   EXPECT_EQ(ValuesOf({TextElement("Data", "a"), Data("Named", "n"), TextElement("Data", "b"),
                       TextElement("Data", "c")}),
