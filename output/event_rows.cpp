@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <new>
+#include <utility>
 
 #include "logs/platform.h"
 #include "logs/text.h"
@@ -175,16 +176,16 @@ bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::str
 
 const ColumnSet* AddColumnSet(EventRows& rows, const std::vector<std::string_view>& names,
                               std::vector<int>& position_of) {
-  std::vector<std::string_view> sorted(names);
-  std::sort(sorted.begin(), sorted.end());
-  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
-  position_of.clear();
-  std::vector<bool> taken(sorted.size());
-  for (const std::string_view name : names) {
-    const int position = PositionOf(sorted, name);
-    const bool first = !taken[static_cast<std::size_t>(position)];
-    taken[static_cast<std::size_t>(position)] = true;
-    position_of.push_back(first ? position : -1);
+  std::vector<std::pair<std::string_view, std::size_t>> places;
+  places.reserve(names.size());
+  for (const std::string_view name : names) places.emplace_back(name, places.size());
+  std::sort(places.begin(), places.end());
+  std::vector<std::string_view> sorted;
+  position_of.assign(names.size(), -1);
+  for (const auto& [name, place] : places) {
+    if (!sorted.empty() && sorted.back() == name) continue;
+    position_of[place] = static_cast<int>(sorted.size());
+    sorted.push_back(name);
   }
   const std::pair key(HashNames(sorted), std::move(sorted));
   const auto known = rows.sets_by_names.find(key);
@@ -255,17 +256,24 @@ char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end)
 }
 
 void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row) {
-  if (builder.start != rows.free_at) {
-    const auto size = static_cast<std::size_t>(end - builder.start);
+  const auto size = static_cast<std::size_t>(end - builder.start);
+  char* place = builder.start;
+  if (place == rows.free_at) {
+    rows.free_at = end;
+  } else if (size > Room(rows) && size > rows.scratch.size / 2) {
+    // What was built aside and is large stays where it is.
+    rows.block_bytes += rows.scratch.size;
+    rows.blocks.push_back(std::exchange(rows.scratch, {}));
+  } else {
     if (size > Room(rows)) AddBlock(rows, size);
-    if (size > 0) std::memcpy(rows.free_at, builder.start, size);
-    end = rows.free_at + size;
+    place = rows.free_at;
+    if (size > 0) std::memcpy(place, builder.start, size);
+    rows.free_at += size;
   }
   rows.rows.push_back(row);
-  rows.rows.back().dataItems = rows.free_at;
+  rows.rows.back().dataItems = place;
   const bool joined = builder.prefix == 0;
-  rows.rows.back().dataSize = joined ? static_cast<std::uint32_t>(end - rows.free_at) : 0;
-  rows.free_at = end;
+  rows.rows.back().dataSize = joined ? static_cast<std::uint32_t>(size) : 0;
 }
 
 void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells) {

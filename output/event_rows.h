@@ -8,11 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -98,6 +99,15 @@ struct RowBytes {
   std::size_t size = 0;  // kReadableBehind more are there
 };
 
+// Texts that stay where they are.
+struct HashText {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view text) const {
+    return std::hash<std::string_view>{}(text);
+  }
+};
+using TextSet = std::unordered_set<std::string, HashText, std::equal_to<>>;
+
 // The ordered collection of one log's rows. Column sets and long-lived texts live in it too and
 // stay as long as the collection itself, past ClearRows: a decoder may remember them for a whole
 // log. Use a new collection for the next log.
@@ -108,7 +118,7 @@ struct EventRows {
   char* free_at = nullptr;
   char* free_end = nullptr;
   RowBytes scratch;                              // a row that has no place in the blocks yet
-  std::set<std::string, std::less<>> texts;      // interned: column, query and provider names
+  TextSet texts;                                 // interned: column, query and provider names
   std::array<std::string_view, 64> recent = {};  // the interned texts last asked for, by hash
   std::vector<std::unique_ptr<ColumnSet>> column_sets;
   // Column sets by the hash of their names, then by the names.

@@ -219,13 +219,14 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord
   Write(table.cells, table.row_end);
 }
 
+// Only names of the program's own are centred, which cleaning leaves as they are.
 void WriteName(TableWriter& table, std::string_view name, std::size_t width, bool centred) {
-  const std::size_t taken = CountCodePoints(Cleaned(table.text_cleaner, name));
-  const std::size_t spare = table.padded && width > taken ? width - taken : 0;
+  const std::size_t characters = CountCodePoints(name);
+  const std::size_t spare = table.padded && width > characters ? width - characters : 0;
   const std::size_t before = centred && spare > 1 ? spare / 2 : 0;
   WriteBlanks(table.cells, before);
-  WriteCleaned(table.cells, table.text_cleaner, name);
-  WriteBlanks(table.cells, spare - before);
+  const std::size_t longer = WriteCleaned(table.cells, table.text_cleaner, name);
+  Pad(table, width, before + characters + longer);
 }
 
 void WriteHeader(TableWriter& table, const TableColumns& columns) {

@@ -57,11 +57,28 @@ bool EarlierGroup(const Group& a, const Group& b) {
   return a.event_id != b.event_id ? a.event_id < b.event_id : a.provider < b.provider;
 }
 
+// Orders names of which every stretch up to one of `ends` is in order.
+void MergeStretches(std::vector<std::string_view>& names, std::vector<std::ptrdiff_t> ends) {
+  while (ends.size() > 1) {
+    std::vector<std::ptrdiff_t> merged;
+    std::ptrdiff_t begin = 0;
+    for (std::size_t i = 1; i < ends.size(); i += 2) {
+      std::inplace_merge(names.begin() + begin, names.begin() + ends[i - 1],
+                         names.begin() + ends[i]);
+      merged.push_back(begin = ends[i]);
+    }
+    if (ends.size() % 2 != 0) merged.push_back(ends.back());
+    ends.swap(merged);
+  }
+}
+
 void MergeNames(TableColumns& columns) {
+  std::vector<std::ptrdiff_t> ends;
   for (const auto& [set, unused] : columns.positions) {
     columns.names.insert(columns.names.end(), set->names.begin(), set->names.end());
+    ends.push_back(std::ssize(columns.names));
   }
-  std::sort(columns.names.begin(), columns.names.end());
+  MergeStretches(columns.names, std::move(ends));
   columns.names.erase(std::unique(columns.names.begin(), columns.names.end()), columns.names.end());
   for (auto& [set, positions] : columns.positions) {
     auto at = columns.names.begin();

@@ -29,7 +29,7 @@ TEST(LogOption, SplitsAtBarsAndDropsEmptyPieces) {
 TEST(LogOption, NamesWhatCannotBeOpenedAndKeepsItsEntry) {
   const TempDirectory directory;
   const std::string none = directory.path + "/none.evtx";
-  const ParsedOptions run({"-log", none + "|" + directory.path});
+  const ParsedOptions run({"-log", none + "|" + directory.path + "|" + none});
   EXPECT_TRUE(run.parsed);
   EXPECT_EQ(run.said, "prob opening log " + none + ", skipping\nprob opening log " +
                           directory.path + ", skipping\n");

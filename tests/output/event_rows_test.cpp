@@ -96,6 +96,29 @@ TEST(PackedCells, SurviveManyBlocks) {
   }
 }
 
+TEST(PackedCells, OfALargeRowStayWhereTheyWereBuilt) {
+  EventRows rows;
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a"});
+  const std::vector<std::string> texts = {"before", std::string(5'000'000, 'x'), "between",
+                                          std::string(6'000'000, 'y'), "behind"};
+  for (int round = 0; round < 2; ++round) {
+    std::size_t total = 0;
+    for (const std::string& text : texts) {
+      AddRow(rows, record, {text});
+      total += text.size();
+    }
+    EXPECT_EQ(rows.scratch.size, 0U);
+    EXPECT_LT(rows.block_bytes, total + (std::size_t{2} << 20));
+    std::vector<std::string_view> cells;
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      ReadCells(rows.rows[i], cells);
+      EXPECT_EQ(cells, (std::vector<std::string_view>{texts[i]}));
+    }
+    ClearRows(rows);
+  }
+}
+
 TEST(PackedCells, AGenerousBoundCostsNoMoreThanTheText) {
   EventRows rows;
   EventRecord record;
