@@ -40,7 +40,7 @@ inline support::ByteString ExplodingBody(std::uint32_t offset, int levels) {
       {.definition = MakeTemplate("own", {Element("EventID", {}, {Text("7")})})});
   WriteFragment(image, own);
   ByteString& bytes = image.bytes;
-  bytes.resize(bytes.size() - 4);  // its empty array
+  bytes.erase(bytes.end() - 4, bytes.end());  // its empty array
   for (int level = 0; level < levels; ++level) {
     PutU32(bytes, kValues);
     for (std::uint32_t i = 0; i < kValues; ++i) PutBytes(bytes, {kValueSize, 0, kBinaryXml, 0});
