@@ -40,6 +40,12 @@ struct RepeatedText {
   std::size_t characters = 0;
 };
 
+// A whole row of empty cells, from which stretches are copied.
+struct EmptyRow {
+  std::string text;
+  std::vector<std::size_t> starts;  // of each column, and of what follows the last
+};
+
 // Everything that the tables of one log have in common.
 struct TableWriter {
   CellWriter cells;
@@ -59,6 +65,7 @@ struct TableWriter {
   std::uint64_t cleaned_day = ~std::uint64_t{0};
   std::string cleaned_date;
   std::string log_name;
+  EmptyRow empty;  // of the present table
   RepeatedText query_name_text;
   RepeatedText provider_text;
   RepeatedText log_name_text;
@@ -127,13 +134,24 @@ std::size_t WidthOf(const TableColumns& columns, std::size_t column) {
   return columns.widths.empty() ? 0 : columns.widths[column];
 }
 
-// Cells of columns that the row does not have, up to `column`.
-void WriteEmptyCells(TableWriter& table, const TableColumns& columns, std::size_t& next,
-                     std::size_t column) {
-  for (; next < column; ++next) {
-    Pad(table, WidthOf(columns, next), 0);
-    Write(table.cells, table.between);
+void MakeEmptyRow(TableWriter& table, const TableColumns& columns) {
+  EmptyRow& empty = table.empty;
+  empty.text.clear();
+  empty.starts.assign(1, 0);
+  for (std::size_t column = 0; column < columns.names.size(); ++column) {
+    if (table.padded) empty.text.append(WidthOf(columns, column), ' ');
+    empty.text += table.between.whole;
+    empty.starts.push_back(empty.text.size());
   }
+}
+
+// Cells of columns that the row does not have, from `next` up to `column`.
+void WriteEmptyCells(TableWriter& table, std::size_t next, std::size_t column) {
+  if (next == column) return;
+  const EmptyRow& empty = table.empty;
+  WriteVerbatim(table.cells,
+                std::string_view(empty.text)
+                    .substr(empty.starts[next], empty.starts[column] - empty.starts[next]));
 }
 
 void WriteValueCells(TableWriter& table, const TableColumns& columns, const EventRecord& row,
@@ -142,7 +160,7 @@ void WriteValueCells(TableWriter& table, const TableColumns& columns, const Even
   if (positions != nullptr) {
     CellReader reader{row.dataItems};
     for (const std::uint32_t column : *positions) {
-      WriteEmptyCells(table, columns, next, column);
+      WriteEmptyCells(table, next, column);
       const std::string_view text = NextCell(reader);
       const std::size_t longer = WriteCleanedCell(table.cells, table.value_cleaner, text);
       if (table.padded) Pad(table, columns.widths[column], CountCellCharacters(text) + longer);
@@ -150,7 +168,7 @@ void WriteValueCells(TableWriter& table, const TableColumns& columns, const Even
       next = column + std::size_t{1};
     }
   }
-  WriteEmptyCells(table, columns, next, columns.names.size());
+  WriteEmptyCells(table, next, columns.names.size());
 }
 
 // Copies a joined cell and its separator; a block behind them is overwritten. Returns their end.
@@ -255,6 +273,7 @@ void WriteHeader(TableWriter& table, const TableColumns& columns) {
 void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::uint32_t> group,
                 const TableColumns& columns) {
   WriteHeader(table, columns);
+  MakeEmptyRow(table, columns);
   const ColumnSet* last = nullptr;
   const std::vector<std::uint32_t>* positions = nullptr;
   for (std::size_t i = 0; i < group.size(); ++i) {
