@@ -65,12 +65,9 @@ if [ "$events" -eq 0 ] || [ "$rows" -lt "$events" ]; then
   exit 1
 fi
 ratio "evtxexport -f xml / tarnlex, 16 MiB" "$time_evtxexport" "$time_small"
-if [ -n "$evtx_dump" ]; then
-  measure crate "$evtx_dump -t 1 -o jsonl $log >$work/export"
-  measure full "$dump -log $log >/dev/null"  # side by side: the machine's pace changes
-  ratio "evtx_dump -t 1 -o jsonl / tarnlex" "$time_crate" "$time_full"
-fi
-measure full "$dump -log $log >/dev/null"
+[ -z "$evtx_dump" ] || measure crate "$evtx_dump -t 1 -o jsonl $log >$work/export"
+measure full "$dump -log $log >/dev/null"  # side by side: the machine's pace changes
+[ -z "$evtx_dump" ] || ratio "evtx_dump -t 1 -o jsonl / tarnlex" "$time_crate" "$time_full"
 measure copy "cp $log $work/copy; cat $work/rows.csv | wc -c"
 ratio "tarnlex / (cp of the log, wc -c of the rows)" "$time_full" "$time_copy"
 rm -f "$work/copy" "$work/export"

@@ -139,7 +139,7 @@ void MakeEmptyRow(TableWriter& table, const TableColumns& columns) {
   empty.text.clear();
   empty.starts.assign(1, 0);
   for (std::size_t column = 0; column < columns.names.size(); ++column) {
-    if (table.padded) empty.text.append(WidthOf(columns, column), ' ');
+    empty.text.append(WidthOf(columns, column), ' ');
     empty.text += table.between.whole;
     empty.starts.push_back(empty.text.size());
   }

@@ -64,7 +64,7 @@ bool ProcessLogs(RunOptions& options) {
   for (const BuiltinReport& report : BuiltinReports()) {
     if (options.*report.selected) wrote |= RunReport(options, report);
   }
-  wrote |= RunCommandFile(options);
+  if (options.have_cmd_file) wrote |= RunCommandFile(options);
   if (options.dump_all) wrote |= DumpAll(options);
   return wrote;
 }
