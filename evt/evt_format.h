@@ -36,9 +36,10 @@ inline constexpr std::size_t kEvtUnboundedUnits = 500;
 // All text of one record, in bytes of UTF-8. Real records stay far below.
 inline constexpr std::uint64_t kEvtMaxRecordText = std::uint64_t{16} << 20;
 
-// A record has its share of texts and strings by its length, and may take more out of what the
-// records of its log have to spare together. So one crafted record gives all that it claims, and
-// many of them cost little more than one.
+// A string that lies inside its record costs bytes of its own. What a record states beyond them, by
+// strings that overlap or lie behind its end, it has a share of by its length, and may take more out
+// of what the records of its log have to spare together. So one crafted record gives all that it
+// claims, and many of them cost little more than one.
 inline constexpr std::uint64_t kEvtTextPerByte = 32;
 inline constexpr std::uint64_t kEvtBytesPerString = 16;
 inline constexpr std::uint64_t kEvtSpareText = kEvtMaxRecordText;

@@ -77,26 +77,28 @@ void CutNames(EvtRecord& record) {
   record.computer_name = TextAt(finder, at, kEvtUnboundedUnits);
 }
 
-std::uint64_t MostStrings(const EvtRecord& record) {
-  return record.length / kEvtBytesPerString + record.spare.strings;
+void TakeSpare(std::uint64_t used, std::uint64_t share, std::uint64_t& spare) {
+  if (used > share) spare -= std::min(spare, used - share);
 }
 
-// `cut` is set when the record has more strings than it may have.
+// Strings that begin inside the record cost bytes of its own, two at least, and are never too many.
+// `cut` is set when more begin behind its end than it may have.
 void CutStrings(EvtRecord& record, bool& cut) {
   if (record.string_offset >= record.length) return;
-  std::int64_t remaining = std::int64_t{record.length} - record.string_offset;
+  const std::uint64_t own = record.length - record.string_offset;
+  auto remaining = static_cast<std::int64_t>(own);
   // Before the text of all strings passes its bound the position has moved over no more than that,
   // and one text more shows that it does.
-  const std::uint64_t reach =
-      std::min(static_cast<std::uint64_t>(remaining), 4 * kMaxTextUnits) + kReachBehind;
+  const std::uint64_t reach = std::min(own, 4 * kMaxTextUnits) + kReachBehind;
   TerminatorFinder finder{
       Stretch(record.log, record.offset + record.string_offset, reach, record.strings_room)};
   std::uint64_t at = 0;
-  const std::uint64_t most = MostStrings(record);
+  const std::uint64_t share = record.length / kEvtBytesPerString;
+  std::uint64_t behind = 0;
   while (record.strings.size() < record.string_count && remaining >= 1) {
-    if (record.strings.size() == most) {
+    if (at >= own && behind++ == share + record.spare.strings) {
       cut = true;
-      return;
+      break;
     }
     record.strings.push_back(TextAt(finder, at, static_cast<std::size_t>(remaining / 2)));
     const std::size_t units = MeasureAt(finder, at);
@@ -105,18 +107,11 @@ void CutStrings(EvtRecord& record, bool& cut) {
     remaining -= static_cast<std::int64_t>(2 * units);
     at += 2 * (units + 1);
   }
+  TakeSpare(behind, share, record.spare.strings);
 }
 
 std::uint64_t TextShare(const EvtRecord& record) {
   return std::min(kEvtMaxRecordText, kEvtTextPerByte * record.length);
-}
-
-std::uint64_t MostText(const EvtRecord& record) {
-  return std::min(kEvtMaxRecordText, TextShare(record) + record.spare.text);
-}
-
-void TakeSpare(std::uint64_t used, std::uint64_t share, std::uint64_t& spare) {
-  if (used > share) spare -= std::min(spare, used - share);
 }
 
 void ReturnSpare(EvtRecord& record) {
@@ -126,36 +121,70 @@ void ReturnSpare(EvtRecord& record) {
       std::min(kEvtSpareStrings, spare.strings + record.length / kEvtBytesPerStringBack);
 }
 
-// Adds what a text takes to `total`; false, the total being past `bound`, when that is too much.
-bool AddText(Bytes utf16, std::uint64_t bound, std::uint64_t& total) {
-  // What is certainly too long is not even looked through.
-  total +=
-      utf16.size() / 2 < kMaxTextUnits ? Utf8Size(utf16.data(), utf16.size() / 2) : kMaxTextUnits;
-  return total <= bound;
+// For each string whether the record holds all of it and no string before it gives any of its
+// bytes.
+std::vector<bool> OwnStrings(const EvtRecord& record) {
+  std::vector<bool> own(record.strings.size(), true);
+  const std::uint64_t own_end = record.length - record.string_offset;
+  std::uint64_t covered = 0;  // how far the strings looked at reach
+  for (std::size_t i = 0; i < own.size(); ++i) {
+    const Bytes string = record.strings[i];
+    if (string.empty()) continue;
+    const auto begin = static_cast<std::uint64_t>(string.data() - record.strings.front().data());
+    const std::uint64_t end = begin + string.size();
+    own[i] = begin >= covered && end <= own_end;
+    covered = std::max(covered, end);
+  }
+  return own;
 }
 
-// Leaves out texts from the first that takes the record's text past its bound, which sets `cut`.
-// Real records stay so far below that their texts need not be measured.
+// Texts as they are counted against a bound.
+struct TextCount {
+  std::uint64_t bound = 0;
+  std::uint64_t used = 0;
+};
+
+// Keeps a text that the bound leaves room for, else empties it; false then.
+bool KeepText(TextCount& count, Bytes& text) {
+  const std::size_t units = text.size() / 2;
+  // What is certainly too long is not looked through.
+  const std::uint64_t size =
+      units < kMaxTextUnits ? Utf8Size(text.data(), units) : std::uint64_t{kMaxTextUnits};
+  const bool fits = size <= count.bound - count.used;
+  if (fits) count.used += size;
+  if (!fits) text = {};
+  return fits;
+}
+
+// Leaves out the texts that would take the record past a bound, which sets `cut`; the strings
+// behind them keep their numbers. Its own texts come first. Real records stay so far below that
+// their texts need not be measured.
 void BoundTexts(EvtRecord& record, bool& cut) {
   std::uint64_t units = (record.source_name.size() + record.computer_name.size()) / 2;
   for (const Bytes string : record.strings) units += string.size() / 2;
   if (units * kMaxUtf8PerUnit <= TextShare(record)) return;
-  const std::uint64_t bound = MostText(record);
-  std::uint64_t total = 0;
-  const auto keep = [&](Bytes& text) {
-    const std::uint64_t before = total;
-    if (AddText(text, bound, total)) return true;
-    text = {};
-    total = before;
-    cut = true;
-    return false;
-  };
-  keep(record.source_name);
-  keep(record.computer_name);
+  TextCount own{kEvtMaxRecordText, 0};
+  cut |= !KeepText(own, record.source_name);
+  cut |= !KeepText(own, record.computer_name);
+  const std::vector<bool> is_own = OwnStrings(record);
+  for (std::size_t i = 0; i < is_own.size(); ++i) {
+    if (is_own[i]) cut |= !KeepText(own, record.strings[i]);
+  }
+  TextCount beyond{std::min(own.bound - own.used, TextShare(record) + record.spare.text), 0};
   std::size_t kept = 0;
-  while (kept < record.strings.size() && keep(record.strings[kept])) ++kept;
+  bool spent = false;
+  for (std::size_t i = 0; i < is_own.size(); ++i) {
+    Bytes& string = record.strings[i];
+    if (!is_own[i]) {
+      if (spent) string = {};
+      spent |= !KeepText(beyond, string);
+      if (spent) continue;
+    }
+    kept = i + 1;
+  }
+  cut |= spent;
   record.strings.resize(kept);
-  TakeSpare(total, TextShare(record), record.spare.text);
+  TakeSpare(beyond.used, TextShare(record), record.spare.text);
 }
 
 // Where a field of `length` bytes lies in the log; false when it does not lie inside the record.
@@ -223,7 +252,6 @@ void CutTexts(EvtRecord& record) {
   bool cut = false;
   CutNames(record);
   CutStrings(record, cut);
-  TakeSpare(record.strings.size(), record.length / kEvtBytesPerString, record.spare.strings);
   BoundTexts(record, cut);
   if (cut) ++record.cut_records;
 }

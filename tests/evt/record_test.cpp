@@ -259,8 +259,39 @@ TEST(EvtRecord, SharesOutWhatManyRecordsClaimBeyondTheirLength) {
     CutTexts(record);
     EXPECT_EQ(record.cut_records, i);
   }
-  // What has come back since.
-  EXPECT_EQ(record.strings.size(), share + bytes.size() / kEvtBytesPerStringBack);
+  // Its own two, its share behind its end, and what has come back since.
+  EXPECT_EQ(record.strings.size(), 2 + share + bytes.size() / kEvtBytesPerStringBack);
+}
+
+// Tens of thousands of short strings are what a busy service writes.
+TEST(EvtRecord, KeepsAllStringsInsideItselfWhateverTheOthersCost) {
+  const ByteString bytes = support::EvtEntryBytes(
+      {.event_id = 1, .strings = std::vector<std::string>(16, "-"), .data_offset = 57});
+  EvtRecord record;
+  for (int i = 0; i < 60'000; ++i) {
+    ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+    CutTexts(record);
+    ASSERT_EQ(StringsOf(record), Texts(16, "-")) << "record " << i;
+  }
+  EXPECT_EQ(record.cut_records, 0U);
+}
+
+// A text of 512 units and more is not stepped over: the strings behind it begin inside of it until
+// its end is near. What follows then is the record's own again.
+TEST(EvtRecord, KeepsItsOwnStringsBehindTextsThatItStatesAgain) {
+  const std::u16string text = std::u16string(30'000, u'x') + u'\0' + u"own" + u'\0';
+  const ByteString bytes = RawRecord(text, 0xFFFF);
+  EvtRecord record;
+  for (std::uint64_t i = 1; i <= 3; ++i) {
+    ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+    CutTexts(record);
+    EXPECT_EQ(record.cut_records, i);
+    const Texts strings = StringsOf(record);
+    ASSERT_GT(strings.size(), 29'490U);
+    EXPECT_EQ(strings.front(), std::string(30'000, 'x'));
+    EXPECT_EQ(strings[29'000], "");
+    EXPECT_EQ(strings[29'490], "own");
+  }
 }
 
 TEST(EvtRecord, ReturnsToTheWholeBoundBehindRecordsThatNeedLess) {
@@ -286,8 +317,8 @@ TEST(EvtRecord, SharesOutWhatManyRecordsHaveOfTextBeyondTheirLength) {
     for (const Bytes string : record.strings) total += string.size() / 2 * 3;
     EXPECT_EQ(record.cut_records, i);
   }
-  // The last record has its share and what has come back by its own length.
-  EXPECT_LE(total, (kEvtTextPerByte + kEvtTextBackPerByte) * bytes.size() + 60'000);
+  // The last record has its own text, its share and what has come back by its own length.
+  EXPECT_LE(total, (kEvtTextPerByte + kEvtTextBackPerByte) * bytes.size() + 60'000 + 60'000);
   EXPECT_GT(total + 60'000, (kEvtTextPerByte + kEvtTextBackPerByte) * bytes.size());
 }
 
