@@ -11,6 +11,21 @@ std::size_t MaxPartText(Bytes chunk, const ValuePart& part) {
   return part.literal ? part.offset : MaxValueText(chunk, ToValue(part));
 }
 
+std::size_t CountedPartText(Bytes chunk, const ValuePart& part) {
+  return part.literal ? part.offset : MaxProportionalText(chunk, ToValue(part));
+}
+
+// Adds up what `size_of` says of each part of a value.
+template <typename SizeOf>
+std::size_t SumOfParts(const DecodedEvent& event, const NamedValue& value, SizeOf size_of) {
+  if (value.unresolved) return 0;
+  std::size_t size = size_of(event.chunk, value.part);
+  for (std::uint32_t i = 0; i < value.more_count; ++i) {
+    size += size_of(event.chunk, event.parts[value.more_begin + i]);
+  }
+  return size;
+}
+
 char* WritePart(Bytes chunk, const ValuePart& part, char* out) {
   if (!part.literal) return WriteValueText(chunk, ToValue(part), out);
   std::memcpy(out, part.literal, part.offset);
@@ -20,12 +35,11 @@ char* WritePart(Bytes chunk, const ValuePart& part, char* out) {
 }  // namespace
 
 std::size_t MaxTextSize(const DecodedEvent& event, const NamedValue& value) {
-  if (value.unresolved) return 0;
-  std::size_t size = MaxPartText(event.chunk, value.part);
-  for (std::uint32_t i = 0; i < value.more_count; ++i) {
-    size += MaxPartText(event.chunk, event.parts[value.more_begin + i]);
-  }
-  return size;
+  return SumOfParts(event, value, MaxPartText);
+}
+
+std::size_t CountedTextSize(const DecodedEvent& event, const NamedValue& value) {
+  return SumOfParts(event, value, CountedPartText);
 }
 
 char* WriteText(const DecodedEvent& event, const NamedValue& value, char* out) {

@@ -51,13 +51,17 @@ struct DecodedEvent {
   std::uint64_t serial = 0;        // of the record in the decoder's life, from 1
   std::vector<NamedValue> values;  // in document order
   std::vector<ValuePart> parts;
-  std::size_t max_text = 0;  // upper bound of the bytes of all texts
+  std::size_t max_text = 0;      // upper bound of the bytes of all texts
+  std::size_t counted_text = 0;  // the same without what numbers take (MaxProportionalText)
   bool values_decoded = false;
   bool plannable = true;  // no name of its values depends on a value
 };
 
 // Upper bound of the bytes of a value's text.
 std::size_t MaxTextSize(const DecodedEvent& event, const NamedValue& value);
+
+// The same without what numbers take.
+std::size_t CountedTextSize(const DecodedEvent& event, const NamedValue& value);
 
 // Writes a value's text at `out`, which has room for MaxTextSize; returns the end. An unresolved
 // value has an empty text.

@@ -2,6 +2,7 @@
 // nothing is allocated twice.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -61,6 +62,17 @@ inline bool Charge(EvtxDecoder& decoder, std::uint32_t work) {
   decoder.work_left -= taken;
   decoder.chunk.work_left -= taken < decoder.chunk.work_left ? taken : decoder.chunk.work_left;
   return enough;
+}
+
+// What the present record may say before it takes from what its chunk has for repetitions.
+inline std::uint64_t FreeText(const EvtxDecoder& decoder) {
+  return kTextSaidOnce + kTextPerByte * decoder.record_share;
+}
+
+// Takes what a record has said beyond that.
+inline void TakeText(EvtxDecoder& decoder, std::uint64_t said) {
+  const std::uint64_t free = FreeText(decoder);
+  if (said > free) decoder.chunk.text_left -= std::min(decoder.chunk.text_left, said - free);
 }
 
 }  // namespace tarnlex

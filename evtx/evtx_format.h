@@ -55,15 +55,21 @@ inline constexpr std::uint32_t kDescriptorSize = 4;
 inline constexpr int kMaxNesting = 16;
 inline constexpr std::uint32_t kMaxRecordWork = 65'536;  // tokens and slot values of one record
 inline constexpr std::uint64_t kMaxRecordText = std::uint64_t{16} << 20;
-// Of all records of one chunk. Records that come when these are spent still get their share by
-// size, so that a crafted record does not take the next ones' values away.
+// No record that instantiates a template is shorter. As sizes lead from record to record, so many
+// fit into a chunk that each may have the whole bound; what is shorter overlaps the next one, and
+// takes its share by size or what is left of the chunk's bound.
+inline constexpr std::uint32_t kLeastInstanceRecord = 46;
 inline constexpr std::uint64_t kMaxChunkWork = 262'144;
 // A name made of values is kept for the rest of the log and makes a column. The chunk pays for that
 // as long as it can, then the record.
 inline constexpr std::uint32_t kWorkPerComputedName = 32;
-inline constexpr std::uint64_t kMaxChunkText = kMaxRecordText;
 inline constexpr std::uint32_t kWorkPerByte = 8;
+// A record says what the bytes of its chunk can say once (three bytes of UTF-8 a unit), and more in
+// proportion to its own. What it says beyond that, because it repeats itself, comes out of what the
+// records of the chunk have for it together.
+inline constexpr std::uint64_t kTextSaidOnce = kChunkSize / 2 * 3;
 inline constexpr std::uint64_t kTextPerByte = 32;
+inline constexpr std::uint64_t kMaxChunkText = kMaxRecordText;
 // Tokens of the definitions that are prepared, and bytes converted only to measure them.
 inline constexpr std::uint32_t kMaxChunkPrepared = 131'072;
 inline constexpr std::uint64_t kMaxChunkMeasured = std::uint64_t{20} << 20;

@@ -98,8 +98,9 @@ bool PieceValue(const Expansion& run, const TextPiece& piece, ValuePart& part, b
 
 // Counts what a text may take. A single-byte string has to be looked through to its end for that,
 // wherever it ends.
-void AddRoom(Expansion& run, std::size_t room) {
+void AddRoom(Expansion& run, std::size_t room, std::size_t counted) {
   run.event.max_text += room;
+  run.event.counted_text += counted;
   if (run.array.has_ansi) ChargeOrNote(run.decoder, room / kSearchedPerToken);
 }
 
@@ -116,7 +117,8 @@ void AddSlotValue(Expansion& run, const Step& step) {
   named->part.origin = SlotOrigin(run, step.slot);
   named->part.optional = step.optional;
   named->unresolved = step.optional && value.type == kEvtVarTypeNull;
-  if (!named->unresolved) AddRoom(run, MaxValueText(run.event.chunk, value));
+  if (named->unresolved) return;
+  AddRoom(run, MaxValueText(run.event.chunk, value), MaxProportionalText(run.event.chunk, value));
 }
 
 void SetOrigin(const Expansion& run, const TextPiece& piece, ValuePart& part) {
@@ -150,7 +152,7 @@ void AddJoined(Expansion& run, const Step& step, Name* name) {
   named->more_begin = begin;
   named->more_count = static_cast<std::uint32_t>(run.event.parts.size()) - begin;
   named->unresolved = !resolved;
-  AddRoom(run, MaxTextSize(run.event, *named));
+  AddRoom(run, MaxTextSize(run.event, *named), CountedTextSize(run.event, *named));
 }
 
 void DecodeSlotsOf(Expansion& run, const Step& step) {
@@ -289,10 +291,16 @@ std::size_t PieceSize(Bytes chunk, const ValuePart& part) {
   return part.literal ? part.offset : ValueTextBound(chunk, {part.offset, part.size, part.type});
 }
 
-// Leaves out what would pass the bound on a record's text. The few records that come here are
-// crafted, and even the effort of measuring their texts is bounded.
-void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
+bool IsNumber(const ValuePart& part) {
+  return !part.literal && !IsFreeText(part.type) && part.type != kEvtVarTypeBinary;
+}
+
+// Leaves out what would pass the bound on a record's text, or `limit` on what it says beside
+// numbers; returns how much the latter is. The few records that come here are crafted, and even the
+// effort of measuring their texts is bounded.
+std::uint64_t TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
   std::uint64_t used = 0;
+  std::uint64_t counted = 0;
   std::uint64_t& measurable = decoder.chunk.measured_left;
   // Mostly one text stands in many elements.
   ValuePart measured = LiteralPart("");
@@ -304,10 +312,12 @@ void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
     measurable -= std::min<std::uint64_t>(measurable, std::max(size, std::size_t{part.size} / 2));
   };
   const auto trim = [&](ValuePart& part) {
-    const bool spent = used >= limit || measurable == 0;
+    const bool spent = used >= kMaxRecordText || counted >= limit || measurable == 0;
     if (!spent) measure(part);
-    if (!spent && size > 0 && used + size <= limit) {
+    const std::size_t counts = IsNumber(part) ? 0 : size;
+    if (!spent && size > 0 && used + size <= kMaxRecordText && counted + counts <= limit) {
       used += size;
+      counted += counts;
       return;
     }
     if (spent || size > 0) NoteFault(decoder, RecordFault::kLimit);
@@ -319,6 +329,7 @@ void TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
     for (std::uint32_t i = 0; i < value.more_count; ++i) trim(event.parts[value.more_begin + i]);
   }
   event.max_text = static_cast<std::size_t>(used);
+  return counted;
 }
 
 const TemplateProgram* PrepareTemplate(EvtxDecoder& decoder, std::uint32_t offset,
@@ -335,7 +346,10 @@ const TemplateProgram* PrepareTemplate(EvtxDecoder& decoder, std::uint32_t offse
   DefinitionHead head;
   ReadDefinitionHead(chunk, offset, head);
   const TemplateProgram* program = FindCached(decoder.cache, head.guid, chunk, begin, end);
-  if (program) return program;
+  if (program) {
+    left -= std::min(left, program->tokens);  // as if it were new: what comes out must not differ
+    return program;
+  }
   auto own = std::make_unique<TemplateProgram>();
   CompileStream(chunk, begin, end, kBodyLayout, decoder.names, *own);
   left -= std::min(left, own->tokens);
@@ -383,11 +397,10 @@ const TemplateProgram* PreparedFragment(EvtxDecoder& decoder, std::uint32_t begi
 
 void ExpandRecord(EvtxDecoder& decoder, DecodedEvent& event) {
   Expand(decoder, event, decoder.program, decoder.array, 0);
-  std::uint64_t& left = decoder.chunk.text_left;
-  const std::uint64_t share = kTextPerByte * decoder.record_share;
-  const std::uint64_t limit = std::min(kMaxRecordText, std::max(left, share));
-  if (event.max_text > limit) TrimText(decoder, event, limit);
-  left -= std::min<std::uint64_t>(left, event.max_text);
+  const std::uint64_t limit = FreeText(decoder) + decoder.chunk.text_left;
+  std::uint64_t counted = event.counted_text;
+  if (event.max_text > kMaxRecordText || counted > limit) counted = TrimText(decoder, event, limit);
+  TakeText(decoder, counted);
 }
 
 }  // namespace tarnlex

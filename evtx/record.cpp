@@ -28,6 +28,7 @@ void ReadHeader(EvtxDecoder& decoder, std::uint32_t offset, DecodedEvent& event)
   event.values.clear();
   event.parts.clear();
   event.max_text = 0;
+  event.counted_text = 0;
   event.values_decoded = false;
   event.plannable = true;
 }
@@ -48,6 +49,8 @@ void BeginRecord(EvtxDecoder& decoder) {
 // Sizes of records lead from one to the next, so they add up to no more than the chunk.
 void ShareOutWork(EvtxDecoder& decoder, std::uint32_t offset, DecodedEvent& event) {
   decoder.record_share = std::min(event.size, kChunkSize - offset);
+  decoder.work_left = kMaxRecordWork;
+  if (decoder.record_share >= kLeastInstanceRecord) return;
   const std::uint64_t work =
       std::max<std::uint64_t>(decoder.chunk.work_left, kWorkPerByte * decoder.record_share);
   decoder.work_left = static_cast<std::uint32_t>(std::min<std::uint64_t>(kMaxRecordWork, work));
@@ -234,6 +237,7 @@ void DecodeValues(EvtxDecoder& decoder, DecodedEvent& event) {
   if (event.values_decoded) return;
   event.values_decoded = true;
   event.max_text = 0;  // a plan that was not used may have left its own
+  event.counted_text = 0;
   ExpandRecord(decoder, event);
 }
 

@@ -64,6 +64,13 @@ inline std::size_t MaxValueText(Bytes chunk, const SubstitutionValue& value) {
   return kMaxNumberRoom + std::size_t{3} * value.size;
 }
 
+// The same without what every number is given: a bound of what a value says in proportion to its
+// bytes.
+inline std::size_t MaxProportionalText(Bytes chunk, const SubstitutionValue& value) {
+  if (value.type == kEvtVarTypeAnsiString) return AnsiTextSize(chunk, value);
+  return std::size_t{3} * value.size;
+}
+
 // A closer bound, exact for texts and lists of texts; it takes a look at them.
 std::size_t ValueTextBound(Bytes chunk, const SubstitutionValue& value);
 

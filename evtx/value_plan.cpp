@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::size_t kMaxPlans = 4096;
 constexpr std::size_t kMaxPlannedValues = std::size_t{1} << 18;  // of all plans
-constexpr std::size_t kMaxNumberText = 64;                       // see MaxValueText
 
 // Whether the record is of the simple kind; fills what its plan goes by.
 bool MakeKey(EvtxDecoder& decoder, PlanKey& key) {
@@ -31,12 +30,12 @@ std::uint64_t ValueBytes(const SubstitutionArray& array) {
   return array.count == 0 ? 0 : array.end - array.values[0].offset;
 }
 
-// A bound of all texts: every slot is used once at most, and no text is longer than three times its
-// bytes and a number.
-std::uint64_t TextBound(const EvtxDecoder& decoder, const ValuePlan& plan) {
+// A bound of all texts but for what numbers take: every slot is used once at most, and no text is
+// longer than three times its bytes.
+std::uint64_t CountedText(const EvtxDecoder& decoder, const ValuePlan& plan) {
   std::uint64_t bytes = ValueBytes(decoder.array);
   if (decoder.nested.usable) bytes += ValueBytes(decoder.nested.array);
-  return plan.literal_text + plan.values.size() * kMaxNumberText + 3 * bytes;
+  return plan.literal_text + 3 * bytes;
 }
 
 // A slot used twice would break the bound of the text; it is also rare enough to decode.
@@ -66,7 +65,7 @@ std::unique_ptr<ValuePlan> MakePlan(const EvtxDecoder& decoder, const DecodedEve
     plan->literal_text += planned.literal.size();
     plan->values.push_back(planned);
   }
-  plan->tokens = key.own->tokens + (key.nested ? key.nested->tokens : 0);
+  plan->tokens = key.own->tokens + (key.nested ? key.nested->tokens + key.nested_count : 0);
   return UsesSlotsOnce(*plan) ? std::move(plan) : nullptr;
 }
 
@@ -99,12 +98,12 @@ const ValuePlan* PlanFor(EvtxDecoder& decoder, DecodedEvent& event) {
   PlanTable& table = decoder.plans;
   bool known = false;
   const ValuePlan* plan = FindPlan(table, key, known);
-  const std::uint64_t bound = plan ? TextBound(decoder, *plan) : 0;
-  if (plan && plan->tokens <= decoder.work_left &&
-      bound <= std::min(kMaxRecordText, decoder.chunk.text_left)) {
+  const std::uint64_t counted = plan ? CountedText(decoder, *plan) : 0;
+  const std::uint64_t bound = plan ? counted + plan->values.size() * kMaxNumberRoom : 0;
+  if (plan && plan->tokens <= decoder.work_left && bound <= kMaxRecordText &&
+      counted <= FreeText(decoder)) {
     Charge(decoder, plan->tokens);
     event.max_text = static_cast<std::size_t>(bound);
-    decoder.chunk.text_left -= bound;
     return plan;
   }
   DecodeValues(decoder, event);

@@ -132,6 +132,44 @@ TEST(Bounds, ARecordMayHaveThousandsOfNamesMadeOfValues) {
   EXPECT_EQ(CountFaults(decoded.account), 0U);
 }
 
+// Far below what one record may have, but ten times as much as a chunk of other logs costs.
+TEST(Bounds, AChunkFullOfRecordsOfThousandsOfTokensKeepsAllValues) {
+  std::vector<Node> body;
+  for (int i = 0; i < 600; ++i)
+    body.push_back(Element("n" + std::to_string(i), {}, {Slot(0, support::kString)}));
+  const auto shared = MakeTemplate("shared", {Element("Event", {}, body)});
+  EvtxBuilder log;
+  log.AddTemplate(shared);
+  std::size_t records = 0;
+  for (; log.NextRecordOffset() < 30'000; ++records) {
+    log.AddRecord({.body = InstanceFragment(shared, {StringValue(std::to_string(records))})});
+  }
+  ASSERT_GT(records, 400U);
+  const DecodedLog decoded = Decode(log);
+  ASSERT_EQ(decoded.records.size(), records);
+  for (std::size_t i = 0; i < records; ++i) {
+    ASSERT_EQ(decoded.records[i].values.size(), 600U) << "record " << i;
+    EXPECT_EQ(decoded.records[i].values.at("n599"), std::to_string(i));
+  }
+  EXPECT_EQ(CountFaults(decoded.account), 0U);
+}
+
+// A long text that stands in the template once is no repetition, however many records say it.
+TEST(Bounds, AChunkFullOfRecordsKeepsTheTextThatTheirTemplateSays) {
+  const std::string text(20'000, 'x');
+  const auto shared = MakeTemplate("shared", {Element("A", {}, {Text(text)})});
+  EvtxBuilder log;
+  log.AddTemplate(shared);
+  std::size_t records = 0;
+  for (; log.NextRecordOffset() < 24'000; ++records) {
+    log.AddRecord({.body = InstanceFragment(shared, {})});
+  }
+  ASSERT_GT(records, 400U);
+  const DecodedLog decoded = Decode(log);
+  for (const DecodedRecord& record : decoded.records) ASSERT_EQ(record.values.at("A"), text);
+  EXPECT_EQ(CountFaults(decoded.account), 0U);
+}
+
 // A chunk full of small records that share a definition; each repeats one value of `size` bytes,
 // most of which is what stands behind the record.
 void DecodeRepeats(std::uint8_t type, std::uint16_t size) {
