@@ -37,7 +37,8 @@ struct Expansion {
 
 void DecodeBinaryXml(EvtxDecoder& decoder, DecodedEvent& event, const SubstitutionValue& value,
                      int depth);
-void ExpandInstance(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t token, int depth);
+std::uint32_t ExpandInstance(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t token,
+                             int depth);
 bool IsBinaryXml(const Expansion& run, std::uint16_t slot) {
   return slot < run.array.count && (run.array.binary_xml >> slot & 1) != 0;
 }
@@ -241,7 +242,7 @@ void Expand(EvtxDecoder& decoder, DecodedEvent& event, const TemplateProgram* pr
     const SubstitutionValue& value = array.values[slot];
     std::uint32_t token = 0;
     const FragmentStart start = LookAtFragment(event.chunk, value.offset, value.size, token);
-    if (start == FragmentStart::kInstance) ExpandInstance(decoder, event, token, depth + 1);
+    if (start == FragmentStart::kInstance) DecodeBinaryXml(decoder, event, value, depth + 1);
   }
 }
 
@@ -251,39 +252,43 @@ bool MayNest(EvtxDecoder& decoder, int depth) {
   return may;
 }
 
-// A template instance inside the record finds its definition by the offset that it carries.
-void ExpandInstance(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t token, int depth) {
-  if (!MayNest(decoder, depth)) return;
+// A template instance inside the record finds its definition by the offset that it carries. Returns
+// where it ends; the end of the chunk when that cannot be told.
+std::uint32_t ExpandInstance(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t token,
+                             int depth) {
+  if (!MayNest(decoder, depth)) return kChunkSize;
   TemplateInstance instance;
   DefinitionHead head;
   if (!LocateInstance(event.chunk, token, instance) ||
       !ReadDefinitionHead(event.chunk, instance.definition, head)) {
     NoteFault(decoder, RecordFault::kNestedUnreadable);
-    return;
+    return kChunkSize;
   }
   SubstitutionArray array;
-  if (!ParseSubstitutionArray(event.chunk, instance.array, array)) {
+  const bool readable = ParseSubstitutionArray(event.chunk, instance.array, array);
+  if (!readable) {
     NoteFault(decoder, RecordFault::kNestedUnreadable);
     if (decoder.trace) TraceLine(*decoder.trace, "prob parsing slot data first, continuing");
   }
   if (array.cut) NoteFault(decoder, RecordFault::kValuesCut);
   if (!Charge(decoder, array.count)) {
     NoteFault(decoder, RecordFault::kLimit);
-    return;
+    return kChunkSize;
   }
   Expand(decoder, event, PreparedTemplate(decoder, instance.definition, head.size), array, depth);
+  return readable && !array.cut ? array.end : kChunkSize;
 }
 
 void DecodeBinaryXml(EvtxDecoder& decoder, DecodedEvent& event, const SubstitutionValue& value,
                      int depth) {
-  std::uint32_t token = 0;
-  switch (LookAtFragment(event.chunk, value.offset, value.size, token)) {
-    case FragmentStart::kInstance: ExpandInstance(decoder, event, token, depth); return;
-    case FragmentStart::kOther: return;
-    case FragmentStart::kElement: break;
-  }
-  if (!MayNest(decoder, depth)) return;
   const std::uint32_t end = value.offset + value.size;
+  std::uint32_t token = 0;
+  FragmentStart start = LookAtFragment(event.chunk, value.offset, value.size, token);
+  while (start == FragmentStart::kInstance) {
+    start =
+        LookBehindInstance(event.chunk, ExpandInstance(decoder, event, token, depth), end, token);
+  }
+  if (start != FragmentStart::kElement || !MayNest(decoder, depth)) return;
   Expand(decoder, event, PreparedFragment(decoder, token, end), {}, depth);
 }
 

@@ -12,7 +12,9 @@ std::uint32_t Origin(std::uint64_t record_id, std::uint32_t source) {
 bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64_t record_id,
                int depth);
 
-bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t record_id, int depth) {
+// `end` gets where the instance ends, when that is known.
+bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t record_id, int depth,
+                  std::uint32_t& end) {
   const Bytes chunk = decoder.chunk.data;
   TemplateInstance instance;
   DefinitionHead head;
@@ -27,6 +29,7 @@ bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t recor
     return false;
   }
   if (!Charge(decoder, nested.count)) return true;
+  end = nested.end;
   if (depth == 0) {
     decoder.nested.usable = std::has_single_bit(decoder.array.binary_xml) && nested.binary_xml == 0;
     decoder.nested.definition = instance.definition;
@@ -40,16 +43,28 @@ bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t recor
   return ScanArray(decoder, nested, record_id, depth + 1);
 }
 
+// One binary XML value: the instance that it begins with and those right behind it.
+bool ScanValue(EvtxDecoder& decoder, const SubstitutionValue& value, std::uint64_t record_id,
+               int depth) {
+  const Bytes chunk = decoder.chunk.data;
+  const std::uint32_t value_end = value.offset + value.size;
+  std::uint32_t token = 0;
+  FragmentStart start = LookAtFragment(chunk, value.offset, value.size, token);
+  while (start == FragmentStart::kInstance) {
+    std::uint32_t end = value_end;
+    if (!ScanInstance(decoder, token, record_id, depth, end)) return false;
+    start = LookBehindInstance(chunk, end, value_end, token);
+    // A plan is made for a value that is one instance.
+    if (depth == 0 && start != FragmentStart::kOther) decoder.nested.usable = false;
+  }
+  return true;
+}
+
 bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64_t record_id,
                int depth) {
   for (std::uint32_t i = 0; array.binary_xml >> i != 0; ++i) {
     if ((array.binary_xml >> i & 1) == 0) continue;
-    const SubstitutionValue& value = array.values[i];
-    std::uint32_t token = 0;
-    const FragmentStart start = LookAtFragment(decoder.chunk.data, value.offset, value.size, token);
-    if (start == FragmentStart::kInstance && !ScanInstance(decoder, token, record_id, depth)) {
-      return false;
-    }
+    if (!ScanValue(decoder, array.values[i], record_id, depth)) return false;
   }
   return true;
 }

@@ -75,4 +75,14 @@ FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t si
   return (token & 0x0F) == 0x01 ? FragmentStart::kElement : FragmentStart::kOther;
 }
 
+FragmentStart LookBehindInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end,
+                                 std::uint32_t& first) {
+  if (pos >= end || pos >= chunk.size()) return FragmentStart::kOther;
+  if (chunk[pos] == 0) {
+    ++pos;
+    if (FirstToken(chunk, pos, end) == pos) return FragmentStart::kOther;
+  }
+  return LookAtFragment(chunk, pos, end - pos, first);
+}
+
 }  // namespace tarnlex

@@ -55,4 +55,10 @@ enum class FragmentStart : std::uint8_t { kInstance, kElement, kOther };
 FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t size,
                              std::uint32_t& first);
 
+// The same behind an instance that ended at `pos` of a value that reaches to `end`: a value may
+// hold several instances and elements, and an end token stands between those that bring a fragment
+// header of their own. kOther where nothing follows.
+FragmentStart LookBehindInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end,
+                                 std::uint32_t& first);
+
 }  // namespace tarnlex

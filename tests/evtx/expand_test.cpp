@@ -229,6 +229,40 @@ TEST(Expand, DecodesValuesOfPlainElements) {
   }
 }
 
+// Rendered texts and the like stand behind the event's own data.
+TEST(Expand, DecodesAllInstancesAndElementsOfOneValue) {
+  const support::Fragment first{.instance = {InstanceOf("first", {TextElement("A", "a")})},
+                                .end_token = false};
+  const support::Fragment second{.instance = {InstanceOf("second", {TextElement("B", "b")})}};
+  const support::Fragment elements{.nodes = {TextElement("C", "c"), TextElement("D", "d")}};
+  support::Fragment ended = first;
+  ended.end_token = true;
+  support::Fragment bare = elements;
+  bare.header = false;
+  const Values all{{"A", "a"}, {"B", "b"}, {"C", "c"}, {"D", "d"}};
+  for (const auto& fragments :
+       std::vector<std::vector<support::Fragment>>{{first, second, elements},
+                                                   {ended, second, elements},
+                                                   {first, elements},
+                                                   {first, bare}}) {
+    Value value;
+    value.type = support::kBinaryXml;
+    value.nested = fragments;
+    Values expected = all;
+    if (fragments.size() == 2) expected.erase("B");
+    EvtxBuilder log;
+    const auto outer = MakeTemplate(
+        "outer", {Element("N", {}, {Slot(0, support::kBinaryXml)}), TextElement("Z", "z")});
+    // The second record is of a kind that is known by then.
+    for (int i = 0; i < 2; ++i) log.AddRecord({.body = InstanceFragment(outer, {value})});
+    const DecodedLog decoded = Decode(log);
+    expected.emplace("Z", "z");
+    EXPECT_EQ(decoded.records.at(0).values, expected);
+    EXPECT_EQ(decoded.records.at(1).values, expected);
+    EXPECT_EQ(CountFaults(decoded.account), 0U);
+  }
+}
+
 TEST(Expand, ABinaryXmlValueIsNoNamedValue) {
   EXPECT_EQ(ValuesOf({Element("N", {}, {Text("n"), Slot(0, support::kBinaryXml)}),
                       Element("M", {}, {Slot(0, support::kBinaryXml)}),

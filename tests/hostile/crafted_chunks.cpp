@@ -108,6 +108,22 @@ ByteString Branching(int branches) {
   return log.BuildChunks();
 }
 
+// As many records as fit, each of which says over and over what a template between them says once:
+// `data` unnamed elements, `times` times, all of them columns of their own.
+ByteString SharedRepeats(int data, int times) {
+  const Node leaf_data = Element("Data", {}, {Text("x")});
+  const Template leaf =
+      MakeTemplate("leaf", std::vector<Node>(static_cast<std::size_t>(data), leaf_data));
+  const Instance instance{.definition = leaf, .values = {}};
+  const Template stem = MakeTemplate(
+      "stem", std::vector<Node>(static_cast<std::size_t>(times), InstanceNode(instance)));
+  EvtxBuilder log;
+  log.AddTemplate(stem);
+  while (log.NextRecordOffset() < kEvtxChunkSize - 30'000)
+    log.AddRecord({.body = InstanceFragment(stem, {})});
+  return log.BuildChunks();
+}
+
 // Two templates that instantiate each other.
 ByteString Mutual() {
   EvtxBuilder log;
@@ -327,6 +343,7 @@ std::vector<CraftedChunk> CraftedChunks() {
           {"self-reference", Branching(1)},
           {"branching", Branching(8)},
           {"mutual", Mutual()},
+          {"shared repeats", SharedRepeats(600, 30)},
           {"overlapping definitions", OverlappingDefinitions()},
           {"long names", LongNames()},
           {"names in every row", NamesInEveryRow()},

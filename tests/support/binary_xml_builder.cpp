@@ -123,7 +123,7 @@ void WriteValues(ChunkImage& chunk, const Instance& instance) {
     if (values[i].nested.empty()) {
       PutBytes(chunk.bytes, values[i].bytes);
     } else {
-      WriteFragment(chunk, values[i].nested[0]);
+      for (const Fragment& fragment : values[i].nested) WriteFragment(chunk, fragment);
     }
     const auto size = static_cast<std::uint16_t>(chunk.bytes.size() - start);
     SetU16(chunk.bytes, descriptors + 4 * i, values[i].stated_size.value_or(size));

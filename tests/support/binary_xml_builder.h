@@ -113,7 +113,7 @@ struct Fragment;
 struct Value {
   std::uint8_t type = kNull;
   ByteString bytes = {};
-  std::vector<Fragment> nested = {};              // none or one: binary XML, laid down in place
+  std::vector<Fragment> nested = {};              // binary XML, laid down in place
   std::optional<std::uint16_t> stated_size = {};  // a size other than the value's own
 };
 
