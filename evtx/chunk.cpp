@@ -59,7 +59,9 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
 }
 
 const TemplateRef& RegisterTemplate(EvtxChunk& chunk, const TemplateRef& reference) {
-  return chunk.templates.try_emplace(reference.guid, reference).first->second;
+  TemplateRef& kept = chunk.templates.try_emplace(reference.guid, reference).first->second;
+  if (kept.definition_file_offset == kUnknownDefinition) kept = reference;
+  return kept;
 }
 
 }  // namespace tarnlex

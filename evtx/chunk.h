@@ -19,9 +19,12 @@ namespace tarnlex {
 
 using Guid = std::array<std::uint8_t, 16>;
 
+// Stands for the place of a definition that only a record without values has named.
+inline constexpr std::uint64_t kUnknownDefinition = 0xFFFFFFFF;
+
 // A template definition as it was registered.
 struct TemplateRef {
-  std::uint64_t definition_file_offset = 0;  // 0xFFFFFFFF when only a scan has seen it
+  std::uint64_t definition_file_offset = 0;  // or kUnknownDefinition
   std::uint64_t chunk_file_offset = 0;
   std::uint32_t chunk_offset = 0;  // of the definition
   std::uint32_t origin_index = 0;  // bucket, or record number plus kOriginRecord or kOriginNested
@@ -67,8 +70,8 @@ bool HasChunkSignature(Bytes bytes, std::uint64_t offset);
 // and registers the heads of the template table's buckets (and, for a trace, of the name table's).
 void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk& chunk);
 
-// Registers a definition under its GUID; one that is there already stays. Returns what is there
-// then.
+// Registers a definition under its GUID; one that is there already stays, unless its place is not
+// known. Returns what is there then.
 const TemplateRef& RegisterTemplate(EvtxChunk& chunk, const TemplateRef& reference);
 
 }  // namespace tarnlex

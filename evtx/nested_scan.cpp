@@ -73,7 +73,6 @@ bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64
 
 void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, std::uint64_t record_id,
                              const DefinitionHead& own) {
-  constexpr std::uint64_t kUnknownOffset = 0xFFFFFFFF;
   decoder.scanned.clear();
   // The values are decoded after the scan. They count once, or arrays that multiply would use up
   // all work before the first value of the event is reached.
@@ -82,10 +81,10 @@ void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, std::ui
   decoder.work_left = work_left;
   if (!walked) return;
   if (!decoder.reference) {
-    // The record's own entry carries the place of its binary XML instead of the definition's, so it
-    // only matters while nothing is registered under its GUID: later records find it and no values.
+    // The record's own entry carries the place of its binary XML instead of the definition's: later
+    // records find it and no values, until one brings the definition along.
     RegisterTemplate(decoder.chunk,
-                     {kUnknownOffset, kUnknownOffset, record + kRecordHeaderSize,
+                     {kUnknownDefinition, kUnknownDefinition, record + kRecordHeaderSize,
                       Origin(record_id, kOriginRecord), own.next, own.guid, own.size});
   }
   for (const TemplateRef& nested : decoder.scanned) {

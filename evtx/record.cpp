@@ -64,12 +64,14 @@ const TemplateRef* FindTemplate(EvtxChunk& chunk, std::uint32_t record, std::uin
   const auto same = chunk.templates.find(head.guid);
   const TemplateRef* found = same == chunk.templates.end() ? nullptr : &same->second;
   if (!found && definition != here) return nullptr;
-  if (!found) {
+  if (definition == here) {
     const auto origin = static_cast<std::uint32_t>(expected_number + kOriginRecord);
     found = &RegisterTemplate(chunk, {chunk.file_offset + here, chunk.file_offset, here, origin,
                                       head.next, head.guid, head.size});
   }
-  chunk.resolved.emplace(definition, found);
+  if (found->definition_file_offset != kUnknownDefinition) {
+    chunk.resolved.emplace(definition, found);
+  }
   return found;
 }
 

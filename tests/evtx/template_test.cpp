@@ -125,6 +125,51 @@ TEST(Template, HeadThatDoesNotFitIntoTheChunkIsNoTemplate) {
   }
 }
 
+// A damaged record must not take the values of those that hold all they need.
+TEST(Template, ThatIsNotKnownIsKnownOnceARecordBringsItAlong) {
+  EvtxBuilder log;
+  log.AddTemplate(Simple(), false);
+  // Two that refer to where it is not registered, so that what stands for it is asked for.
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("a")})});
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("b")})});
+  support::Fragment inline_body = InstanceFragment(Simple(), {StringValue("c")});
+  inline_body.instance[0].repeat_definition = true;
+  log.AddRecord({.body = inline_body});
+  log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("d")})});
+  ByteString chunks = log.BuildChunks();
+  ClearTemplateTable(chunks);
+  const DecodedLog decoded = DecodeChunks(chunks);
+  ASSERT_EQ(decoded.records.size(), 4U);
+  EXPECT_EQ(decoded.records[0].values, Values{});
+  EXPECT_EQ(decoded.records[1].values, Values{});
+  EXPECT_EQ(decoded.records[2].values.size(), 1U);
+  EXPECT_EQ(decoded.records[2].values.begin()->second, "c");
+  EXPECT_EQ(decoded.records[3].values.begin()->second, "d");
+}
+
+TEST(Template, ThatIsNotKnownIsKnownOnceTheRecordReferredToIsReached) {
+  EvtxBuilder log;
+  std::uint32_t ahead = 0;
+  // The first pass finds out where the record with the definition comes to lie.
+  ByteString chunks;
+  for (int pass = 0; pass < 2; ++pass) {
+    log = {};
+    support::Fragment body = InstanceFragment(Simple(), {StringValue("a")});
+    body.instance[0].definition_offset = ahead;
+    log.AddRecord({.body = body});
+    log.AddRecord({.body = body});
+    ahead = log.NextRecordOffset() + kRecordInlinePosition;
+    log.AddRecord({.body = InstanceFragment(Simple(), {StringValue("c")})});
+    chunks = log.BuildChunks();
+  }
+  ClearTemplateTable(chunks);
+  const DecodedLog decoded = DecodeChunks(chunks);
+  ASSERT_EQ(decoded.records.size(), 3U);
+  EXPECT_EQ(decoded.records[1].values, Values{});
+  ASSERT_EQ(decoded.records[2].values.size(), 1U);
+  EXPECT_EQ(decoded.records[2].values.begin()->second, "c");
+}
+
 TEST(Template, RegisteredByAScanOfAnUnknownOneLeadsNowhere) {
   EvtxBuilder log;
   log.AddTemplate(Simple(), false);
