@@ -1,17 +1,15 @@
 #include "app/input_discovery.h"
 
-#include <array>
 #include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "logs/bytes.h"
+#include "logs/log_content.h"
 #include "logs/messages.h"
 #include "logs/open_log.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
-#include "logs/read_file.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -20,19 +18,10 @@ namespace {
 constexpr std::string_view kNeedAdmin =
     "Not running w/ admin privileges... pls restart with admin privs\n";
 
-// A chunk that was cut out of a log, from memory or from unallocated space, has no file header but
-// is walked all the same.
-bool IsBareChunk(const std::string& path) {
-  constexpr std::string_view kSignature = "ElfChnk";
-  std::array<std::uint8_t, kSignature.size()> head{};
-  const auto file = OpenInput(path);
-  return file && ReadFully(*file, 0, head) == head.size() && BeginsWith(head, kSignature);
-}
-
 void SayUnusable(const RunOptions& options, OpenResult result, const std::string& path) {
   if (result == OpenResult::kCannotOpen) {
     Say(options, "prob opening log ", path, ", skipping\n");
-  } else if (result == OpenResult::kNoEventLog && !IsBareChunk(path)) {
+  } else if (result == OpenResult::kNoEventLog) {
     Say(options, "no event log in ", path, ", skipping\n");
   }
 }
@@ -153,7 +142,8 @@ bool ScanLogDirectory(LogTable& table, const std::string& directory, std::size_t
   for (const std::string& name : ListFiles(directory, is_evtx ? ".evtx" : ".evt")) {
     LogInfo log;
     log.path = JoinPath(directory, name);
-    log.is_evtx = is_evtx;
+    const LogContent content = ContentOfFile(log.path);
+    log.is_evtx = content == LogContent::kNone ? is_evtx : content != LogContent::kEvt;
     log.format_unknown = false;
     log.kind = KindOfFile(name);
     table.emplace(log.path, log);

@@ -19,8 +19,9 @@ bool UsePartition(RunOptions& options, std::string volume);
 bool UseShadowCopy(RunOptions& options, const std::string& number);
 
 // Fills `table` with the event logs in `directory`, judged by their names: ".evtx" files when the
-// path says "winevt" in any case, else ".evt" files. The first `prefix_size` characters, a mount
-// point with a name of the examiner's own, say nothing. False when there is none.
+// path says "winevt" in any case, else ".evt" files; a file whose
+// bytes say that it is of the other kind is of that kind. The first `prefix_size` characters, a
+// mount point with a name of the examiner's own, say nothing. False when there is none.
 bool ScanLogDirectory(LogTable& table, const std::string& directory, std::size_t prefix_size = 0);
 
 }  // namespace tarnlex

@@ -5,6 +5,7 @@
 
 #include "evtx/first_record.h"
 #include "logs/bytes.h"
+#include "logs/log_content.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
 #include "logs/read_file.h"
@@ -38,13 +39,13 @@ std::vector<std::uint8_t> ReadHead(const InputFile& file, std::size_t size) {
   return head;
 }
 
-bool RecogniseFormat(Bytes head, LogInfo& info) {
+// False when no header says what the log is; the walk may still read it, and then `info` has the
+// format that the walk goes by.
+bool RecogniseFormat(Bytes head, LogContent content, LogInfo& info) {
   constexpr std::string_view kEvtHeader("\x30\0\0\0LfLe", 8);
-  const bool is_evt = BeginsWith(head, kEvtHeader);
-  if (!is_evt && (head.size() < 8 || !BeginsWith(head, "ElfFile"))) return false;
-  info.is_evtx = !is_evt;
-  info.format_unknown = false;
-  return true;
+  info.is_evtx = content != LogContent::kEvt;
+  info.format_unknown = content != LogContent::kEvtx && !BeginsWith(head, kEvtHeader);
+  return !info.format_unknown;
 }
 
 bool JudgeByName(LogInfo& info) {
@@ -99,7 +100,11 @@ OpenResult ProbeLogFile(LogInfo& info, const std::string& path, const InputFile&
   info.path = path;
   info.kind.clear();
   info.format_unknown = true;
-  if (!RecogniseFormat(ReadHead(file, kProbeBytes), info)) return OpenResult::kNoEventLog;
+  const std::vector<std::uint8_t> head = ReadHead(file, kProbeBytes);
+  const LogContent content = ContentOf(head);
+  if (!RecogniseFormat(head, content, info)) {
+    return content == LogContent::kNone ? OpenResult::kNoEventLog : OpenResult::kHeaderless;
+  }
   std::string directory;
   std::string name;
   if (!SplitPath(path, directory, name) || name.empty()) name = path;

@@ -13,7 +13,9 @@ namespace tarnlex {
 // How far OpenLog came, for callers that tell the examiner why a log was passed over.
 enum class OpenResult {
   kCannotOpen,  // no such file, a directory, no permission
-  kNoEventLog,  // empty, or neither container
+  kNoEventLog,  // empty, or neither container: the walk finds nothing in it either
+  kHeaderless,  // no header says what it is, but the walk reads it: chunks, or an EVT log whose
+                // header is damaged
   kUnjudged,    // the container is known, what the log holds is not
   kOpened,
 };

@@ -1,18 +1,12 @@
 #include "logs/output_guard.h"
 
 #include <algorithm>
-#include <array>
+
+#include "logs/log_content.h"
 
 namespace tarnlex {
 
-bool HoldsEventLog(const std::string& path) {
-  const auto file = OpenInput(path);
-  if (!file) return false;
-  std::array<std::uint8_t, 8> head{};
-  if (file->read(0, head) < head.size()) return false;
-  const std::string_view text(reinterpret_cast<const char*>(head.data()), head.size());
-  return text.starts_with("ElfFile") || text.starts_with("ElfChnk") || text.ends_with("LfLe");
-}
+bool HoldsEventLog(const std::string& path) { return ContentOfFile(path) != LogContent::kNone; }
 
 bool IsSameFile(const std::string& path, const LogTable& logs, const std::string& other) {
   const auto id = IdentifyFile(path);

@@ -1,4 +1,5 @@
 target_sources(tarnlex_core PRIVATE
+  logs/log_content.cpp
   logs/open_log.cpp
   logs/option_search.cpp
   logs/output_guard.cpp

@@ -11,6 +11,7 @@
 #include "evtx/record.h"
 #include "evtx/trace.h"
 #include "evtx/walk.h"
+#include "logs/log_content.h"
 #include "logs/messages.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
@@ -144,16 +145,14 @@ std::size_t MemoryFor(std::uint64_t log_size) {
 
 bool WalkLogFile(LogPass& pass, const InputFile& file) {
   pass.most_memory = MemoryFor(file.size);
-  constexpr std::uint64_t kHead = 256;
   FileBytes block;
-  const Bytes head = ReadInto(file, 0, std::min(kHead, file.size), block);
+  const Bytes head = ReadInto(file, 0, kContentBytes, block);
   if (head.empty()) return false;
-  if (BeginsWith(head, kEvtxFileSignature)) {
-    WalkEvtxFile(pass, file, kEvtxFileHeaderSize, kBlockSize);
-  } else if (BeginsWith(head, kEvtxChunkSignature)) {
-    WalkEvtxFile(pass, file, 0, file.size);  // chunks without a header are one block
-  } else {
-    WalkEvtFile(pass, file);
+  switch (ContentOf(head)) {
+    case LogContent::kEvtx: WalkEvtxFile(pass, file, kEvtxFileHeaderSize, kBlockSize); break;
+    case LogContent::kChunks: WalkEvtxFile(pass, file, 0, file.size); break;  // one block
+    case LogContent::kEvt: WalkEvtFile(pass, file); break;
+    case LogContent::kNone: break;
   }
   return true;
 }

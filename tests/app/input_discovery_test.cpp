@@ -55,6 +55,15 @@ TEST(LogOption, StaysSilentOnABareChunk) {
   EXPECT_TRUE(run.options.logs.at(chunk).format_unknown);
 }
 
+TEST(LogOption, KnowsAnEvtLogByItsRecordsMarkWhereItsHeaderIsDamaged) {
+  const TempDirectory directory;
+  const std::string evt = directory.AddFile("evt", "\x31" + EmptyEvt().substr(1));
+  const ParsedOptions run({"-log", evt});
+  EXPECT_EQ(run.said, "");
+  EXPECT_TRUE(run.options.logs.at(evt).format_unknown);
+  EXPECT_FALSE(run.options.logs.at(evt).is_evtx);
+}
+
 TEST(LogOption, LetsNothingLeakFromOnePieceToTheNext) {
   const TempDirectory directory;
   const std::string evt = directory.AddFile("SysEvent.Evt", EmptyEvt());
@@ -174,6 +183,21 @@ TEST(Partition, IgnoresWinevtInTheMountPoint) {
   EXPECT_TRUE(run.parsed);
   ASSERT_EQ(run.options.logs.size(), 1U);
   EXPECT_FALSE(run.options.logs.begin()->second.is_evtx);
+}
+
+TEST(ScanLogDirectory, BelievesTheBytesOfALogBeforeItsName) {
+  const TempDirectory directory;
+  directory.AddFile("winevt/xp.evtx", EmptyEvt());
+  directory.AddFile("winevt/vista.evtx", EmptyEvtx());
+  directory.AddFile("config/vista.evt", EmptyEvtx());
+  directory.AddFile("config/xp.evt", EmptyEvt());
+  LogTable table;
+  for (const char* folder : {"/winevt", "/config"}) {
+    ASSERT_TRUE(ScanLogDirectory(table, directory.path + folder));
+    ASSERT_EQ(table.size(), 2U);
+    EXPECT_TRUE(table.begin()->second.is_evtx);
+    EXPECT_FALSE(table.rbegin()->second.is_evtx);
+  }
 }
 
 TEST(ScanLogDirectory, GoesByWinevtInThePath) {

@@ -227,6 +227,12 @@ ByteString SecurityLogOfXp() {
   return log.Build();
 }
 
+// A log whose header does not state the size that such headers have.
+ByteString WithHeaderSize(ByteString log, std::uint32_t size) {
+  support::SetU32(log, 0, size);
+  return log;
+}
+
 ByteString SystemLogOfXp() {
   EvtBuilder log;
   log.AddEntry({.time = UnixTime(2006, 11, 2, 7, 0, 0), .event_id = 12, .source = "Kernel"});
@@ -308,6 +314,7 @@ void WriteSampleFiles(const std::string& directory) {
       {"damaged.evtx", DamagedLog()},
       {"SecEvent.Evt", SecurityLogOfXp()},
       {"SysEvent.Evt", SystemLogOfXp()},
+      {"dirty/SecEvent.Evt", WithHeaderSize(SecurityLogOfXp(), 0x20)},
       {"accounts/SecEvent.Evt", AccountsLogOfXp()},
       {"app/AppEvent.Evt", ApplicationLogOfXp()},
       {"times.evt", TimesLogOfXp()},

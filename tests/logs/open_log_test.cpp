@@ -194,6 +194,20 @@ TEST(OpenLog, RecognisesNothingElse) {
   EXPECT_TRUE(Open("security.evtx", std::string("ElfFilex", 8)).opened);
 }
 
+TEST(OpenLog, TellsWhatTheWalkReadsWithoutAHeader) {
+  const Judged chunks = Open("security.evtx", "ElfChnk, cut out");
+  EXPECT_EQ(chunks.result, OpenResult::kHeaderless);
+  EXPECT_TRUE(chunks.info.is_evtx);
+  const Judged evt = Open("SecEvent.Evt", "----LfLe");
+  EXPECT_EQ(evt.result, OpenResult::kHeaderless);
+  EXPECT_FALSE(evt.info.is_evtx);
+  for (const Judged& judged : {chunks, evt}) {
+    EXPECT_FALSE(judged.opened);
+    EXPECT_TRUE(judged.info.format_unknown);
+    EXPECT_EQ(judged.info.kind, "");
+  }
+}
+
 TEST(OpenLog, AnEmptyFileIsNoEventLogAndADirectoryCannotBeOpened) {
   EXPECT_EQ(Open("security.evtx", "").result, OpenResult::kNoEventLog);
   const TempDirectory directory;
