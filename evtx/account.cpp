@@ -18,12 +18,20 @@ constexpr std::string_view kFaultTexts[] = {
     "records with a fragment stopped at a token that is not decoded",
     "records with a fragment cut inside a token",
     "records cut at a limit of nesting, work or text",
+    "records whose event states another identifier, as all of an exported log do",
+    "doubtful records, event identifier missing or no number",
+    "doubtful records, provider missing or not printable",
+    "doubtful records, names that are no names",
 };
 static_assert(std::size(kFaultTexts) == static_cast<std::size_t>(RecordFault::kCount));
 
 void Line(TextSink& out, std::string_view label, std::uint64_t value) {
   Append(out, label);
   Append(out, ": " + std::to_string(value) + "\n");
+}
+
+std::string HeadsText(std::uint64_t heads) {
+  return heads == 0 ? std::string() : ", record heads: " + std::to_string(heads);
 }
 
 void ListFaulty(TextSink& out, const WalkAccount& account, RecordFault fault) {
@@ -36,21 +44,25 @@ void ListFaulty(TextSink& out, const WalkAccount& account, RecordFault fault) {
 
 }  // namespace
 
-void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset) {
+void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset, std::uint64_t record_heads) {
   ++account.skipped_slots;
+  account.skipped_heads += record_heads;
   if (!account.skipped.empty()) {
     SkippedSlots& last = account.skipped.back();
     if (last.file_offset + last.count * kChunkSize == file_offset) {
       ++last.count;
+      last.record_heads += record_heads;
       return;
     }
   }
-  if (account.skipped.size() < kMaxListed) account.skipped.push_back({file_offset, 1});
+  if (account.skipped.size() < kMaxListed) {
+    account.skipped.push_back({file_offset, 1, record_heads});
+  }
 }
 
 void AddFault(WalkAccount& account, const FaultyRecord& record) {
-  ++account.faults[static_cast<std::size_t>(record.fault)];
-  if (account.faulty.size() < kMaxListed) account.faulty.push_back(record);
+  const std::uint64_t number = ++account.faults[static_cast<std::size_t>(record.fault)];
+  if (number <= kMaxListed) account.faulty.push_back(record);
 }
 
 void AddLeftChunk(WalkAccount& account, const LeftChunk& left) {
@@ -64,8 +76,9 @@ void WriteAccount(TextSink& out, const WalkAccount& account) {
   Line(out, "slots skipped, no chunk signature", account.skipped_slots);
   for (const SkippedSlots& run : account.skipped) {
     Append(out, "  at file offset 0x" + HexText(run.file_offset) + ": " +
-                    std::to_string(run.count) + "\n");
+                    std::to_string(run.count) + HeadsText(run.record_heads) + "\n");
   }
+  Line(out, "record heads in skipped slots", account.skipped_heads);
   Line(out, "records decoded", account.records);
   for (std::size_t i = 0; i < account.faults.size(); ++i) {
     Line(out, kFaultTexts[i], account.faults[i]);
@@ -78,6 +91,7 @@ void WriteAccount(TextSink& out, const WalkAccount& account) {
                     ", records not found: " + std::to_string(chunk.missing) + "\n");
   }
   Line(out, "bytes behind the last whole chunk", account.trailing_bytes);
+  Line(out, "record heads behind the last whole chunk", account.trailing_heads);
 }
 
 }  // namespace tarnlex

@@ -24,6 +24,12 @@ enum class RecordFault : std::uint8_t {
   kFragmentStopped,   // a token that is not decoded ended a fragment early
   kFragmentCut,       // a fragment ended inside a token
   kLimit,             // a bound on nesting, work or text was reached
+  // What speaks against a row that has its values:
+  kOtherIdentifier,  // the event states another identifier than the record's header, which is
+                     // normal where a log was exported: the header counts anew
+  kNoEventId,        // its event identifier is missing or no number
+  kNoProvider,       // its provider is missing or cannot be printed
+  kOddNames,         // elements, attributes or data with names that are no names
   kCount
 };
 
@@ -31,6 +37,7 @@ enum class RecordFault : std::uint8_t {
 struct SkippedSlots {
   std::uint64_t file_offset = 0;
   std::uint64_t count = 0;
+  std::uint64_t record_heads = 0;  // records that stand in them whole (CountRecordHeads)
 };
 
 // A chunk that was left before its last record.
@@ -51,17 +58,19 @@ struct WalkAccount {
   std::uint64_t chunks = 0;
   std::uint64_t empty_chunks = 0;  // among them, chunks that say they hold no records
   std::uint64_t skipped_slots = 0;
+  std::uint64_t skipped_heads = 0;    // records that stand in them whole
   std::vector<SkippedSlots> skipped;  // at most kMaxListed runs
   std::uint64_t records = 0;          // handed on, whole or in part
   std::array<std::uint64_t, static_cast<std::size_t>(RecordFault::kCount)> faults{};
-  std::vector<FaultyRecord> faulty;  // at most kMaxListed
+  std::vector<FaultyRecord> faulty;  // at most kMaxListed of each fault
   std::uint64_t chunks_left = 0;
   std::vector<LeftChunk> left;       // at most kMaxListed
   std::uint64_t trailing_bytes = 0;  // behind the last whole slot
+  std::uint64_t trailing_heads = 0;  // records that stand in them whole
 };
 inline constexpr std::size_t kMaxListed = 1000;
 
-void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset);
+void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset, std::uint64_t record_heads);
 void AddFault(WalkAccount& account, const FaultyRecord& record);
 void AddLeftChunk(WalkAccount& account, const LeftChunk& left);
 

@@ -24,7 +24,8 @@ struct EvtxDecoder {
   PlanTable plans;
   EvtxChunk chunk;
   WalkAccount account;
-  TextSink* trace = nullptr;  // null: no trace is asked for
+  TextSink* trace = nullptr;    // null: no trace is asked for
+  bool checks_records = false;  // the account is to say what speaks against rows (record_check.h)
 
   // The record being decoded.
   std::uint64_t record_id = 0;

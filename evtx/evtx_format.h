@@ -26,6 +26,7 @@ inline constexpr std::uint32_t kTemplateBuckets = 32;
 inline constexpr std::uint32_t kFirstRecord = 512;
 
 // Event record: signature, size, identifier, written time, then binary XML.
+inline constexpr std::uint32_t kRecordSignature = 0x00002A2A;  // "**"
 inline constexpr std::uint32_t kRecordSizeField = 4;
 inline constexpr std::uint32_t kRecordIdField = 8;
 inline constexpr std::uint32_t kRecordTimeField = 16;

@@ -236,6 +236,7 @@ void Expand(EvtxDecoder& decoder, DecodedEvent& event, const TemplateProgram* pr
   }
   if (!Charge(decoder, run.program.tokens - tokens)) NoteFault(decoder, RecordFault::kLimit);
   NoteEnd(decoder, run.program.end);
+  if (run.program.odd_names) NoteFault(decoder, RecordFault::kOddNames);
   if ((array.binary_xml & ~run.reached) == 0) return;
   for (std::uint16_t slot = 0; slot < array.count; ++slot) {
     if (!IsBinaryXml(run, slot) || (run.reached >> slot & 1) != 0) continue;

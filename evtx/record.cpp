@@ -196,6 +196,7 @@ void ForgetTemplates(EvtxDecoder& decoder) {
 void BeginLog(EvtxDecoder& decoder, TextSink* trace) {
   decoder.account = {};
   decoder.trace = trace;
+  decoder.checks_records = trace != nullptr;
   // What is left must do for all kinds of events that this log may hold.
   if (IsHalfFull(decoder.cache) || IsHalfFull(decoder.plans)) ForgetTemplates(decoder);
 }

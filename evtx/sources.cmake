@@ -8,6 +8,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/names.cpp
   evtx/nested_scan.cpp
   evtx/record.cpp
+  evtx/record_check.cpp
   evtx/substitution.cpp
   evtx/template.cpp
   evtx/template_cache.cpp

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "evtx/evtx_format.h"
+#include "evtx/record_check.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -126,6 +127,7 @@ void AddDataValue(Compiler& compiler, const OpenElement& element) {
     return;
   } else if (AllLiteral(element.name_text)) {
     Name* name = InternName(compiler.names, JoinLiterals(element.name_text));
+    if (!IsPrintable(name->text)) compiler.program.odd_names = true;
     AddValue(compiler, name, element.text, element.decoded);
   } else {
     Step& step = AddStep(compiler, StepKind::kComputedName);
@@ -163,6 +165,7 @@ void OpenStart(Compiler& compiler, const Token& token) {
   BeforeNested(compiler);
   OpenElement& element = compiler.open.emplace_back();
   element.name = InternTokenName(compiler.names, token);
+  if (!IsXmlName(element.name->text)) compiler.program.odd_names = true;
   element.is_data = element.name->text == "Data";
   element.is_provider = element.name->text == "Provider";
 }
@@ -181,6 +184,7 @@ bool Apply(Compiler& compiler, const Token& token) {
     case TokenKind::kAttribute:
       compiler.in_attribute = true;
       compiler.attribute = InternTokenName(compiler.names, token);
+      if (!IsXmlName(compiler.attribute->text)) compiler.program.odd_names = true;
       compiler.attribute_text.clear();
       return true;
     case TokenKind::kValue:

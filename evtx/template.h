@@ -61,7 +61,8 @@ struct TemplateProgram {
   std::deque<std::string> literals;
   std::uint32_t tokens = 0;
   StreamEnd end = StreamEnd::kComplete;
-  bool cached = false;  // kept for the chunks to come (see template_cache.h)
+  bool cached = false;     // kept for the chunks to come (see template_cache.h)
+  bool odd_names = false;  // some of its names are no names
   // The value "EventID" when nothing before it can hold one too: its step, and the slots (as bits)
   // that must not be binary XML for that to be sure. -1 when only a full run can tell.
   int event_id_step = -1;

@@ -1,6 +1,10 @@
 #include "evtx/walk.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "evtx/record.h"
+#include "evtx/record_check.h"
 #include "evtx/trace.h"
 #include "logs/text.h"
 
@@ -13,6 +17,18 @@ void LeaveChunk(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expect
                {chunk.file_offset, chunk.file_offset + offset, chunk.last_number - expected + 1});
   if (!decoder.trace) return;
   TraceLine(*decoder.trace, "chunk left at file offset 0x" + HexText(chunk.file_offset + offset));
+}
+
+// The size of the record at `at`, if a whole one begins there, else 0.
+std::uint32_t WholeRecordSize(Bytes bytes, std::size_t at) {
+  std::uint32_t signature = 0;
+  std::uint32_t size = 0;
+  std::uint32_t copy = 0;
+  ReadAt(bytes, at, signature);
+  if (signature != kRecordSignature || !ReadAt(bytes, at + kRecordSizeField, size)) return 0;
+  if (size < kRecordHeaderSize + kRecordSizeCopy || !Fits(bytes, at, size)) return 0;
+  ReadAt(bytes, at + size - kRecordSizeCopy, copy);
+  return copy == size ? size : 0;
 }
 
 // The chunk's header bounds how many records are tried; each record's size leads to the next.
@@ -30,10 +46,28 @@ void WalkRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers) {
     if (handlers.progress) {
       handlers.progress(Load<std::uint64_t>(chunk.data.data() + offset + kRecordIdField));
     }
-    if (FrameRecord(decoder, offset, expected, event)) handlers.record(decoder, event);
+    if (FrameRecord(decoder, offset, expected, event)) {
+      if (decoder.checks_records) CheckRecord(decoder, event);
+      handlers.record(decoder, event);
+    }
     // A size that leads out of the chunk must not wrap on its way.
     offset = size > kChunkSize - offset ? kChunkSize : offset + size;
   }
+}
+
+// Records whose chunk is gone or cut: a signature, and a size that is repeated where it leads.
+std::uint64_t CountRecordHeads(Bytes bytes) {
+  std::uint64_t heads = 0;
+  std::size_t at = 0;
+  while (at < bytes.size()) {
+    const void* const mark = std::memchr(bytes.data() + at, '*', bytes.size() - at);
+    if (mark == nullptr) break;
+    at = static_cast<std::size_t>(static_cast<const std::uint8_t*>(mark) - bytes.data());
+    const std::uint32_t size = WholeRecordSize(bytes, at);
+    heads += size > 0;
+    at += std::max(size, std::uint32_t{1});
+  }
+  return heads;
 }
 
 void TraceChunk(EvtxDecoder& decoder) {
@@ -53,7 +87,8 @@ void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
   std::size_t offset = 0;
   for (; Fits(block, offset, kChunkSize); offset += kChunkSize) {
     if (!HasChunkSignature(block, offset)) {
-      AddSkippedSlot(decoder.account, file_offset + offset);
+      AddSkippedSlot(decoder.account, file_offset + offset,
+                     CountRecordHeads(block.subspan(offset, kChunkSize)));
       continue;
     }
     BeginChunk(decoder, block.subspan(offset, kChunkSize), file_offset + offset);
@@ -66,6 +101,7 @@ void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
     }
   }
   decoder.account.trailing_bytes = block.size() - offset;
+  decoder.account.trailing_heads = CountRecordHeads(block.subspan(offset));
 }
 
 }  // namespace tarnlex

@@ -59,11 +59,12 @@ inline DecodedRecord Collect(EvtxDecoder& decoder, DecodedEvent& event) {
 
 // Decodes chunks that begin at `file_offset` of their file.
 inline DecodedLog DecodeChunks(Bytes chunks, bool with_trace = false,
-                               std::uint64_t file_offset = 4096) {
+                               std::uint64_t file_offset = 4096, bool checked = false) {
   DecodedLog log;
   TextSink trace = MakeStringSink(log.trace);
   EvtxDecoder decoder;
   if (with_trace) decoder.trace = &trace;
+  decoder.checks_records = checked;
   EvtxHandlers handlers;
   handlers.record = [&log](EvtxDecoder& with, DecodedEvent& event) {
     log.records.push_back(Collect(with, event));
