@@ -43,9 +43,13 @@ def usage_text():
     return subprocess.run([program, "-h"], capture_output=True, check=True, text=True).stderr
 
 
+def options_of_usage(usage):
+    return set(re.findall(r"(?<![\w-])-[a-z][a-z0-9_]*", usage))
+
+
 def options_of_program(usage):
     found = {text for text in literals(sources("app")) if re.fullmatch(r"--?[a-z0-9_]+|/\?", text)}
-    in_usage = set(re.findall(r"(?<![\w-])-[a-z][a-z0-9_]*", usage))
+    in_usage = options_of_usage(usage)
     if len(in_usage) < 25:
         problems.append(f"the usage text has only {len(in_usage)} options")
     for option in in_usage - found:
@@ -69,6 +73,10 @@ def check_options(usage):
             described.update("-" + name for name in re.findall(r"Fl (-?[a-z0-9_]+)", line))
             described.update(re.findall(r"/\?", line))
     compare("the manual page", described, options)
+    not_in_usage = re.search(r"^The usage leaves out\n((?:\.Fl .*\n)+)", page, re.M)
+    left_out = re.findall(r"(?<= )-?[a-z0-9_]+", not_in_usage[1]) if not_in_usage else []
+    compare("what the usage leaves out, by the manual page,", {"-" + name for name in left_out},
+            options - options_of_usage(usage) - {"/?"})
     completed = set(re.search(r"options='([^']*)'", read("completions/tarnlex.bash"))[1].split())
     compare("the completion", completed, options - {"/?"})
     return len(options)
