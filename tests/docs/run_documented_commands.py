@@ -15,6 +15,9 @@ Every block of code in README.md, CONTRIBUTING.md, ARCHITECTURE.md and docs/*.md
                 <!-- checked by: FILE -->    too big to be run here: FILE runs each command
   console     "$ " commands with what they print; "..." stands for any lines
   text        is not a command
+
+The examples of the manual page are run too, and the calls in docs/examples. All run in a folder that has
+logs and, as the checkout and the packages have, docs/examples.
 """
 import glob
 import importlib.util
