@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks that the manual page and the shell completion know every option and message.
+"""Checks that the manual page and the shell completion know every option and message, and that the
+list of changes knows the program's version.
 
 Usage: check_manual.py SOURCE_DIR TARNLEX
 
@@ -38,10 +39,17 @@ def literals(code):
             for text in re.findall(r'"((?:[^"\\\n]|\\.)*)"', code)]
 
 
-def options_of_program():
+def usage_text():
+    return subprocess.run([program, "-h"], capture_output=True, check=True, text=True).stderr
+
+
+def options_of_usage(usage):
+    return set(re.findall(r"(?<![\w-])-[a-z][a-z0-9_]*", usage))
+
+
+def options_of_program(usage):
     found = {text for text in literals(sources("app")) if re.fullmatch(r"--?[a-z0-9_]+|/\?", text)}
-    usage = subprocess.run([program, "-h"], capture_output=True, check=True, text=True).stderr
-    in_usage = set(re.findall(r"(?<![\w-])-[a-z][a-z0-9_]*", usage))
+    in_usage = options_of_usage(usage)
     if len(in_usage) < 25:
         problems.append(f"the usage text has only {len(in_usage)} options")
     for option in in_usage - found:
@@ -56,8 +64,8 @@ def compare(where, theirs, ours):
         problems.append(f"{where} has {option}, the program does not")
 
 
-def check_options():
-    options = options_of_program()
+def check_options(usage):
+    options = options_of_program(usage)
     page = read("docs/tarnlex.1")
     described = set()
     for line in page.splitlines():
@@ -65,6 +73,10 @@ def check_options():
             described.update("-" + name for name in re.findall(r"Fl (-?[a-z0-9_]+)", line))
             described.update(re.findall(r"/\?", line))
     compare("the manual page", described, options)
+    not_in_usage = re.search(r"^The usage leaves out\n((?:\.Fl .*\n)+)", page, re.M)
+    left_out = re.findall(r"(?<= )-?[a-z0-9_]+", not_in_usage[1]) if not_in_usage else []
+    compare("what the usage leaves out, by the manual page,", {"-" + name for name in left_out},
+            options - options_of_usage(usage) - {"/?"})
     completed = set(re.search(r"options='([^']*)'", read("completions/tarnlex.bash"))[1].split())
     compare("the completion", completed, options - {"/?"})
     return len(options)
@@ -89,6 +101,16 @@ def check_messages():
     return len(messages)
 
 
+def check_changes(usage):
+    """What is handed out is of the program's version, and what comes next is collected above it."""
+    version = re.search(r"^tarnlex ver: (\S+)$", usage, re.M)[1]
+    headings = re.findall(r"^## (.*)$", read("CHANGELOG.md"), re.M)
+    wanted = rf"Unreleased\n{re.escape(version)} \(\d{{4}}-\d\d-\d\d\)"
+    if not re.fullmatch(wanted, "\n".join(headings[:2])):
+        problems.append(f"CHANGELOG.md does not begin with Unreleased and {version} with its date, "
+                        f"but with {headings[:2]}")
+
+
 def check_form():
     lint = subprocess.run(["mandoc", "-Tlint", f"{source}/docs/tarnlex.1"],
                           capture_output=True, check=False, text=True).stdout
@@ -96,8 +118,10 @@ def check_form():
     problems.extend(line for line in lint.splitlines() if "referenced manual not found" not in line)
 
 
-options = check_options()
+usage = usage_text()
+options = check_options(usage)
 messages = check_messages()
+check_changes(usage)
 check_form()
 for problem in problems:
     print(problem)

@@ -15,6 +15,9 @@ Every block of code in README.md, CONTRIBUTING.md, ARCHITECTURE.md and docs/*.md
                 <!-- checked by: FILE -->    too big to be run here: FILE runs each command
   console     "$ " commands with what they print; "..." stands for any lines
   text        is not a command
+
+The examples of the manual page are run too, and the calls in docs/examples. All run in a folder that has
+logs and, as the checkout and the packages have, docs/examples.
 """
 import glob
 import importlib.util
@@ -74,8 +77,8 @@ def prepare(place, source, tarnlex, make_sample_log):
     subprocess.run([make_sample_log, work], check=True)
     for name in ("a.evtx", "b.evtx"):
         shutil.copy(f"{work}/Security.evtx", f"{work}/{name}")
-    for example in glob.glob(f"{source}/docs/examples/*"):
-        shutil.copy(example, work)
+    # Where a reader of README.md has them.
+    shutil.copytree(f"{source}/docs/examples", f"{work}/docs/examples")
 
     def host(root):
         logs, config = f"{root}/Windows/System32/winevt/Logs", f"{root}/Windows/System32/config"
@@ -235,6 +238,15 @@ def manual_blocks(source):
         yield block
 
 
+def example_blocks(source):
+    """The call that each example says it is run by; all of them pick failed logons, among others."""
+    for path in sorted(glob.glob(f"{source}/docs/examples/*")):
+        call = re.search(r"^// Run: (.*)$", open(path, encoding="utf-8").read(), re.M)
+        block = Block(os.path.relpath(path, source), 0, "sh", ["expect: logon/failed"])
+        block.lines = [call[1] if call else "false"]
+        yield block
+
+
 def is_missing(need):
     if need.startswith("python:"):
         return importlib.util.find_spec(need[len("python:"):]) is None
@@ -250,6 +262,7 @@ def main():
     documents = [(os.path.relpath(path, source), None)
                  for path in paths + sorted(glob.glob(f"{source}/docs/*.md"))]
     documents.append(("docs/tarnlex.1", list(manual_blocks(source))))
+    documents.append(("docs/examples", list(example_blocks(source))))
     for document, blocks in documents:
         if blocks is None:
             blocks = read_blocks(f"{source}/{document}", document, problems)
