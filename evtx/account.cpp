@@ -18,7 +18,7 @@ constexpr std::string_view kFaultTexts[] = {
     "records with a fragment stopped at a token that is not decoded",
     "records with a fragment cut inside a token",
     "records cut at a limit of nesting, work or text",
-    "records whose event states another identifier, as all of an exported log do",
+    "doubtful records, the event states another identifier (normal in an exported log)",
     "doubtful records, event identifier missing or no number",
     "doubtful records, provider missing or not printable",
     "doubtful records, names that are no names",

@@ -140,6 +140,8 @@ def explain(name, ours, theirs, our_values, their_values_, partial):
         return "text that is XML: printed there as if it were the event's own"
     if not ours and any("<" in t and name in t for t in our_values.values()):
         return "text that is XML: printed there as if it were the event's own"
+    if theirs and ours.startswith(theirs) and re.search("[\udc80-\udcff]", ours[len(theirs):]):
+        return "single-byte string: read to its zero byte here, beyond its size"
     if not theirs and not ours.replace("[LF]", "").replace("[CR]", "").replace("[CRLF]", "").strip():
         return "white space only: left out there"
     return None
@@ -150,8 +152,8 @@ def partial_records(diags):
     found = {}
     reason = None
     for line in open(diags, encoding="utf-8", errors="replace"):
-        if line.startswith("records "):
-            reason = line.split(":")[0]
+        if not line.startswith("  "):
+            reason = line.split(":")[0] if line.startswith("records ") else None
         elif line.startswith("  record ") and reason:
             found[int(line.split()[1])] = reason
     return found

@@ -39,7 +39,7 @@ TEST(EvtxAccount, OfAWholeLogHasNothingToSay) {
             "records with a fragment stopped at a token that is not decoded: 0\n"
             "records with a fragment cut inside a token: 0\n"
             "records cut at a limit of nesting, work or text: 0\n"
-            "records whose event states another identifier, as all of an exported log do: 0\n"
+            "doubtful records, the event states another identifier (normal in an exported log): 0\n"
             "doubtful records, event identifier missing or no number: 0\n"
             "doubtful records, provider missing or not printable: 0\n"
             "doubtful records, names that are no names: 0\n"
