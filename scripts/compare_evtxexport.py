@@ -140,11 +140,15 @@ def explain(name, ours, theirs, our_values, their_values_, partial):
         return "text that is XML: printed there as if it were the event's own"
     if not ours and any("<" in t and name in t for t in our_values.values()):
         return "text that is XML: printed there as if it were the event's own"
-    if theirs and ours.startswith(theirs) and re.search("[\udc80-\udcff]", ours[len(theirs):]):
-        return "single-byte string: read to its zero byte here, beyond its size"
     if not theirs and not ours.replace("[LF]", "").replace("[CR]", "").replace("[CRLF]", "").strip():
         return "white space only: left out there"
     return None
+
+
+def reads_on(ours, theirs, log_bytes):
+    """Whether `ours` is a single-byte string of the log that goes on behind `theirs` to its zero byte."""
+    text = ours.encode("utf-8", "surrogateescape")
+    return ours.startswith(theirs) and theirs != "" and text + b"\0" in log_bytes
 
 
 def partial_records(diags):
@@ -163,6 +167,8 @@ def compare(tarnlex, log):
     with tempfile.NamedTemporaryFile(suffix=".txt") as diags:
         ours = our_records(tarnlex, log, diags.name)
         partial = partial_records(diags.name)
+    with open(log, "rb") as file:
+        log_bytes = file.read()
     theirs = their_records(log)
     explained = collections.Counter()
     open_questions = comparing.Differences()
@@ -184,6 +190,8 @@ def compare(tarnlex, log):
             if same(a, b):
                 continue
             reason = explain(name, a, b, our_values, values, partial.get(header_id))
+            if reason is None and reads_on(a, b, log_bytes):
+                reason = "single-byte string: read to its zero byte here, beyond its size"
             if reason:
                 explained[reason] += 1
             else:
