@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include "app/open_log.h"
 #include "logs/log_content.h"
 #include "logs/messages.h"
-#include "logs/open_log.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
 #include "logs/text.h"

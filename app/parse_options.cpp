@@ -5,11 +5,11 @@
 #include <vector>
 
 #include "app/input_discovery.h"
+#include "logs/date_time.h"
 #include "logs/messages.h"
 #include "logs/output_guard.h"
 #include "logs/parse_number.h"
 #include "logs/text.h"
-#include "output/date_time.h"
 
 namespace tarnlex {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "app/open_log.h"
 #include "logs/messages.h"
-#include "logs/open_log.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
 #include "logs/status_line.h"

@@ -1,9 +1,9 @@
 #include "app/run_header.h"
 
 #include "app/usage.h"
+#include "logs/date_time.h"
 #include "logs/run_options.h"
 #include "logs/text.h"
-#include "output/date_time.h"
 
 namespace tarnlex {
 namespace {

@@ -1,9 +1,10 @@
 target_sources(tarnlex_core PRIVATE
   app/input_discovery.cpp
+  app/open_log.cpp
+  app/output_options.cpp
   app/parse_options.cpp
   app/pipe_mode.cpp
   app/run.cpp
   app/run_header.cpp
-  app/output_options.cpp
   app/usage.cpp
 )

@@ -37,9 +37,9 @@ inline constexpr std::size_t kEvtUnboundedUnits = 500;
 inline constexpr std::uint64_t kEvtMaxRecordText = std::uint64_t{16} << 20;
 
 // A string that lies inside its record costs bytes of its own. What a record states beyond them, by
-// strings that overlap or lie behind its end, it has a share of by its length, and may take more out
-// of what the records of its log have to spare together. So one crafted record gives all that it
-// claims, and many of them cost little more than one.
+// strings that overlap or lie behind its end, it has a share of by its length, and may take more
+// out of what the records of its log have to spare together. So one crafted record gives all that
+// it claims, and many of them cost little more than one.
 inline constexpr std::uint64_t kEvtTextPerByte = 32;
 inline constexpr std::uint64_t kEvtBytesPerString = 16;
 inline constexpr std::uint64_t kEvtSpareText = kEvtMaxRecordText;

@@ -6,9 +6,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "logs/date_time.h"
 #include "logs/sid.h"
 #include "logs/text.h"
-#include "output/date_time.h"
 
 namespace tarnlex {
 namespace {

@@ -1,6 +1,6 @@
 // Date and time formats with any instant, and texts that are read as times.
 #include "fuzz/fuzz_target.h"
-#include "output/date_time.h"
+#include "logs/date_time.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace tarnlex;

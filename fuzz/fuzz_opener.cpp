@@ -1,6 +1,6 @@
 // What a file is judged to be: the path up to the first zero byte, then the file's content.
+#include "app/open_log.h"
 #include "fuzz/fuzz_target.h"
-#include "logs/open_log.h"
 #include "logs/paths.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

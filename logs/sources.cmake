@@ -1,6 +1,8 @@
 target_sources(tarnlex_core PRIVATE
+  logs/date_time.cpp
+  logs/date_time_parse.cpp
+  logs/date_time_text.cpp
   logs/log_content.cpp
-  logs/open_log.cpp
   logs/option_search.cpp
   logs/output_guard.cpp
   logs/parse_number.cpp

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
+#include "logs/date_time.h"
 #include "output/cell_writer.h"
-#include "output/date_time.h"
 
 namespace tarnlex {
 namespace {

@@ -3,9 +3,9 @@
 #include <string>
 #include <string_view>
 
+#include "logs/date_time.h"
 #include "logs/text.h"
 #include "output/cell_writer.h"
-#include "output/date_time.h"
 #include "output/display_name.h"
 
 namespace tarnlex {

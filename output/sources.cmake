@@ -2,9 +2,6 @@ target_sources(tarnlex_core PRIVATE
   output/bodyfile.cpp
   output/cell_cleaner.cpp
   output/cell_writer.cpp
-  output/date_time.cpp
-  output/date_time_parse.cpp
-  output/date_time_text.cpp
   output/display_name.cpp
   output/empty_cells.cpp
   output/event_rows.cpp

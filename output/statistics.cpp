@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "logs/date_time.h"
 #include "logs/text.h"
-#include "output/date_time.h"
 
 namespace tarnlex {
 namespace {

@@ -5,10 +5,10 @@
 #include <span>
 #include <utility>
 
+#include "logs/date_time.h"
 #include "logs/text.h"
 #include "output/bodyfile.h"
 #include "output/cell_writer.h"
-#include "output/date_time.h"
 #include "output/empty_cells.h"
 #include "output/log2timeline.h"
 #include "output/table_columns.h"

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "logs/date_time.h"
 #include "logs/option_search.h"
 #include "logs/parse_number.h"
 #include "logs/text.h"
-#include "output/date_time.h"
 #include "reports/filter.h"
 
 namespace tarnlex {

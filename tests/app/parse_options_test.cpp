@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "output/date_time.h"
+#include "logs/date_time.h"
 #include "tests/app/parsed_options.h"
 
 namespace tarnlex {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "app/usage.h"
-#include "output/date_time.h"
+#include "logs/date_time.h"
 
 namespace tarnlex {
 namespace {

@@ -1,11 +1,11 @@
 target_sources(tarnlex_tests PRIVATE
-  ${CMAKE_CURRENT_SOURCE_DIR}/logs/open_log_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/date_time_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/option_search_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/parse_number_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/paths_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/plain_ascii_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/platform_test.cpp
-  ${CMAKE_CURRENT_SOURCE_DIR}/logs/status_line_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/sid_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/status_line_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/text_test.cpp
 )

@@ -1,6 +1,5 @@
 target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/output/cell_cleaner_test.cpp
-  ${CMAKE_CURRENT_SOURCE_DIR}/output/date_time_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/display_name_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/event_rows_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/record_output_test.cpp

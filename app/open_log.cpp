@@ -1,4 +1,4 @@
-#include "logs/open_log.h"
+#include "app/open_log.h"
 
 #include <array>
 #include <vector>

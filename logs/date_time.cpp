@@ -1,4 +1,4 @@
-#include "output/date_time.h"
+#include "logs/date_time.h"
 
 #include <chrono>
 #include <limits>

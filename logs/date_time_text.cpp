@@ -2,9 +2,9 @@
 #include <chrono>
 #include <cstring>
 
+#include "logs/date_time.h"
 #include "logs/digit_pairs.h"
 #include "logs/text.h"
-#include "output/date_time.h"
 
 namespace tarnlex {
 namespace {

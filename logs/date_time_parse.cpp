@@ -1,8 +1,8 @@
 // Times as an examiner types them.
 #include <charconv>
 
+#include "logs/date_time.h"
 #include "logs/text.h"
-#include "output/date_time.h"
 
 namespace tarnlex {
 namespace {
