@@ -65,12 +65,12 @@ TEST(Bounds, FewArraysStayWithinTheWork) {
   EXPECT_EQ(Count(Decode(more).account, RecordFault::kLimit), 1U);
 }
 
-// Elements named "a00", "a01", ... whose texts repeat slot 0 `repeats` times each.
+// Elements named "aaa", "aab", ... whose texts repeat slot 0 `repeats` times each.
 std::vector<Node> Repeating(int elements, int repeats, std::uint8_t type) {
   std::vector<Node> body;
   for (int i = 0; i < elements; ++i) {
-    const std::string name = {'a', static_cast<char>('0' + i / 16),
-                              static_cast<char>('0' + i % 16)};
+    const std::string name = {'a', static_cast<char>('a' + i / 16),
+                              static_cast<char>('a' + i % 16)};
     body.push_back(
         Element(name, {}, std::vector<Node>(static_cast<std::size_t>(repeats), Slot(0, type))));
   }
@@ -93,7 +93,7 @@ TEST(Bounds, TheTextOfOneRecordIsAtMost16MiB) {
   const Values& values = decoded.records.at(0).values;
   EXPECT_EQ(TotalText(values), 15'000 * (kMaxRecordText / 15'000) + 4);
   EXPECT_EQ(values.size(), 141U);
-  EXPECT_EQ(values.at("a00").size(), 120'000U);
+  EXPECT_EQ(values.at("aaa").size(), 120'000U);
   EXPECT_EQ(values.at("Z"), "last");
   EXPECT_EQ(Count(decoded.account, RecordFault::kLimit), 1U);
 }
