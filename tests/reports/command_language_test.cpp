@@ -79,14 +79,6 @@ TEST(SplitCommandLine, PassesOverCommentsAndOtherLines) {
   EXPECT_TRUE(SplitCommandLine(" // !cmd, -id, 4624", tokens));
 }
 
-TEST(SplitCommandLine, MovesNameAndCommentToTheEnd) {
-  TokenList tokens;
-  ASSERT_TRUE(SplitCommandLine("!cmd, -comment, c, -NAME, n, -id, 1", tokens));
-  EXPECT_EQ(tokens, (Texts{"-id", "1", "-name", "n", "-comment", "c"}));
-  ASSERT_TRUE(SplitCommandLine("!cmd, -id, 1, -name", tokens));
-  EXPECT_EQ(tokens, (Texts{"-id", "1", "-name"}));
-}
-
 TEST(CommandLanguage, ReadsALineWithALabelledPull) {
   const QuerySpec query =
       Query("!cmd, -enum_evtlog, -id, 520, -name, The System Time was Changed, -pull, 1|Process ID",
@@ -168,6 +160,28 @@ TEST(CommandLanguage, TakesAnOptionsNameAsAValue) {
 TEST(CommandLanguage, IgnoresAnOptionWithoutItsValue) {
   EXPECT_EQ(EvtxQuery("-id").event_id, kAnyEventId);
   EXPECT_EQ(EvtxQuery("-id, 7, -pull").pull, Texts{});
+}
+
+TEST(CommandLanguage, TakesTheFirstName) {
+  EXPECT_EQ(EvtxQuery("-name, first, -all_data, -NAME, second").name, "first");
+  EXPECT_EQ(EvtxQuery("-comment, one, -name, first, -comment, two, -name, second").name, "first");
+}
+
+TEST(CommandLanguage, AnOptionWithoutItsValueTakesNoOther) {
+  EXPECT_EQ(EvtxQuery("-name, logons, -comment").name, "logons");
+  EXPECT_EQ(EvtxQuery("-comment, why, -name").name, "");
+  EXPECT_EQ(EvtxQuery("-name, logons, -id").event_id, kAnyEventId);
+  EXPECT_EQ(EvtxQuery("-comment, why, -name, logons, -conditions").conditions, "");
+  const QuerySpec query = EvtxQuery("-pull, a, -pull, -name, logons");
+  EXPECT_EQ(query.pull, (Texts{"a"}));
+  EXPECT_EQ(query.name, "logons");
+}
+
+TEST(CommandLanguage, NamesAndCommentsMayReadLikeOptions) {
+  const QuerySpec query = EvtxQuery("-comment, -all_data, -name, -id, -id, 7");
+  EXPECT_EQ(query.name, "-id");
+  EXPECT_EQ(query.event_id, 7U);
+  EXPECT_FALSE(query.all_data);
 }
 
 TEST(CommandLanguage, DropsALineWhoseStartTimeCannotBeRead) {
