@@ -186,7 +186,7 @@ TEST(CommandLanguage, NamesAndCommentsMayReadLikeOptions) {
 
 TEST(CommandLanguage, DropsALineWhoseStartTimeCannotBeRead) {
   const RunOptions options = RunOver(true);
-  for (const std::string time : {"yesterday", "13/01/2012", "03/07/2012 25:00:00", ""}) {
+  for (const std::string time : {"yesterday", "03/07/2012 25:00:00", ""}) {
     EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -start_time, " + time + ", -id, 1", options)) << time;
   }
 }
@@ -201,9 +201,21 @@ TEST(CommandLanguage, TakesATimeThatIsNoInstantAsNoBound) {
   EXPECT_EQ(query.stop_time, 0U);
 }
 
+TEST(CommandLanguage, TakesADateThatTheCalendarDoesNotHaveAsNoBound) {
+  for (const std::string date : {"02/30/2012", "02/29/2011", "04/31/2012", "13/01/2012",
+                                 "00/07/2012", "03/32/2012", "00/Mar/2012"}) {
+    const QuerySpec query = EvtxQuery("-start_time, " + date + ", -stop_time, " + date);
+    EXPECT_EQ(query.start_time, 0U) << date;
+    EXPECT_EQ(query.stop_time, 0U) << date;
+  }
+}
+
 TEST(CommandLanguage, ReadsTimesWithoutSecondsOrWithMonthNames) {
   EXPECT_EQ(EvtxQuery("-start_time, 03/07/2012 10:30").start_time, Filetime(2012, 3, 7, 10, 30));
   EXPECT_EQ(EvtxQuery("-start_time, Mar-07-2012").start_time, Filetime(2012, 3, 7));
+  EXPECT_EQ(EvtxQuery("-start_time, 07/Mar/2012").start_time, Filetime(2012, 3, 7));
+  EXPECT_EQ(EvtxQuery("-start_time, 03/07/2012 10:30:00.0123456789").start_time,
+            Filetime(2012, 3, 7, 10, 30));
 }
 
 TEST(CommandLanguage, KeepsLinesWhoseTypeOccursInTheKind) {
