@@ -111,7 +111,8 @@ bool StandardErrorIsTerminal();
 
 // Makes a write to a pipe whose reader has gone fail instead of ending the process.
 void KeepRunningOnBrokenPipe();
-// Whether a write to standard output has failed because its reader has gone.
+// Whether a write to standard output has failed because its reader has gone, or there never was
+// one.
 bool StandardOutputReaderGone();
 
 // The arguments of the process in UTF-8, the program's path first.

@@ -243,7 +243,7 @@ std::uint64_t CurrentFiletime() {
 
 bool WriteStandardOutput(std::string_view text) {
   const bool written = WriteAll(STDOUT_FILENO, text);
-  if (!written && errno == EPIPE) reader_gone = true;
+  if (!written && (errno == EPIPE || errno == EBADF)) reader_gone = true;
   return written;
 }
 bool WriteStandardError(std::string_view text) { return WriteAll(STDERR_FILENO, text); }

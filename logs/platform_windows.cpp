@@ -123,7 +123,10 @@ bool WriteConsoleText(HANDLE console, std::string_view text) {
 
 bool WriteStream(DWORD which, std::string_view text) {
   const HANDLE stream = GetStdHandle(which);
-  if (stream == nullptr || stream == INVALID_HANDLE_VALUE) return false;
+  if (stream == nullptr || stream == INVALID_HANDLE_VALUE) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return false;
+  }
   DWORD mode = 0;
   return GetConsoleMode(stream, &mode) ? WriteConsoleText(stream, text) : WriteText(stream, text);
 }
@@ -206,7 +209,9 @@ std::optional<std::string> FindPathNoCase(const std::string& path) {
 bool WriteStandardOutput(std::string_view text) {
   if (WriteStream(STD_OUTPUT_HANDLE, text)) return true;
   const DWORD error = GetLastError();
-  if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA) reader_gone = true;
+  if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_INVALID_HANDLE) {
+    reader_gone = true;
+  }
   return false;
 }
 bool WriteStandardError(std::string_view text) { return WriteStream(STD_ERROR_HANDLE, text); }
