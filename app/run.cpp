@@ -125,7 +125,7 @@ bool OpenStatistics(Run& run, const std::string& header) {
   return true;
 }
 
-void RunFromInput(Run& run, Console& console) {
+int RunFromInput(Run& run, Console& console) {
   LineReader reader;
   reader.read = console.read_input;
   LogSteps steps;
@@ -136,6 +136,7 @@ void RunFromInput(Run& run, Console& console) {
   steps.finish = [&run] { WriteRunStatistics(run); };
   steps.stop = [&] { return FileFailed(run) || HasFailed(&run.records); };
   RunPipedLogs(run.options, reader, steps);
+  return kSuccess;
 }
 
 // A listed log that breaks the program ends the run, but not before it is named and what was
@@ -167,9 +168,10 @@ int Work(Run& run, Arguments args, const std::string& header, Console& console) 
   AttachOutputs(run, console.out);
   if (run.out.lost && run.out.ends_run) return kSuccess;  // so far; see End
   LoadCommandFile(options);
-  if (!options.pipe) return RunFixedList(run);
-  RunFromInput(run, console);
-  return kSuccess;
+  const int result = options.pipe ? RunFromInput(run, console) : RunFixedList(run);
+  // Of a run that was cut short nobody knows which logs have no records.
+  if (result == kSuccess && !FileFailed(run)) RemoveStaleFiles(run.records, options);
+  return result;
 }
 
 // What becomes of a run that ends with `result` and has closed its outputs.

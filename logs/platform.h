@@ -40,6 +40,15 @@ struct FileId {
 };
 std::optional<FileId> IdentifyFile(const std::string& path);
 
+// The files behind the process's standard streams, as far as these are files.
+std::vector<FileId> StandardStreamFiles();
+
+// Whether a plain file stands under the path itself and not behind a link; false for an empty path.
+bool IsPlainFile(const std::string& path);
+
+// Removes a file; false when it still stands.
+bool RemoveFile(const std::string& path);
+
 // Whether the file system knows the path (a file or a directory); false for an empty path.
 bool FileExists(const std::string& path);
 

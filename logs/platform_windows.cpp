@@ -131,6 +131,13 @@ bool WriteStream(DWORD which, std::string_view text) {
   return GetConsoleMode(stream, &mode) ? WriteConsoleText(stream, text) : WriteText(stream, text);
 }
 
+std::optional<FileId> Identify(HANDLE file) {
+  BY_HANDLE_FILE_INFORMATION info{};
+  if (!GetFileInformationByHandle(file, &info)) return std::nullopt;
+  const std::uint64_t high = info.nFileIndexHigh;
+  return FileId{info.dwVolumeSerialNumber, high << 32 | info.nFileIndexLow};
+}
+
 bool IsDirectory(const std::string& path) {
   const DWORD attributes = GetFileAttributesW(SystemPath(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -234,12 +241,34 @@ std::optional<FileId> IdentifyFile(const std::string& path) {
   if (!IsUsable(path)) return std::nullopt;
   const File file(CreateFileW(SystemPath(path).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
                               FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-  BY_HANDLE_FILE_INFORMATION info{};
-  if (file.handle == INVALID_HANDLE_VALUE || !GetFileInformationByHandle(file.handle, &info)) {
-    return std::nullopt;
+  if (file.handle == INVALID_HANDLE_VALUE) return std::nullopt;
+  return Identify(file.handle);
+}
+
+std::vector<FileId> StandardStreamFiles() {
+  std::vector<FileId> files;
+  for (const DWORD which : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
+    const HANDLE stream = GetStdHandle(which);
+    if (GetFileType(stream) != FILE_TYPE_DISK) continue;
+    if (const auto id = Identify(stream)) files.push_back(*id);
   }
-  const std::uint64_t high = info.nFileIndexHigh;
-  return FileId{info.dwVolumeSerialNumber, high << 32 | info.nFileIndexLow};
+  return files;
+}
+
+bool IsPlainFile(const std::string& path) {
+  if (!IsUsable(path)) return false;
+  WIN32_FIND_DATAW found{};
+  const HANDLE search = FindFirstFileW(SystemPath(path).c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return false;
+  FindClose(search);
+  // Archived and deduplicated files are reparse points too, but stand for no other file.
+  const bool is_link = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+                       IsReparseTagNameSurrogate(found.dwReserved0);
+  return !is_link && (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool RemoveFile(const std::string& path) {
+  return IsUsable(path) && DeleteFileW(SystemPath(path).c_str()) != 0;
 }
 
 }  // namespace tarnlex
