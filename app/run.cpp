@@ -1,5 +1,7 @@
 #include "app/run.h"
 
+#include <functional>
+#include <string_view>
 #include <utility>
 
 #include "app/parse_options.h"
@@ -20,10 +22,23 @@ namespace {
 
 constexpr int kSuccess = 0;
 constexpr int kFailure = -1;
+constexpr std::size_t kPiece = 512;  // what any pipe takes whole or not at all
+
+// Standard output as the run uses it. Files that were asked for do not depend on who reads it, so
+// its loss is kept here, and is a failed write only to a run that has nothing else to do.
+struct StandardOutput {
+  std::function<bool(std::string_view)> write;
+  std::size_t first_piece = kPiece;  // of the records; tells whether a reader took any of them
+  bool lost = false;                 // a write has failed, and nothing more is handed on
+  bool has_records = false;          // records follow the header
+  bool took_records = false;         // some of them were handed on
+  bool ends_run = false;             // there is nothing else to write
+};
 
 // What lives as long as the run and is pointed at by its options.
 struct Run {
   RunOptions options;
+  StandardOutput out;
   TextSink diags;
   TextSink stats;  // open with -stats
   RecordOutput records;
@@ -44,9 +59,36 @@ void GuardTerminals(Run& run, Console& console) {
   }
 }
 
-bool AnyOutputFailed(const Run& run, const Console& console) {
-  return console.out.failed || run.diags.failed || run.stats.failed ||
-         HasFailed(run.options.record_output);
+bool HandOnRecords(StandardOutput& out, std::string_view text) {
+  if (!out.took_records) {
+    const std::string_view first = text.substr(0, out.first_piece);
+    if (!out.write(first)) return false;
+    out.took_records = true;
+    text.remove_prefix(first.size());
+  }
+  return text.empty() || out.write(text);
+}
+
+bool HandOn(StandardOutput& out, std::string_view text) {
+  if (!out.lost) out.lost = !(out.has_records ? HandOnRecords(out, text) : out.write(text));
+  return !out.lost || !out.ends_run;
+}
+
+void WatchStandardOutput(StandardOutput& out, Console& console) {
+  // A terminal loses nothing half way, but might not show a character that comes in two pieces.
+  if (console.out_is_terminal) out.first_piece = std::string_view::npos;
+  out.write =
+      std::exchange(console.out.write, [&out](std::string_view text) { return HandOn(out, text); });
+}
+
+bool FileFailed(const Run& run) {
+  return run.diags.failed || run.stats.failed || run.records.failed || run.records.sink.failed;
+}
+
+// A reader that left had what it wanted, unless it was there for records and got none.
+bool StandardOutputMissed(const StandardOutput& out, const Console& console) {
+  const bool reader_left = console.reader_gone && console.reader_gone();
+  return out.lost && (!reader_left || (out.has_records && !out.took_records));
 }
 
 void AttachOutputs(Run& run, TextSink& standard_output) {
@@ -55,6 +97,8 @@ void AttachOutputs(Run& run, TextSink& standard_output) {
   run.options.evtx_decoder = &run.evtx_decoder;
   if (run.options.separator.find('\t') != std::string::npos) run.shown_out.kept = "\t";
   if (run.options.stats_on) run.options.statistics = &run.statistics;
+  run.out.has_records = !run.options.to_file && !run.options.have_out_dir;
+  run.out.ends_run = run.out.has_records && !run.options.stats_on && !run.options.diags_on;
 }
 
 void WriteRunStatistics(Run& run) {
@@ -81,7 +125,7 @@ bool OpenStatistics(Run& run, const std::string& header) {
   return true;
 }
 
-void RunFromInput(Run& run, Console& console) {
+int RunFromInput(Run& run, Console& console) {
   LineReader reader;
   reader.read = console.read_input;
   LogSteps steps;
@@ -90,8 +134,9 @@ void RunFromInput(Run& run, Console& console) {
     ProcessLogs(options);
   };
   steps.finish = [&run] { WriteRunStatistics(run); };
-  steps.stop = [&] { return AnyOutputFailed(run, console); };
+  steps.stop = [&] { return FileFailed(run) || HasFailed(&run.records); };
   RunPipedLogs(run.options, reader, steps);
+  return kSuccess;
 }
 
 // A listed log that breaks the program ends the run, but not before it is named and what was
@@ -121,16 +166,21 @@ int Work(Run& run, Arguments args, const std::string& header, Console& console) 
   Say(options, "\n");
   if (!OpenStatistics(run, header)) return kFailure;
   AttachOutputs(run, console.out);
+  if (run.out.lost && run.out.ends_run) return kSuccess;  // so far; see End
   LoadCommandFile(options);
-  if (!options.pipe) return RunFixedList(run);
-  RunFromInput(run, console);
-  return kSuccess;
+  const int result = options.pipe ? RunFromInput(run, console) : RunFixedList(run);
+  // Of a run that was cut short nobody knows which logs have no records.
+  if (result == kSuccess && !FileFailed(run)) RemoveStaleFiles(run.records, options);
+  return result;
 }
 
-int EndAfterFailedWrite(const Run& run, const Console& console) {
-  if (console.out.failed && console.reader_gone && console.reader_gone()) return kSuccess;
-  Say(run.options, "prob writing output, aborting\n");
-  return kFailure;
+// What becomes of a run that ends with `result` and has closed its outputs.
+int End(const Run& run, const Console& console, int result) {
+  if (FileFailed(run) || (result == kSuccess && StandardOutputMissed(run.out, console))) {
+    Say(run.options, "prob writing output, aborting\n");
+    return kFailure;
+  }
+  return run.records.refused ? kFailure : result;
 }
 
 }  // namespace
@@ -138,6 +188,7 @@ int EndAfterFailedWrite(const Run& run, const Console& console) {
 int RunApp(const std::vector<std::string>& args, Console& console) {
   Run run;
   run.options.messages = &console.err;
+  WatchStandardOutput(run.out, console);
   GuardTerminals(run, console);
   DisableFsRedirection();
   if (!IsAdmin()) Say(run.options, "... running w/o admin privileges ...\n");
@@ -147,10 +198,9 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
   }
   const std::string header = BuildRunHeader(args, CurrentFiletime());
   AppendNow(console.out, header + "\n");
-  const int result = console.out.failed ? kFailure : Work(run, args, header, console);
+  const int result = Work(run, args, header, console);
   CloseOutputs(run, console);
-  if (AnyOutputFailed(run, console)) return EndAfterFailedWrite(run, console);
-  return run.records.refused ? kFailure : result;
+  return End(run, console, result);
 }
 
 }  // namespace tarnlex

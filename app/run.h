@@ -24,8 +24,10 @@ struct Console {
 };
 
 // `args` in UTF-8, the program's path first. Returns 0, or -1 after a problem that was named on
-// `console.err`. Both sinks are flushed. When the reader of `out` goes, the run ends as soon as it
-// is noticed, without a word and with 0.
+// `console.err`. Both sinks are flushed; what `console.out` hands on to is the run's from now on.
+// When the reader of `out` goes, records in files, statistics and diagnostics are written all the
+// same. A run with nothing else to write ends as soon as it is noticed: without a word and with 0,
+// or with -1 when none of the records was handed on.
 int RunApp(const std::vector<std::string>& args, Console& console);
 
 }  // namespace tarnlex

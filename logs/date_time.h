@@ -117,8 +117,8 @@ int MonthFromName(std::string_view name);
 // hours above 23, minutes or seconds above 59.
 bool ParseTimeText(std::string_view text, int& hour, int& minute, int& second);
 
-// Reads "MM/DD/YYYY HH:MM:SS" (see below) as it stands: month 1 to 12, day 1 to 31, any year. False
-// for a text that cannot be read so. What was read may still be no valid instant.
+// Reads "MM/DD/YYYY HH:MM:SS" (see below) as it stands. False for a text that cannot be read so.
+// What was read may still be no day of the calendar, or no valid instant.
 bool ReadTimeArgument(std::string_view text, std::tm& tm);
 
 // Reads "MM/DD/YYYY HH:MM:SS" (also with "-" and with month names, and without a time) as UTC into

@@ -9,12 +9,13 @@ namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
 
+bool IsDigits(std::string_view text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == kNone;
+}
+
 // One to `most` decimal digits and nothing else.
 bool ReadNumber(std::string_view text, std::size_t most, int& number) {
-  if (text.empty() || text.size() > most) return false;
-  for (const char c : text) {
-    if (c < '0' || c > '9') return false;
-  }
+  if (text.size() > most || !IsDigits(text)) return false;
   std::from_chars(text.data(), text.data() + text.size(), number);
   return true;
 }
@@ -77,9 +78,8 @@ bool ParseTimeText(std::string_view text, int& hour, int& minute, int& second) {
   if (TakeField(text, ':', field)) {
     if (!ReadNumber(field, 2, minute)) return false;
     const std::size_t point = text.find('.');
-    int fraction = 0;
     if (!ReadNumber(text.substr(0, point), 2, second)) return false;
-    if (point != kNone && !ReadNumber(text.substr(point + 1), 9, fraction)) return false;
+    if (point != kNone && !IsDigits(text.substr(point + 1))) return false;
   } else if (!ReadNumber(text, 2, minute)) {
     return false;
   }
@@ -91,7 +91,6 @@ bool ReadTimeArgument(std::string_view text, std::tm& tm) {
   const std::size_t blank = text.find(' ');
   tm = {};
   if (!ReadDate(text.substr(0, blank), tm)) return false;
-  if (tm.tm_mon < 0 || tm.tm_mon > 11 || tm.tm_mday < 1 || tm.tm_mday > 31) return false;
   return blank == kNone || ParseTimeText(text.substr(blank + 1), tm.tm_hour, tm.tm_min, tm.tm_sec);
 }
 

@@ -40,6 +40,15 @@ struct FileId {
 };
 std::optional<FileId> IdentifyFile(const std::string& path);
 
+// The files behind the process's standard streams, as far as these are files.
+std::vector<FileId> StandardStreamFiles();
+
+// Whether a plain file stands under the path itself and not behind a link; false for an empty path.
+bool IsPlainFile(const std::string& path);
+
+// Removes a file; false when it still stands.
+bool RemoveFile(const std::string& path);
+
 // Whether the file system knows the path (a file or a directory); false for an empty path.
 bool FileExists(const std::string& path);
 
@@ -111,7 +120,8 @@ bool StandardErrorIsTerminal();
 
 // Makes a write to a pipe whose reader has gone fail instead of ending the process.
 void KeepRunningOnBrokenPipe();
-// Whether a write to standard output has failed because its reader has gone.
+// Whether a write to standard output has failed because its reader has gone, or there never was
+// one.
 bool StandardOutputReaderGone();
 
 // The arguments of the process in UTF-8, the program's path first.

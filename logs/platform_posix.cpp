@@ -149,6 +149,24 @@ std::optional<FileId> IdentifyFile(const std::string& path) {
   return FileId{status.st_dev, status.st_ino};
 }
 
+std::vector<FileId> StandardStreamFiles() {
+  std::vector<FileId> files;
+  for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    struct stat status {};
+    if (fstat(number, &status) == 0) files.push_back({status.st_dev, status.st_ino});
+  }
+  return files;
+}
+
+bool IsPlainFile(const std::string& path) {
+  struct stat status {};
+  return !HoldsZeroByte(path) && lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool RemoveFile(const std::string& path) {
+  return !HoldsZeroByte(path) && unlink(path.c_str()) == 0;
+}
+
 bool FileExists(const std::string& path) {
   struct stat status {};
   return !path.empty() && !HoldsZeroByte(path) && stat(path.c_str(), &status) == 0;
@@ -243,7 +261,7 @@ std::uint64_t CurrentFiletime() {
 
 bool WriteStandardOutput(std::string_view text) {
   const bool written = WriteAll(STDOUT_FILENO, text);
-  if (!written && errno == EPIPE) reader_gone = true;
+  if (!written && (errno == EPIPE || errno == EBADF)) reader_gone = true;
   return written;
 }
 bool WriteStandardError(std::string_view text) { return WriteAll(STDERR_FILENO, text); }

@@ -123,9 +123,19 @@ bool WriteConsoleText(HANDLE console, std::string_view text) {
 
 bool WriteStream(DWORD which, std::string_view text) {
   const HANDLE stream = GetStdHandle(which);
-  if (stream == nullptr || stream == INVALID_HANDLE_VALUE) return false;
+  if (stream == nullptr || stream == INVALID_HANDLE_VALUE) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return false;
+  }
   DWORD mode = 0;
   return GetConsoleMode(stream, &mode) ? WriteConsoleText(stream, text) : WriteText(stream, text);
+}
+
+std::optional<FileId> Identify(HANDLE file) {
+  BY_HANDLE_FILE_INFORMATION info{};
+  if (!GetFileInformationByHandle(file, &info)) return std::nullopt;
+  const std::uint64_t high = info.nFileIndexHigh;
+  return FileId{info.dwVolumeSerialNumber, high << 32 | info.nFileIndexLow};
 }
 
 bool IsDirectory(const std::string& path) {
@@ -206,7 +216,9 @@ std::optional<std::string> FindPathNoCase(const std::string& path) {
 bool WriteStandardOutput(std::string_view text) {
   if (WriteStream(STD_OUTPUT_HANDLE, text)) return true;
   const DWORD error = GetLastError();
-  if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA) reader_gone = true;
+  if (error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_INVALID_HANDLE) {
+    reader_gone = true;
+  }
   return false;
 }
 bool WriteStandardError(std::string_view text) { return WriteStream(STD_ERROR_HANDLE, text); }
@@ -229,12 +241,34 @@ std::optional<FileId> IdentifyFile(const std::string& path) {
   if (!IsUsable(path)) return std::nullopt;
   const File file(CreateFileW(SystemPath(path).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
                               FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-  BY_HANDLE_FILE_INFORMATION info{};
-  if (file.handle == INVALID_HANDLE_VALUE || !GetFileInformationByHandle(file.handle, &info)) {
-    return std::nullopt;
+  if (file.handle == INVALID_HANDLE_VALUE) return std::nullopt;
+  return Identify(file.handle);
+}
+
+std::vector<FileId> StandardStreamFiles() {
+  std::vector<FileId> files;
+  for (const DWORD which : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
+    const HANDLE stream = GetStdHandle(which);
+    if (GetFileType(stream) != FILE_TYPE_DISK) continue;
+    if (const auto id = Identify(stream)) files.push_back(*id);
   }
-  const std::uint64_t high = info.nFileIndexHigh;
-  return FileId{info.dwVolumeSerialNumber, high << 32 | info.nFileIndexLow};
+  return files;
+}
+
+bool IsPlainFile(const std::string& path) {
+  if (!IsUsable(path)) return false;
+  WIN32_FIND_DATAW found{};
+  const HANDLE search = FindFirstFileW(SystemPath(path).c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return false;
+  FindClose(search);
+  // Archived and deduplicated files are reparse points too, but stand for no other file.
+  const bool is_link = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+                       IsReparseTagNameSurrogate(found.dwReserved0);
+  return !is_link && (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool RemoveFile(const std::string& path) {
+  return IsUsable(path) && DeleteFileW(SystemPath(path).c_str()) != 0;
 }
 
 }  // namespace tarnlex

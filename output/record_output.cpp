@@ -1,7 +1,9 @@
 #include "output/record_output.h"
 
+#include <algorithm>
 #include <utility>
 
+#include "logs/messages.h"
 #include "logs/output_guard.h"
 #include "logs/paths.h"
 #include "logs/platform.h"
@@ -27,22 +29,16 @@ std::string FreeName(RecordOutput& output, std::string_view name, std::string_vi
   return candidate;
 }
 
-// The file for the log's records; nullptr for standard output.
-OutputFile* FileFor(RecordOutput& output, const LogInfo& log, const RunOptions& options) {
+// The file for the records of the log at `path`; nullptr for standard output.
+OutputFile* FileFor(RecordOutput& output, const std::string& path, const RunOptions& options) {
   if (!options.to_file && !options.have_out_dir) return nullptr;
-  const auto [at, added] = output.files.try_emplace(options.to_file ? std::string() : log.path);
+  const auto [at, added] = output.files.try_emplace(options.to_file ? std::string() : path);
   OutputFile& file = at->second;
   if (!added) return &file;
-  file.path =
-      options.to_file
-          ? options.out_file
-          : JoinPath(options.out_dir, FreeName(output, FileNameOf(log.path), Extension(options)));
+  file.path = options.to_file ? options.out_file
+                              : JoinPath(options.out_dir,
+                                         FreeName(output, FileNameOf(path), Extension(options)));
   return &file;
-}
-
-void SayCannotOpen(const RunOptions& options, const std::string& path) {
-  if (options.messages == nullptr) return;
-  AppendNow(*options.messages, "prob opening file " + path + " for output, aborting\n");
 }
 
 // Makes `file` the one that is open.
@@ -55,7 +51,7 @@ bool OpenFile(RecordOutput& output, OutputFile& file, const RunOptions& options)
   if (!write) {
     file.failed = true;
     output.refused = true;
-    SayCannotOpen(options, file.path);
+    Say(options, "prob opening file ", file.path, " for output, aborting\n");
     return false;
   }
   file.begun = true;
@@ -63,6 +59,29 @@ bool OpenFile(RecordOutput& output, OutputFile& file, const RunOptions& options)
   output.sink.write = std::move(*write);
   output.sink.failed = false;
   return true;
+}
+
+// Every file that the run has read or written. Two names may be one file: by a link, or where names
+// that differ in case are the same.
+std::vector<FileId> FilesInUse(const RecordOutput& output, const RunOptions& options) {
+  std::vector<FileId> files = StandardStreamFiles();
+  const auto add = [&files](const std::string& path) {
+    if (const auto id = IdentifyFile(path)) files.push_back(*id);
+  };
+  for (const std::string& log : output.logs) add(log);
+  for (const auto& [log, file] : output.files) {
+    if (file.begun) add(file.path);
+  }
+  for (const auto* path : {&options.cmd_file, &options.stats_file, &options.diags_file}) add(*path);
+  return files;
+}
+
+// False when the file should have gone and has not.
+bool RemoveStaleFile(const std::string& path, const std::vector<FileId>& in_use) {
+  const auto id = IdentifyFile(path);
+  if (id && std::find(in_use.begin(), in_use.end(), *id) != in_use.end()) return true;
+  if (!id || !OpenInput(path)) return false;  // nobody knows what it holds
+  return HoldsEventLog(path) || RemoveFile(path);
 }
 
 }  // namespace
@@ -81,7 +100,7 @@ RecordOutput MakeRecordOutput(TextSink& standard_output, OutputOpener open) {
 bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& log,
                   RunOptions& options) {
   if (rows.rows.empty()) return false;
-  OutputFile* file = FileFor(output, log, options);
+  OutputFile* file = FileFor(output, log.path, options);
   if (file == nullptr) {
     WriteLogResults(*output.standard_output, rows, log, options);
     Flush(*output.standard_output);
@@ -98,6 +117,24 @@ bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& lo
 bool HasFailed(const RecordOutput* output) {
   return output != nullptr &&
          (output->failed || output->sink.failed || output->standard_output->failed);
+}
+
+void ExpectLogs(RecordOutput& output, const RunOptions& options) {
+  if (options.to_file || !options.have_out_dir) return;
+  for (const auto& [path, log] : options.logs) output.logs.push_back(path);
+}
+
+void RemoveStaleFiles(RecordOutput& output, const RunOptions& options) {
+  std::vector<FileId> in_use;
+  for (const std::string& log : output.logs) {
+    if (output.files.contains(log)) continue;
+    const std::string& path = FileFor(output, log, options)->path;
+    if (!IsPlainFile(path)) continue;
+    if (in_use.empty()) in_use = FilesInUse(output, options);
+    if (RemoveStaleFile(path, in_use)) continue;
+    Say(options, "prob removing file ", path, " of an earlier run\n");
+    output.refused = true;
+  }
 }
 
 void CloseRecordOutput(RecordOutput& output) {

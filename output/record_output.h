@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
@@ -33,8 +34,10 @@ struct RecordOutput {
   std::set<std::string> names;                           // lower-cased names of the files
   OutputFile* current = nullptr;                         // the one file that is open
   TextSink sink;                                         // of `current`
-  bool failed = false;   // a file that is closed again was cut short
-  bool refused = false;  // a file could not be opened, and its records are nowhere
+  std::vector<std::string> logs;  // paths of the run's logs as they came, see ExpectLogs
+  bool failed = false;            // a file that is closed again was cut short
+  bool refused = false;           // a file could not be opened, and its records are nowhere; or
+                                  // one of an earlier run could not be removed
 };
 
 // Records go where `options` says at each call of WriteRecords; nothing is opened yet.
@@ -49,6 +52,15 @@ bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& lo
 
 // Whether a record could not be written; what follows it would be worthless. Never true of null.
 bool HasFailed(const RecordOutput* output);
+
+// Notes that -outdir is to answer for the logs of `options`; for RemoveStaleFiles.
+void ExpectLogs(RecordOutput& output, const RunOptions& options);
+
+// At the end of a run with -outdir: the files that earlier runs left there under the names that the
+// records of logs without any would have gone to, and that would pass for this run's answer, are
+// removed. What holds an event log, is a link or is used by this run stays. A file that cannot be
+// removed is named on `options.messages`.
+void RemoveStaleFiles(RecordOutput& output, const RunOptions& options);
 
 // Hands on what is left and closes the file.
 void CloseRecordOutput(RecordOutput& output);

@@ -18,13 +18,6 @@ std::string ValueOf(TokenList& tokens, std::string_view name) {
   return value;
 }
 
-void MoveToEnd(TokenList& tokens, const std::string& name) {
-  std::string value;
-  if (!FindValue(name, tokens, value)) return;
-  tokens.push_back(name);
-  tokens.push_back(std::move(value));
-}
-
 bool TakeFormat(TokenList& tokens, LogFormat& format) {
   if (FindFlag("-enum_evtxlog", tokens)) {
     format = LogFormat::EVTX;
@@ -96,9 +89,12 @@ std::string SuccessCondition(const std::string& word, LogFormat format) {
   return field + word;
 }
 
-// The order of the steps matters: what one of them takes no other can mistake for its own.
+// The order of the steps matters: what one of them takes no other can mistake for its own. Names
+// and comments are free text, which may read like an option, so they go first.
 bool MakeQuery(TokenList tokens, const RunOptions& options, QuerySpec& query) {
   const LogInfo& log = options.current_log;
+  query.name = ValueOf(tokens, "-name");
+  ValueOf(tokens, "-comment");  // for whoever reads the file
   query.all_data = FindFlag("-all_data", tokens);
   query.event_lookup = FindFlag("-event_lookup", tokens);
   if (!TakeFormat(tokens, query.format)) return false;
@@ -107,7 +103,6 @@ bool MakeQuery(TokenList tokens, const RunOptions& options, QuerySpec& query) {
   TakeHistogram(tokens, options, query);
   if (!TakeType(tokens, log, query)) return false;
   if (!TakeTimes(tokens, query)) return false;
-  query.name = ValueOf(tokens, "-name");
   query.conditions = ValueOf(tokens, "-conditions");
   query.string_exists = ValueOf(tokens, "-string_exists");
   for (std::string value; FindValue("-pull", tokens, value);) query.pull.push_back(value);
@@ -144,8 +139,6 @@ bool SplitCommandLine(std::string_view line, TokenList& tokens) {
   if (at == std::string_view::npos) return false;
   SplitList(line.substr(at + kCommand.size()), ',', false, tokens);
   for (std::string& token : tokens) token = std::string(Trim(token));
-  MoveToEnd(tokens, "-name");
-  MoveToEnd(tokens, "-comment");
   return true;
 }
 

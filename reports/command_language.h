@@ -14,8 +14,7 @@ namespace tarnlex {
 // What stands behind "!cmd,", cut at the commas and trimmed: options and their values.
 using TokenList = std::vector<std::string>;
 
-// Takes one line apart. False when it is a comment ("//" at its head) or holds no "!cmd,". The
-// options -name and -comment move to the end with their values.
+// Takes one line apart. False when it is a comment ("//" at its head) or holds no "!cmd,".
 bool SplitCommandLine(std::string_view line, TokenList& tokens);
 
 // Makes the queries that `lines` ask for of options.current_log and puts them into `queries`, which

@@ -60,6 +60,7 @@ bool DumpAll(RunOptions& options) {
 }  // namespace
 
 bool ProcessLogs(RunOptions& options) {
+  if (options.record_output) ExpectLogs(*options.record_output, options);
   bool wrote = false;
   for (const BuiltinReport& report : BuiltinReports()) {
     if (options.*report.selected) wrote |= RunReport(options, report);

@@ -135,10 +135,14 @@ std::string RunGoldenCase(const GoldenCase& golden) {
   if (err.starts_with(kRightsWarning)) err.remove_prefix(kRightsWarning.size());
   std::string result = "--- exit " + std::to_string(outcome.code) + "\n--- stdout\n" +
                        WithoutRunHeader(outcome.out) + "--- stderr\n" + Visible(err);
-  for (const auto& [name, content] : FilesBelow(directory.path)) {
+  const auto after = FilesBelow(directory.path);
+  for (const auto& [name, content] : after) {
     const auto old = before.find(name);
     if (old != before.end() && old->second == content) continue;
     result.append("--- file ").append(name).append("\n").append(WithoutRunHeader(content));
+  }
+  for (const auto& [name, content] : before) {
+    if (!after.contains(name)) result.append("--- removed ").append(name).append("\n");
   }
   return result;
 }

@@ -13,11 +13,11 @@
 //   ...
 //   --- file out/Security.evtx.csv
 //   ...
+//   --- removed out/System.evtx.csv
 //
 // Bytes that a reader would not see stand as "<0x08 x80>": control characters, and blanks at the
 // end of a line. "<end>" stands where a text ends without a line feed. Lines of standard input end
-// in
-// "\n" unless they close with "\c" (no line end) and may hold "\r" and "\xNN" escapes.
+// in "\n" unless they close with "\c" (no line end) and may hold "\r" and "\xNN" escapes.
 #pragma once
 
 #include <map>
@@ -39,7 +39,7 @@ struct GoldenCase {
 GoldenCase ParseGoldenCase(std::string_view text);
 
 // Makes the files of the samples and the given ones in a directory of its own, calls the program
-// there and renders its exit code, its two streams and every file that it made or changed.
+// there and renders its exit code, its two streams and every file that it made, changed or removed.
 std::string RunGoldenCase(const GoldenCase& golden);
 
 }  // namespace tarnlex

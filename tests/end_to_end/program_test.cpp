@@ -78,6 +78,35 @@ TEST_F(ProgramTest, NamesALogThatMayNotBeRead) {
       run.out.ends_with("1,12,11/02/2006, 07:00:00.000,info,WKS-ALPHA,Kernel,SysEvent.Evt\n"));
 }
 
+TEST_F(ProgramTest, NamesAnOldFileThatItMayNotRemove) {
+  const Outcome run = Shell(
+      "mkdir out && echo old >out/plain.evtx.csv && echo old >out/SysEvent.Evt.csv && "
+      "chmod 555 out && chmod 755 . && cp \"$TARNLEX\" copy && as_other= && "
+      "if [ $(id -u) -eq 0 ]; then as_other='setpriv --reuid 65534 --clear-groups'; fi && "
+      "$as_other ./copy -log plain.evtx -eventid 99999 -csvgen -outdir out -quiet");
+  EXPECT_EQ(run.code, 255);
+  EXPECT_EQ(run.err,
+            "... running w/o admin privileges ...\n\n"
+            "prob removing file out/plain.evtx.csv of an earlier run\n");
+}
+
+// The shell opens these before the program starts.
+TEST_F(ProgramTest, LeavesTheFilesOfItsStreamsWhereTheyAre) {
+  const Outcome run = Shell(
+      "mkdir out && echo plain.evtx >out/SysEvent.Evt.txt && "
+      "{ echo plain.evtx; echo SysEvent.Evt; echo SecEvent.Evt; } >out/SecEvent.Evt.txt && "
+      "\"$TARNLEX\" -pipe -eventid 99999 -outdir out <out/SecEvent.Evt.txt >out/plain.evtx.txt "
+      "2>out/err.txt; ls out");
+  EXPECT_EQ(run.out, "SecEvent.Evt.txt\nerr.txt\nplain.evtx.txt\n");
+}
+
+TEST_F(ProgramTest, LeavesOldFilesWhenItIsCutShort) {
+  const Outcome run = Shell(
+      "mkdir out && echo old >out/plain.evtx.txt && "
+      "\"$TARNLEX\" -log plain.evtx -eventid 99999 -outdir out -stats /dev/full; ls out");
+  EXPECT_EQ(run.out.substr(run.out.find("\n\n") + 2), "plain.evtx.txt\n");
+}
+
 TEST_F(ProgramTest, LeavesItsLogsUntouched) {
   const std::string before = Shell("cksum *.evtx *.Evt */*.evtx */*.Evt").out;
   Shell(

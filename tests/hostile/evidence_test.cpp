@@ -74,6 +74,26 @@ TEST(Evidence, IsNoOutputOfItsOwnFolder) {
   EXPECT_EQ(ReadFile(directory.path + "/a.evtx.txt"), SmallLog());
 }
 
+// Files in the folder of an earlier run's answers that have the names of such answers.
+TEST(Evidence, IsNoAnswerOfAnEarlierRun) {
+  const TempDirectory directory;
+  directory.AddFile("a.evtx", SmallLog());
+  directory.AddFile("a.evtx.txt", SmallLog());
+  directory.AddFile("b.Evt", EmptyEvt());
+  directory.AddFile("c.evtx", EmptyEvtx());
+  directory.AddFile("d.evtx", "text that -log names");
+  directory.AddFile("c.evtx.txt", "!cmd, -enum_evtxlog, -id, 1\n");
+  std::filesystem::create_hard_link(directory.path + "/d.evtx", directory.path + "/b.Evt.txt");
+  const Outcome outcome =
+      RunIn(directory.path, {"-log", "a.evtx | b.Evt | c.evtx | d.evtx", "-outdir", ".", "-cmdfile",
+                             "c.evtx.txt", "-stats", "d.evtx.txt", "-quiet"});
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_EQ(ReadFile(directory.path + "/a.evtx.txt"), SmallLog());
+  EXPECT_NE(ReadFile(directory.path + "/b.Evt.txt"), "");
+  EXPECT_NE(ReadFile(directory.path + "/c.evtx.txt"), "");
+  EXPECT_NE(ReadFile(directory.path + "/d.evtx.txt"), "");
+}
+
 TEST(Evidence, ACommandFileIsNoOutputEither) {
   const TempDirectory directory;
   directory.AddFile("a.evtx", SmallLog());

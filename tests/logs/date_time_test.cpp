@@ -223,10 +223,13 @@ TEST(ParseTimeText, TakesSecondsAndAFractionOrNeither) {
   int second = -1;
   EXPECT_TRUE(ParseTimeText("7:05:09.125", hour, minute, second));
   EXPECT_EQ(hour * 10000 + minute * 100 + second, 70509);
+  EXPECT_TRUE(ParseTimeText("7:05:10." + std::string(100, '9'), hour, minute, second));
+  EXPECT_EQ(hour * 10000 + minute * 100 + second, 70510);
   EXPECT_TRUE(ParseTimeText(" 23:59 ", hour, minute, second));
   EXPECT_EQ(hour * 10000 + minute * 100 + second, 235900);
-  for (const char* bad : {"", "12", "24:00:00", "12:60:00", "12:00:60", "12:00:", "a:00:00",
-                          "12:00:00x", "12::00", "-1:00:00", "12:00:00:00"}) {
+  for (const char* bad :
+       {"", "12", "24:00:00", "12:60:00", "12:00:60", "12:00:", "a:00:00", "12:00:00x", "12:00:00.",
+        "12:00:00.1x", "12::00", "-1:00:00", "12:00:00:00"}) {
     EXPECT_FALSE(ParseTimeText(bad, hour, minute, second)) << bad;
   }
 }
@@ -235,6 +238,8 @@ TEST(ParseTimeArgument, ReadsDatesWithAndWithoutTime) {
   EXPECT_EQ(ParseAndPrint("03/07/2012"), "03/07/2012 00:00:00.000000000");
   EXPECT_EQ(ParseAndPrint("03-07-2012 14:05:09"), "03/07/2012 14:05:09.000000000");
   EXPECT_EQ(ParseAndPrint("Mar/07/12 10:00:00"), "03/07/2012 10:00:00.000000000");
+  EXPECT_EQ(ParseAndPrint("07/Mar/2012"), "03/07/2012 00:00:00.000000000");
+  EXPECT_EQ(ParseAndPrint("03/07/2012 14:05:09.1234567890"), "03/07/2012 14:05:09.000000000");
   EXPECT_EQ(ParseAndPrint("07-mar-2012"), "03/07/2012 00:00:00.000000000");
   EXPECT_EQ(ParseAndPrint("3/7/30  1:02"), "03/07/2030 01:02:00.000000000");
   EXPECT_EQ(ParseAndPrint("03/07/99"), "03/07/1999 00:00:00.000000000");
@@ -248,8 +253,8 @@ TEST(ParseTimeArgument, TakesATwoDigitYearFrom31OnAsThePastCentury) {
 TEST(ParseTimeArgument, RejectsWhatIsNoTime) {
   for (const char* bad :
        {"", "yesterday", "03/07", "13/07/2012", "03/32/2012", "00/07/2012", "03/00/2012",
-        "03/07/20123", "03/07/2012 25:00:00", "03.07.2012", "02/30/2012", "01/01/1970",
-        "Mar/Mar/2012", "03/07/2012/", "0003/07/2012"}) {
+        "03/07/20123", "03/07/2012 25:00:00", "03.07.2012", "02/30/2012", "02/29/2011",
+        "01/01/1970", "Mar/Mar/2012", "03/07/2012/", "0003/07/2012"}) {
     EXPECT_EQ(ParseAndPrint(bad), "no time") << bad;
   }
 }

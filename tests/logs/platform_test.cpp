@@ -67,6 +67,28 @@ TEST(FileExists, KnowsFilesAndDirectories) {
   EXPECT_FALSE(FileExists(""));
 }
 
+TEST(IsPlainFile, KnowsLinksAndDirectories) {
+  const TempDirectory directory;
+  const std::string file = directory.AddFile("a", "x");
+  std::filesystem::create_symlink(file, directory.path + "/link");
+  EXPECT_TRUE(IsPlainFile(file));
+  EXPECT_FALSE(IsPlainFile(directory.path + "/link"));
+  EXPECT_FALSE(IsPlainFile(directory.path));
+  EXPECT_FALSE(IsPlainFile(directory.path + "/none"));
+  EXPECT_FALSE(IsPlainFile(""));
+  EXPECT_FALSE(IsPlainFile(file + std::string("\0z", 2)));
+}
+
+TEST(RemoveFile, SaysWhetherItIsGone) {
+  const TempDirectory directory;
+  const std::string file = directory.AddFile("a", "x");
+  EXPECT_FALSE(RemoveFile(file + std::string("\0z", 2)));
+  EXPECT_TRUE(RemoveFile(file));
+  EXPECT_FALSE(FileExists(file));
+  EXPECT_FALSE(RemoveFile(directory.path));
+  EXPECT_FALSE(RemoveFile(""));
+}
+
 TEST(MakeDirectory, CreatesParentsAndAcceptsWhatIsThere) {
   const TempDirectory directory;
   EXPECT_TRUE(MakeDirectory(directory.path + "/a/b/c"));

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 
+#include "tests/app/temp_directory.h"
 #include "tests/output/row_maker.h"
 
 namespace tarnlex {
@@ -176,6 +179,116 @@ TEST_F(RecordOutputTest, SaysOnceWhichFileCannotBeOpened) {
   EXPECT_EQ(said, "prob opening file dir/a.evtx.csv for output, aborting\n");
   EXPECT_EQ(files.content.size(), 1U);
   EXPECT_TRUE(output.refused);
+}
+
+// Real files, since what is removed is looked at before.
+struct StaleFilesTest : testing::Test {
+  TempDirectory directory;
+  std::string said;
+  TextSink standard_output = MakeStringSink(said);
+  TextSink messages = MakeStringSink(said);
+  RecordOutput output = MakeRecordOutput(standard_output);
+  RunOptions options;
+
+  StaleFilesTest() {
+    options.messages = &messages;
+    options.delimited = options.csv_form = options.have_out_dir = true;
+    options.separator = ",";
+    options.out_dir = directory.path;
+  }
+
+  void AddOld(const std::string& name) const { directory.AddFile(name, "old"); }
+
+  // One log of a run, with or without a row.
+  void Visit(const std::string& path, bool with_row) {
+    options.logs = {{path, LogAt(path)}};
+    ExpectLogs(output, options);
+    EventRows rows;
+    if (with_row) AddRow(rows, {});
+    WriteRecords(output, rows, LogAt(path), options);
+  }
+
+  // The names of the files that stay, those with new content marked.
+  std::set<std::string> Left() {
+    RemoveStaleFiles(output, options);
+    CloseRecordOutput(output);
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(directory.path)) {
+      const bool old = !entry.is_regular_file() || ReadFile(entry.path().string()) == "old";
+      names.insert(entry.path().filename().string() + (old ? "" : " new"));
+    }
+    return names;
+  }
+};
+
+using Names = std::set<std::string>;
+
+TEST_F(StaleFilesTest, GoWithTheRecordsOfTheirLog) {
+  for (const char* name : {"a.evtx.csv", "b.evtx.csv", "c.evtx.csv", "a.evtx.txt"}) AddOld(name);
+  Visit("x/a.evtx", false);
+  Visit("x/b.evtx", true);
+  EXPECT_EQ(Left(), (Names{"a.evtx.txt", "b.evtx.csv new", "c.evtx.csv"}));
+  EXPECT_EQ(said, "");
+  EXPECT_FALSE(output.refused);
+}
+
+TEST_F(StaleFilesTest, AreNeverThoseThatThisRunWrote) {
+  for (const char* name : {"a.evtx.csv", "a.evtx_2.csv", "a.evtx_3.csv"}) AddOld(name);
+  Visit("x/a.evtx", false);
+  Visit("y/a.evtx", true);
+  Visit("x/a.evtx", false);
+  Visit("y/a.evtx", false);
+  EXPECT_EQ(Left(), (Names{"a.evtx.csv new", "a.evtx_3.csv"}));
+}
+
+TEST_F(StaleFilesTest, AreOfNoLogThatHasRecordsLater) {
+  AddOld("a.evtx.csv");
+  Visit("a.evtx", false);
+  Visit("a.evtx", true);
+  EXPECT_EQ(Left(), Names{"a.evtx.csv new"});
+}
+
+TEST_F(StaleFilesTest, AreAllOfOneName) {
+  for (const char* name : {"a.evtx.csv", "a.evtx_2.csv"}) AddOld(name);
+  Visit("x/a.evtx", false);
+  Visit("y/a.evtx", false);
+  EXPECT_EQ(Left(), Names{});
+}
+
+TEST_F(StaleFilesTest, AreNoLinksAndNoDirectories) {
+  AddOld("kept");
+  std::filesystem::create_symlink("kept", directory.path + "/a.evtx.csv");
+  std::filesystem::create_directory(directory.path + "/b.evtx.csv");
+  Visit("a.evtx", false);
+  Visit("b.evtx", false);
+  EXPECT_EQ(Left(), (Names{"a.evtx.csv", "b.evtx.csv", "kept"}));
+  EXPECT_EQ(said, "");
+}
+
+TEST_F(StaleFilesTest, AreNoOtherFilesOfTheRun) {
+  for (const char* name : {"a", "b", "c", "d"}) AddOld(name + std::string(".csv"));
+  options.stats_file = directory.path + "/a.csv";
+  options.diags_file = directory.path + "/b.csv";
+  options.cmd_file = directory.path + "/c.csv";
+  for (const char* log : {"a", "b", "c", "d"}) Visit(log, false);
+  EXPECT_EQ(Left(), (Names{"a.csv", "b.csv", "c.csv"}));
+  EXPECT_EQ(said, "");
+}
+
+TEST_F(StaleFilesTest, AreNoOtherNamesOfFilesOfTheRun) {
+  AddOld("a.csv");
+  std::filesystem::create_hard_link(directory.path + "/a.csv", directory.path + "/b.csv");
+  Visit("a", true);
+  Visit("b", false);
+  EXPECT_EQ(Left(), (Names{"a.csv new", "b.csv new"}));
+}
+
+TEST_F(StaleFilesTest, AreNoneWithOneFileForAllLogs) {
+  AddOld("a.evtx.csv");
+  options.to_file = true;
+  options.out_file = directory.path + "/all";
+  Visit("a.evtx", false);
+  EXPECT_EQ(Left(), Names{"a.evtx.csv"});
 }
 
 }  // namespace

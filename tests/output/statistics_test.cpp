@@ -122,6 +122,22 @@ TEST_F(StatisticsTest, AnInvalidInstantCountsButGivesNoTime) {
       << text;
 }
 
+// Before 1970 and behind the last second that can be written, whatever comes first.
+TEST_F(StatisticsTest, FirstAndLastAreValidInstantsInEveryTable) {
+  const LogInfo log = AddLog("a.evtx", "");
+  options.separator = ",";
+  BeginWalk(statistics, log, 1, true);
+  for (const std::uint64_t time : {std::uint64_t{1}, kMarch2012, ~std::uint64_t{0}}) {
+    CountRecord(statistics, 7, time);
+    CountMatch(statistics, 0, {}, Row({.event = 7, .time = time}));
+  }
+  const std::string text = Print();
+  const std::string counts = ",          3,03/07/2012,14:05:09.123,03/07/2012,14:05:09.123";
+  EXPECT_NE(text.find("\n     all" + counts + "\n       7" + counts + "\n"), std::string::npos)
+      << text;
+  EXPECT_NE(text.find("\n       7" + counts + ",       1,,\n"), std::string::npos) << text;
+}
+
 TEST_F(StatisticsTest, CountsARecordOnceHoweverManyReportsWalkItsLog) {
   const LogInfo log = AddLog("a.evtx", "");
   for (int walk = 0; walk < 3; ++walk) {

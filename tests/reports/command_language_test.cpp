@@ -79,14 +79,6 @@ TEST(SplitCommandLine, PassesOverCommentsAndOtherLines) {
   EXPECT_TRUE(SplitCommandLine(" // !cmd, -id, 4624", tokens));
 }
 
-TEST(SplitCommandLine, MovesNameAndCommentToTheEnd) {
-  TokenList tokens;
-  ASSERT_TRUE(SplitCommandLine("!cmd, -comment, c, -NAME, n, -id, 1", tokens));
-  EXPECT_EQ(tokens, (Texts{"-id", "1", "-name", "n", "-comment", "c"}));
-  ASSERT_TRUE(SplitCommandLine("!cmd, -id, 1, -name", tokens));
-  EXPECT_EQ(tokens, (Texts{"-id", "1", "-name"}));
-}
-
 TEST(CommandLanguage, ReadsALineWithALabelledPull) {
   const QuerySpec query =
       Query("!cmd, -enum_evtlog, -id, 520, -name, The System Time was Changed, -pull, 1|Process ID",
@@ -170,9 +162,31 @@ TEST(CommandLanguage, IgnoresAnOptionWithoutItsValue) {
   EXPECT_EQ(EvtxQuery("-id, 7, -pull").pull, Texts{});
 }
 
+TEST(CommandLanguage, TakesTheFirstName) {
+  EXPECT_EQ(EvtxQuery("-name, first, -all_data, -NAME, second").name, "first");
+  EXPECT_EQ(EvtxQuery("-comment, one, -name, first, -comment, two, -name, second").name, "first");
+}
+
+TEST(CommandLanguage, AnOptionWithoutItsValueTakesNoOther) {
+  EXPECT_EQ(EvtxQuery("-name, logons, -comment").name, "logons");
+  EXPECT_EQ(EvtxQuery("-comment, why, -name").name, "");
+  EXPECT_EQ(EvtxQuery("-name, logons, -id").event_id, kAnyEventId);
+  EXPECT_EQ(EvtxQuery("-comment, why, -name, logons, -conditions").conditions, "");
+  const QuerySpec query = EvtxQuery("-pull, a, -pull, -name, logons");
+  EXPECT_EQ(query.pull, (Texts{"a"}));
+  EXPECT_EQ(query.name, "logons");
+}
+
+TEST(CommandLanguage, NamesAndCommentsMayReadLikeOptions) {
+  const QuerySpec query = EvtxQuery("-comment, -all_data, -name, -id, -id, 7");
+  EXPECT_EQ(query.name, "-id");
+  EXPECT_EQ(query.event_id, 7U);
+  EXPECT_FALSE(query.all_data);
+}
+
 TEST(CommandLanguage, DropsALineWhoseStartTimeCannotBeRead) {
   const RunOptions options = RunOver(true);
-  for (const std::string time : {"yesterday", "13/01/2012", "03/07/2012 25:00:00", ""}) {
+  for (const std::string time : {"yesterday", "03/07/2012 25:00:00", ""}) {
     EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -start_time, " + time + ", -id, 1", options)) << time;
   }
 }
@@ -187,9 +201,21 @@ TEST(CommandLanguage, TakesATimeThatIsNoInstantAsNoBound) {
   EXPECT_EQ(query.stop_time, 0U);
 }
 
+TEST(CommandLanguage, TakesADateThatTheCalendarDoesNotHaveAsNoBound) {
+  for (const std::string date : {"02/30/2012", "02/29/2011", "04/31/2012", "13/01/2012",
+                                 "00/07/2012", "03/32/2012", "00/Mar/2012"}) {
+    const QuerySpec query = EvtxQuery("-start_time, " + date + ", -stop_time, " + date);
+    EXPECT_EQ(query.start_time, 0U) << date;
+    EXPECT_EQ(query.stop_time, 0U) << date;
+  }
+}
+
 TEST(CommandLanguage, ReadsTimesWithoutSecondsOrWithMonthNames) {
   EXPECT_EQ(EvtxQuery("-start_time, 03/07/2012 10:30").start_time, Filetime(2012, 3, 7, 10, 30));
   EXPECT_EQ(EvtxQuery("-start_time, Mar-07-2012").start_time, Filetime(2012, 3, 7));
+  EXPECT_EQ(EvtxQuery("-start_time, 07/Mar/2012").start_time, Filetime(2012, 3, 7));
+  EXPECT_EQ(EvtxQuery("-start_time, 03/07/2012 10:30:00.0123456789").start_time,
+            Filetime(2012, 3, 7, 10, 30));
 }
 
 TEST(CommandLanguage, KeepsLinesWhoseTypeOccursInTheKind) {

@@ -210,6 +210,54 @@ TEST(LimitedRights, AreSaidAndKeepTheSystemOut) {
                 "using \"Run As Administrator\" option...\r\n");
 }
 
+TEST(StandardOutput, ThatNobodyReadsKeepsNoFileFromBeingWhole) {
+  const Args read = With({WindowsProgram(), "-log", "logs/System.evtx"});
+  WorkDirectory();
+  const std::string expected = Records(RunHere(With({"-log", "logs/System.evtx"})).out);
+  EXPECT_GT(expected.size(), 2000U);
+  for (const std::string how : {"unread", "mute"}) {
+    SCOPED_TRACE(how);
+    const std::string file = how + ".csv";
+    const Outcome whole = RunInWine(WindowsProbe(), With({how}, With(read, {"-out", file})));
+    EXPECT_EQ(whole.code, 0);
+    EXPECT_EQ(whole.err.find("prob"), std::string::npos) << whole.err;
+    ExpectSame("records", ReadAll(WorkDirectory() + "/" + file),
+               WithWindowsLines(expected.substr(1)));
+    const Outcome lost = RunInWine(WindowsProbe(), With({how}, read));
+    EXPECT_EQ(lost.code, 255);
+    EXPECT_NE(lost.err.find("prob writing output, aborting\r\n"), std::string::npos) << lost.err;
+  }
+}
+
+TEST(OldAnswers, GoWithTheRecordsOfTheirLog) {
+  const std::string place = WorkDirectory() + "/answers/";
+  fs::create_directories(place + "chunk.bin.txt");
+  WriteAll(place + "System.evtx.txt", "old");
+  WriteAll(place + "SysEvent.Evt.txt", "old");
+  CopyLog("Security.evtx", place + "Security.evtx.txt");
+  const std::string logs = "logs/System.evtx|logs/SysEvent.Evt|logs/Security.evtx|logs/chunk.bin";
+  const Outcome run = RunOnWindows({"-log", logs, "-eventid", "99999", "-outdir", "answers",
+                                    "-stats", "answers/SysEvent.Evt.txt"});
+  EXPECT_EQ(run.code, 0) << run.err;
+  EXPECT_FALSE(fs::exists(place + "System.evtx.txt"));
+  EXPECT_GT(ReadAll(place + "SysEvent.Evt.txt").size(), 100U);
+  EXPECT_EQ(ReadAll(place + "Security.evtx.txt"), ReadAll(WorkDirectory() + "/logs/Security.evtx"));
+  EXPECT_TRUE(fs::is_directory(place + "chunk.bin.txt"));
+}
+
+// A file that somebody else has open is not removed.
+TEST(OldAnswers, ThatCannotBeRemovedAreNamed) {
+  fs::create_directories(WorkDirectory() + "/answers");
+  WriteAll(WorkDirectory() + "/answers/SecEvent.Evt.txt", "old");
+  const Outcome run =
+      RunInWine(WindowsProbe(), {"hold", "answers/SecEvent.Evt.txt", WindowsProgram(), "-log",
+                                 "logs/SecEvent.Evt", "-eventid", "99999", "-outdir", "answers"});
+  EXPECT_EQ(run.code, 255);
+  EXPECT_NE(run.err.find("prob removing file answers\\SecEvent.Evt.txt of an earlier run\r\n"),
+            std::string::npos)
+      << run.err;
+}
+
 TEST(Console, ShowsTextAsItIs) {
   const Outcome run = RunOnTerminal(
       WindowsProbe(), {"console", "shown.txt", WindowsProgram(), "-log",

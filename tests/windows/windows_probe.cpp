@@ -4,8 +4,11 @@
 //   windows_probe resources EXE                 version, manifest
 //   windows_probe hold LOG COMMAND...           LOG is open for writing meanwhile
 //   windows_probe console FILE COMMAND...       what a console shows goes to FILE
-//   windows_probe codepage NUMBER LIST COMMAND...  LIST is standard input, in a console of that
-//   page windows_probe limited COMMAND...            without the rights of an administrator
+//   windows_probe codepage NUMBER LIST COMMAND...
+//                                               LIST is standard input, in a console of that page
+//   windows_probe limited COMMAND...            without the rights of an administrator
+//   windows_probe unread COMMAND...             nobody reads standard output any more
+//   windows_probe mute COMMAND...               there is no standard output
 //
 // Ends as COMMAND does; with 99 and a line on standard error when it could not get so far.
 #define NOMINMAX
@@ -169,6 +172,21 @@ int RunLimited(wchar_t** command, int count) {
   return Run(CommandLine(command, count), Streams{}, limited);
 }
 
+int RunUnread(wchar_t** command, int count) {
+  SECURITY_ATTRIBUTES inherited = Inherited();
+  Streams streams;
+  HANDLE reader = nullptr;
+  if (!CreatePipe(&reader, &streams.out, &inherited, 0)) return Fail("making a pipe");
+  CloseHandle(reader);
+  return Run(CommandLine(command, count), streams);
+}
+
+int RunMute(wchar_t** command, int count) {
+  Streams streams;
+  streams.out = nullptr;
+  return Run(CommandLine(command, count), streams);
+}
+
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
@@ -178,5 +196,7 @@ int wmain(int argc, wchar_t** argv) {
   if (what == L"console") return ShowOnConsole(argv[2], argv + 3, argc - 3);
   if (what == L"codepage" && argc > 4) return PipeIn(argv[2], argv[3], argv + 4, argc - 4);
   if (what == L"limited") return RunLimited(argv + 2, argc - 2);
+  if (what == L"unread") return RunUnread(argv + 2, argc - 2);
+  if (what == L"mute") return RunMute(argv + 2, argc - 2);
   return Fail("reading the command line");
 }
