@@ -3,6 +3,7 @@
 # tests over those run too; they are reported as skipped otherwise. The Windows program is built and
 # tested where mingw and wine64 are installed, and every command in the documents is run where its tools
 # are; TARNLEX_WINDOWS_TESTS=REQUIRED and TARNLEX_DOCS_TESTS=REQUIRED fail where they are not.
+# TARNLEX_WERROR=ON stops at warnings, as the presets for development do.
 set -eu
 cd "$(dirname "$0")/.."
 preset=${1:-release}
@@ -10,6 +11,7 @@ preset=${1:-release}
 scripts/install_packages.sh build test
 cmake --preset "$preset" \
   ${TARNLEX_WINDOWS_TESTS:+-DTARNLEX_WINDOWS_TESTS="$TARNLEX_WINDOWS_TESTS"} \
-  ${TARNLEX_DOCS_TESTS:+-DTARNLEX_DOCS_TESTS="$TARNLEX_DOCS_TESTS"}
+  ${TARNLEX_DOCS_TESTS:+-DTARNLEX_DOCS_TESTS="$TARNLEX_DOCS_TESTS"} \
+  ${TARNLEX_WERROR:+-DTARNLEX_WERROR="$TARNLEX_WERROR"}
 cmake --build --preset "$preset" -j "$(nproc)"
 ctest --preset "$preset" -j "$(nproc)"

@@ -23,7 +23,7 @@ if(TARNLEX_MINGW AND TARNLEX_WINE AND TARNLEX_WINESERVER AND TARNLEX_SCRIPT)
     TARNLEX_WINESERVER="${TARNLEX_WINESERVER}"
   )
   add_test(NAME windows_build WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
-    COMMAND sh -c "cmake --preset windows && cmake --build --preset windows")
+    COMMAND sh -c "cmake --preset windows -DTARNLEX_WERROR=${TARNLEX_WERROR} && cmake --build --preset windows")
   set_tests_properties(windows_build PROPERTIES FIXTURES_SETUP windows TIMEOUT 900)
   add_test(NAME tarnlex_windows_tests COMMAND tarnlex_windows_tests)
   set_tests_properties(tarnlex_windows_tests PROPERTIES FIXTURES_REQUIRED windows TIMEOUT 900)
