@@ -1,6 +1,7 @@
 #!/bin/sh
 # Makes the packages twice and checks them: same bytes, no event log in them, no complaint of lintian,
-# and programs that run, from the unpacked tarball and, where we may, installed from the .deb.
+# hardened programs, and that these run, from the unpacked tarball and, where we may, installed from the
+# .deb.
 set -eu
 cd "$(dirname "$0")/.."
 place=build/check_packages
@@ -35,6 +36,28 @@ done <"$place/files"
 
 lintian --allow-root --fail-on error,warning "$deb"
 
+# The flags of cmake/hardening.cmake, by what they leave in the programs.
+hardened() {
+  readelf -Wh "$1" | grep -q 'Type: *DYN' || fail "$1 lies at a fixed address"
+  readelf -Wl "$1" | grep -q GNU_RELRO || fail "$1 is without relro"
+  readelf -Wd "$1" | grep -q BIND_NOW || fail "$1 is without bindnow"
+}
+portable=$(echo "$place"/tarball/*/bin/tarnlex)
+hardened "$place/deb/usr/bin/tarnlex"
+hardened "$portable"
+readelf -W --dyn-syms "$place/deb/usr/bin/tarnlex" | grep -q ' __stack_chk_fail@' ||
+  fail "the program of the .deb has no stack protector"
+# Few copies are left to be checked in a run, so what shows is what the compiler was told.
+commands=build/release/compile_commands.json
+grep -q '"command":' "$commands" || fail "nothing was compiled"
+! grep '"command":' "$commands" | grep -qv -e '-D_FORTIFY_SOURCE=3' || fail "some source is not fortified"
+exe=$(echo "$place"/zip/*/tarnlex.exe)
+x86_64-w64-mingw32-objdump -p "$exe" >"$place/exe"
+for flag in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
+  grep -q "$flag" "$place/exe" || fail "the Windows program is without $flag"
+done
+grep -qa 'stack smashing detected' "$exe" || fail "the Windows program has no stack protector"
+
 # rows PROGRAM: what it makes of the sample logs, without the run header.
 cmake --build --preset release --target make_sample_log tarnlex >/dev/null
 build/release/tests/make_sample_log "$place/logs"
@@ -43,7 +66,6 @@ rows() { "$1" -log "$logs" -logon -csv -quiet | tail -n +5; }
 rows build/release/tarnlex >"$place/expected"
 [ "$(wc -l <"$place/expected")" -gt 20 ] || fail "the sample logs have too few rows"
 
-portable=$(echo "$place"/tarball/*/bin/tarnlex)
 rows "$portable" | cmp - "$place/expected"
 ! readelf -d "$portable" | grep -q NEEDED || fail "the program of the tarball needs libraries"
 
