@@ -1,7 +1,7 @@
 #!/bin/sh
-# Makes the packages twice and checks them: same bytes, no event log in them, no complaint of lintian,
-# hardened programs, and that these run, from the unpacked tarball and, where we may, installed from the
-# .deb.
+# Makes the packages twice and checks them: same bytes, no event log in them, no complaint of lintian, a
+# source package that is complete, hardened programs, and that these run, from the unpacked tarball and,
+# where we may, installed from the .deb.
 set -eu
 cd "$(dirname "$0")/.."
 place=build/check_packages
@@ -10,20 +10,37 @@ mkdir -p "$place"
 
 fail() { echo "check_packages.sh: $1" >&2; exit 1; }
 
+scripts/install_packages.sh package
 scripts/package.sh "$place/first"
-scripts/package.sh "$place/second" >/dev/null
+
+# What the .deb does not need is not there for it the second time, and cannot be installed.
+mkdir "$place/without"
+for tool in apt-get zip unzip mandoc x86_64-w64-mingw32-g++-posix x86_64-w64-mingw32-windres; do
+  printf '#!/bin/sh\necho "%s was asked for" >&2\nexit 1\n' "$tool" >"$place/without/$tool"
+done
+cat >"$place/without/dpkg-query" <<END
+#!/bin/sh
+case " \$* " in *mingw* | *wine* | *" zip "* | *" unzip "* | *" mandoc "*) exit 1 ;; esac
+exec $(command -v dpkg-query) "\$@"
+END
+chmod +x "$place"/without/*
+PATH="$PWD/$place/without:$PATH" scripts/package.sh deb "$place/second" >/dev/null
+for part in source tarball zip; do scripts/package.sh "$part" "$place/second" >/dev/null; done
+
 # A glob that finds too little would check too little.
-[ "$(ls "$place/first" | wc -l)" -eq 3 ] || fail "there are not three packages"
+[ "$(ls "$place/first" | wc -l)" -eq 6 ] || fail "there are not six files"
 for package in "$place"/first/*; do
   cmp "$package" "$place/second/$(basename "$package")"
 done
 deb=$(echo "$place"/first/*.deb)
-tarball=$(echo "$place"/first/*.tar.gz)
+source=$(echo "$place"/first/*.dsc)
+tarball=$(echo "$place"/first/*-linux-*.tar.gz)
 zip=$(echo "$place"/first/*.zip)
 
-# Logs trip virus scanners, and are nobody's business.
+# Logs trip virus scanners, and are nobody's business. The source has what is like them in fuzz/regression.
 mkdir "$place/deb" "$place/tarball" "$place/zip"
 dpkg-deb -x "$deb" "$place/deb"
+dpkg-source -x "$source" "$place/source" >/dev/null
 tar -xzf "$tarball" -C "$place/tarball"
 unzip -q "$zip" -d "$place/zip"
 find "$place/deb" "$place/tarball" "$place/zip" -type f >"$place/files"
@@ -34,7 +51,10 @@ while read -r file; do
   esac
 done <"$place/files"
 
-lintian --allow-root --fail-on error,warning "$deb"
+git ls-files -z | xargs -0 sha256sum >"$place/sums"
+(cd "$place/source" && sha256sum --check --quiet ../sums) || fail "the source package is not the source"
+
+lintian --allow-root --fail-on error,warning "$deb" "$source"
 
 # The flags of cmake/hardening.cmake, by what they leave in the programs.
 hardened() {
@@ -79,5 +99,7 @@ else
   rows /usr/bin/tarnlex | cmp - "$place/expected"
   version=$(dpkg-query -W -f '${Version}' tarnlex)
   /usr/bin/tarnlex -h 2>&1 | grep -qx "tarnlex ver: ${version%-*}" || fail "the versions differ"
+  mkdir "$place/autopkgtest"
+  AUTOPKGTEST_TMP=$(realpath "$place/autopkgtest") debian/tests/sample-logs
 fi
 echo "packages checked"

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs what is missing of the Debian packages that a task needs; does nothing, and needs no
 # rights, when all are there.
-# usage: install_packages.sh [build] [test] [docs] [check] [windows] [package] [fuzz] [bench]   (default: build test)
+# usage: install_packages.sh [TASK]...   (default: build test; the tasks are below)
 set -eu
 
 packages_for() {
@@ -14,7 +14,10 @@ packages_for() {
     docs) echo parallel python3-pandas ;;
     check) echo git clang-format clang-tidy python3 ;;
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
-    package) echo git g++-mingw-w64-x86-64-posix zip unzip dpkg-dev bsdextrautils mandoc lintian ;;
+    deb | source) echo git build-essential debhelper cmake ninja-build ;;
+    tarball) echo git "$(packages_for build)" ;;
+    zip) echo git cmake ninja-build g++-mingw-w64-x86-64-posix zip unzip bsdextrautils mandoc ;;
+    package) echo lintian binutils binutils-mingw-w64-x86-64 "$(packages_for deb) $(packages_for tarball) $(packages_for zip)" ;;
     fuzz) echo clang libclang-rt-14-dev ;;
     bench) echo hyperfine libevtx-utils libevt-utils python3 ;;
     *) echo "install_packages.sh: no such task: $1" >&2; return 1 ;;

@@ -1,30 +1,34 @@
 #!/bin/sh
-# Makes the release, in OUT_DIR:
-#   tarnlex_VERSION-1_ARCHITECTURE.deb   for Debian and its like
-#   tarnlex-VERSION-linux-MACHINE.tar.gz for any Linux: the program needs no library
-#   tarnlex-VERSION-windows.zip
+# Makes the release, or one part of it, in OUT_DIR:
+#   deb      tarnlex_VERSION-1_ARCHITECTURE.deb, for Debian and its like
+#   source   the Debian source package: tarnlex_VERSION-1.dsc and what it names
+#   tarball  tarnlex-VERSION-linux-MACHINE.tar.gz, for any Linux: the program needs no library
+#   zip      tarnlex-VERSION-windows.zip
 # The same commit gives the same bytes, wherever and whenever it is built with the same compilers: all
-# dates are that of the commit, and no path of the build gets in. No package holds an event log.
-# usage: package.sh [OUT_DIR]   (default: build)
+# dates are that of the commit, and no path of the build gets in. None but the source holds what could
+# be taken for an event log.
+# usage: package.sh [deb|source|tarball|zip] [OUT_DIR]   (default: all, in build)
 set -eu
+parts="deb source tarball zip"
+case ${1:-} in deb | source | tarball | zip) parts=$1; shift ;; esac
 out=${1:-}
 [ -z "$out" ] || { mkdir -p "$out" && out=$(realpath "$out"); }
 cd "$(dirname "$0")/.."
 [ -n "$out" ] || out=$PWD/build
 
-scripts/install_packages.sh build package
+# shellcheck disable=SC2086
+scripts/install_packages.sh $parts
 version=$(sed -n 's/^project(tarnlex VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
 [ -n "$version" ] || { echo "package.sh: no version in CMakeLists.txt" >&2; exit 1; }
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}
 export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C
 umask 022
-
-for preset in release windows; do cmake --preset $preset >/dev/null; done
-cmake --build --preset release --target tarnlex tarnlex_portable >/dev/null
-cmake --build --preset windows --target tarnlex >/dev/null
 stage=$out/package
 rm -rf "$stage"
 mkdir -p "$stage"
+
+# quietly COMMAND...: what it says is shown only when it fails.
+quietly() { "$@" >"$stage.said" 2>&1 || { cat "$stage.said" >&2; exit 1; }; }
 
 # settle DIR: dates and rights that do not depend on who packs and when.
 settle() {
@@ -32,50 +36,48 @@ settle() {
   find "$1" -exec touch -h -d "@$SOURCE_DATE_EPOCH" {} +
 }
 
-# fill FILE < TEMPLATE
-fill() {
-  sed -e "s/@VERSION@/$version-1/" -e "s/@ARCHITECTURE@/$architecture/" -e "s/@DEPENDS@/$depends/" \
-    -e "s/@INSTALLED_SIZE@/$size/" -e "s/@DATE@/$(date -R -d "@$SOURCE_DATE_EPOCH")/" >"$1"
+# pack NAME > TARBALL: the folder of that name.
+pack() {
+  tar -C "$stage" --sort=name --owner=0 --group=0 --numeric-owner --format=ustar -cf - "$@" | gzip -9n
 }
 
-make_deb() {
-  root=$stage/deb
-  doc=$root/usr/share/doc/tarnlex
-  architecture=$(dpkg --print-architecture)
-  cmake --install build/release --strip --prefix "$root/usr" >/dev/null
-  chmod 755 "$root/usr/bin/tarnlex"
-  # What the distribution wants to have in forms of its own.
-  rm "$doc/LICENSE"
-  mv "$doc/CHANGELOG.md" "$doc/changelog"
-  cp packaging/debian/copyright "$doc"
-  mkdir -p "$root/usr/share/lintian/overrides"
-  cp packaging/debian/lintian-overrides "$root/usr/share/lintian/overrides/tarnlex"
-  mkdir "$root/DEBIAN" "$stage/debian"
-  : >"$stage/debian/control"
-  depends=$(cd "$stage" && dpkg-shlibdeps -O deb/usr/bin/tarnlex | sed 's/^shlibs:Depends=//')
-  # Sizes of files, not of blocks: those are the file system's affair.
-  size=$(find "$root/usr" -type f -printf '%s\n' | awk '{ sum += int(($1 + 1023) / 1024) } END { print sum }')
-  fill "$doc/changelog.Debian" <packaging/debian/changelog.in
-  gzip -9n "$doc/changelog" "$doc/changelog.Debian" "$root/usr/share/man/man1/tarnlex.1"
-  fill "$root/DEBIAN/control" <packaging/debian/control.in
-  (cd "$root" && find usr -type f | sort | xargs -d '\n' md5sum >DEBIAN/md5sums)
-  settle "$root"
-  dpkg-deb --root-owner-group --threads-max=1 -Zxz --build "$root" \
-    "$out/tarnlex_$version-1_$architecture.deb" >/dev/null
+# make_debian WHAT PATTERN...: has the tools of the distribution make WHAT, in a copy that holds nothing
+# but what is under version control, and keeps the files that are asked for.
+make_debian() {
+  what=$1
+  shift
+  tree=tarnlex-$version
+  [ "$(dpkg-parsechangelog -S Version | sed 's/-[^-]*$//')" = "$version" ] ||
+    { echo "package.sh: debian/changelog is not for version $version" >&2; exit 1; }
+  mkdir "$stage/$tree"
+  git ls-files -z | xargs -0 cp --parents -t "$stage/$tree"
+  settle "$stage/$tree"
+  pack --exclude="$tree/debian" "$tree" >"$stage/tarnlex_$version.orig.tar.gz"
+  # The tests are run elsewhere, over the same sources.
+  (cd "$stage/$tree" && DEB_BUILD_OPTIONS="nocheck noautodbgsym" \
+    quietly dpkg-buildpackage -us -uc -Pnocheck "$what")
+  for pattern in "$@"; do mv "$stage"/$pattern "$out"; done
+  rm -rf "${stage:?}"/*
 }
+
+make_deb() { make_debian -b "*.deb"; }
+make_source() { make_debian -S "*.dsc" "*.orig.tar.gz" "*.debian.tar.xz"; }
 
 make_tarball() {
   name=tarnlex-$version-linux-$(uname -m)
+  quietly cmake --preset release
+  quietly cmake --build --preset release --target tarnlex tarnlex_portable
   cmake --install build/release --prefix "$stage/$name" >/dev/null
   cp build/release/tarnlex_portable "$stage/$name/bin/tarnlex"
   strip "$stage/$name/bin/tarnlex"
   settle "$stage/$name"
-  tar -C "$stage" --sort=name --owner=0 --group=0 --numeric-owner --format=ustar -cf - "$name" |
-    gzip -9n >"$out/$name.tar.gz"
+  pack "$name" >"$out/$name.tar.gz"
 }
 
 make_zip() {
   name=tarnlex-$version-windows
+  quietly cmake --preset windows
+  quietly cmake --build --preset windows --target tarnlex
   mkdir -p "$stage/$name"
   cp build/windows/tarnlex.exe "$stage/$name"
   # What is read in an editor there has the line ends of that system.
@@ -90,8 +92,6 @@ make_zip() {
   unzip -tq "$out/$name.zip"
 }
 
-make_deb
-make_tarball
-make_zip
-rm -rf "$stage"
+for part in $parts; do "make_$part"; done
+rm -rf "$stage" "$stage.said"
 ls -l "$out"/tarnlex[_-]"$version"*
