@@ -15,7 +15,7 @@ packages_for() {
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
     package) echo git g++-mingw-w64-x86-64-posix zip unzip dpkg-dev bsdextrautils mandoc lintian ;;
     fuzz) echo clang libclang-rt-14-dev ;;
-    bench) echo hyperfine libevtx-utils libevt-utils python3 ;;
+    bench) echo hyperfine valgrind libevtx-utils libevt-utils python3 ;;
     *) echo "install_packages.sh: no such task: $1" >&2; return 1 ;;
   esac
 }
