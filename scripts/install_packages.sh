@@ -19,7 +19,7 @@ packages_for() {
     zip) echo git cmake ninja-build g++-mingw-w64-x86-64-posix zip unzip bsdextrautils mandoc ;;
     package) echo lintian binutils binutils-mingw-w64-x86-64 "$(packages_for deb) $(packages_for tarball) $(packages_for zip)" ;;
     fuzz) echo clang libclang-rt-14-dev ;;
-    bench) echo hyperfine libevtx-utils libevt-utils python3 ;;
+    bench) echo hyperfine valgrind libevtx-utils libevt-utils python3 ;;
     *) echo "install_packages.sh: no such task: $1" >&2; return 1 ;;
   esac
 }

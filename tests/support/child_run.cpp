@@ -1,6 +1,7 @@
 #include "tests/support/child_run.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <stdlib.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -27,6 +28,8 @@ pid_t Start(const std::string& program, const std::vector<std::string>& args, in
   std::vector<char*> pointers{const_cast<char*>(program.c_str())};
   for (const std::string& arg : args) pointers.push_back(const_cast<char*>(arg.c_str()));
   pointers.push_back(nullptr);
+  // A child's peak begins with what this process has in memory at this moment.
+  malloc_trim(0);
   const pid_t child = fork();
   if (child < 0) throw std::runtime_error("cannot start " + program);
   if (child == 0) {
