@@ -18,22 +18,27 @@ namespace {
 constexpr std::string_view kNeedAdmin =
     "Not running w/ admin privileges... pls restart with admin privs\n";
 
-void SayUnusable(const RunOptions& options, OpenResult result, const std::string& path) {
+void SayUnusable(OpenResult result, const std::string& path, TextSink& messages) {
   if (result == OpenResult::kCannotOpen) {
-    Say(options, "prob opening log ", path, ", skipping\n");
+    Say(messages, "prob opening log ", path, ", skipping\n");
   } else if (result == OpenResult::kNoEventLog) {
-    Say(options, "no event log in ", path, ", skipping\n");
+    Say(messages, "no event log in ", path, ", skipping\n");
   }
 }
 
+bool Complain(std::string& complaints, std::string_view text) {
+  complaints += text;
+  return false;
+}
+
 // A system source stands alone.
-bool IsOnlySource(const RunOptions& options, const char* name) {
+bool IsOnlySource(const RunOptions& options, const char* name, std::string& complaints) {
   const char* other = nullptr;
-  if (!options.logs.empty()) other = "-log";
+  if (!options.log_paths.empty()) other = "-log";
   if (options.pipe) other = "-pipe";
   if (other == nullptr) return true;
-  Say(options, std::string("Error, can't use ") + name + " with " + other + " option, aborting\n");
-  return false;
+  return Complain(complaints, std::string("Error, can't use ") + name + " with " + other +
+                                  " option, aborting\n");
 }
 
 // The file name in lower case up to its last "."; names as Windows XP gave them become those that
@@ -46,10 +51,10 @@ std::string KindOfFile(std::string_view name) {
   return stem;
 }
 
-bool ScanOrSay(RunOptions& options, const std::string& directory, std::size_t prefix_size = 0) {
-  if (ScanLogDirectory(options.logs, directory, prefix_size)) return true;
-  Say(options, "probs getting information about eventlogs, aborting\n");
-  return false;
+bool Scan(LogTable& logs, const std::string& directory, std::string& complaints,
+          std::size_t prefix_size = 0) {
+  return ScanLogDirectory(logs, directory, prefix_size) ||
+         Complain(complaints, "probs getting information about eventlogs, aborting\n");
 }
 
 // The directory of a file below `root`, as the volume spells it; nothing when it is not there.
@@ -71,40 +76,17 @@ std::optional<std::string> VolumeRoot(const std::string& volume) {
   return volume.back() == '/' ? volume : volume + "/";
 }
 
-}  // namespace
-
-void AddLogList(RunOptions& options, const std::string& list) {
-  std::vector<std::string> pieces;
-  SplitList(list, '|', true, pieces);
-  for (const std::string& piece : pieces) {
-    const std::string path = ExpandPathVariables(piece);
-    if (options.logs.contains(path)) continue;
-    LogInfo log;
-    log.path = path;
-    if (!options.trial) SayUnusable(options, ProbeLog(log, path), path);
-    options.logs.emplace(path, log);
-  }
+bool UseLiveSystem(LogTable& logs, std::string& complaints) {
+  if (!IsAdmin()) return Complain(complaints, kNeedAdmin);
+  return Scan(logs,
+              WindowsDirectory().value_or("c:\\windows") + "\\system32" +
+                  (IsVistaOrLater() ? "\\winevt\\logs" : "\\config"),
+              complaints);
 }
 
-bool UseLiveSystem(RunOptions& options) {
-  if (!IsOnlySource(options, "-livesys")) return false;
-  options.logs.clear();
-  if (!IsAdmin()) {
-    Say(options, kNeedAdmin);
-    return false;
-  }
-  return ScanOrSay(options, WindowsDirectory().value_or("c:\\windows") + "\\system32" +
-                                (IsVistaOrLater() ? "\\winevt\\logs" : "\\config"));
-}
-
-bool UsePartition(RunOptions& options, std::string volume) {
-  if (!IsOnlySource(options, "-partition")) return false;
+bool UsePartition(std::string volume, LogTable& logs, std::string& complaints) {
   if (OnWindows()) volume = ToLowerAscii(volume);
-  options.logs.clear();
-  if (OnWindows() && volume.starts_with('c') && !IsAdmin()) {
-    Say(options, kNeedAdmin);
-    return false;
-  }
+  if (OnWindows() && volume.starts_with('c') && !IsAdmin()) return Complain(complaints, kNeedAdmin);
   const auto root = VolumeRoot(volume);
   std::optional<std::string> directory;
   if (root) {
@@ -113,25 +95,54 @@ bool UsePartition(RunOptions& options, std::string volume) {
       directory = DirectoryOf(*root, "Windows\\System32\\winevt\\logs\\System.evtx");
     }
   }
-  if (!directory) {
-    Say(options, "No eventlogs found in system directory\n");
-    return false;
-  }
-  return ScanOrSay(options, *directory, root->size());
+  if (!directory) return Complain(complaints, "No eventlogs found in system directory\n");
+  return Scan(logs, *directory, complaints, root->size());
 }
 
-bool UseShadowCopy(RunOptions& options, const std::string& number) {
-  if (!IsOnlySource(options, "-vss")) return false;
+bool UseShadowCopy(const std::string& number, LogTable& logs, std::string& complaints) {
   if (!IsAdmin()) {
-    Say(options, "This option requires admin privileges...\n");
-    Say(options, "need to restart cmd prompt using \"Run As Administrator\" option...\n");
-    return false;
+    return Complain(complaints,
+                    "This option requires admin privileges...\n"
+                    "need to restart cmd prompt using \"Run As Administrator\" option...\n");
   }
   if (!IsVistaOrLater()) {
-    Say(options, "-vss option only applies to Vista, Win7, Win8 and beyond\n");
-    return false;
+    return Complain(complaints, "-vss option only applies to Vista, Win7, Win8 and beyond\n");
   }
-  return ScanOrSay(options, kShadowCopyPrefix + number + "\\Windows\\System32\\winevt\\logs");
+  return Scan(logs, kShadowCopyPrefix + number + "\\Windows\\System32\\winevt\\logs", complaints);
+}
+
+// The logs of -log, unless their paths are piped in.
+bool UseList(const RunOptions& options, const LogTable& logs, std::string& complaints) {
+  if (options.pipe) {
+    if (options.logs_listed) Complain(complaints, "ignoring -log, paths are piped in\n");
+    return true;
+  }
+  return !logs.empty() ||
+         Complain(complaints, "need to specify a log file, via the -log <event log> option\n");
+}
+
+}  // namespace
+
+bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints) {
+  for (const std::string& path : options.log_paths) logs[path].path = path;
+  if (options.live_system) {
+    return IsOnlySource(options, "-livesys", complaints) && UseLiveSystem(logs, complaints);
+  }
+  if (options.partition) {
+    return IsOnlySource(options, "-partition", complaints) &&
+           UsePartition(*options.partition, logs, complaints);
+  }
+  if (options.shadow_copy) {
+    return IsOnlySource(options, "-vss", complaints) &&
+           UseShadowCopy(*options.shadow_copy, logs, complaints);
+  }
+  return UseList(options, logs, complaints);
+}
+
+void JudgeListedLogs(const RunOptions& options, LogTable& logs, TextSink& messages) {
+  for (const std::string& path : options.log_paths) {
+    SayUnusable(ProbeLog(logs[path], path), path, messages);
+  }
 }
 
 bool ScanLogDirectory(LogTable& table, const std::string& directory, std::size_t prefix_size) {

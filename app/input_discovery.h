@@ -1,22 +1,23 @@
 // Where the logs of a run come from: a list, the running system, a mounted volume, a shadow copy.
-// All of them fill `options.logs`; piped paths are read while the run goes on instead.
+// Piped paths are read while the run goes on instead.
 #pragma once
 
 #include <string>
 
+#include "logs/log_info.h"
 #include "logs/run_options.h"
+#include "logs/text_sink.h"
 
 namespace tarnlex {
 
-// -log: every piece of the "|"-separated list becomes an entry of the table, also one that cannot
-// be opened or holds no event log; those are named in a message.
-void AddLogList(RunOptions& options, const std::string& list);
+// Fills `logs` from the sources that the run names; those of a list are not looked at yet. False
+// when there is none, or when the source clashes with another, is out of reach or holds no log.
+// What there is to say of that is added to `complaints`.
+bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints);
 
-// -livesys, -partition and -vss. False when the source clashes with -pipe or -log, is out of reach
-// or holds no log; the reason has been said.
-bool UseLiveSystem(RunOptions& options);
-bool UsePartition(RunOptions& options, std::string volume);
-bool UseShadowCopy(RunOptions& options, const std::string& number);
+// Judges each log of -log, and names those that cannot be opened or hold no event log; they stay in
+// the table all the same.
+void JudgeListedLogs(const RunOptions& options, LogTable& logs, TextSink& messages);
 
 // Fills `table` with the event logs in `directory`, judged by their names: ".evtx" files when the
 // path says "winevt" in any case, else ".evt" files; a file whose

@@ -6,7 +6,6 @@
 
 #include "logs/log_info.h"
 #include "logs/platform.h"
-#include "logs/run_options.h"
 
 namespace tarnlex {
 
@@ -27,7 +26,7 @@ OpenResult ProbeLog(LogInfo& info, const std::string& path);
 OpenResult ProbeLogFile(LogInfo& info, const std::string& path, const InputFile& file);
 
 // True when the format was recognised and a kind was settled. Writes no message.
-inline bool OpenLog(LogInfo& info, const std::string& path, const RunOptions&) {
+inline bool OpenLog(LogInfo& info, const std::string& path) {
   return ProbeLog(info, path) == OpenResult::kOpened;
 }
 

@@ -1,14 +1,10 @@
 // The options on how records look and where they go.
-#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "app/parse_options.h"
-#include "logs/messages.h"
-#include "logs/output_guard.h"
 #include "logs/paths.h"
-#include "logs/platform.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -44,18 +40,6 @@ std::string QuoteArguments(const Arguments& args) {
   return line;
 }
 
-void OpenDiagnostics(RunOptions& options) {
-  if (options.trial || options.diags == nullptr) return;
-  auto write = OpenGuardedOutput(options.diags_file);
-  if (!write) {
-    Say(options, "prob opening file ", options.diags_file, " for diagnostics, skipping\n");
-    return;
-  }
-  *options.diags = MakeSink(std::move(*write));
-  options.diags_on = true;
-  AppendNow(*options.diags, std::string("->").append(options.cmdline).append("\n"));
-}
-
 void ApplyForm(RunOptions& options, const FormOption& form) {
   if (form.clears_csvgen) options.csvgen_form = false;
   options.csv_form = options.l2t_form = options.bodyfile_form = false;
@@ -89,18 +73,18 @@ bool ReadAliases(const std::string& list, bool directories,
   return true;
 }
 
-bool ParseNames(RunOptions& options, Arguments& args) {
+bool ParseNames(RunOptions& options, Arguments& args, std::string& complaints) {
   std::string value;
   if (FindValue("-alias", args, value) && !ReadAliases(value, false, options.alias_map)) {
-    Say(options, "inbalanced alias to true pathfiles, aborting\n");
+    complaints += "inbalanced alias to true pathfiles, aborting\n";
     return false;
   }
   if (FindValue("-aliaspath", args, value) && !ReadAliases(value, true, options.alias_path_map)) {
-    Say(options, "inbalanced alias to true paths, aborting\n");
+    complaints += "inbalanced alias to true paths, aborting\n";
     return false;
   }
   if (FindValue("-sqlite", args, value)) {
-    Say(options, "This option is not offered in this build\n");
+    complaints += "This option is not offered in this build\n";
     return false;
   }
   FindValue("-signal", args, value);  // accepted and without effect
@@ -109,30 +93,16 @@ bool ParseNames(RunOptions& options, Arguments& args) {
   return true;
 }
 
-bool RefuseOutput(const RunOptions& options, const std::string& path) {
-  Say(options, "prob opening file ", path, " for output, aborting\n");
-  return false;
-}
-
-// Both options are read before anything is opened: a relative file goes into the directory.
-bool ParseOutput(RunOptions& options, Arguments& args) {
+// A relative file goes into the directory.
+void ParseOutput(RunOptions& options, Arguments& args) {
   options.to_file =
       FindValue("-out", args, options.out_file) || FindValue("-outfile", args, options.out_file);
   options.have_out_dir = FindValue("-outdir", args, options.out_dir);
   options.out_file = ExpandPathVariables(options.out_file);
   options.out_dir = ExpandPathVariables(options.out_dir);
-  if (options.have_out_dir) {
-    if (!options.trial && !MakeDirectory(options.out_dir))
-      return RefuseOutput(options, options.out_dir);
-    if (options.to_file && !IsAbsolutePath(options.out_file)) {
-      options.out_file = JoinPath(options.out_dir, options.out_file);
-    }
+  if (options.to_file && options.have_out_dir && !IsAbsolutePath(options.out_file)) {
+    options.out_file = JoinPath(options.out_dir, options.out_file);
   }
-  // Opened and closed again: the examiner should learn of a bad name now, not after the work.
-  if (options.to_file && !options.trial && !OpenGuardedOutput(options.out_file)) {
-    return RefuseOutput(options, options.out_file);
-  }
-  return true;
 }
 
 void SetSeparator(RunOptions& options, const std::string& text) {
@@ -155,41 +125,42 @@ bool IsTimeFormat(const std::string& format) {
   return length_fits && format.find(':') != std::string::npos;
 }
 
-void ParseFormat(RunOptions& options, Arguments& args, const char* name,
-                 bool (*accepts)(const std::string&), std::string& format) {
+void ParseFormat(Arguments& args, const char* name, bool (*accepts)(const std::string&),
+                 std::string& format, std::string& complaints) {
   std::string value;
   if (!FindValue(name, args, value)) return;
   if (accepts(value)) {
     format = value;
   } else {
-    Say(options, "invalid ", value, ", using default format\n");
+    complaints.append("invalid ").append(value).append(", using default format\n");
   }
 }
 
 }  // namespace
 
-bool ParseOutputOptions(RunOptions& options, Arguments& args) {
+bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& complaints) {
   if (args.empty()) return false;
   if (options.cmdline.empty()) options.cmdline = QuoteArguments(args);
 
   std::string value;
   if (FindFlag("-pair_datetime", args)) options.pair_datetime = true;
-  if (FindValue("-diags", args, options.diags_file)) OpenDiagnostics(options);
+  options.diags_on = FindValue("-diags", args, options.diags_file);
   for (const FormOption& form : kForms) {
     if (FindFlag(form.name, args)) ApplyForm(options, form);
   }
-  if (!ParseNames(options, args) || !ParseOutput(options, args)) return false;
+  if (!ParseNames(options, args, complaints)) return false;
+  ParseOutput(options, args);
 
   if (FindFlag("-pipe", args)) options.pipe = true;
-  if (FindFlag("-base10", args)) options.hex_numbers = false;
+  FindFlag("-base10", args);  // accepted and without effect: no option asks for anything else
   if (FindValue("-csv_separator", args, value)) SetSeparator(options, value);
   if (FindFlag("-no_whitespace", args)) {
     options.delimited = true;
     options.pad_separator = false;
     std::erase(options.separator, ' ');
   }
-  ParseFormat(options, args, "-dateformat", IsDateFormat, options.date_format);
-  ParseFormat(options, args, "-timeformat", IsTimeFormat, options.time_format);
+  ParseFormat(args, "-dateformat", IsDateFormat, options.date_format, complaints);
+  ParseFormat(args, "-timeformat", IsTimeFormat, options.time_format, complaints);
   FindFlag("-verbose", args);  // accepted and without effect
   if (FindFlag("-quiet", args)) options.show_status = false;
   return true;

@@ -1,14 +1,13 @@
 #include "app/parse_options.h"
 
-#include <algorithm>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "app/input_discovery.h"
 #include "logs/date_time.h"
-#include "logs/messages.h"
-#include "logs/output_guard.h"
 #include "logs/parse_number.h"
+#include "logs/paths.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -61,7 +60,6 @@ void ParseFilters(RunOptions& options, Arguments& args) {
 }
 
 void ParseReports(RunOptions& options, Arguments& args) {
-  options.dump_all = true;
   for (const ReportOption& report : kReports) {
     if (!FindFlag(report.name, args)) continue;
     options.*report.report = true;
@@ -77,58 +75,46 @@ void ParseReports(RunOptions& options, Arguments& args) {
   if (options.have_cmd_file) options.dump_all = false;
 }
 
-bool ParseInputs(RunOptions& options, Arguments& args) {
-  std::string value;
-  const bool listed = FindValue("-log", args, value);
-  if (listed) AddLogList(options, value);
-  if (FindFlag("-livesys", args)) return UseLiveSystem(options);
-  if (FindValue("-partition", args, value)) return UsePartition(options, value);
-  if (FindValue("-vss", args, value)) return UseShadowCopy(options, value);
-  if (listed && options.pipe) Say(options, "ignoring -log, paths are piped in\n");
-  return true;
-}
-
-bool ParseAll(RunOptions& options, Arguments& args) {
-  options.hex_numbers = false;
-  if (!ParseOutputOptions(options, args)) return false;
-  ParseFilters(options, args);
-  ParseReports(options, args);
-  return ParseInputs(options, args);
-}
-
-// The paths that would be opened for writing once, before any log is read.
-std::vector<std::string> OutputPaths(const RunOptions& options) {
+// Variables are expanded; a path that is listed twice is one log.
+std::vector<std::string> ReadLogList(const std::string& list) {
+  std::vector<std::string> pieces;
+  SplitList(list, '|', true, pieces);
   std::vector<std::string> paths;
-  if (!options.diags_file.empty()) paths.push_back(options.diags_file);
-  if (options.to_file) paths.push_back(options.out_file);
-  if (options.stats_on) paths.push_back(options.stats_file);
+  std::set<std::string> known;
+  for (const std::string& piece : pieces) {
+    std::string path = ExpandPathVariables(piece);
+    if (known.insert(path).second) paths.push_back(std::move(path));
+  }
   return paths;
 }
 
-// Which files are read and which are written is only known when all arguments have been looked at,
-// while some are opened on the way. So the arguments are read twice, the first time for this.
-bool WouldOverwriteInput(const RunOptions& options, Arguments args) {
-  const auto writes = {"-diags", "-out", "-outfile", "-stats"};
-  if (std::none_of(writes.begin(), writes.end(),
-                   [&args](const char* name) { return HasFlag(name, args); })) {
-    return false;
+void ParseInputs(RunOptions& options, Arguments& args) {
+  std::string value;
+  options.logs_listed = FindValue("-log", args, value);
+  if (options.logs_listed) options.log_paths = ReadLogList(value);
+  options.live_system = FindFlag("-livesys", args);
+  if (options.live_system) return;
+  if (FindValue("-partition", args, value)) {
+    options.partition = value;
+  } else if (FindValue("-vss", args, value)) {
+    options.shadow_copy = value;
   }
-  RunOptions trial = options;
-  trial.trial = true;
-  trial.messages = nullptr;
-  ParseAll(trial, args);
-  for (const std::string& path : OutputPaths(trial)) {
-    if (!HoldsEventLog(path) && !IsSameFile(path, trial.logs, trial.cmd_file)) continue;
-    Say(options, "prob opening file ", path, " for output, aborting\n");
-    return true;
-  }
-  return false;
 }
 
 }  // namespace
 
-bool ParseOptions(RunOptions& options, Arguments& args) {
-  return !WouldOverwriteInput(options, args) && ParseAll(options, args);
+CommandLine ReadCommandLine(Arguments args) {
+  CommandLine line;
+  line.complete = ParseOptions(line.options, args, line.complaints);
+  return line;
+}
+
+bool ParseOptions(RunOptions& options, Arguments& args, std::string& complaints) {
+  if (!ParseOutputOptions(options, args, complaints)) return false;
+  ParseFilters(options, args);
+  ParseReports(options, args);
+  ParseInputs(options, args);
+  return true;
 }
 
 }  // namespace tarnlex

@@ -2,20 +2,29 @@
 // in which they were typed, so that the later of two conflicting forms in that order prevails.
 #pragma once
 
-#include <string_view>
+#include <string>
 
 #include "logs/option_search.h"
 #include "logs/run_options.h"
 
 namespace tarnlex {
 
-// Reads everything: the options on output, then the filters, reports and inputs. Recognised
-// arguments are taken out of `args`, the rest stays and is ignored. Messages go to
-// `options.messages`; `options.diags` names a sink of the caller's that -diags attaches to its
-// file. False when the run cannot go on; the reason has been said.
-bool ParseOptions(RunOptions& options, Arguments& args);
+// What the arguments of a run say.
+struct CommandLine {
+  RunOptions options;
+  std::string complaints;  // lines
+  bool complete = false;   // false: the run cannot go on, see ParseOptions
+};
+
+CommandLine ReadCommandLine(Arguments args);
+
+// Reads everything: the options on output, then the filters, reports and inputs, and does nothing
+// else. Recognised arguments are taken out of `args`, the rest stays and is ignored. What there is
+// to say of the values, in lines, is added to `complaints`. False when the run cannot go on; then
+// the reason is the last of them, and no option behind it has been read.
+bool ParseOptions(RunOptions& options, Arguments& args, std::string& complaints);
 
 // The first layer: output forms, separators, formats, output files, status switches.
-bool ParseOutputOptions(RunOptions& options, Arguments& args);
+bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& complaints);
 
 }  // namespace tarnlex

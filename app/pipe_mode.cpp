@@ -25,17 +25,16 @@ void CutLineEnd(std::string& line) {
   while (!line.empty() && (line.back() == '\r' || line.back() == '\n')) line.pop_back();
 }
 
-void HandlePath(RunOptions& options, const std::string& path, const LogSteps& steps) {
+void HandlePath(const RunOptions& options, const std::string& path, const LogSteps& steps,
+                TextSink& messages) {
   std::string directory;
   std::string name;
   if (!SplitPath(path, directory, name)) return;
-  options.current_log = LogInfo{};
-  if (!OpenLog(options.current_log, path, options)) return;
-  options.logs.clear();
-  options.logs.emplace(path, options.current_log);
-  if (options.show_status) Say(options, StatusLine(AnalyzingText(path)));
-  steps.process(options);
-  if (options.show_status) Say(options, "processed log ", path, "\n");
+  LogInfo log;
+  if (!OpenLog(log, path)) return;
+  if (options.show_status) Say(messages, StatusLine(AnalyzingText(path)));
+  steps.process(log);
+  if (options.show_status) Say(messages, "processed log ", path, "\n");
   steps.finish();
 }
 
@@ -57,7 +56,8 @@ bool ReadPiece(LineReader& reader, std::string& piece) {
   return !piece.empty();
 }
 
-void RunPipedLogs(RunOptions& options, LineReader& reader, const LogSteps& steps) {
+void RunPipedLogs(const RunOptions& options, LineReader& reader, const LogSteps& steps,
+                  TextSink& messages) {
   std::string line;
   while (ReadPiece(reader, line)) {
     CutLineEnd(line);
@@ -65,13 +65,13 @@ void RunPipedLogs(RunOptions& options, LineReader& reader, const LogSteps& steps
     std::string path = InputText(line);
     try {
       path = ExpandPathVariables(path);
-      HandlePath(options, path, steps);
+      HandlePath(options, path, steps, messages);
     } catch (...) {
-      Say(options, "exception caught on file ", path, "\n");
+      Say(messages, "exception caught on file ", path, "\n");
     }
     if (steps.stop && steps.stop()) return;
   }
-  if (options.show_status) Say(options, StatusLine(" \n"));
+  if (options.show_status) Say(messages, StatusLine(" \n"));
 }
 
 }  // namespace tarnlex

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "logs/log_info.h"
 #include "logs/run_options.h"
+#include "logs/text_sink.h"
 
 namespace tarnlex {
 
@@ -26,14 +28,14 @@ bool ReadPiece(LineReader& reader, std::string& piece);
 // What the run does with one log: `process` the work, `finish` after it. When `stop` answers true
 // after a log, no further path is read.
 struct LogSteps {
-  std::function<void(RunOptions&)> process;
+  std::function<void(const LogInfo&)> process;
   std::function<void()> finish;
   std::function<bool()> stop = {};
 };
 
-// Reads paths to the end of the stream. Each that opens as an event log becomes the only entry of
-// `options.logs` and goes through `steps`; others are passed over in silence. An exception ends
-// only the log it came from.
-void RunPipedLogs(RunOptions& options, LineReader& reader, const LogSteps& steps);
+// Reads paths to the end of the stream. Each that opens as an event log goes through `steps`;
+// others are passed over in silence. An exception ends only the log it came from.
+void RunPipedLogs(const RunOptions& options, LineReader& reader, const LogSteps& steps,
+                  TextSink& messages);
 
 }  // namespace tarnlex

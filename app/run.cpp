@@ -6,16 +6,15 @@
 
 #include "app/parse_options.h"
 #include "app/pipe_mode.h"
+#include "app/prepare_run.h"
 #include "app/run_header.h"
 #include "app/usage.h"
-#include "evtx/decoder.h"
 #include "logs/messages.h"
 #include "logs/platform.h"
-#include "output/record_output.h"
-#include "output/statistics.h"
 #include "output/visible_text.h"
 #include "reports/command_file.h"
 #include "reports/process_logs.h"
+#include "reports/run_state.h"
 
 namespace tarnlex {
 namespace {
@@ -35,17 +34,13 @@ struct StandardOutput {
   bool ends_run = false;             // there is nothing else to write
 };
 
-// What lives as long as the run and is pointed at by its options.
+// What lives as long as the run.
 struct Run {
-  RunOptions options;
-  StandardOutput out;
-  TextSink diags;
-  TextSink stats;  // open with -stats
-  RecordOutput records;
-  EvtxDecoder evtx_decoder;
-  Statistics statistics;
-  VisibleText shown_out;  // of what goes to a terminal
-  VisibleText shown_err;
+  RunState state;
+  StandardOutput out = {};
+  TextSink stats = {};         // open with -stats
+  VisibleText shown_out = {};  // of what goes to a terminal
+  VisibleText shown_err = {};
 };
 
 // Names of files come from the examined machine too, so messages get the same treatment.
@@ -82,7 +77,9 @@ void WatchStandardOutput(StandardOutput& out, Console& console) {
 }
 
 bool FileFailed(const Run& run) {
-  return run.diags.failed || run.stats.failed || run.records.failed || run.records.sink.failed;
+  const RunState& state = run.state;
+  return (state.diags && state.diags->failed) || run.stats.failed || state.records.failed ||
+         state.records.sink.failed;
 }
 
 // A reader that left had what it wanted, unless it was there for records and got none.
@@ -91,33 +88,30 @@ bool StandardOutputMissed(const StandardOutput& out, const Console& console) {
   return out.lost && (!reader_left || (out.has_records && !out.took_records));
 }
 
-void AttachOutputs(Run& run, TextSink& standard_output) {
-  run.records = MakeRecordOutput(standard_output);
-  run.options.record_output = &run.records;
-  run.options.evtx_decoder = &run.evtx_decoder;
-  if (run.options.separator.find('\t') != std::string::npos) run.shown_out.kept = "\t";
-  if (run.options.stats_on) run.options.statistics = &run.statistics;
-  run.out.has_records = !run.options.to_file && !run.options.have_out_dir;
-  run.out.ends_run = run.out.has_records && !run.options.stats_on && !run.options.diags_on;
+void ExpectRecords(Run& run, const RunOptions& options) {
+  if (options.separator.find('\t') != std::string::npos) run.shown_out.kept = "\t";
+  run.out.has_records = !options.to_file && !options.have_out_dir;
+  run.out.ends_run = run.out.has_records && !options.stats_on && !run.state.diags;
 }
 
-void WriteRunStatistics(Run& run) {
-  if (run.options.stats_on) WriteStatistics(run.stats, run.statistics, run.options);
+void WriteRunStatistics(Run& run, const RunOptions& options) {
+  if (!options.stats_on) return;
+  WriteStatistics(run.stats, run.state.statistics, run.state.logs, options);
 }
 
 void CloseOutputs(Run& run, Console& console) {
-  if (run.options.diags_on) Close(run.diags);
+  if (run.state.diags) Close(*run.state.diags);
   Close(run.stats);
-  CloseRecordOutput(run.records);
+  CloseRecordOutput(run.state.records);
   Flush(console.out);
   Flush(console.err);
 }
 
-bool OpenStatistics(Run& run, const std::string& header) {
-  if (!run.options.stats_on) return true;
-  auto write = OpenOutput(run.options.stats_file);
+bool OpenStatistics(Run& run, const RunOptions& options, const std::string& header) {
+  if (!options.stats_on) return true;
+  auto write = OpenOutput(options.stats_file);
   if (!write) {
-    Say(run.options, "prob creating stats file: ", run.options.stats_file, ", aborting\n");
+    Say(run.state.messages, "prob creating stats file: ", options.stats_file, ", aborting\n");
     return false;
   }
   run.stats = MakeSink(std::move(*write));
@@ -125,75 +119,72 @@ bool OpenStatistics(Run& run, const std::string& header) {
   return true;
 }
 
-int RunFromInput(Run& run, Console& console) {
+int RunFromInput(Run& run, const RunOptions& options, Console& console) {
   LineReader reader;
   reader.read = console.read_input;
   LogSteps steps;
-  steps.process = [&run](RunOptions& options) {
-    run.statistics = Statistics{};  // a log that failed half way leaves its counts behind
-    ProcessLogs(options);
+  steps.process = [&](const LogInfo& log) {
+    run.state.statistics = {};  // a log that failed half way leaves its counts behind
+    run.state.logs = {{log.path, log}};
+    ProcessLogs(options, run.state);
   };
-  steps.finish = [&run] { WriteRunStatistics(run); };
-  steps.stop = [&] { return FileFailed(run) || HasFailed(&run.records); };
-  RunPipedLogs(run.options, reader, steps);
+  steps.finish = [&] { WriteRunStatistics(run, options); };
+  steps.stop = [&] { return FileFailed(run) || HasFailed(run.state.records); };
+  RunPipedLogs(options, reader, steps, run.state.messages);
   return kSuccess;
 }
 
 // A listed log that breaks the program ends the run, but not before it is named and what was
 // written so far is safe.
-int RunFixedList(Run& run) {
+int RunFixedList(Run& run, const RunOptions& options) {
   try {
-    ProcessLogs(run.options);
+    ProcessLogs(options, run.state);
   } catch (...) {
-    Say(run.options, "exception caught on file ", run.options.current_log.path, "\n");
+    const LogInfo* log = run.state.current_log;
+    Say(run.state.messages, "exception caught on file ", log ? log->path : "", "\n");
     return kFailure;
   }
-  WriteRunStatistics(run);
+  WriteRunStatistics(run, options);
   return kSuccess;
 }
 
 // Everything behind the run header.
-int Work(Run& run, Arguments args, const std::string& header, Console& console) {
-  RunOptions& options = run.options;
-  options.diags = &run.diags;
-  const bool parsed = ParseOptions(options, args);
-  if (!options.diags_on) options.diags = nullptr;
-  if (!parsed) return kFailure;
-  if (options.logs.empty() && !options.pipe) {
-    Say(options, "need to specify a log file, via the -log <event log> option\n");
-    return kFailure;
-  }
-  Say(options, "\n");
-  if (!OpenStatistics(run, header)) return kFailure;
-  AttachOutputs(run, console.out);
+int Work(Run& run, const Arguments& args, const std::string& header, Console& console) {
+  RunState& state = run.state;
+  const CommandLine line = ReadCommandLine(args);
+  const RunOptions& options = line.options;
+  if (!PrepareRun(line, state)) return kFailure;
+  Say(state.messages, "\n");
+  if (!OpenStatistics(run, options, header)) return kFailure;
+  ExpectRecords(run, options);
   if (run.out.lost && run.out.ends_run) return kSuccess;  // so far; see End
-  LoadCommandFile(options);
-  const int result = options.pipe ? RunFromInput(run, console) : RunFixedList(run);
+  state.command_lines = LoadCommandFile(options, state.messages);
+  const int result =
+      options.pipe ? RunFromInput(run, options, console) : RunFixedList(run, options);
   // Of a run that was cut short nobody knows which logs have no records.
-  if (result == kSuccess && !FileFailed(run)) RemoveStaleFiles(run.records, options);
+  if (result == kSuccess && !FileFailed(run)) RemoveStaleFiles(state.records, options);
   return result;
 }
 
 // What becomes of a run that ends with `result` and has closed its outputs.
 int End(const Run& run, const Console& console, int result) {
   if (FileFailed(run) || (result == kSuccess && StandardOutputMissed(run.out, console))) {
-    Say(run.options, "prob writing output, aborting\n");
+    Say(run.state.messages, "prob writing output, aborting\n");
     return kFailure;
   }
-  return run.records.refused ? kFailure : result;
+  return run.state.records.refused ? kFailure : result;
 }
 
 }  // namespace
 
 int RunApp(const std::vector<std::string>& args, Console& console) {
-  Run run;
-  run.options.messages = &console.err;
+  Run run{.state = {console.err, MakeRecordOutput(console.out, console.err)}};
   WatchStandardOutput(run.out, console);
   GuardTerminals(run, console);
   DisableFsRedirection();
-  if (!IsAdmin()) Say(run.options, "... running w/o admin privileges ...\n");
+  if (!IsAdmin()) Say(console.err, "... running w/o admin privileges ...\n");
   if (WantsHelp(args)) {
-    Say(run.options, UsageText());
+    Say(console.err, UsageText());
     return kSuccess;
   }
   const std::string header = BuildRunHeader(args, CurrentFiletime());

@@ -4,6 +4,7 @@ target_sources(tarnlex_core PRIVATE
   app/output_options.cpp
   app/parse_options.cpp
   app/pipe_mode.cpp
+  app/prepare_run.cpp
   app/run.cpp
   app/run_header.cpp
   app/usage.cpp

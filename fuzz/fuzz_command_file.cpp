@@ -10,12 +10,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace tarnlex;
   std::vector<TokenList> lines;
   ReadCommandFile(FileOf({data, size}), lines);
-  RunOptions options;
-  options.current_log.kind = kKindSecurity;
+  LogInfo log{.path = "log", .kind = kKindSecurity};
   for (const bool is_evtx : {true, false}) {
-    options.current_log.is_evtx = is_evtx;
+    log.is_evtx = is_evtx;
     QueryList queries;
-    BuildQueries(lines, options, false, queries);
+    BuildQueries(lines, log, {}, false, queries);
     IndexQueries(queries);
     if (is_evtx) {
       PrepareEvtxQueries(queries);

@@ -10,7 +10,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   RunOptions options;
   options.csvgen_form = size % 4 == 3;
   options.delimited = size % 4 > 1;
-  if (size % 2 == 1) options.diags = &trace;
-  DumpLog(FileOf({data, size}), options, out);
+  DumpLog(FileOf({data, size}), options, out, size % 2 == 1 ? &trace : nullptr);
   return 0;
 }

@@ -23,12 +23,11 @@ std::vector<std::string> RowsOf(Bytes log, bool traced) {
   RunOptions options;
   options.bodyfile_form = true;
   options.all_params = true;
-  options.header_pending = false;
   // With a trace every record is decoded in full.
-  if (traced) options.diags = &trace;
-  DumpLog(FileOf(log), options, out);
+  DumpLog(FileOf(log), options, out, traced ? &trace : nullptr);
   std::vector<std::string> lines;
-  for (std::size_t begin = 0; begin < text.size();) {
+  // The first line is the header's.
+  for (std::size_t begin = text.find('\n') + 1; begin < text.size();) {
     const std::size_t end = text.find('\n', begin);
     lines.push_back(text.substr(begin, end - begin));
     begin = end + 1;

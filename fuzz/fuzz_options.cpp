@@ -1,11 +1,11 @@
-// The arguments of a call, one a line. The parser opens and creates files, so it runs in a folder
-// of its own and meets neither "/" nor variables of the environment.
+// The arguments of a call, one a line, read and prepared for. That opens and creates files, so it
+// happens in a folder of its own and meets neither "/" nor variables of the environment.
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <filesystem>
 
-#include "app/parse_options.h"
+#include "app/prepare_run.h"
 #include "app/run_header.h"
 #include "app/usage.h"
 #include "fuzz/fuzz_target.h"
@@ -39,14 +39,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   args.insert(args.begin(), "tarnlex");
   std::erase(args, "..");
   TextSink nowhere = MakeSink([](std::string_view) { return true; });
-  TextSink diags;
-  RunOptions options;
-  options.messages = &nowhere;
-  options.diags = &diags;
   WantsHelp(args);
   CommandLineText(args);
-  ParseOptions(options, args);
-  diags = {};
+  const CommandLine line = ReadCommandLine(args);
+  const RunOptions& options = line.options;
+  {
+    RunState run{nowhere, MakeRecordOutput(nowhere, nowhere)};
+    PrepareRun(line, run);
+  }
   if (options.to_file || options.have_out_dir || options.diags_on) EmptyFolder();
   return 0;
 }

@@ -5,7 +5,6 @@
 
 #include "fuzz/fuzz_target.h"
 #include "fuzz/whole_log.h"
-#include "output/statistics.h"
 #include "reports/command_file.h"
 #include "reports/command_language.h"
 #include "reports/report_lines.h"
@@ -34,11 +33,8 @@ void SetForm(std::uint8_t byte, RunOptions& options) {
   }
 }
 
-void AddLines(const std::vector<TokenList>& lines, const RunOptions& options, QueryList& queries) {
-  BuildQueries(lines, options, true, queries);
-}
-
-QueryList QueriesFor(std::uint8_t byte, std::string_view commands, RunOptions& options) {
+QueryList QueriesFor(std::uint8_t byte, std::string_view commands, const LogInfo& log,
+                     RunOptions& options) {
   QueryList queries;
   if ((byte & 4) != 0) options.substring = "a";
   if ((byte & 8) != 0) options.hist_ids = {"targetusername", "1"};
@@ -46,14 +42,14 @@ QueryList QueriesFor(std::uint8_t byte, std::string_view commands, RunOptions& o
     std::vector<TokenList> lines;
     ReadCommandFile(
         FileOf({reinterpret_cast<const std::uint8_t*>(commands.data()), commands.size()}), lines);
-    AddLines(lines, options, queries);
+    BuildQueries(lines, log, options, true, queries);
   }
   if ((byte & 2) != 0) {
     for (const BuiltinReport& report : BuiltinReports()) {
-      AddLines(ReportLines(report, FormatOf(options.current_log)), options, queries);
+      BuildQueries(ReportLines(report, FormatOf(log)), log, options, true, queries);
     }
   }
-  return queries.empty() ? PlainQueries(options) : queries;
+  return queries.empty() ? PlainQueries(log, options) : queries;
 }
 
 }  // namespace
@@ -63,20 +59,19 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view input = TextOfInput(data + 2, size - 2);
   const std::size_t end = std::min(input.find('\0'), input.size() - 1);
   const std::string_view commands = input.substr(0, end);
-  const Bytes log{data + 2 + end + 1, input.size() - end - 1};
+  const Bytes bytes{data + 2 + end + 1, input.size() - end - 1};
   RunOptions options;
   SetForm(data[0], options);
   options.event_ids = {kAnyEventId};
-  options.current_log.path = "log";
-  options.current_log.kind = kKindSecurity;
-  options.current_log.is_evtx = !log.empty() && log[0] == 'E';
-  options.logs.emplace("log", options.current_log);
-  QueryList queries = QueriesFor(data[1], commands, options);
-  Statistics statistics;
-  options.statistics = &statistics;
-  BeginWalk(statistics, options.current_log, queries.size(), true);
+  options.stats_on = true;
+  options.show_status = false;
+  const LogInfo log{
+      .path = "log", .is_evtx = !bytes.empty() && bytes[0] == 'E', .kind = kKindSecurity};
+  QueryList queries = QueriesFor(data[1], commands, log, options);
   TextSink out = MakeSink([](std::string_view) { return true; });
-  RunQueries(FileOf(log), queries, options, out);
-  WriteStatistics(out, statistics, options);
+  RunState run = RunInto(out);
+  BeginWalk(run.statistics, log, queries.size(), true);
+  RunQueries(FileOf(bytes), log, queries, options, run);
+  WriteStatistics(out, run.statistics, {{log.path, log}}, options);
   return 0;
 }

@@ -7,20 +7,31 @@
 
 namespace tarnlex {
 
-void RunQueries(const InputFile& file, QueryList& queries, RunOptions& options, TextSink& out) {
-  RecordOutput records = MakeRecordOutput(out);
-  options.record_output = &records;
-  options.show_status = false;
-  LogPass pass{options, options.current_log, queries, {}, {}, {}, {}, false};
-  WalkLogFile(pass, file);
-  Flush(out);
+RunState RunInto(TextSink& out, TextSink* trace) {
+  RunState run{out, MakeRecordOutput(out, out)};
+  if (trace != nullptr) {
+    run.diags = MakeSink([trace](std::string_view text) {
+      AppendNow(*trace, text);
+      return true;
+    });
+  }
+  return run;
 }
 
-void DumpLog(const InputFile& file, RunOptions& options, TextSink& out) {
+void RunQueries(const InputFile& file, const LogInfo& log, QueryList& queries,
+                const RunOptions& options, RunState& run) {
+  LogPass pass{options, run, log, queries, {}, {}, {}, {}, false};
+  WalkLogFile(pass, file);
+  Flush(*run.records.standard_output);
+}
+
+void DumpLog(const InputFile& file, RunOptions options, TextSink& out, TextSink* trace) {
   options.event_ids = {kAnyEventId};
-  options.current_log.path = "dumped";
-  QueryList queries = PlainQueries(options);
-  RunQueries(file, queries, options, out);
+  options.show_status = false;
+  const LogInfo log{.path = "dumped"};
+  QueryList queries = PlainQueries(log, options);
+  RunState run = RunInto(out, trace);
+  RunQueries(file, log, queries, options, run);
 }
 
 }  // namespace tarnlex

@@ -7,15 +7,20 @@
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
 #include "reports/query_spec.h"
+#include "reports/run_state.h"
 
 namespace tarnlex {
 
-// Walks `file` with `queries` and writes the rows they make, in the form that `options` asks for,
-// to `out`.
-void RunQueries(const InputFile& file, QueryList& queries, RunOptions& options, TextSink& out);
+// A run that writes its records to `out` and traces to `trace`; null: no trace is asked for.
+RunState RunInto(TextSink& out, TextSink* trace = nullptr);
+
+// Walks `file`, which is called `log`, with `queries` and writes the rows they make, in the form
+// that `options` asks for.
+void RunQueries(const InputFile& file, const LogInfo& log, QueryList& queries,
+                const RunOptions& options, RunState& run);
 
 // Walks `file` with the plain dump's queries and writes its rows, in the form that `options` asks
 // for, to `out`.
-void DumpLog(const InputFile& file, RunOptions& options, TextSink& out);
+void DumpLog(const InputFile& file, RunOptions options, TextSink& out, TextSink* trace = nullptr);
 
 }  // namespace tarnlex

@@ -4,18 +4,16 @@
 #include <string>
 #include <string_view>
 
-#include "logs/run_options.h"
+#include "logs/text_sink.h"
 
 namespace tarnlex {
 
-inline void Say(const RunOptions& options, std::string_view text) {
-  if (options.messages != nullptr) AppendNow(*options.messages, text);
-}
+inline void Say(TextSink& messages, std::string_view text) { AppendNow(messages, text); }
 
 // `head`, a name, and `tail` in one line.
-inline void Say(const RunOptions& options, std::string_view head, std::string_view name,
+inline void Say(TextSink& messages, std::string_view head, std::string_view name,
                 std::string_view tail) {
-  Say(options, std::string(head).append(name).append(tail));
+  Say(messages, std::string(head).append(name).append(tail));
 }
 
 }  // namespace tarnlex

@@ -1,19 +1,13 @@
-// Every setting of one run, as plain data: filled by app/, read by every folder.
+// Every setting of one run, as plain data: read from the command line, the same from then on.
 #pragma once
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "logs/log_info.h"
-#include "logs/text_sink.h"
-
 namespace tarnlex {
-
-struct EvtxDecoder;   // evtx/decoder.h
-struct RecordOutput;  // output/record_output.h
-struct Statistics;    // output/statistics.h
 
 inline constexpr const char* kProgramName = "tarnlex";
 inline constexpr const char* kVersion = "ver: 0.33";
@@ -49,8 +43,8 @@ struct RunOptions {
   std::string separator = " | ";
   bool delimited = false;     // no padding to column widths
   bool pad_separator = true;  // one blank before the time of a split date and time
-  bool hex_numbers = false;
-  bool xml_form = false;
+  bool hex_numbers = false;   // no option sets it
+  bool xml_form = false;      // asked for; rows look as they do without a form
   bool csv_form = false;
   bool l2t_form = false;
   bool csvgen_form = false;
@@ -58,22 +52,18 @@ struct RunOptions {
   bool multiline_form = false;
   bool pair_datetime = false;
   bool all_params = false;
-  bool header_pending = true;  // a timeline's header line is still to be written
 
   // How the run talks.
   bool show_status = true;
   bool diags_on = false;
-  bool trial = false;            // the arguments are read once without opening or saying anything
-  TextSink* diags = nullptr;     // open while diags_on; owned by the run
-  TextSink* messages = nullptr;  // standard error; owned by the run
-  RecordOutput* record_output = nullptr;  // where records are written; owned by the run
-  EvtxDecoder* evtx_decoder = nullptr;    // null: every log gets its own; owned by the run
-  Statistics* statistics = nullptr;       // what is counted; null without -stats; owned by the run
 
-  // Which logs.
+  // Which logs. Of the last three sources only one is there.
   bool pipe = false;
-  LogInfo current_log;
-  LogTable logs;
+  bool logs_listed = false;            // -log was given, even if it names nothing
+  std::vector<std::string> log_paths;  // of -log, each once, in its order
+  bool live_system = false;
+  std::optional<std::string> partition;  // a drive letter, or where a volume is mounted
+  std::optional<std::string> shadow_copy;
 
   // Which records.
   std::uint64_t start_time = 0;  // FILETIME; 0 is no bound
@@ -89,7 +79,6 @@ struct RunOptions {
   bool dump_all = true;
   bool have_cmd_file = false;
   std::string cmd_file;
-  std::vector<std::vector<std::string>> command_lines;  // of the command file, taken apart
 
   // What is counted.
   bool stats_on = false;

@@ -66,12 +66,13 @@ std::uint64_t BodyfileSeconds(std::uint64_t filetime) {
   return (filetime - kUnixEpochFiletime) / kTicksPerSecond;
 }
 
-void WriteBodyfile(TextSink& out, const EventRows& rows, RunOptions& options) {
+void WriteBodyfile(TextSink& out, const EventRows& rows, const RunOptions& options,
+                   bool& header_pending) {
   if (rows.rows.empty()) return;
   BodyfileWriter line{BeginCells(out), MakeCellCleaner(kSeparators, false),
                       MakeCellCleaner(kSeparators, true), options.all_params};
-  if (options.header_pending) WriteVerbatim(line.cells, kHeader);
-  options.header_pending = false;
+  if (header_pending) WriteVerbatim(line.cells, kHeader);
+  header_pending = false;
   for (const std::uint32_t number : OrderRows(rows)) {
     if (out.failed) break;
     WriteLine(line, rows.rows[number]);

@@ -9,9 +9,10 @@
 
 namespace tarnlex {
 
-// One line per row, ordered; the header line first while options.header_pending, which
-// it clears. With options.all_params the name field carries the row's values.
-void WriteBodyfile(TextSink& out, const EventRows& rows, RunOptions& options);
+// One line per row, ordered; the header line first while `header_pending`, which it clears. With
+// options.all_params the name field carries the row's values.
+void WriteBodyfile(TextSink& out, const EventRows& rows, const RunOptions& options,
+                   bool& header_pending);
 
 // The bodyfile's own rule: 0 for a FILETIME of 0 or with its top bit set; an instant before 1970
 // wraps to an enormous number.

@@ -134,7 +134,7 @@ void WriteLine(TimelineWriter& line, const EventRecord& row) {
 }  // namespace
 
 void WriteLog2Timeline(TextSink& out, const EventRows& rows, const LogInfo& log,
-                       RunOptions& options) {
+                       const RunOptions& options, bool& header_pending) {
   TimelineWriter line;
   line.cells = BeginCells(out);
   line.text_cleaner = MakeCellCleaner(options.separator_class, false);
@@ -147,8 +147,8 @@ void WriteLog2Timeline(TextSink& out, const EventRows& rows, const LogInfo& log,
     if (out.failed) break;
     const EventRecord& row = rows.rows[number];
     if (!IsValidFiletime(row.timeCreated)) continue;
-    if (options.header_pending) WriteHeader(line);
-    options.header_pending = false;
+    if (header_pending) WriteHeader(line);
+    header_pending = false;
     WriteLine(line, row);
   }
   FinishCells(line.cells);

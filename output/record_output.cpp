@@ -46,12 +46,12 @@ bool OpenFile(RecordOutput& output, OutputFile& file, const RunOptions& options)
   if (file.failed) return false;
   if (output.current == &file) return true;
   CloseRecordOutput(output);
-  const bool is_input = !file.begun && IsSameFile(file.path, options.logs, options.cmd_file);
+  const bool is_input = !file.begun && IsSameFile(file.path, output.being_read, options.cmd_file);
   auto write = is_input ? std::nullopt : output.open(file.path, file.begun);
   if (!write) {
     file.failed = true;
     output.refused = true;
-    Say(options, "prob opening file ", file.path, " for output, aborting\n");
+    Say(*output.messages, "prob opening file ", file.path, " for output, aborting\n");
     return false;
   }
   file.begun = true;
@@ -86,42 +86,41 @@ bool RemoveStaleFile(const std::string& path, const std::vector<FileId>& in_use)
 
 }  // namespace
 
-RecordOutput MakeRecordOutput(TextSink& standard_output) {
-  return MakeRecordOutput(standard_output, OpenGuardedOutput);
+RecordOutput MakeRecordOutput(TextSink& standard_output, TextSink& messages) {
+  return MakeRecordOutput(standard_output, messages, OpenGuardedOutput);
 }
 
-RecordOutput MakeRecordOutput(TextSink& standard_output, OutputOpener open) {
+RecordOutput MakeRecordOutput(TextSink& standard_output, TextSink& messages, OutputOpener open) {
   RecordOutput output;
+  output.messages = &messages;
   output.standard_output = &standard_output;
   output.open = std::move(open);
   return output;
 }
 
 bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& log,
-                  RunOptions& options) {
+                  const RunOptions& options) {
   if (rows.rows.empty()) return false;
   OutputFile* file = FileFor(output, log.path, options);
   if (file == nullptr) {
-    WriteLogResults(*output.standard_output, rows, log, options);
+    WriteLogResults(*output.standard_output, rows, log, options, output.header_pending);
     Flush(*output.standard_output);
     return true;
   }
   if (!OpenFile(output, *file, options)) return false;
-  std::swap(options.header_pending, file->header_pending);
-  WriteLogResults(output.sink, rows, log, options);
-  std::swap(options.header_pending, file->header_pending);
+  WriteLogResults(output.sink, rows, log, options, file->header_pending);
   Flush(output.sink);
   return true;
 }
 
-bool HasFailed(const RecordOutput* output) {
-  return output != nullptr &&
-         (output->failed || output->sink.failed || output->standard_output->failed);
+bool HasFailed(const RecordOutput& output) {
+  return output.failed || output.sink.failed || output.standard_output->failed;
 }
 
-void ExpectLogs(RecordOutput& output, const RunOptions& options) {
+void ExpectLogs(RecordOutput& output, const LogTable& logs, const RunOptions& options) {
+  output.being_read = logs;
   if (options.to_file || !options.have_out_dir) return;
-  for (const auto& [path, log] : options.logs) output.logs.push_back(path);
+  for (const auto& [path, log] : logs) output.logs.push_back(path);
 }
 
 void RemoveStaleFiles(RecordOutput& output, const RunOptions& options) {
@@ -132,7 +131,7 @@ void RemoveStaleFiles(RecordOutput& output, const RunOptions& options) {
     if (!IsPlainFile(path)) continue;
     if (in_use.empty()) in_use = FilesInUse(output, options);
     if (RemoveStaleFile(path, in_use)) continue;
-    Say(options, "prob removing file ", path, " of an earlier run\n");
+    Say(*output.messages, "prob removing file ", path, " of an earlier run\n");
     output.refused = true;
   }
 }

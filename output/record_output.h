@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "logs/log_info.h"
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
 #include "output/event_rows.h"
@@ -29,37 +30,41 @@ struct OutputFile {
 
 struct RecordOutput {
   TextSink* standard_output = nullptr;
+  TextSink* messages = nullptr;  // where files that cannot be written or removed are named
+  bool header_pending = true;    // to standard output
   OutputOpener open;
   std::map<std::string, OutputFile, std::less<>> files;  // by log path; by "" with -out
   std::set<std::string> names;                           // lower-cased names of the files
   OutputFile* current = nullptr;                         // the one file that is open
   TextSink sink;                                         // of `current`
-  std::vector<std::string> logs;  // paths of the run's logs as they came, see ExpectLogs
+  LogTable being_read;                                   // never to be written, see ExpectLogs
+  std::vector<std::string> logs;  // paths of all logs that -outdir answers for, as they came
   bool failed = false;            // a file that is closed again was cut short
   bool refused = false;           // a file could not be opened, and its records are nowhere; or
                                   // one of an earlier run could not be removed
 };
 
 // Records go where `options` says at each call of WriteRecords; nothing is opened yet.
-RecordOutput MakeRecordOutput(TextSink& standard_output);
-RecordOutput MakeRecordOutput(TextSink& standard_output, OutputOpener open);
+RecordOutput MakeRecordOutput(TextSink& standard_output, TextSink& messages);
+RecordOutput MakeRecordOutput(TextSink& standard_output, TextSink& messages, OutputOpener open);
 
 // Writes the rows of `log` in the run's form and hands everything on. True when rows
 // were written; false for an empty collection, and when the file cannot be opened, which is said on
-// `options.messages`. May be called several times for one log: its file goes on.
+// `messages`. May be called several times for one log: its file goes on.
 bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& log,
-                  RunOptions& options);
+                  const RunOptions& options);
 
-// Whether a record could not be written; what follows it would be worthless. Never true of null.
-bool HasFailed(const RecordOutput* output);
+// Whether a record could not be written; what follows it would be worthless.
+bool HasFailed(const RecordOutput& output);
 
-// Notes that -outdir is to answer for the logs of `options`; for RemoveStaleFiles.
-void ExpectLogs(RecordOutput& output, const RunOptions& options);
+// Notes which logs are read from now on: no record may go into one of them, and -outdir is to
+// answer for them (see RemoveStaleFiles).
+void ExpectLogs(RecordOutput& output, const LogTable& logs, const RunOptions& options);
 
 // At the end of a run with -outdir: the files that earlier runs left there under the names that the
 // records of logs without any would have gone to, and that would pass for this run's answer, are
 // removed. What holds an event log, is a link or is used by this run stays. A file that cannot be
-// removed is named on `options.messages`.
+// removed is named on `messages`.
 void RemoveStaleFiles(RecordOutput& output, const RunOptions& options);
 
 // Hands on what is left and closes the file.

@@ -271,8 +271,9 @@ void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& optio
   if (stats.shows_filters) WriteFilters(writer, stats);
 }
 
-void WriteStatistics(TextSink& out, Statistics& statistics, const RunOptions& options) {
-  for (const auto& [path, log] : options.logs) {
+void WriteStatistics(TextSink& out, Statistics& statistics, const LogTable& logs,
+                     const RunOptions& options) {
+  for (const auto& [path, log] : logs) {
     const auto known = statistics.logs.find(path);
     if (known != statistics.logs.end()) {
       WriteLogStats(out, known->second, options);

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "logs/log_info.h"
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
 #include "output/event_rows.h"
@@ -88,8 +89,9 @@ void ForgetColumns(Statistics& statistics);
 // The block of one log.
 void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& options);
 
-// The blocks of all logs of options.logs in path order, also of those that were never walked;
+// The blocks of all `logs` in path order, also of those that were never walked;
 // afterwards nothing is counted any more. Hands everything on.
-void WriteStatistics(TextSink& out, Statistics& statistics, const RunOptions& options);
+void WriteStatistics(TextSink& out, Statistics& statistics, const LogTable& logs,
+                     const RunOptions& options);
 
 }  // namespace tarnlex

@@ -369,12 +369,12 @@ void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
 }
 
 void WriteLogResults(TextSink& out, const EventRows& rows, const LogInfo& log,
-                     RunOptions& options) {
+                     const RunOptions& options, bool& header_pending) {
   if (rows.rows.empty()) return;
   if (options.bodyfile_form) {
-    WriteBodyfile(out, rows, options);
+    WriteBodyfile(out, rows, options, header_pending);
   } else if (options.l2t_form) {
-    WriteLog2Timeline(out, rows, log, options);
+    WriteLog2Timeline(out, rows, log, options, header_pending);
   } else {
     WriteTables(out, rows, log, options, !options.csvgen_form);
   }

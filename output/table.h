@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "logs/log_info.h"
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
 #include "output/display_name.h"
@@ -20,8 +21,10 @@ std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type);
 JoinedCells JoinedForm(const RunOptions& options);
 
 // Writes all rows of one log in the run's form, ordered; nothing for an empty collection. `log`
-// names the log in the last column and says which container the rows are from.
-void WriteLogResults(TextSink& out, const EventRows& rows, const LogInfo& log, RunOptions& options);
+// names the log in the last column and says which container the rows are from. A timeline gets its
+// header line while `header_pending`, which is cleared then.
+void WriteLogResults(TextSink& out, const EventRows& rows, const LogInfo& log,
+                     const RunOptions& options, bool& header_pending);
 
 // Tables of the rows, ordered: one per event identifier and provider, an empty line behind each, or
 // with `grouped` off one for all.

@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "logs/log_info.h"
 #include "logs/run_options.h"
 
 namespace tarnlex {

@@ -35,18 +35,20 @@ void ReadCommandFile(const InputFile& file, std::vector<TokenList>& lines) {
   ParseCommandText(text, lines);
 }
 
-void LoadCommandFile(RunOptions& options) {
-  if (!options.have_cmd_file) return;
+std::vector<TokenList> LoadCommandFile(const RunOptions& options, TextSink& messages) {
+  std::vector<TokenList> lines;
+  if (!options.have_cmd_file) return lines;
   const std::optional<InputFile> file = OpenInput(options.cmd_file);
   if (!file) {
-    Say(options, "prob opening command file ", options.cmd_file, ", skipping\n");
-    return;
+    Say(messages, "prob opening command file ", options.cmd_file, ", skipping\n");
+    return lines;
   }
-  ReadCommandFile(*file, options.command_lines);
+  ReadCommandFile(*file, lines);
   // A text of two bytes a character, as some editors save them, looks like this too.
-  if (options.command_lines.empty()) {
-    Say(options, "no !cmd line in command file ", options.cmd_file, ", skipping\n");
+  if (lines.empty()) {
+    Say(messages, "no !cmd line in command file ", options.cmd_file, ", skipping\n");
   }
+  return lines;
 }
 
 }  // namespace tarnlex

@@ -6,6 +6,7 @@
 
 #include "logs/platform.h"
 #include "logs/run_options.h"
+#include "logs/text_sink.h"
 #include "reports/command_language.h"
 
 namespace tarnlex {
@@ -17,8 +18,8 @@ void ParseCommandText(std::string_view text, std::vector<TokenList>& lines);
 // The same for a whole file, which the caller has opened.
 void ReadCommandFile(const InputFile& file, std::vector<TokenList>& lines);
 
-// Reads the command file of the run, if there is one, into options.command_lines; before the first
-// log. A file that cannot be opened, and one without commands, is named.
-void LoadCommandFile(RunOptions& options);
+// The lines of the run's command file, if there is one. A file that cannot be opened, and one
+// without commands, is named.
+std::vector<TokenList> LoadCommandFile(const RunOptions& options, TextSink& messages);
 
 }  // namespace tarnlex

@@ -91,8 +91,7 @@ std::string SuccessCondition(const std::string& word, LogFormat format) {
 
 // The order of the steps matters: what one of them takes no other can mistake for its own. Names
 // and comments are free text, which may read like an option, so they go first.
-bool MakeQuery(TokenList tokens, const RunOptions& options, QuerySpec& query) {
-  const LogInfo& log = options.current_log;
+bool MakeQuery(TokenList tokens, const LogInfo& log, const RunOptions& options, QuerySpec& query) {
   query.name = ValueOf(tokens, "-name");
   ValueOf(tokens, "-comment");  // for whoever reads the file
   query.all_data = FindFlag("-all_data", tokens);
@@ -142,27 +141,27 @@ bool SplitCommandLine(std::string_view line, TokenList& tokens) {
   return true;
 }
 
-bool BuildQueries(const std::vector<TokenList>& lines, const RunOptions& options, bool append,
-                  QueryList& queries) {
+bool BuildQueries(const std::vector<TokenList>& lines, const LogInfo& log,
+                  const RunOptions& options, bool append, QueryList& queries) {
   if (!append) queries.clear();
   std::uint32_t histograms = CountHistograms(queries);
   for (const TokenList& tokens : lines) {
     QuerySpec query;
-    if (!MakeQuery(tokens, options, query)) continue;
+    if (!MakeQuery(tokens, log, options, query)) continue;
     if (query.histogram) query.histogram_number = histograms++;
     InsertQuery(std::move(query), queries);
   }
   return !queries.empty();
 }
 
-QueryList PlainQueries(const RunOptions& options) {
+QueryList PlainQueries(const LogInfo& log, const RunOptions& options) {
   QueryList queries;
   for (const std::uint64_t event_id : options.event_ids) {
     QuerySpec query;
-    query.log_path = options.current_log.path;
+    query.log_path = log.path;
     query.event_id = event_id;
     query.all_data = true;
-    query.format = FormatOf(options.current_log);
+    query.format = FormatOf(log);
     if (!options.hist_ids.empty()) SetHistogram(options.hist_ids, query);
     if (query.histogram) query.histogram_number = static_cast<std::uint32_t>(queries.size());
     ApplyRunOverrides(options, query);

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "logs/log_info.h"
 #include "logs/run_options.h"
 #include "reports/query_spec.h"
 
@@ -17,14 +18,14 @@ using TokenList = std::vector<std::string>;
 // Takes one line apart. False when it is a comment ("//" at its head) or holds no "!cmd,".
 bool SplitCommandLine(std::string_view line, TokenList& tokens);
 
-// Makes the queries that `lines` ask for of options.current_log and puts them into `queries`, which
-// is emptied first unless `append` is set. The order is that of the log paths without regard to
+// Makes the queries that `lines` ask for of `log` and puts them into `queries`, which is emptied
+// first unless `append` is set. The order is that of the log paths without regard to
 // case, then of the lines. True when `queries` is not empty afterwards.
-bool BuildQueries(const std::vector<TokenList>& lines, const RunOptions& options, bool append,
-                  QueryList& queries);
+bool BuildQueries(const std::vector<TokenList>& lines, const LogInfo& log,
+                  const RunOptions& options, bool append, QueryList& queries);
 
-// The queries of a plain dump of options.current_log: one per event identifier of the run, each
-// taking everything.
-QueryList PlainQueries(const RunOptions& options);
+// The queries of a plain dump of `log`: one per event identifier of the run, each taking
+// everything.
+QueryList PlainQueries(const LogInfo& log, const RunOptions& options);
 
 }  // namespace tarnlex

@@ -1,7 +1,5 @@
 #include "reports/log_pass.h"
 
-#include "output/record_output.h"
-#include "output/statistics.h"
 #include "output/table.h"
 
 namespace tarnlex {
@@ -10,12 +8,11 @@ namespace {
 // Counts the row just made under the query that made it, and under every later one that keeps a
 // histogram.
 void CountRow(LogPass& pass, std::uint32_t position) {
-  Statistics* statistics = pass.options.statistics;
-  if (!statistics) return;
+  if (!pass.options.stats_on) return;
   const EventRecord& row = pass.rows.rows.back();
   const auto count = [&](std::uint32_t query) {
     const QuerySpec& spec = pass.queries[query];
-    CountMatch(*statistics, query,
+    CountMatch(pass.run.statistics, query,
                pass.log.is_evtx ? spec.histogram_fields : spec.histogram_columns, row);
   };
   count(position);
@@ -25,7 +22,7 @@ void CountRow(LogPass& pass, std::uint32_t position) {
 }
 
 void CountAny(LogPass& pass, std::uint64_t event_id, std::uint64_t filetime) {
-  if (pass.options.statistics) CountRecord(*pass.options.statistics, event_id, filetime);
+  if (pass.options.stats_on) CountRecord(pass.run.statistics, event_id, filetime);
 }
 
 // Offers a record to the queries that may take it, in order, until one does: `takes` tests, `add`
@@ -58,7 +55,7 @@ void BoundMemory(LogPass& pass) {
   // These remember column sets and texts of the collection that is gone.
   if (pass.log.is_evtx) pass.evtx = PrepareEvtxQueries(pass.queries);
   for (EvtQuery& query : pass.evt) ForgetRows(query);
-  if (pass.options.statistics) ForgetColumns(*pass.options.statistics);
+  if (pass.options.stats_on) ForgetColumns(pass.run.statistics);
 }
 
 }  // namespace
@@ -94,9 +91,9 @@ void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
 }
 
 bool WriteRows(LogPass& pass) {
-  RecordOutput* output = pass.options.record_output;
+  RecordOutput& output = pass.run.records;
   if (!pass.rows.rows.empty() && !HasFailed(output)) {
-    pass.wrote |= WriteRecords(*output, pass.rows, pass.log, pass.options);
+    pass.wrote |= WriteRecords(output, pass.rows, pass.log, pass.options);
   }
   ClearRows(pass.rows);
   return !HasFailed(output);

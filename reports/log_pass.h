@@ -7,17 +7,20 @@
 
 #include "evt/record.h"
 #include "evtx/decoder.h"
+#include "logs/log_info.h"
 #include "logs/run_options.h"
 #include "output/event_rows.h"
 #include "reports/evt_query.h"
 #include "reports/evtx_query.h"
 #include "reports/query_index.h"
 #include "reports/query_spec.h"
+#include "reports/run_state.h"
 
 namespace tarnlex {
 
 struct LogPass {
-  RunOptions& options;
+  const RunOptions& options;
+  RunState& run;
   LogInfo log;  // with the format that its content turned out to have
   QueryList& queries;
   QueryIndex index;

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "output/record_output.h"
-#include "output/statistics.h"
 #include "reports/builtin_reports.h"
 #include "reports/command_language.h"
 #include "reports/log_pass.h"
@@ -14,59 +12,62 @@ namespace tarnlex {
 namespace {
 
 // One walk over one log with the queries made for it; `filters` when somebody asked for them.
-bool RunQueries(RunOptions& options, const LogInfo& log, QueryList queries, bool filters) {
+bool RunQueries(const RunOptions& options, RunState& run, const LogInfo& log, QueryList queries,
+                bool filters) {
   // Behind a record that could not be written nothing is worth reading.
-  if (queries.empty() || HasFailed(options.record_output)) return false;
-  if (options.statistics) BeginWalk(*options.statistics, log, queries.size(), filters);
-  LogPass pass{options, log, queries, {}, {}, {}, {}, false};
+  if (queries.empty() || HasFailed(run.records)) return false;
+  if (options.stats_on) BeginWalk(run.statistics, log, queries.size(), filters);
+  LogPass pass{options, run, log, queries, {}, {}, {}, {}, false};
   WalkLog(pass);
   return pass.wrote;
 }
 
-bool RunLines(RunOptions& options, const LogInfo& log, const std::vector<TokenList>& lines) {
+bool RunLines(const RunOptions& options, RunState& run, const LogInfo& log,
+              const std::vector<TokenList>& lines) {
   QueryList queries;
-  BuildQueries(lines, options, false, queries);
-  return RunQueries(options, log, std::move(queries), true);
+  BuildQueries(lines, log, options, false, queries);
+  return RunQueries(options, run, log, std::move(queries), true);
 }
 
-bool RunReport(RunOptions& options, const BuiltinReport& report) {
+bool RunReport(const RunOptions& options, RunState& run, const BuiltinReport& report) {
   bool wrote = false;
-  for (const auto& [path, log] : options.logs) {
+  for (const auto& [path, log] : run.logs) {
     if (!ReportFits(report, log)) continue;
-    options.current_log = log;
-    wrote |= RunLines(options, log, ReportLines(report, FormatOf(log)));
+    run.current_log = &log;
+    wrote |= RunLines(options, run, log, ReportLines(report, FormatOf(log)));
   }
   return wrote;
 }
 
-bool RunCommandFile(RunOptions& options) {
+bool RunCommandFile(const RunOptions& options, RunState& run) {
   bool wrote = false;
-  for (const auto& [path, log] : options.logs) {
-    options.current_log = log;
-    wrote |= RunLines(options, log, options.command_lines);
+  for (const auto& [path, log] : run.logs) {
+    run.current_log = &log;
+    wrote |= RunLines(options, run, log, run.command_lines);
   }
   return wrote;
 }
 
-bool DumpAll(RunOptions& options) {
+bool DumpAll(const RunOptions& options, RunState& run) {
   bool wrote = false;
-  for (const auto& [path, log] : options.logs) {
-    options.current_log = log;
-    wrote |= RunQueries(options, log, PlainQueries(options), !options.hist_ids.empty());
+  for (const auto& [path, log] : run.logs) {
+    run.current_log = &log;
+    wrote |= RunQueries(options, run, log, PlainQueries(log, options), !options.hist_ids.empty());
   }
   return wrote;
 }
 
 }  // namespace
 
-bool ProcessLogs(RunOptions& options) {
-  if (options.record_output) ExpectLogs(*options.record_output, options);
+bool ProcessLogs(const RunOptions& options, RunState& run) {
+  run.current_log = nullptr;
+  ExpectLogs(run.records, run.logs, options);
   bool wrote = false;
   for (const BuiltinReport& report : BuiltinReports()) {
-    if (options.*report.selected) wrote |= RunReport(options, report);
+    if (options.*report.selected) wrote |= RunReport(options, run, report);
   }
-  if (options.have_cmd_file) wrote |= RunCommandFile(options);
-  if (options.dump_all) wrote |= DumpAll(options);
+  if (options.have_cmd_file) wrote |= RunCommandFile(options, run);
+  if (options.dump_all) wrote |= DumpAll(options, run);
   return wrote;
 }
 

@@ -2,13 +2,14 @@
 #pragma once
 
 #include "logs/run_options.h"
+#include "reports/run_state.h"
 
 namespace tarnlex {
 
 // Runs the selected reports in their fixed order, then the lines of the command file, or the plain
-// dump when neither was asked for, over the logs of `options.logs` in path order; rows go to
-// `options.record_output`, counts to `options.statistics`, traces to `options.diags`, progress to
-// `options.messages`. True when at least one row was written.
-bool ProcessLogs(RunOptions& options);
+// dump when neither was asked for, over the logs of `run.logs` in path order; rows go to
+// `run.records`, counts to `run.statistics`, traces to `run.diags`, progress to `run.messages`.
+// True when at least one row was written.
+bool ProcessLogs(const RunOptions& options, RunState& run);
 
 }  // namespace tarnlex

@@ -18,7 +18,6 @@
 #include "logs/read_file.h"
 #include "logs/status_line.h"
 #include "logs/text.h"
-#include "output/record_output.h"
 
 namespace tarnlex {
 namespace {
@@ -52,7 +51,7 @@ EvtxHandlers MakeHandlers(LogPass& pass, std::uint64_t& in_block) {
   const std::string head = ProgressName(pass.log.path) + ": ";
   handlers.progress = [&pass, &in_block, head](std::uint64_t record_id) {
     if (in_block++ % kProgressEvery != 0) return;
-    Say(pass.options, StatusLine(head + std::to_string(static_cast<std::int64_t>(record_id))));
+    Say(pass.run.messages, StatusLine(head + std::to_string(static_cast<std::int64_t>(record_id))));
   };
   return handlers;
 }
@@ -90,9 +89,8 @@ std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
 
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
                   std::uint64_t block_size) {
-  EvtxDecoder own;
-  EvtxDecoder& decoder = pass.options.evtx_decoder ? *pass.options.evtx_decoder : own;
-  BeginLog(decoder, pass.options.diags);
+  EvtxDecoder& decoder = pass.run.evtx_decoder;
+  BeginLog(decoder, TraceOf(pass.run));
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
   ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtxRecord));
@@ -103,10 +101,10 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
     const std::uint64_t size = std::min(block_size, file.size - offset);
     in_block = 0;
     const std::uint64_t read = WalkBlock(decoder, handlers, file, offset, size, buffer);
-    if (pass.options.show_status) Say(pass.options, StatusLine(" "));
+    if (pass.options.show_status) Say(pass.run.messages, StatusLine(" "));
     const bool write = file.size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile;
     if (write) WriteRows(pass);
-    if (read < size || HasFailed(pass.options.record_output)) break;
+    if (read < size || HasFailed(pass.run.records)) break;
     offset += size;
   }
   WriteRows(pass);
@@ -122,11 +120,12 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   EvtRecord record;
   while (NextEvtRecord(cursor, record)) RouteEvtRecord(pass, record);
   WriteRows(pass);
-  if (!pass.options.diags) return;
+  TextSink* trace = TraceOf(pass.run);
+  if (!trace) return;
   cursor.account.cut_records = record.cut_records;
-  TraceLine(*pass.options.diags, "--- account of " + pass.log.path);
-  WriteAccount(*pass.options.diags, cursor.account);
-  Flush(*pass.options.diags);
+  TraceLine(*trace, "--- account of " + pass.log.path);
+  WriteAccount(*trace, cursor.account);
+  Flush(*trace);
 }
 
 }  // namespace

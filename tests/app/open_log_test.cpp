@@ -29,7 +29,7 @@ Judged Open(const std::string& name, const std::string& content) {
   const std::string path = directory.AddFile(name, content);
   Judged judged;
   judged.result = ProbeLog(judged.info, path);
-  judged.opened = OpenLog(judged.info, path, RunOptions{});
+  judged.opened = OpenLog(judged.info, path);
   EXPECT_EQ(judged.opened, judged.result == OpenResult::kOpened);
   EXPECT_EQ(judged.info.path, path);
   return judged;
@@ -223,7 +223,7 @@ TEST(OpenLog, NothingOfAnEarlierLogRemains) {
                   .format_unknown = false,
                   .aux_value = 5,
                   .kind = "before"};
-  EXPECT_TRUE(OpenLog(info, directory.AddFile("system.evtx", EmptyEvtx()), RunOptions{}));
+  EXPECT_TRUE(OpenLog(info, directory.AddFile("system.evtx", EmptyEvtx())));
   EXPECT_EQ(info.aux_value, 0U);
   EXPECT_TRUE(info.is_evtx);
   EXPECT_EQ(info.kind, "system");

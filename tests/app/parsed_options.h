@@ -1,4 +1,4 @@
-// The options that a command line leads to, with everything said on the way.
+// The options that a command line leads to, with the complaints about it.
 #pragma once
 
 #include <string>
@@ -10,20 +10,14 @@ namespace tarnlex {
 
 struct ParsedOptions {
   std::string said;
-  TextSink messages = MakeStringSink(said);
-  TextSink diags;
   RunOptions options;
   Arguments rest;
   bool parsed = false;
 
   explicit ParsedOptions(const std::vector<std::string>& arguments) : rest{"/bin/tarnlex.exe"} {
     rest.insert(rest.end(), arguments.begin(), arguments.end());
-    options.messages = &messages;
-    options.diags = &diags;
-    parsed = ParseOptions(options, rest);
+    parsed = ParseOptions(options, rest, said);
   }
-  ParsedOptions(const ParsedOptions&) = delete;
-  ParsedOptions& operator=(const ParsedOptions&) = delete;
 };
 
 }  // namespace tarnlex

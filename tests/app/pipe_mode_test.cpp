@@ -70,20 +70,15 @@ struct PipedRun {
   std::string throw_on;
 
   void Run(const std::string& input) {
-    options.messages = &messages;
     LineReader reader = ReaderOf(input);
     LogSteps steps;
-    steps.process = [this](RunOptions& run) {
-      ASSERT_EQ(run.logs.size(), 1U);
-      const std::string& path = run.logs.begin()->first;
-      EXPECT_EQ(run.current_log.path, path);
-      EXPECT_EQ(run.current_log.kind, run.logs.begin()->second.kind);
-      kinds.push_back(run.current_log.kind);
-      if (path == throw_on) throw std::runtime_error("damaged");
-      processed.push_back(path);
+    steps.process = [this](const LogInfo& log) {
+      kinds.push_back(log.kind);
+      if (log.path == throw_on) throw std::runtime_error("damaged");
+      processed.push_back(log.path);
     };
     steps.finish = [this] { ++finished; };
-    RunPipedLogs(options, reader, steps);
+    RunPipedLogs(options, reader, steps, messages);
   }
 };
 

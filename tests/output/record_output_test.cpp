@@ -40,11 +40,10 @@ struct RecordOutputTest : testing::Test {
   std::string said;
   TextSink standard_output = MakeStringSink(printed);
   TextSink messages = MakeStringSink(said);
-  RecordOutput output = MakeRecordOutput(standard_output, OpenerOf(files));
+  RecordOutput output = MakeRecordOutput(standard_output, messages, OpenerOf(files));
   RunOptions options;
 
   RecordOutputTest() {
-    options.messages = &messages;
     options.delimited = true;
     options.separator = ",";
     options.csv_form = true;
@@ -187,11 +186,10 @@ struct StaleFilesTest : testing::Test {
   std::string said;
   TextSink standard_output = MakeStringSink(said);
   TextSink messages = MakeStringSink(said);
-  RecordOutput output = MakeRecordOutput(standard_output);
+  RecordOutput output = MakeRecordOutput(standard_output, messages);
   RunOptions options;
 
   StaleFilesTest() {
-    options.messages = &messages;
     options.delimited = options.csv_form = options.have_out_dir = true;
     options.separator = ",";
     options.out_dir = directory.path;
@@ -201,8 +199,7 @@ struct StaleFilesTest : testing::Test {
 
   // One log of a run, with or without a row.
   void Visit(const std::string& path, bool with_row) {
-    options.logs = {{path, LogAt(path)}};
-    ExpectLogs(output, options);
+    ExpectLogs(output, {{path, LogAt(path)}}, options);
     EventRows rows;
     if (with_row) AddRow(rows, {});
     WriteRecords(output, rows, LogAt(path), options);

@@ -12,13 +12,14 @@ namespace {
 
 struct StatisticsTest : testing::Test {
   Statistics statistics;
+  LogTable logs;
   RunOptions options;
   EventRows rows;
 
   LogInfo AddLog(const std::string& path, const std::string& kind, bool is_evtx = true) {
     LogInfo log = LogAt(path, is_evtx);
     log.kind = kind;
-    options.logs[path] = log;
+    logs[path] = log;
     return log;
   }
 
@@ -30,7 +31,7 @@ struct StatisticsTest : testing::Test {
   std::string Print() {
     std::string text;
     TextSink sink = MakeStringSink(text);
-    WriteStatistics(sink, statistics, options);
+    WriteStatistics(sink, statistics, logs, options);
     return text;
   }
 };

@@ -22,16 +22,18 @@ RunOptions CsvOptions() {
   return options;
 }
 
-std::string PrintRows(const EventRows& rows, RunOptions& options, const LogInfo& log) {
+std::string PrintRows(const EventRows& rows, const RunOptions& options, const LogInfo& log) {
   std::string text;
+  bool header_pending = true;
   TextSink sink = MakeStringSink(text);
-  WriteLogResults(sink, rows, log, options);
+  WriteLogResults(sink, rows, log, options, header_pending);
   Flush(sink);
   return text;
 }
 
 // What is written must not depend on how the cells are kept.
-std::string Print(const EventRows& rows, RunOptions options, const LogInfo& log = LogAt("a.evtx")) {
+std::string Print(const EventRows& rows, const RunOptions& options,
+                  const LogInfo& log = LogAt("a.evtx")) {
   std::string text = PrintRows(rows, options, log);
   EventRows joined;
   joined.joined = JoinedForm(options);
@@ -64,10 +66,10 @@ TEST(JoinedForm, IsForTablesWhoseSeparatorNoCellHolds) {
 }
 
 // One CSV line of one value, without header.
-std::string PrintValue(std::string_view value, RunOptions options = CsvOptions()) {
+std::string PrintValue(std::string_view value, const RunOptions& options = CsvOptions()) {
   EventRows rows;
   AddRow(rows, {.values = {{"v", value}}});
-  const std::string text = Print(rows, std::move(options));
+  const std::string text = Print(rows, options);
   const std::size_t line = text.find('\n') + 1;
   return text.substr(line, text.size() - line - 2);
 }

@@ -33,17 +33,20 @@ RunOptions BodyOptions() {
   return options;
 }
 
-std::string Print(EventRows& rows, RunOptions& options, const LogInfo& log = LogAt("a.evtx")) {
+// Both forms of writer clear `header_pending` when they write a header.
+std::string Print(const EventRows& rows, const RunOptions& options, bool& header_pending,
+                  const LogInfo& log = LogAt("a.evtx")) {
   std::string text;
   TextSink sink = MakeStringSink(text);
-  WriteLogResults(sink, rows, log, options);
+  WriteLogResults(sink, rows, log, options, header_pending);
   Flush(sink);
   return text;
 }
 
-std::string LineOf(EventRows& rows, RunOptions options, const LogInfo& log = LogAt("a.evtx")) {
-  options.header_pending = false;
-  return Print(rows, options, log);
+std::string LineOf(const EventRows& rows, const RunOptions& options,
+                   const LogInfo& log = LogAt("a.evtx")) {
+  bool header_pending = false;
+  return Print(rows, options, header_pending, log);
 }
 
 TEST(Log2Timeline, WritesEveryFieldOfAnEvent) {
@@ -57,12 +60,13 @@ TEST(Log2Timeline, WritesEveryFieldOfAnEvent) {
   log.aux_value = 77;
   RunOptions options = L2tOptions();
   options.username = "examiner";
-  EXPECT_EQ(Print(rows, options, log),
+  bool header_pending = true;
+  EXPECT_EQ(Print(rows, options, header_pending, log),
             std::string(kL2tHeader) +
                 "03/07/2012, 14:05:09.123,UTC,MACB,EVTX,security,Event Logged,examiner,PC1,"
                 "Event ID: 4624 : logon,[Computer:PC1] [User:a;b],2,C:/Security.evtx,77,"
                 "Provider: Prov,tarnlex (mirafen),Record# 12\n");
-  EXPECT_FALSE(options.header_pending);
+  EXPECT_FALSE(header_pending);
 }
 
 TEST(Log2Timeline, LeavesEmptyWhatAnEventLacks) {
@@ -95,7 +99,8 @@ TEST(Log2Timeline, PairsDateAndTimeOnRequest) {
   AddRow(rows, {});
   RunOptions options = L2tOptions();
   options.pair_datetime = true;
-  const std::string text = Print(rows, options);
+  bool header_pending = true;
+  const std::string text = Print(rows, options, header_pending);
   EXPECT_EQ(text.rfind("date/time,timezone,MACB,", 0), 0U) << text;
   EXPECT_NE(text.find("\n03/07/2012 14:05:09.123,UTC,"), std::string::npos) << text;
 }
@@ -111,11 +116,12 @@ TEST(Log2Timeline, PutsNoBlankBeforeTheTimeWithoutPadding) {
 TEST(Log2Timeline, SkipsEventsWithoutAValidTime) {
   EventRows rows;
   AddRow(rows, {.record = 1, .time = 0});
-  RunOptions options = L2tOptions();
-  EXPECT_EQ(Print(rows, options), "");
-  EXPECT_TRUE(options.header_pending);
+  const RunOptions options = L2tOptions();
+  bool header_pending = true;
+  EXPECT_EQ(Print(rows, options, header_pending), "");
+  EXPECT_TRUE(header_pending);
   AddRow(rows, {.record = 2});
-  const std::string text = Print(rows, options);
+  const std::string text = Print(rows, options, header_pending);
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
   EXPECT_NE(text.find("Record# 2\n"), std::string::npos);
 }
@@ -150,17 +156,19 @@ TEST(Log2Timeline, WritesTheInodeInHexadecimalOnRequest) {
 
 TEST(Log2Timeline, WritesNothingForALogWithoutRows) {
   EventRows rows;
-  RunOptions options = L2tOptions();
-  EXPECT_EQ(Print(rows, options), "");
-  EXPECT_TRUE(options.header_pending);
+  const RunOptions options = L2tOptions();
+  bool header_pending = true;
+  EXPECT_EQ(Print(rows, options, header_pending), "");
+  EXPECT_TRUE(header_pending);
 }
 
 TEST(Timelines, WriteTheirHeaderOncePerRun) {
   EventRows rows;
   AddRow(rows, {});
-  for (RunOptions options : {L2tOptions(), BodyOptions()}) {
-    const std::string first = Print(rows, options);
-    const std::string second = Print(rows, options);
+  for (const RunOptions& options : {L2tOptions(), BodyOptions()}) {
+    bool header_pending = true;
+    const std::string first = Print(rows, options, header_pending);
+    const std::string second = Print(rows, options, header_pending);
     EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 2);
     EXPECT_EQ(std::count(second.begin(), second.end(), '\n'), 1);
   }
@@ -169,10 +177,11 @@ TEST(Timelines, WriteTheirHeaderOncePerRun) {
 TEST(Bodyfile, WritesOneLinePerEvent) {
   EventRows rows;
   AddRow(rows, {.name = "logon/interactive", .values = {{"User", "x"}}});
-  RunOptions options = BodyOptions();
-  EXPECT_EQ(Print(rows, options), std::string(kBodyHeader) +
-                                      "0|Event ID: 4624-logon/interactive|0||0|0|0|"
-                                      "1331129109|1331129109|1331129109|1331129109\n");
+  bool header_pending = true;
+  EXPECT_EQ(Print(rows, BodyOptions(), header_pending),
+            std::string(kBodyHeader) +
+                "0|Event ID: 4624-logon/interactive|0||0|0|0|"
+                "1331129109|1331129109|1331129109|1331129109\n");
 }
 
 std::string NameWith(std::vector<std::pair<std::string_view, std::string_view>> values,
@@ -211,9 +220,9 @@ TEST(Bodyfile, CountsSecondsByItsOwnRule) {
 
 TEST(Bodyfile, WritesNothingForALogWithoutRows) {
   EventRows rows;
-  RunOptions options = BodyOptions();
-  EXPECT_EQ(Print(rows, options), "");
-  EXPECT_TRUE(options.header_pending);
+  bool header_pending = true;
+  EXPECT_EQ(Print(rows, BodyOptions(), header_pending), "");
+  EXPECT_TRUE(header_pending);
 }
 
 }  // namespace

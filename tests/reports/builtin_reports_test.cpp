@@ -70,10 +70,9 @@ TEST(BuiltinReports, HaveAsManyLinesAsTheyPromise) {
 TEST(BuiltinReports, MakeOneQueryOfEveryLine) {
   for (const BuiltinReport& report : BuiltinReports()) {
     for (const LogFormat format : {LogFormat::EVT, LogFormat::EVTX}) {
-      RunOptions options;
-      options.current_log = Log("x", "security", format == LogFormat::EVTX);
+      const LogInfo log = Log("x", "security", format == LogFormat::EVTX);
       QueryList queries;
-      BuildQueries(ReportLines(report, format), options, false, queries);
+      BuildQueries(ReportLines(report, format), log, {}, false, queries);
       std::size_t at = 0;
       for (const BuiltinQuery& line : report.queries) {
         if (line.format != format) continue;
@@ -119,10 +118,9 @@ std::map<std::string, std::string> ExpectedCells(const BuiltinQuery& line,
 TEST(BuiltinReports, GiveTheirNameAndLabelsToEvtRecords) {
   std::size_t lines = 0;
   for (const BuiltinReport& report : BuiltinReports()) {
-    RunOptions options;
-    options.current_log = Log("log", "security", false);
     QueryList queries;
-    BuildQueries(ReportLines(report, LogFormat::EVT), options, false, queries);
+    BuildQueries(ReportLines(report, LogFormat::EVT), Log("log", "security", false), {}, false,
+                 queries);
     std::vector<EvtQuery> prepared = PrepareEvtQueries(queries);
     for (const BuiltinQuery& line : report.queries) {
       if (line.format != LogFormat::EVT) continue;

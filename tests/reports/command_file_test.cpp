@@ -84,16 +84,15 @@ TEST(CommandFile, ReadsTheDocumentedExample) {
   ParseCommandText(std::string(std::istreambuf_iterator<char>(in), {}), lines);
   EXPECT_EQ(lines.size(), 8U);
   for (const bool is_evtx : {false, true}) {
-    RunOptions options;
-    options.current_log = {.path = "x", .is_evtx = is_evtx, .kind = "security"};
+    LogInfo log{.path = "x", .is_evtx = is_evtx, .kind = "security"};
     QueryList queries;
-    BuildQueries(lines, options, false, queries);
+    BuildQueries(lines, log, {}, false, queries);
     ASSERT_EQ(queries.size(), 4U);
     EXPECT_EQ(queries[0].name, is_evtx ? "logon/remote desktop" : "logon");
     EXPECT_EQ(queries[is_evtx ? 2 : 1].histogram_fields.size(), is_evtx ? 2U : 1U);
     EXPECT_EQ(queries[3].event_id, is_evtx ? 4720U : kAnyEventId);
-    options.current_log.kind = "system";
-    EXPECT_FALSE(BuildQueries(lines, options, false, queries));
+    log.kind = "system";
+    EXPECT_FALSE(BuildQueries(lines, log, {}, false, queries));
   }
 }
 

@@ -13,44 +13,40 @@ namespace {
 using support::Filetime;
 using Texts = std::vector<std::string>;
 
-RunOptions RunOver(bool is_evtx, LogKind kind = "security") {
-  RunOptions options;
-  options.current_log = {.path = "/case/Logs/Security.evtx",
-                         .is_evtx = is_evtx,
-                         .format_unknown = false,
-                         .kind = std::move(kind)};
-  return options;
+LogInfo SecurityLog(bool is_evtx, LogKind kind = "security") {
+  return {.path = "/case/Logs/Security.evtx",
+          .is_evtx = is_evtx,
+          .format_unknown = false,
+          .kind = std::move(kind)};
 }
 
-QueryList Queries(const Texts& lines, const RunOptions& options) {
+QueryList Queries(const Texts& lines, const LogInfo& log, const RunOptions& options = {}) {
   std::vector<TokenList> token_lists;
   for (const std::string& line : lines) {
     TokenList tokens;
     if (SplitCommandLine(line, tokens)) token_lists.push_back(tokens);
   }
   QueryList queries;
-  const bool any = BuildQueries(token_lists, options, false, queries);
+  const bool any = BuildQueries(token_lists, log, options, false, queries);
   EXPECT_EQ(any, !queries.empty());
   return queries;
 }
 
-bool Dropped(const std::string& line, const RunOptions& options) {
-  return Queries({line}, options).empty();
-}
+bool Dropped(const std::string& line, const LogInfo& log) { return Queries({line}, log).empty(); }
 
 // The one query of a line that must make one.
-QuerySpec Query(const std::string& line, const RunOptions& options) {
-  const QueryList queries = Queries({line}, options);
+QuerySpec Query(const std::string& line, const LogInfo& log, const RunOptions& options = {}) {
+  const QueryList queries = Queries({line}, log, options);
   EXPECT_EQ(queries.size(), 1U) << line;
   return queries.empty() ? QuerySpec{} : queries[0];
 }
 
 QuerySpec EvtxQuery(const std::string& options_text) {
-  return Query("!cmd, -enum_evtxlog, " + options_text, RunOver(true));
+  return Query("!cmd, -enum_evtxlog, " + options_text, SecurityLog(true));
 }
 
 QuerySpec EvtLine(const std::string& options_text) {
-  return Query("!cmd, -enum_evtlog, " + options_text, RunOver(false));
+  return Query("!cmd, -enum_evtlog, " + options_text, SecurityLog(false));
 }
 
 TEST(SplitCommandLine, TrimsTokens) {
@@ -82,7 +78,7 @@ TEST(SplitCommandLine, PassesOverCommentsAndOtherLines) {
 TEST(CommandLanguage, ReadsALineWithALabelledPull) {
   const QuerySpec query =
       Query("!cmd, -enum_evtlog, -id, 520, -name, The System Time was Changed, -pull, 1|Process ID",
-            RunOver(false));
+            SecurityLog(false));
   EXPECT_EQ(query.format, LogFormat::EVT);
   EXPECT_EQ(query.event_id, 520U);
   EXPECT_EQ(query.name, "The System Time was Changed");
@@ -115,22 +111,22 @@ TEST(CommandLanguage, ReadsEveryOption) {
   EXPECT_EQ(query.pull, (Texts{"IpAddress"}));
 }
 
-TEST(CommandLanguage, NeedsAFormat) { EXPECT_TRUE(Dropped("!cmd, -id, 4624", RunOver(true))); }
+TEST(CommandLanguage, NeedsAFormat) { EXPECT_TRUE(Dropped("!cmd, -id, 4624", SecurityLog(true))); }
 
 TEST(CommandLanguage, PrefersEvtxWhenBothFormatsAreNamed) {
   const std::string line = "!cmd, -enum_evtlog, -enum_evtxlog, -id, 1";
-  EXPECT_EQ(Query(line, RunOver(true)).format, LogFormat::EVTX);
-  EXPECT_TRUE(Dropped(line, RunOver(false)));
+  EXPECT_EQ(Query(line, SecurityLog(true)).format, LogFormat::EVTX);
+  EXPECT_TRUE(Dropped(line, SecurityLog(false)));
 }
 
 TEST(CommandLanguage, DropsLinesForTheOtherContainer) {
-  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -id, 1", RunOver(false)));
-  EXPECT_TRUE(Dropped("!cmd, -enum_evtlog, -id, 1", RunOver(true)));
+  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -id, 1", SecurityLog(false)));
+  EXPECT_TRUE(Dropped("!cmd, -enum_evtlog, -id, 1", SecurityLog(true)));
 }
 
 TEST(CommandLanguage, MatchesOptionNamesInAnyCase) {
   EXPECT_EQ(EvtxQuery("-ID, 5, -Name, x").event_id, 5U);
-  EXPECT_FALSE(Dropped("!cmd, -ENUM_EVTXLOG", RunOver(true)));
+  EXPECT_FALSE(Dropped("!cmd, -ENUM_EVTXLOG", SecurityLog(true)));
 }
 
 TEST(CommandLanguage, TakesAnyIdWithoutOne) {
@@ -140,8 +136,8 @@ TEST(CommandLanguage, TakesAnyIdWithoutOne) {
 TEST(CommandLanguage, ReadsIdsInTheFormsOfTheCommandLine) {
   EXPECT_EQ(EvtxQuery("-id, 0x1210").event_id, 4624U);
   EXPECT_EQ(EvtxQuery("-id, 0o17").event_id, 15U);
-  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -id, abc", RunOver(true)));
-  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -id, , -all_data", RunOver(true)));
+  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -id, abc", SecurityLog(true)));
+  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -id, , -all_data", SecurityLog(true)));
 }
 
 TEST(CommandLanguage, KeepsPullsInOrderAndOnlyTheFirstOfOtherOptions) {
@@ -185,9 +181,9 @@ TEST(CommandLanguage, NamesAndCommentsMayReadLikeOptions) {
 }
 
 TEST(CommandLanguage, DropsALineWhoseStartTimeCannotBeRead) {
-  const RunOptions options = RunOver(true);
+  const LogInfo log = SecurityLog(true);
   for (const std::string time : {"yesterday", "03/07/2012 25:00:00", ""}) {
-    EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -start_time, " + time + ", -id, 1", options)) << time;
+    EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -start_time, " + time + ", -id, 1", log)) << time;
   }
 }
 
@@ -219,22 +215,22 @@ TEST(CommandLanguage, ReadsTimesWithoutSecondsOrWithMonthNames) {
 }
 
 TEST(CommandLanguage, KeepsLinesWhoseTypeOccursInTheKind) {
-  const RunOptions options = RunOver(true, "microsoft-windows-driverframeworks-usermode");
-  EXPECT_FALSE(Dropped("!cmd, -enum_evtxlog, -type, DriverFrameworks", options));
-  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -type, security", options));
+  const LogInfo log = SecurityLog(true, "microsoft-windows-driverframeworks-usermode");
+  EXPECT_FALSE(Dropped("!cmd, -enum_evtxlog, -type, DriverFrameworks", log));
+  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -type, security", log));
 }
 
 TEST(CommandLanguage, KeepsALineWithALogForThatLogOnly) {
-  const RunOptions options = RunOver(true);
-  EXPECT_EQ(Query("!cmd, -enum_evtxlog, -log, /CASE/logs/security.EVTX", options).log_path,
+  const LogInfo log = SecurityLog(true);
+  EXPECT_EQ(Query("!cmd, -enum_evtxlog, -log, /CASE/logs/security.EVTX", log).log_path,
             "/CASE/logs/security.EVTX");
-  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -log, /case/Logs/System.evtx", options));
-  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -log, /no/such/file.evtx", options));
+  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -log, /case/Logs/System.evtx", log));
+  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -log, /no/such/file.evtx", log));
 }
 
 TEST(CommandLanguage, NeedsALogBeingProcessed) {
-  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -id, 1", RunOptions{}));
-  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -log, x.evtx", RunOptions{}));
+  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -id, 1", LogInfo{}));
+  EXPECT_TRUE(Dropped("!cmd, -enum_evtxlog, -log, x.evtx", LogInfo{}));
 }
 
 TEST(CommandLanguage, WritesSuccessTypesAsConditions) {
@@ -253,7 +249,7 @@ TEST(CommandLanguage, NumbersTheQueriesThatKeepAHistogram) {
   const QueryList queries =
       Queries({"!cmd, -enum_evtxlog, -hist, LogonType", "!cmd, -enum_evtlog, -hist, dropped",
                "!cmd, -enum_evtxlog, -id, 1", "!cmd, -enum_evtxlog, -hist, A|B|"},
-              RunOver(true));
+              SecurityLog(true));
   ASSERT_EQ(queries.size(), 3U);
   EXPECT_EQ(queries[0].histogram_number, 0U);
   EXPECT_EQ(queries[0].histogram_fields, (Texts{"logontype"}));
@@ -263,22 +259,22 @@ TEST(CommandLanguage, NumbersTheQueriesThatKeepAHistogram) {
 }
 
 TEST(CommandLanguage, KeepsTheRunsHistogramOnLinesWithoutOne) {
-  RunOptions options = RunOver(true);
+  RunOptions options;
   options.hist_ids = {"LogonType", "IpAddress"};
-  const QueryList queries =
-      Queries({"!cmd, -enum_evtxlog", "!cmd, -enum_evtxlog, -hist, Own"}, options);
+  const QueryList queries = Queries({"!cmd, -enum_evtxlog", "!cmd, -enum_evtxlog, -hist, Own"},
+                                    SecurityLog(true), options);
   ASSERT_EQ(queries.size(), 2U);
   EXPECT_EQ(queries[0].histogram_fields, (Texts{"logontype", "ipaddress"}));
   EXPECT_EQ(queries[1].histogram_fields, (Texts{"own"}));
 }
 
 TEST(CommandLanguage, PutsTheRunsSettingsBeforeALinesOwn) {
-  RunOptions options = RunOver(true);
+  RunOptions options;
   options.start_time = Filetime(2013, 1, 1);
   options.substring = "needle";
   const QuerySpec query = Query(
       "!cmd, -enum_evtxlog, -start_time, 03/07/2012, -stop_time, 03/08/2012, -string_exists, own",
-      options);
+      SecurityLog(true), options);
   EXPECT_EQ(query.start_time, Filetime(2013, 1, 1));
   EXPECT_EQ(query.stop_time, Filetime(2012, 3, 8));
   EXPECT_EQ(query.string_exists, "needle");
@@ -288,7 +284,7 @@ TEST(BuildQueries, KeepsTheOrderOfTheLines) {
   const QueryList queries =
       Queries({"!cmd, -enum_evtxlog, -name, b", "!cmd, -enum_evtxlog, -name, a",
                "!cmd, -enum_evtxlog, -name, c"},
-              RunOver(true));
+              SecurityLog(true));
   ASSERT_EQ(queries.size(), 3U);
   EXPECT_EQ(queries[0].name + queries[1].name + queries[2].name, "bac");
 }
@@ -296,30 +292,32 @@ TEST(BuildQueries, KeepsTheOrderOfTheLines) {
 TEST(BuildQueries, OrdersByLogPathAndAppendsOnDemand) {
   const std::vector<TokenList> line = {{"-enum_evtxlog", "-hist", "x"}};
   QueryList queries;
-  RunOptions options = RunOver(true);
-  options.current_log.path = "B.evtx";
-  EXPECT_TRUE(BuildQueries(line, options, true, queries));
-  options.current_log.path = "a.evtx";
-  EXPECT_TRUE(BuildQueries(line, options, true, queries));
-  options.current_log.path = "b.EVTX";
-  EXPECT_TRUE(BuildQueries(line, options, true, queries));
+  const RunOptions options;
+  LogInfo log = SecurityLog(true);
+  log.path = "B.evtx";
+  EXPECT_TRUE(BuildQueries(line, log, options, true, queries));
+  log.path = "a.evtx";
+  EXPECT_TRUE(BuildQueries(line, log, options, true, queries));
+  log.path = "b.EVTX";
+  EXPECT_TRUE(BuildQueries(line, log, options, true, queries));
   ASSERT_EQ(queries.size(), 3U);
   EXPECT_EQ(queries[0].log_path, "a.evtx");
   EXPECT_EQ(queries[1].log_path, "B.evtx");
   EXPECT_EQ(queries[2].log_path, "b.EVTX");
   EXPECT_EQ(queries[1].histogram_number, 0U);
   EXPECT_EQ(queries[2].histogram_number, 2U);
-  EXPECT_TRUE(BuildQueries({}, options, true, queries));
-  EXPECT_FALSE(BuildQueries({}, options, false, queries));
+  EXPECT_TRUE(BuildQueries({}, log, options, true, queries));
+  EXPECT_FALSE(BuildQueries({}, log, options, false, queries));
   EXPECT_TRUE(queries.empty());
 }
 
 TEST(PlainQueries, TakeEverythingOfEveryIdInListOrder) {
-  RunOptions options = RunOver(false);
+  const LogInfo log = SecurityLog(false);
+  RunOptions options;
   options.event_ids = {4625, 4624};
   options.stop_time = 9;
   options.substring = "alice";
-  const QueryList queries = PlainQueries(options);
+  const QueryList queries = PlainQueries(log, options);
   ASSERT_EQ(queries.size(), 2U);
   EXPECT_EQ(queries[0].event_id, 4625U);
   EXPECT_EQ(queries[1].event_id, 4624U);
@@ -327,19 +325,19 @@ TEST(PlainQueries, TakeEverythingOfEveryIdInListOrder) {
   EXPECT_TRUE(queries[0].emit_row);
   EXPECT_EQ(queries[0].name, "");
   EXPECT_EQ(queries[0].format, LogFormat::EVT);
-  EXPECT_EQ(queries[0].log_path, options.current_log.path);
+  EXPECT_EQ(queries[0].log_path, log.path);
   EXPECT_EQ(queries[0].stop_time, 9U);
   EXPECT_EQ(queries[0].string_exists, "alice");
   EXPECT_FALSE(queries[0].histogram);
 }
 
-TEST(PlainQueries, AreNoneWithoutIds) { EXPECT_TRUE(PlainQueries(RunOver(true)).empty()); }
+TEST(PlainQueries, AreNoneWithoutIds) { EXPECT_TRUE(PlainQueries(SecurityLog(true), {}).empty()); }
 
 TEST(PlainQueries, KeepTheRunsHistogram) {
-  RunOptions options = RunOver(true);
+  RunOptions options;
   options.event_ids = {1, 2};
   options.hist_ids = {"A"};
-  const QueryList queries = PlainQueries(options);
+  const QueryList queries = PlainQueries(SecurityLog(true), options);
   EXPECT_EQ(queries[1].histogram_fields, (Texts{"a"}));
   EXPECT_EQ(queries[1].histogram_number, 1U);
 }

@@ -23,15 +23,14 @@ struct Prepared {
   std::vector<EvtQuery> queries;
 };
 Prepared Prepare(const std::vector<std::string>& lines) {
-  RunOptions options;
-  options.current_log = {.path = "SecEvent.Evt", .is_evtx = false, .kind = "security"};
+  const LogInfo log{.path = "SecEvent.Evt", .is_evtx = false, .kind = "security"};
   std::vector<TokenList> token_lists;
   for (const std::string& line : lines) {
     token_lists.emplace_back();
     SplitCommandLine("!cmd, -enum_evtlog, " + line, token_lists.back());
   }
   Prepared prepared;
-  BuildQueries(token_lists, options, false, prepared.list);
+  BuildQueries(token_lists, log, {}, false, prepared.list);
   prepared.queries = PrepareEvtQueries(prepared.list);
   return prepared;
 }

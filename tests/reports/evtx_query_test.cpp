@@ -20,15 +20,14 @@ struct Prepared {
   EvtxQueries all;
 };
 Prepared Prepare(const std::vector<std::string>& lines) {
-  RunOptions options;
-  options.current_log = {.path = "Security.evtx", .is_evtx = true, .kind = "security"};
+  const LogInfo log{.path = "Security.evtx", .is_evtx = true, .kind = "security"};
   std::vector<TokenList> token_lists;
   for (const std::string& line : lines) {
     token_lists.emplace_back();
     SplitCommandLine("!cmd, -enum_evtxlog, " + line, token_lists.back());
   }
   Prepared prepared;
-  BuildQueries(token_lists, options, false, prepared.list);
+  BuildQueries(token_lists, log, {}, false, prepared.list);
   EXPECT_EQ(prepared.list.size(), lines.size());
   prepared.all = PrepareEvtxQueries(prepared.list);
   return prepared;

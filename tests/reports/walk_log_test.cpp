@@ -33,12 +33,9 @@ Walked Walk(const std::string& name, const ByteString& content,
   Walked walked;
   TextSink out = MakeStringSink(walked.out);
   TextSink messages = MakeStringSink(walked.messages);
-  TextSink trace = MakeStringSink(walked.trace);
-  RecordOutput output = MakeRecordOutput(out);
+  RunState run{messages, MakeRecordOutput(out, messages)};
+  run.diags = MakeStringSink(walked.trace);
   RunOptions options;
-  options.record_output = &output;
-  options.messages = &messages;
-  options.diags = &trace;
   options.show_status = show_status;
   QueryList queries;
   for (const std::uint64_t id : ids) {
@@ -50,14 +47,14 @@ Walked Walk(const std::string& name, const ByteString& content,
   }
   LogInfo log;
   log.path = path;
-  LogPass pass{options, log, queries, {}, {}, {}, {}, false};
+  LogPass pass{options, run, log, queries, {}, {}, {}, {}, false};
   walked.opened = WalkLog(pass);
   walked.wrote = pass.wrote;
   walked.is_evtx = pass.log.is_evtx;
-  CloseRecordOutput(output);
+  CloseRecordOutput(run.records);
   Flush(out);
   Flush(messages);
-  Flush(trace);
+  Flush(*run.diags);
   return walked;
 }
 
@@ -86,32 +83,32 @@ TEST(WalkLog, ReadsALogOfMoreChunksThanOneBlock) {
   EXPECT_NE(walked.trace.find("records decoded: 206\n"), std::string::npos);
 }
 
-// All values of the logs, read one after the other in one run.
-std::string DumpInOneRun(const std::vector<EvtxBuilder>& logs, EvtxDecoder* decoder) {
-  const TempDirectory directory;
+// A run that writes into a text.
+struct TextRun {
   std::string written;
   TextSink out = MakeStringSink(written);
-  RecordOutput output = MakeRecordOutput(out);
+  RunState run{out, MakeRecordOutput(out, out)};
+};
+
+// All values of the logs, read one after the other.
+std::string Dump(const std::vector<EvtxBuilder>& logs, TextRun& text) {
+  const TempDirectory directory;
+  text.written.clear();
   RunOptions options;
-  options.record_output = &output;
-  options.evtx_decoder = decoder;
   options.show_status = false;
   for (std::size_t i = 0; i < logs.size(); ++i) {
     const ByteString file = logs[i].Build();
     LogInfo log;
-    log.path = directory.AddFile(std::to_string(i), std::string(file.begin(), file.end()));
+    log.path = directory.AddFile("log", std::string(file.begin(), file.end()));
     QueryList queries(1);
     queries.front().all_data = true;
-    LogPass pass{options, log, queries, {}, {}, {}, {}, false};
+    LogPass pass{options, text.run, log, queries, {}, {}, {}, {}, false};
     WalkLog(pass);
-    const std::size_t folder = log.path.size() - 1;
-    for (std::size_t at; (at = written.find(log.path)) != std::string::npos;) {
-      written.erase(at, folder);
+    for (std::size_t at; (at = text.written.find(log.path)) != std::string::npos;) {
+      text.written.erase(at, log.path.size());
     }
   }
-  CloseRecordOutput(output);
-  Flush(out);
-  return written;
+  return text.written;
 }
 
 TEST(WalkLog, WhatALogTeachesChangesNothingInTheNext) {
@@ -123,16 +120,22 @@ TEST(WalkLog, WhatALogTeachesChangesNothingInTheNext) {
     logs[2].AddEvent({.event_id = 1, .data = {{"Type", "f"}, {"User", "g"}}});
     logs[2].AddEvent({.event_id = 2, .data = {{"User", "h"}}});
   }
-  EvtxDecoder decoder;
-  const std::string together = DumpInOneRun(logs, &decoder);
+  TextRun text;
+  const EvtxDecoder& decoder = text.run.evtx_decoder;
+  const std::string together = Dump(logs, text);
   EXPECT_EQ(CountOf(together, "Microsoft-Windows-Security-Auditing"), 2 * 12U);
-  EXPECT_EQ(together, DumpInOneRun(logs, nullptr));
+  std::string alone;
+  for (const EvtxBuilder& log : logs) {
+    TextRun fresh;
+    alone += Dump({log}, fresh);
+  }
+  EXPECT_EQ(together, alone);
   EXPECT_GT(decoder.plans.made, 0U);
 
   // A cache that earlier logs have filled makes room for the next one.
   const std::size_t learnt = decoder.cache.bytes;
-  decoder.cache.bytes += std::size_t{8} << 20;
-  EXPECT_EQ(DumpInOneRun(logs, &decoder), together);
+  text.run.evtx_decoder.cache.bytes += std::size_t{8} << 20;
+  EXPECT_EQ(Dump(logs, text), together);
   EXPECT_EQ(decoder.cache.bytes, learnt);
 }
 
@@ -144,18 +147,15 @@ TEST(LogPass, CountsKeyValuesBehindRowsThatWentOutEarly) {
     log.AddEvent({.event_id = 1, .data = {{"Key", "k"}, {"Other", "o"}}});
     log.AddEvent({.event_id = 2, .data = {{"A", "a"}, {"B", "b"}, {"Key", "k"}}});
   }
-  std::string written;
-  TextSink out = MakeStringSink(written);
-  RecordOutput output = MakeRecordOutput(out);
-  Statistics statistics;
+  TextRun text;
+  Statistics& statistics = text.run.statistics;
   RunOptions options;
-  options.record_output = &output;
-  options.statistics = &statistics;
+  options.stats_on = true;
   options.hist_ids = {"key"};
   options.event_ids = {kAnyEventId};
-  options.current_log = {.path = "x.evtx"};
-  QueryList queries = PlainQueries(options);
-  LogPass pass{options, options.current_log, queries, {}, {}, {}, {}, false};
+  const LogInfo read{.path = "x.evtx"};
+  QueryList queries = PlainQueries(read, options);
+  LogPass pass{options, text.run, read, queries, {}, {}, {}, {}, false};
   BeginWalk(statistics, pass.log, queries.size(), true);
   PrepareEvtxPass(pass);
   pass.most_memory = 1;
@@ -167,7 +167,6 @@ TEST(LogPass, CountsKeyValuesBehindRowsThatWentOutEarly) {
   EvtxDecoder decoder;
   WalkSlots(decoder, chunks, 4096, handlers);
   WriteRows(pass);
-  CloseRecordOutput(output);
   const FilterCounts& counts = statistics.logs.at("x.evtx").filters.at(0);
   ASSERT_EQ(counts.entries.size(), 2U);
   for (const auto& [key, span] : counts.entries) {
