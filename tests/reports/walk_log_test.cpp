@@ -127,13 +127,13 @@ TEST(WalkLog, WhatALogTeachesChangesNothingInTheNext) {
   const std::string together = DumpInOneRun(logs, &decoder);
   EXPECT_EQ(CountOf(together, "Microsoft-Windows-Security-Auditing"), 2 * 12U);
   EXPECT_EQ(together, DumpInOneRun(logs, nullptr));
-  EXPECT_GT(decoder.plans.made, 0U);
+  EXPECT_GT(decoder.store.plans_made, 0U);
 
   // A cache that earlier logs have filled makes room for the next one.
-  const std::size_t learnt = decoder.cache.bytes;
-  decoder.cache.bytes += std::size_t{8} << 20;
+  const std::size_t learnt = decoder.store.bytes;
+  decoder.store.bytes += std::size_t{8} << 20;
   EXPECT_EQ(DumpInOneRun(logs, &decoder), together);
-  EXPECT_EQ(decoder.cache.bytes, learnt);
+  EXPECT_EQ(decoder.store.bytes, learnt);
 }
 
 // Rows that take more memory than they may go out early, and with them their column sets, whose
