@@ -48,8 +48,7 @@ void ReadOpenStart(Bytes chunk, ByteReader& in, StreamLayout layout, Token& toke
   token.attributes_size = HasMore(token) ? Read<std::uint32_t>(in) : 0;
 }
 
-void ReadTextValue(ByteReader& in, Token& token) {
-  token.type = Read<std::uint8_t>(in);
+void ReadText(ByteReader& in, Token& token) {
   const std::uint16_t count = Read<std::uint16_t>(in);
   const std::size_t begin = in.pos;
   Skip(in, std::uint64_t{2} * count);
@@ -61,19 +60,30 @@ void ReadInstance(Bytes chunk, ByteReader& in, Token& token) {
   token.template_id = Read<std::uint32_t>(in);
   token.definition_offset = Read<std::uint32_t>(in);
   TemplateInstance instance;
-  SubstitutionArray array;
+  std::uint32_t end = 0;
   token.endless = in.failed || !LocateInstance(chunk, token.offset, instance) ||
-                  !ParseSubstitutionArray(chunk, instance.array, array);
-  if (!token.endless) in.pos = array.end;
+                  !FindArrayEnd(chunk, instance.array, end);
+  if (!token.endless) in.pos = end;
 }
 
 TokenKind KindOf(std::uint8_t byte) {
   const std::uint8_t low = byte & 0x0F;
-  if (low <= 0x6 || (low >= 0xC && low <= 0xE)) return static_cast<TokenKind>(low);
-  return TokenKind::kStopping;
+  return static_cast<TokenKind>(low);
 }
 
 }  // namespace
+
+bool ReadNameRecord(Bytes chunk, std::uint32_t offset, NameRecord& record) {
+  ByteReader in{chunk, offset};
+  record.next = Read<std::uint32_t>(in);
+  record.hash = Read<std::uint16_t>(in);
+  record.count = Read<std::uint16_t>(in);
+  if (in.failed || !Fits(chunk, in.pos, std::uint64_t{2} * record.count)) return false;
+  record.units = chunk.subspan(in.pos, std::size_t{2} * record.count);
+  Skip(in, record.units.size());
+  record.terminated = Read<std::uint16_t>(in) == 0 && !in.failed;
+  return true;
+}
 
 std::uint32_t FirstToken(Bytes chunk, std::uint32_t begin, std::uint32_t end) {
   std::uint32_t header = 0;
@@ -90,8 +100,16 @@ bool ReadToken(Bytes chunk, std::uint32_t pos, std::uint32_t end, StreamLayout l
   token.kind = KindOf(token.byte);
   switch (token.kind) {
     case TokenKind::kOpenStart: ReadOpenStart(chunk, in, layout, token); break;
-    case TokenKind::kAttribute: ReadName(chunk, in, layout, token); break;
-    case TokenKind::kValue: ReadTextValue(in, token); break;
+    case TokenKind::kAttribute:
+    case TokenKind::kEntityRef:
+    case TokenKind::kInstructionTarget: ReadName(chunk, in, layout, token); break;
+    case TokenKind::kValue:
+      token.type = Read<std::uint8_t>(in);
+      ReadText(in, token);
+      break;
+    case TokenKind::kCData:
+    case TokenKind::kInstructionData: ReadText(in, token); break;
+    case TokenKind::kCharacterRef: token.slot = Read<std::uint16_t>(in); break;
     case TokenKind::kTemplateInstance: ReadInstance(chunk, in, token); break;
     case TokenKind::kNormalSubstitution:
     case TokenKind::kOptionalSubstitution:

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 
-#include "evtx/names.h"
 #include "logs/bytes.h"
 
 namespace tarnlex {
@@ -17,11 +16,34 @@ enum class TokenKind : std::uint8_t {
   kEndElement = 0x4,
   kValue = 0x5,
   kAttribute = 0x6,
+  kCData = 0x7,
+  kCharacterRef = 0x8,
+  kEntityRef = 0x9,
+  kInstructionTarget = 0xA,
+  kInstructionData = 0xB,
   kTemplateInstance = 0xC,
   kNormalSubstitution = 0xD,
   kOptionalSubstitution = 0xE,
-  kStopping = 0xF,  // character data, references, processing instructions and everything unknown
+  kUnknown = 0xF,  // everything else; nothing behind it can be read
 };
+
+// A name record inside a chunk.
+struct NameRecord {
+  std::uint32_t next = 0;  // the next name of the same hash bucket
+  std::uint16_t hash = 0;
+  std::uint16_t count = 0;  // UTF-16 units
+  Bytes units;
+  bool terminated = false;  // a zero unit follows, as it should
+};
+
+// Reads the name record at `offset`; false when it does not lie inside the chunk.
+bool ReadNameRecord(Bytes chunk, std::uint32_t offset, NameRecord& record);
+
+// Whether a token ends the reading of a stream for the tables and for the trace.
+constexpr bool StopsReading(TokenKind kind) {
+  return (kind >= TokenKind::kCData && kind <= TokenKind::kInstructionData) ||
+         kind == TokenKind::kUnknown;
+}
 
 // How a stream is laid out.
 struct StreamLayout {
@@ -30,7 +52,7 @@ struct StreamLayout {
 };
 
 struct Token {
-  TokenKind kind = TokenKind::kStopping;
+  TokenKind kind = TokenKind::kUnknown;
   std::uint8_t byte = 0;      // as it stands, flags included
   std::uint32_t offset = 0;   // of the token in the chunk
   std::uint32_t end = 0;      // where the next token begins
@@ -41,9 +63,9 @@ struct Token {
   std::uint32_t name_offset = 0;
   std::uint32_t attributes_size = 0;
   NameRecord name;
-  Bytes text;              // kValue: UTF-16LE
+  Bytes text;              // kValue, kCData, kInstructionData: UTF-16LE
   std::uint8_t type = 0;   // kValue and substitutions
-  std::uint16_t slot = 0;  // substitutions
+  std::uint16_t slot = 0;  // substitutions; kCharacterRef: the character
   std::uint32_t template_id = 0;
   std::uint32_t definition_offset = 0;  // kTemplateInstance
   bool endless = false;                 // kTemplateInstance: where it ends cannot be told

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "evtx/names.h"
+#include "evtx/binary_xml.h"
 #include "evtx/substitution.h"
 #include "logs/text.h"
 
@@ -46,11 +46,15 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   ReadAt(data, kChunkLastNumber, chunk.last_number);
   chunk.templates.clear();
   chunk.names.clear();
-  chunk.programs.clear();
-  chunk.own_programs.clear();
+  chunk.trees.clear();
+  chunk.new_templates.clear();
+  chunk.own_trees.clear();
+  chunk.names_of_fragments = {};
+  chunk.new_plans.clear();
+  chunk.last_plan = nullptr;
   chunk.resolved.clear();
-  chunk.work_left = kMaxChunkWork;
   chunk.text_left = kMaxChunkText;
+  chunk.made_names_left = kMaxChunkNameText;
   chunk.prepared_left = kMaxChunkPrepared;
   chunk.measured_left = kMaxChunkMeasured;
   chunk.traced_left = kMaxChunkTraced;

@@ -1,8 +1,7 @@
-// The state that a chunk gives its records: where its names and templates are. All of it is cleared
-// for every chunk; nothing is ever resolved across two of them.
+// The state that a chunk gives its records: where its names and templates are, and what its records
+// have to share. All of it is cleared for every chunk; nothing is ever resolved across two of them.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -10,14 +9,13 @@
 #include <unordered_map>
 #include <vector>
 
+#include "evtx/compile.h"
 #include "evtx/evtx_format.h"
-#include "evtx/template.h"
+#include "evtx/template_store.h"
 #include "logs/bytes.h"
 #include "logs/text_sink.h"
 
 namespace tarnlex {
-
-using Guid = std::array<std::uint8_t, 16>;
 
 // Stands for the place of a definition that only a record without values has named.
 inline constexpr std::uint64_t kUnknownDefinition = 0xFFFFFFFF;
@@ -50,14 +48,18 @@ struct EvtxChunk {
   std::uint64_t last_number = 0;
   std::map<Guid, TemplateRef> templates;  // the first definition of a GUID stays
   std::vector<ChunkName> names;           // only filled for a trace; decoding follows offsets
-  // Prepared streams by the chunk offset of their definition; those that only this chunk can use
-  // lie in `own_programs`.
-  std::unordered_map<std::uint32_t, const TemplateProgram*> programs;
-  std::vector<std::unique_ptr<TemplateProgram>> own_programs;
+  // Trees by the chunk offset of their definition; what the chunk compiled itself lies below.
+  std::unordered_map<std::uint32_t, const Tree*> trees;
+  std::vector<StoredTemplate> new_templates;     // that can be kept for the chunks to come
+  std::vector<std::unique_ptr<Tree>> own_trees;  // that cannot
+  ChunkNames names_of_fragments;
+  PlanTable new_plans;
+  PlanKey last_key;  // neighbouring records are mostly alike
+  const Plan* last_plan = nullptr;
   // What the map holds under the GUID of the definition at an offset, for offsets asked for before.
   std::unordered_map<std::uint32_t, const TemplateRef*> resolved;
-  std::uint64_t work_left = kMaxChunkWork;
   std::uint64_t text_left = kMaxChunkText;
+  std::uint64_t made_names_left = kMaxChunkNameText;  // bytes of names made of values
   std::uint32_t prepared_left = kMaxChunkPrepared;
   std::uint64_t measured_left = kMaxChunkMeasured;
   std::uint32_t traced_left = kMaxChunkTraced;

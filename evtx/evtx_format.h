@@ -58,12 +58,8 @@ inline constexpr std::uint32_t kMaxRecordWork = 65'536;  // tokens and slot valu
 inline constexpr std::uint64_t kMaxRecordText = std::uint64_t{16} << 20;
 // No record that instantiates a template is shorter. As sizes lead from record to record, so many
 // fit into a chunk that each may have the whole bound; what is shorter overlaps the next one, and
-// takes its share by size or what is left of the chunk's bound.
+// has a share by its size.
 inline constexpr std::uint32_t kLeastInstanceRecord = 46;
-inline constexpr std::uint64_t kMaxChunkWork = 262'144;
-// A name made of values is kept for the rest of the log and makes a column. The chunk pays for that
-// as long as it can, then the record.
-inline constexpr std::uint32_t kWorkPerComputedName = 32;
 inline constexpr std::uint32_t kWorkPerByte = 8;
 // A record says what the bytes of its chunk can say once (three bytes of UTF-8 a unit), and more in
 // proportion to its own. What it says beyond that, because it repeats itself, comes out of what the
@@ -81,7 +77,6 @@ inline constexpr std::size_t kTextPerToken = 16;
 inline constexpr std::size_t kSearchedPerToken = 256;
 // Names that do not overlap cannot have more text than this in one chunk.
 inline constexpr std::uint64_t kMaxChunkNameText = std::uint64_t{256} << 10;
-inline constexpr std::size_t kMaxNameTableText = std::size_t{16} << 20;
 
 // Where the identifier of a registered template comes from (TemplateRef::origin_index).
 inline constexpr std::uint32_t kOriginRecord = 0x10000000;

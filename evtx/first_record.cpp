@@ -1,5 +1,6 @@
 #include "evtx/first_record.h"
 
+#include "evtx/plan_of.h"
 #include "evtx/record.h"
 
 namespace tarnlex {
@@ -29,11 +30,11 @@ bool FirstRecordChannel(Bytes bytes, std::string& channel) {
   BeginChunk(decoder, bytes.first(kChunkSize), kEvtxFileHeaderSize);
   RegisterFirstTemplate(decoder.chunk);
   if (!FrameRecord(decoder, kFirstRecord, decoder.chunk.first_number, event)) return false;
-  DecodeValues(decoder, event);
-  const NamedValue* value = FindValue(event, InternName(decoder.names, "Channel"));
-  if (!value || value->unresolved) return false;
+  const Plan& plan = PlanOf(decoder, event);
+  const PlanValue* value = FindValue(plan, "Channel");
+  if (!value || IsUnresolved(event.structure, plan, *value)) return false;
   std::string scratch;
-  channel = TextOf(event, *value, scratch);
+  channel = TextOf(event.structure, plan, *value, scratch);
   return true;
 }
 

@@ -1,95 +1,102 @@
 #include "evtx/nested_scan.h"
 
 #include <bit>
+#include <vector>
 
 namespace tarnlex {
 namespace {
+
+// The definitions that a record brings along, as they are met.
+struct NestedScan {
+  EvtxDecoder& decoder;
+  DecodedEvent& event;
+  std::vector<TemplateRef> met;
+  std::uint32_t work_left;
+};
 
 std::uint32_t Origin(std::uint64_t record_id, std::uint32_t source) {
   return static_cast<std::uint32_t>(record_id) + source;
 }
 
-bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64_t record_id,
-               int depth);
+bool ScanArray(NestedScan& scan, const SubstitutionArray& array, int depth);
 
 // `end` gets where the instance ends, when that is known.
-bool ScanInstance(EvtxDecoder& decoder, std::uint32_t token, std::uint64_t record_id, int depth,
-                  std::uint32_t& end) {
-  const Bytes chunk = decoder.chunk.data;
+bool ScanInstance(NestedScan& scan, std::uint32_t token, int depth, std::uint32_t& end) {
+  EvtxChunk& chunk = scan.decoder.chunk;
   TemplateInstance instance;
   DefinitionHead head;
-  // Who plans the values of a record with one array in it need not parse that one again.
-  SubstitutionArray deeper;
-  SubstitutionArray& nested = depth == 0 ? decoder.nested.array : deeper;
+  SubstitutionArray array;
   // At its bounds the scan ends quietly: what it has listed by then is sound.
   if (depth == kMaxNesting) return true;
-  if (!LocateInstance(chunk, token, instance) ||
-      !ReadDefinitionHead(chunk, instance.definition, head) ||
-      !ParseSubstitutionArray(chunk, instance.array, nested)) {
+  if (!LocateInstance(chunk.data, token, instance) ||
+      !ReadDefinitionHead(chunk.data, instance.definition, head) ||
+      !ParseSubstitutionArray(chunk.data, instance.array, scan.event.structure.slots, array)) {
     return false;
   }
-  if (!Charge(decoder, nested.count)) return true;
-  end = nested.end;
+  if (array.count > scan.work_left) return true;
+  scan.work_left -= array.count;
+  end = array.end;
   if (depth == 0) {
-    decoder.nested.usable = std::has_single_bit(decoder.array.binary_xml) && nested.binary_xml == 0;
-    decoder.nested.definition = instance.definition;
-    decoder.nested.definition_size = head.size;
+    const bool only = std::has_single_bit(scan.event.array.binary_xml) && array.binary_xml == 0;
+    scan.event.nested = {only, instance.definition, head.size, array};
   }
-  if (!decoder.chunk.resolved.contains(instance.definition)) {
-    decoder.scanned.push_back({decoder.chunk.file_offset + instance.definition,
-                               decoder.chunk.file_offset, instance.definition,
-                               Origin(record_id, kOriginNested), head.next, head.guid, head.size});
+  if (!chunk.resolved.contains(instance.definition)) {
+    scan.met.push_back({chunk.file_offset + instance.definition, chunk.file_offset,
+                        instance.definition, Origin(scan.event.record_id, kOriginNested), head.next,
+                        head.guid, head.size});
   }
-  return ScanArray(decoder, nested, record_id, depth + 1);
+  return ScanArray(scan, array, depth + 1);
 }
 
 // One binary XML value: the instance that it begins with and those right behind it.
-bool ScanValue(EvtxDecoder& decoder, const SubstitutionValue& value, std::uint64_t record_id,
-               int depth) {
-  const Bytes chunk = decoder.chunk.data;
+bool ScanValue(NestedScan& scan, const SubstitutionValue& value, int depth) {
+  const Bytes chunk = scan.decoder.chunk.data;
   const std::uint32_t value_end = value.offset + value.size;
   std::uint32_t token = 0;
   FragmentStart start = LookAtFragment(chunk, value.offset, value.size, token);
   while (start == FragmentStart::kInstance) {
     std::uint32_t end = value_end;
-    if (!ScanInstance(decoder, token, record_id, depth, end)) return false;
+    if (!ScanInstance(scan, token, depth, end)) return false;
+    if (!MayFollowInstance(chunk, end, value_end)) return true;
     start = LookBehindInstance(chunk, end, value_end, token);
-    // A plan is made for a value that is one instance.
-    if (depth == 0 && start != FragmentStart::kOther) decoder.nested.usable = false;
+    // A plan is kept for a value that is one instance.
+    if (depth == 0 && start != FragmentStart::kOther) scan.event.nested.usable = false;
   }
   return true;
 }
 
-bool ScanArray(EvtxDecoder& decoder, const SubstitutionArray& array, std::uint64_t record_id,
-               int depth) {
+bool ScanArray(NestedScan& scan, const SubstitutionArray& array, int depth) {
   for (std::uint32_t i = 0; array.binary_xml >> i != 0; ++i) {
     if ((array.binary_xml >> i & 1) == 0) continue;
-    if (!ScanValue(decoder, array.values[i], record_id, depth)) return false;
+    // Copied, as the values move when more are found.
+    const SubstitutionValue value = scan.event.structure.slots[array.first + i];
+    if (!ScanValue(scan, value, depth)) return false;
   }
   return true;
 }
 
 }  // namespace
 
-void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, std::uint64_t record_id,
-                             const DefinitionHead& own) {
-  decoder.scanned.clear();
+void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, const DefinitionHead& own,
+                             bool known, DecodedEvent& event) {
+  EvtxChunk& chunk = decoder.chunk;
   // The values are decoded after the scan. They count once, or arrays that multiply would use up
   // all work before the first value of the event is reached.
-  const std::uint32_t work_left = decoder.work_left;
-  const bool walked = ScanArray(decoder, decoder.array, record_id, 0);
-  decoder.work_left = work_left;
+  NestedScan scan{decoder, event, {}, event.work_left};
+  const bool walked = ScanArray(scan, event.array, 0);
+  // The values of the one instance that a plan may be kept for stay.
+  const std::uint32_t nested = event.nested.usable ? event.nested.array.count : 0;
+  event.structure.slots.count = event.array.count + nested;
   if (!walked) return;
-  if (!decoder.reference) {
+  if (!known) {
     // The record's own entry carries the place of its binary XML instead of the definition's: later
     // records find it and no values, until one brings the definition along.
-    RegisterTemplate(decoder.chunk,
-                     {kUnknownDefinition, kUnknownDefinition, record + kRecordHeaderSize,
-                      Origin(record_id, kOriginRecord), own.next, own.guid, own.size});
+    RegisterTemplate(chunk, {kUnknownDefinition, kUnknownDefinition, record + kRecordHeaderSize,
+                             Origin(event.record_id, kOriginRecord), own.next, own.guid, own.size});
   }
-  for (const TemplateRef& nested : decoder.scanned) {
-    const TemplateRef& kept = RegisterTemplate(decoder.chunk, nested);
-    decoder.chunk.resolved.emplace(nested.chunk_offset, &kept);
+  for (const TemplateRef& nested_template : scan.met) {
+    const TemplateRef& kept = RegisterTemplate(chunk, nested_template);
+    chunk.resolved.emplace(nested_template.chunk_offset, &kept);
   }
 }
 

@@ -16,14 +16,15 @@ void BeginLog(EvtxDecoder& decoder, TextSink* trace);
 // Makes the 65,536 bytes `data`, which must outlive their use, the chunk whose records come next.
 void BeginChunk(EvtxDecoder& decoder, Bytes data, std::uint64_t file_offset);
 
+// Takes what the chunk's records have taught over into the decoder's store; behind its last record.
+void EndChunk(EvtxDecoder& decoder);
+
 // Frames the record at `offset` of the chunk, whose 24-byte head lies inside it: reads its header,
 // finds and registers templates, parses its substitution array and settles its event identifier.
-// False when the record is to be skipped without a word. `expected_number` is the number that the
-// walk counts.
+// The result is a function of the chunk, of the records framed before and of the settings. False
+// when the record is to be skipped without a word. `expected_number` is the number that the walk
+// counts.
 bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expected_number,
                  DecodedEvent& event);
-
-// Fills the named values of the record framed last; does nothing the second time.
-void DecodeValues(EvtxDecoder& decoder, DecodedEvent& event);
 
 }  // namespace tarnlex

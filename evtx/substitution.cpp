@@ -6,39 +6,76 @@
 
 namespace tarnlex {
 
-bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SubstitutionArray& array) {
-  array.count = 0;
-  array.end = offset;
-  array.binary_xml = 0;
-  array.cut = false;
-  array.has_ansi = false;
+namespace {
+
+// The descriptors of an array and where its values begin.
+struct ArrayHead {
+  const std::uint8_t* descriptors = nullptr;
+  std::uint32_t count = 0;
+  std::uint32_t values = 0;
+};
+
+bool ReadArrayHead(Bytes chunk, std::uint32_t offset, ArrayHead& head) {
   if (!Fits(chunk, offset, 8)) return false;
-  const std::uint32_t count = Load<std::uint32_t>(chunk.data() + offset);
-  if (count > kMaxArrayValues) return false;
+  head.count = Load<std::uint32_t>(chunk.data() + offset);
+  if (head.count > kMaxArrayValues) return false;
   const std::uint32_t descriptors = offset + 4;
-  if (!Fits(chunk, descriptors, std::uint64_t{kDescriptorSize} * count)) return false;
-  const std::uint8_t* descriptor = chunk.data() + descriptors;
+  const std::uint32_t size = kDescriptorSize * head.count;
+  if (!Fits(chunk, descriptors, size)) return false;
+  head.descriptors = chunk.data() + descriptors;
+  head.values = descriptors + size;
+  return true;
+}
+
+}  // namespace
+
+bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SlotList& slots,
+                            SubstitutionArray& array) {
+  ArrayHead head;
+  if (!ReadArrayHead(chunk, offset, head)) {
+    array = {};
+    array.first = static_cast<std::uint32_t>(slots.count);
+    array.end = offset;
+    return false;
+  }
+  array.first = static_cast<std::uint32_t>(slots.count);
+  SubstitutionValue* const values = MoreSlots(slots, head.count);
   const auto chunk_end = static_cast<std::uint32_t>(chunk.size());
-  std::uint32_t at = descriptors + kDescriptorSize * count;
+  const std::uint8_t* descriptor = head.descriptors;
+  std::uint32_t at = head.values;
   std::uint32_t taken = 0;
   // Kept out of `array`, which the bytes that are read might otherwise be a part of.
-  std::uint32_t binary_xml = 0;
+  std::uint64_t binary_xml = 0;
   bool has_ansi = false;
-  for (; taken < count; ++taken, descriptor += kDescriptorSize) {
+  for (; taken < head.count; ++taken, descriptor += kDescriptorSize) {
     const std::uint32_t fields = Load<std::uint32_t>(descriptor);
     const std::uint32_t size = fields & 0xFFFF;
     const auto type = static_cast<std::uint8_t>(fields >> 16);
     if (size > chunk_end - at) break;
-    array.values[taken] = {at, static_cast<std::uint16_t>(size), type};
-    if (type == kEvtVarTypeEvtBXml) binary_xml |= 1U << taken;
+    values[taken] = {at, static_cast<std::uint16_t>(size), type};
+    if (type == kEvtVarTypeEvtBXml) binary_xml |= std::uint64_t{1} << taken;
     if (type == kEvtVarTypeAnsiString) has_ansi = true;
     at += size;
   }
-  array.cut = taken < count;
-  array.binary_xml = binary_xml;
-  array.has_ansi = has_ansi;
+  slots.count += taken;
   array.count = taken;
   array.end = at;
+  array.bytes = at - head.values;
+  array.binary_xml = binary_xml;
+  array.cut = taken < head.count;
+  array.has_ansi = has_ansi;
+  return true;
+}
+
+bool FindArrayEnd(Bytes chunk, std::uint32_t offset, std::uint32_t& end) {
+  ArrayHead head;
+  if (!ReadArrayHead(chunk, offset, head)) return false;
+  end = head.values;
+  for (std::uint32_t i = 0; i < head.count; ++i) {
+    const auto size = Load<std::uint16_t>(head.descriptors + std::size_t{kDescriptorSize} * i);
+    if (size > chunk.size() - end) break;
+    end += size;
+  }
   return true;
 }
 

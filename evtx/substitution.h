@@ -3,28 +3,32 @@
 
 #include <array>
 #include <cstdint>
-#include <vector>
 
+#include "event/structure.h"
 #include "evtx/evtx_format.h"
-#include "evtx/value.h"
 #include "logs/bytes.h"
 
 namespace tarnlex {
 
-// One parsed array. It is small and of fixed bound, so it lives wherever it is needed.
+// One parsed array.
 struct SubstitutionArray {
-  std::array<SubstitutionValue, kMaxArrayValues> values;
-  std::uint32_t count = 0;
+  std::uint32_t first = 0;       // of its values, where they were put
+  std::uint32_t count = 0;       // of those taken
   std::uint32_t end = 0;         // of the last value taken: where what follows begins
-  std::uint32_t binary_xml = 0;  // bit N: value N is binary XML
+  std::uint32_t bytes = 0;       // of the values taken
+  std::uint64_t binary_xml = 0;  // bit N: value N is binary XML
   bool cut = false;              // values that would run past the chunk were left out
   bool has_ansi = false;         // a single-byte string, whose size bounds nothing, is among them
 };
 
-// Parses the array at `offset` of the chunk. False, the array empty, when fewer than 8 bytes
-// remain, when it counts more than 28 values, or when its descriptors do not fit. A value that
-// would not fit ends the array; what came before it stays.
-bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SubstitutionArray& array);
+// Parses the array at `offset` of the chunk and puts its values behind those in `slots`. False, the
+// array empty, when fewer than 8 bytes remain, when it counts more than 28 values, or when its
+// descriptors do not fit. A value that would not fit ends the array; what came before it stays.
+bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SlotList& slots,
+                            SubstitutionArray& array);
+
+// Where such an array ends; false when it cannot be parsed.
+bool FindArrayEnd(Bytes chunk, std::uint32_t offset, std::uint32_t& end);
 
 // A template instance: the definition that it names and its array.
 struct TemplateInstance {
@@ -60,5 +64,10 @@ FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t si
 // header of their own. kOther where nothing follows.
 FragmentStart LookBehindInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end,
                                  std::uint32_t& first);
+
+// Whether something stands there at all, as a first look tells: in most values nothing does.
+inline bool MayFollowInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end) {
+  return pos < end && pos < chunk.size() && (chunk[pos] != 0 || pos + 1 < end);
+}
 
 }  // namespace tarnlex

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "event/value.h"
 #include "evtx/evtx_format.h"
-#include "evtx/value.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -79,8 +79,8 @@ void AppendFields(TextSink& trace, const Token& token) {
     case TokenKind::kCloseStart: Append(trace, " >"); break;
     case TokenKind::kCloseEmpty: Append(trace, " />"); break;
     case TokenKind::kEndElement: Append(trace, " </...>"); break;
-    case TokenKind::kStopping: AppendHex(trace, " : token:", token.byte); break;
-    default: break;
+    case TokenKind::kEndOfStream: break;
+    default: AppendHex(trace, " : token:", token.byte); break;  // ends the reading
   }
 }
 
@@ -105,11 +105,11 @@ void TraceStream(TextSink& trace, Bytes chunk, std::uint32_t begin, std::uint32_
                  StreamLayout layout, std::uint32_t& left) {
   Token token;
   for (std::uint32_t pos = FirstToken(chunk, begin, end); pos < end && left > 0; pos = token.end) {
-    if (!ReadToken(chunk, pos, end, layout, token)) return;
+    if (!ReadToken(chunk, pos, end, layout, token) && !StopsReading(token.kind)) return;
     TraceToken(trace, token);
     left -= std::min(left, LineCost(token));
     if (left == 0) TraceLine(trace, "tokens of this chunk left out from here on: too many");
-    if (token.kind == TokenKind::kEndOfStream || token.kind == TokenKind::kStopping) return;
+    if (token.kind == TokenKind::kEndOfStream || StopsReading(token.kind)) return;
   }
 }
 

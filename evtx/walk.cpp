@@ -32,9 +32,8 @@ std::uint32_t WholeRecordSize(Bytes bytes, std::size_t at) {
 }
 
 // The chunk's header bounds how many records are tried; each record's size leads to the next.
-void WalkRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers) {
+void WalkRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers, DecodedEvent& event) {
   const EvtxChunk& chunk = decoder.chunk;
-  DecodedEvent event;
   std::uint32_t offset = kFirstRecord;
   for (std::uint64_t expected = chunk.first_number; expected <= chunk.last_number; ++expected) {
     std::uint32_t size = 0;
@@ -84,6 +83,7 @@ void TraceChunk(EvtxDecoder& decoder) {
 
 void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
                const EvtxHandlers& handlers) {
+  DecodedEvent event;
   std::size_t offset = 0;
   for (; Fits(block, offset, kChunkSize); offset += kChunkSize) {
     if (!HasChunkSignature(block, offset)) {
@@ -97,8 +97,9 @@ void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
     if (decoder.chunk.last_number == kNoRecords) {
       ++decoder.account.empty_chunks;
     } else {
-      WalkRecords(decoder, handlers);
+      WalkRecords(decoder, handlers, event);
     }
+    EndChunk(decoder);
   }
   decoder.account.trailing_bytes = block.size() - offset;
   decoder.account.trailing_heads = CountRecordHeads(block.subspan(offset));

@@ -5,14 +5,13 @@
 #include <cstdint>
 #include <functional>
 
-#include "evtx/decoded_event.h"
 #include "evtx/decoder.h"
 #include "logs/bytes.h"
 
 namespace tarnlex {
 
 struct EvtxHandlers {
-  // One record, framed; DecodeValues fills its values when they are wanted.
+  // One record, framed; PlanOf gives its values when they are wanted.
   std::function<void(EvtxDecoder&, DecodedEvent&)> record;
   // Before each record: its identifier. Empty when nobody watches.
   std::function<void(std::uint64_t record_id)> progress;

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <vector>
 
+#include "evtx/compile.h"
+#include "evtx/plan_of.h"
 #include "evtx/record.h"
 #include "evtx/trace.h"
 #include "fuzz/fuzz_target.h"
@@ -15,10 +17,10 @@ void ReadAlone(Bytes stream) {
   TextSink trace = MakeSink([](std::string_view) { return true; });
   const auto size = static_cast<std::uint32_t>(stream.size());
   for (const StreamLayout layout : {StreamLayout{true, false}, {false, false}, {false, true}}) {
-    NameTable names;
-    BeginChunkNames(names);
-    TemplateProgram program;
-    CompileStream(stream, 0, size, layout, names, program);
+    ChunkNames names;
+    Tree tree;
+    CompileStream(stream, 0, size, layout, nullptr, tree);
+    CompileStream(stream, 0, size, layout, &names, tree);
     std::uint32_t lines = size;
     TraceStream(trace, stream, 0, size, layout, lines);
   }
@@ -35,7 +37,7 @@ void ReadAsRecord(Bytes stream) {
   EvtxDecoder decoder;
   DecodedEvent event;
   BeginChunk(decoder, chunk, kEvtxFileHeaderSize);
-  if (FrameRecord(decoder, kFirstRecord, 0, event)) DecodeValues(decoder, event);
+  if (FrameRecord(decoder, kFirstRecord, 0, event)) PlanOf(decoder, event);
 }
 
 }  // namespace

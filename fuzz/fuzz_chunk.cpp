@@ -3,7 +3,7 @@
 #include <cstring>
 #include <vector>
 
-#include "evtx/record.h"
+#include "evtx/plan_of.h"
 #include "evtx/walk.h"
 #include "fuzz/fuzz_target.h"
 
@@ -19,8 +19,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   EvtxHandlers handlers;
   std::string scratch;
   handlers.record = [&scratch](EvtxDecoder& inner, DecodedEvent& event) {
-    DecodeValues(inner, event);
-    for (const NamedValue& value : event.values) TextOf(event, value, scratch);
+    const Plan& plan = PlanOf(inner, event);
+    for (const PlanValue& value : plan.values) TextOf(event.structure, plan, value, scratch);
   };
   WalkSlots(decoder, chunk, kEvtxFileHeaderSize, handlers);
   return 0;

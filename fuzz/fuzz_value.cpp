@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "evtx/value.h"
+#include "event/value.h"
 #include "fuzz/fuzz_target.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

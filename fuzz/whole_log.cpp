@@ -25,12 +25,14 @@ void RunQueries(const InputFile& file, const LogInfo& log, QueryList& queries,
   Flush(*run.records.standard_output);
 }
 
-void DumpLog(const InputFile& file, RunOptions options, TextSink& out, TextSink* trace) {
+void DumpLog(const InputFile& file, RunOptions options, TextSink& out, TextSink* trace,
+             bool keeps) {
   options.event_ids = {kAnyEventId};
   options.show_status = false;
   const LogInfo log{.path = "dumped"};
   QueryList queries = PlainQueries(log, options);
   RunState run = RunInto(out, trace);
+  run.evtx_decoder.keeps = keeps;
   RunQueries(file, log, queries, options, run);
 }
 

@@ -20,7 +20,8 @@ void RunQueries(const InputFile& file, const LogInfo& log, QueryList& queries,
                 const RunOptions& options, RunState& run);
 
 // Walks `file` with the plain dump's queries and writes its rows, in the form that `options` asks
-// for, to `out`.
-void DumpLog(const InputFile& file, RunOptions options, TextSink& out, TextSink* trace = nullptr);
+// for, to `out`. Without `keeps` every record is decoded as if it were the first of its kind.
+void DumpLog(const InputFile& file, RunOptions options, TextSink& out, TextSink* trace = nullptr,
+             bool keeps = true);
 
 }  // namespace tarnlex

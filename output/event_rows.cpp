@@ -209,8 +209,7 @@ void ExpectRows(EventRows& rows, std::size_t count) { ReserveFilled(rows.rows, c
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
   RowBuilder builder;
   builder.rows = &rows;
-  const bool joins = rows.joined.separator != 0 && max_bytes <= kMostJoined;
-  builder.prefix = joins ? 0 : kCellPrefix;
+  builder.form = max_bytes <= kMostJoined ? rows.joined.form : CellForm::kPacked;
   if (max_bytes > Room(rows) && max_bytes > kLargeBound) {
     if (rows.scratch.size < max_bytes) rows.scratch = MakeRowBytes(max_bytes);
     builder.start = rows.scratch.bytes.get();
@@ -272,7 +271,8 @@ void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& 
   }
   rows.rows.push_back(row);
   rows.rows.back().dataItems = place;
-  const bool joined = builder.prefix == 0;
+  rows.rows.back().form = builder.form;
+  const bool joined = builder.form == CellForm::kJoined;
   rows.rows.back().dataSize = joined ? static_cast<std::uint32_t>(size) : 0;
 }
 

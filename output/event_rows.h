@@ -28,6 +28,12 @@ struct ColumnSet {
   int level = -1;          // position of "Level"
 };
 
+// How the cells of a row lie in memory.
+enum class CellForm : std::uint8_t {
+  kPacked,  // each behind its length
+  kJoined,  // as they will be written: cleaned, each followed by the separator
+};
+
 // One output row, filled from either container. The packed cells stay valid until the collection
 // that holds the row is cleared; a row of a collection takes its texts from InternText.
 struct EventRecord {
@@ -41,13 +47,15 @@ struct EventRecord {
   std::string_view queryLabel;
   const ColumnSet* columns = nullptr;
   const char* dataItems = nullptr;  // the cell texts, one per column, in column order
-  std::uint32_t dataSize = 0;       // of all of them together when they are joined, else 0
+  std::uint32_t dataSize = 0;       // of all of them together when they are joined
+  CellForm form = CellForm::kPacked;
 };
 
 // How joined cells look: cleaned, and each followed by the separator, so that a row can be written
 // as it lies. No cleaned text holds the separator; that is how cells are told apart.
 struct JoinedCells {
-  char separator = 0;  // 0: cells are packed
+  CellForm form = CellForm::kPacked;  // joined: as below, but for rows that are too large
+  char separator = 0;
   CellCleaner cleaner = {};
 };
 
@@ -155,7 +163,7 @@ struct RowBuilder {
   char* start = nullptr;
   char* bound = nullptr;  // what is written ends here at most
   char* cell = nullptr;
-  std::size_t prefix = 0;
+  CellForm form = CellForm::kPacked;
 };
 inline constexpr std::size_t kMaxCellOverhead = 8;  // bytes that a cell needs beside its text
 
@@ -167,7 +175,7 @@ RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes);
 // Returns where the text goes.
 inline char* BeginCell(RowBuilder& builder, char* at) {
   builder.cell = at;
-  return at + builder.prefix;
+  return at + (builder.form == CellForm::kPacked ? kCellPrefix : 0);
 }
 
 // The rest of EndCell for texts that need more: a packed cell with a long text, and a joined cell
@@ -177,10 +185,14 @@ char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end)
 
 // Ends a cell of digits and the like, with nothing in it that cleaning would touch. Returns where
 // the next cell begins.
+// In a joined row that is all there is to do, whatever the builder.
+inline char* EndPlainCell(char* text_end, char separator) {
+  *text_end = separator;
+  return text_end + 1;
+}
 inline char* EndPlainCell(RowBuilder& builder, char* text_end) {
-  if (builder.prefix == 0) {
-    *text_end = builder.rows->joined.separator;
-    return text_end + 1;
+  if (builder.form == CellForm::kJoined) {
+    return EndPlainCell(text_end, builder.rows->joined.separator);
   }
   const auto length = static_cast<std::size_t>(text_end - builder.cell) - kCellPrefix;
   if (length >= kLongCell) return EndLongCell(builder, text_end);
@@ -191,7 +203,7 @@ inline char* EndPlainCell(RowBuilder& builder, char* text_end) {
 
 // The same for any cell.
 inline char* EndCell(RowBuilder& builder, char* text_end) {
-  if (builder.prefix == 0) {
+  if (builder.form == CellForm::kJoined) {
     char* const stop = ReplaceInPlace(builder.rows->joined.cleaner, builder.cell, text_end);
     if (stop != text_end) return EndBrokenCell(builder, stop, text_end);
   }

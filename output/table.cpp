@@ -228,7 +228,7 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord
     WriteRepeatedCell(table, table.provider_text, row.providerName, columns.provider_width);
     Write(table.cells, table.between);
   }
-  if (table.joined && positions != nullptr && row.dataSize > 0) {
+  if (positions != nullptr && row.form == CellForm::kJoined) {
     WriteJoinedCells(table, columns, row, *positions);
   } else {
     WriteValueCells(table, columns, row, positions);
@@ -349,13 +349,13 @@ JoinedCells JoinedForm(const RunOptions& options) {
       options.separator != std::string_view(&separators.separator, 1)) {
     return {};
   }
-  return {separators.separator, MakeCellCleaner(separators, true)};
+  return {CellForm::kJoined, separators.separator, MakeCellCleaner(separators, true)};
 }
 
 void WriteTables(TextSink& out, const EventRows& rows, const LogInfo& log,
                  const RunOptions& options, bool grouped) {
   TableWriter table = MakeTableWriter(out, log, options);
-  table.joined = rows.joined.separator != 0;
+  table.joined = rows.joined.form == CellForm::kJoined;
   RowNumbers order = OrderRows(rows);
   const RowGroups groups = grouped ? GroupRows(rows, order) : OneGroup(std::move(order));
   std::size_t begin = 0;

@@ -1,53 +1,53 @@
 #include "reports/evtx_query.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
-#include "evtx/record.h"
+#include "event/names.h"
+#include "evtx/plan_of.h"
 #include "logs/text.h"
-#include "reports/evtx_cells.h"
 
 namespace tarnlex {
 namespace {
 
 constexpr std::string_view kProviderName = "Provider Name";
 
-bool Holds(const Condition& condition, const DecodedEvent& event, std::string& scratch) {
-  if (!condition.given) return true;
-  const NamedValue* value = FindValueNoCase(event.values, condition.field);
-  return value && ConditionHolds(condition, TextOf(event, *value, scratch));
-}
-
-// The same by the record's plan. `fields` keeps where each plan has the field.
-bool Holds(const Condition& condition, const EvtxDecoder& decoder, const ValuePlan& plan,
-           std::vector<PlannedField>& fields, std::string& scratch) {
-  if (!condition.given) return true;
+const PlanValue* FieldOf(const Plan& plan, const std::string& name,
+                         std::vector<PlannedField>& fields) {
+  if (plan.id == kUnkeptPlan) return FindValueNoCase(plan, name);
   if (fields.size() <= plan.id) fields.resize(plan.id + std::size_t{1});
   PlannedField& field = fields[plan.id];
   if (!field.known) {
-    const PlannedValue* value = FindValueNoCase(plan.values, condition.field);
+    const PlanValue* value = FindValueNoCase(plan, name);
     field = {true, value ? static_cast<std::int32_t>(value - plan.values.data()) : -1};
   }
-  if (field.position < 0) return false;
-  const PlannedValue& value = plan.values[static_cast<std::size_t>(field.position)];
-  return ConditionHolds(condition, PlannedText(decoder, value, scratch));
+  return field.position < 0 ? nullptr : &plan.values[static_cast<std::size_t>(field.position)];
 }
 
-bool AnyTextContains(const DecodedEvent& event, std::string_view lowered, std::string& scratch) {
-  // A text that stands in many elements, one behind the other, is searched once.
-  const ValuePart* searched = nullptr;
-  return std::any_of(event.values.begin(), event.values.end(), [&](const NamedValue& value) {
-    const bool whole = value.more_count == 0 && !value.unresolved;
-    if (whole && searched && SameText(*searched, value.part)) return false;
-    searched = whole ? &value.part : nullptr;
-    return ContainsNoCase(TextOf(event, value, scratch), lowered);
-  });
+bool Holds(const Condition& condition, const EventStructure& event, const Plan& plan,
+           std::vector<PlannedField>& fields, std::string& scratch) {
+  if (!condition.given) return true;
+  const PlanValue* value = FieldOf(plan, condition.field, fields);
+  return value && ConditionHolds(condition, TextOf(event, plan, *value, scratch));
 }
 
-bool AnyTextContains(const EvtxDecoder& decoder, const ValuePlan& plan, std::string_view lowered,
+// The slot that is all of a value's text; null for any other value.
+const SubstitutionValue* OnlySlot(const EventStructure& event, const Plan& plan,
+                                  const PlanValue& value) {
+  const PlanPart& part = plan.parts[value.first_part];
+  return value.part_count == 1 && !part.literal ? &event.slots[part.slot] : nullptr;
+}
+
+bool AnyTextContains(const EventStructure& event, const Plan& plan, std::string_view lowered,
                      std::string& scratch) {
-  return std::any_of(plan.values.begin(), plan.values.end(), [&](const PlannedValue& value) {
-    return ContainsNoCase(PlannedText(decoder, value, scratch), lowered);
+  // A text that stands in many elements, one behind the other, is searched once.
+  const SubstitutionValue* searched = nullptr;
+  return std::any_of(plan.values.begin(), plan.values.end(), [&](const PlanValue& value) {
+    const SubstitutionValue* slot = OnlySlot(event, plan, value);
+    if (slot && slot == searched) return false;
+    searched = slot;
+    return ContainsNoCase(TextOf(event, plan, value, scratch), lowered);
   });
 }
 
@@ -66,131 +66,101 @@ std::vector<std::string> PulledNames(const QuerySpec& query) {
   return names;
 }
 
-void PreparePulls(EventRows& rows, EvtxQuery& query) {
-  const std::vector<std::string> names = PulledNames(*query.spec);
+const ColumnSet* PulledColumns(EventRows& rows, const QuerySpec& query) {
+  const std::vector<std::string> names = PulledNames(query);
   std::vector<int> position_of;
-  query.pulled = AddColumnSet(rows, {names.begin(), names.end()}, position_of);
-  query.sources.clear();
-  for (const std::string_view name : query.pulled->names) query.sources.emplace_back(name);
+  return AddColumnSet(rows, {names.begin(), names.end()}, position_of);
 }
 
-std::uint64_t HashNames(const DecodedEvent& event) {
-  std::uint64_t hash = event.values.size();
-  for (const NamedValue& value : event.values) {
-    hash = (hash ^ value.name->id) * 0x9E3779B97F4A7C15U;
+std::vector<const PlanValue*> PulledValues(const Plan& plan, const ColumnSet& columns) {
+  std::vector<const PlanValue*> values;
+  values.reserve(columns.names.size());
+  for (const std::string_view name : columns.names) values.push_back(FindValue(plan, name));
+  return values;
+}
+
+std::string_view ColumnName(const PlanValue& value) {
+  return value.name.empty() ? std::string_view("<unnamed>") : value.name;
+}
+
+std::uint64_t HashNames(const Plan& plan) {
+  std::uint64_t hash = plan.values.size();
+  for (const PlanValue& value : plan.values) {
+    hash = (hash ^ HashName(value.name)) * 0x9E3779B97F4A7C15U;
     hash ^= hash >> 29;
   }
   return hash;
 }
 
-bool SameNames(const EvtxShape& shape, const DecodedEvent& event) {
-  return std::equal(shape.name_ids.begin(), shape.name_ids.end(), event.values.begin(),
-                    event.values.end(),
-                    [](std::uint32_t id, const NamedValue& value) { return id == value.name->id; });
+bool SameNames(const NamedColumns& known, const Plan& plan) {
+  if (known.order.size() != plan.values.size()) return false;
+  for (std::size_t column = 0; column < known.order.size(); ++column) {
+    if (known.columns->names[column] != ColumnName(plan.values[known.order[column]])) return false;
+  }
+  return true;
 }
 
-EvtxShape MakeShape(EventRows& rows, const DecodedEvent& event) {
-  EvtxShape shape;
+// The columns of all values of a plan; of two values that share a column the first has it.
+NamedColumns MakeColumns(EventRows& rows, const Plan& plan) {
+  NamedColumns made;
   std::vector<std::string_view> names;
-  for (const NamedValue& value : event.values) {
-    shape.name_ids.push_back(value.name->id);
-    names.push_back(ColumnName(*value.name));
+  for (const PlanValue& value : plan.values) names.push_back(ColumnName(value));
+  std::vector<int> position_of;
+  made.columns = AddColumnSet(rows, names, position_of);
+  made.order.assign(made.columns->names.size(), 0);
+  for (std::size_t i = 0; i < position_of.size(); ++i) {
+    if (position_of[i] < 0) continue;
+    made.order[static_cast<std::size_t>(position_of[i])] = static_cast<std::uint32_t>(i);
   }
-  shape.columns = AddColumnsInOrder(rows, names, shape.order);
-  return shape;
+  return made;
 }
 
-// Names and plans go together; shapes made of earlier ones mean nothing any more.
-void ForgetStaleShapes(EvtxQueries& all, const EvtxDecoder& decoder) {
-  if (all.names_generation == decoder.names.generation) return;
-  all.shapes.clear();
-  all.planned.clear();
-  for (EvtxQuery& query : all.queries) {
-    query.condition_fields.clear();
-    query.success_fields.clear();
-    query.pulled_shapes.clear();
+const NamedColumns& ColumnsOf(EventRows& rows, EvtxQueries& all, const Plan& plan) {
+  std::vector<NamedColumns>& candidates = all.columns[HashNames(plan)];
+  for (const NamedColumns& known : candidates) {
+    if (SameNames(known, plan)) return known;
   }
-  all.names_generation = decoder.names.generation;
+  return candidates.emplace_back(MakeColumns(rows, plan));
 }
 
-// The present record's plan, asked for once. Without one its values have been decoded.
-const ValuePlan* PlanOf(EvtxQueries& all, EvtxDecoder& decoder, DecodedEvent& event) {
-  ForgetStaleShapes(all, decoder);
-  if (all.plan_serial != event.serial) {
-    all.plan = PlanFor(decoder, event);
-    all.plan_serial = event.serial;
+void LayOutAll(EventRows& rows, EvtxQueries& all, const Plan& plan, bool finish,
+               PlanLayout& layout) {
+  const NamedColumns& named = ColumnsOf(rows, all, plan);
+  all.values.clear();
+  for (const std::uint32_t position : named.order) all.values.push_back(&plan.values[position]);
+  MakeLayout(rows, plan, *named.columns, all.values, kUnresolved, finish, layout);
+}
+
+void LayOutPulled(EventRows& rows, const EvtxQuery& query, const Plan& plan, bool finish,
+                  PlanLayout& layout) {
+  MakeLayout(rows, plan, *query.pulled, PulledValues(plan, *query.pulled), {}, finish, layout);
+}
+
+// Where layouts of kept plans lie; null for a plan that gets none.
+PlanLayout* Place(std::vector<PlanLayout>& kept, const Plan& plan) {
+  if (plan.id == kUnkeptPlan) return nullptr;
+  if (kept.size() <= plan.id) kept.resize(plan.id + std::size_t{1});
+  return &kept[plan.id];
+}
+
+PlanLayout* Place(std::unordered_map<std::uint32_t, PlanLayout>& kept, const Plan& plan) {
+  constexpr std::size_t kMostKept = 1024;  // queries may be many, and plans too
+  if (plan.id == kUnkeptPlan || (kept.size() == kMostKept && !kept.contains(plan.id))) {
+    return nullptr;
   }
-  return all.plan;
+  return &kept[plan.id];
 }
 
-EvtxShape& ShapeOf(EventRows& rows, EvtxQueries& all, const DecodedEvent& event) {
-  std::vector<EvtxShape>& candidates = all.shapes[HashNames(event)];
-  for (EvtxShape& shape : candidates) {
-    if (SameNames(shape, event)) return shape;
+// The layout at `place`, made once by `lay_out`, or one for this record alone.
+template <typename LayOut>
+PlanLayout& LayoutOf(PlanLayout* place, PlanLayout& loose, const DecodedEvent& event,
+                     LayOut lay_out) {
+  if (place) {
+    if (!place->columns) lay_out(true, *place);
+    if (FitsFinished(event, *place)) return *place;
   }
-  return candidates.emplace_back(MakeShape(rows, event));
-}
-
-PlannedShape& PlannedShapeOf(EventRows& rows, EvtxQueries& all, const ValuePlan& plan) {
-  if (all.planned.size() <= plan.id) all.planned.resize(plan.id + std::size_t{1});
-  PlannedShape& shape = all.planned[plan.id];
-  if (!shape.columns) shape = MakePlannedShape(rows, plan);
-  return shape;
-}
-
-// Null when the query knows too many plans already.
-PlannedShape* PulledShapeOf(EventRows& rows, EvtxQuery& query, const ValuePlan& plan) {
-  constexpr std::size_t kMostShapes = 1024;
-  const auto known = query.pulled_shapes.find(plan.id);
-  if (known != query.pulled_shapes.end()) return &known->second;
-  if (query.pulled_shapes.size() == kMostShapes) return nullptr;
-  PlannedShape shape = MakePulledShape(rows, plan, *query.pulled);
-  return &query.pulled_shapes.emplace(plan.id, std::move(shape)).first->second;
-}
-
-// Takes what a row says of itself out of the text of one of its cells, as it was before cleaning.
-void FillFromCell(EventRows& rows, std::size_t column, std::string_view text,
-                  std::string_view& last_provider, EventRecord& row) {
-  const int position = static_cast<int>(column);
-  if (position == row.columns->provider_name) {
-    row.providerName = KeepProvider(rows, text, last_provider);
-  }
-  if (position == row.columns->level) row.level = LevelOf(text);
-}
-
-void AddAllData(EventRows& rows, EvtxShape& shape, const DecodedEvent& event, EventRecord& row) {
-  row.columns = shape.columns;
-  const std::size_t overhead = shape.order.size() * (kMaxCellOverhead + kUnresolved.size());
-  RowBuilder builder = BeginRow(rows, event.max_text + overhead);
-  char* at = builder.start;
-  for (std::size_t column = 0; column < shape.order.size(); ++column) {
-    const NamedValue& value = event.values[shape.order[column]];
-    char* const text = BeginCell(builder, at);
-    char* const end =
-        value.unresolved ? CopyText(kUnresolved, text) : WriteText(event, value, text);
-    FillFromCell(rows, column, {text, end}, shape.provider, row);
-    at = EndCell(builder, end);
-  }
-  EndRow(rows, builder, at, row);
-}
-
-void AddPulled(EventRows& rows, const EvtxQuery& query, EvtxDecoder& decoder,
-               const DecodedEvent& event, EventRecord& row) {
-  row.columns = query.pulled;
-  const std::size_t overhead = query.sources.size() * kMaxCellOverhead;
-  RowBuilder builder = BeginRow(rows, event.max_text + overhead);
-  std::string_view last_provider;
-  char* at = builder.start;
-  for (std::size_t column = 0; column < query.sources.size(); ++column) {
-    const auto name = decoder.names.by_text.find(query.sources[column]);
-    const NamedValue* value =
-        name == decoder.names.by_text.end() ? nullptr : FindValue(event, name->second);
-    char* const text = BeginCell(builder, at);
-    char* const end = value ? WriteText(event, *value, text) : text;
-    FillFromCell(rows, column, {text, end}, last_provider, row);
-    at = EndCell(builder, end);
-  }
-  EndRow(rows, builder, at, row);
+  lay_out(false, loose);
+  return loose;
 }
 
 }  // namespace
@@ -210,13 +180,11 @@ bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, De
   const QueryTests& tests = query.tests;
   if (!IdPasses(tests, event.event_id) || !TimePasses(tests, event.written_time)) return false;
   if (!tests.condition.given && !tests.success.given && tests.exists.empty()) return true;
-  if (const ValuePlan* plan = PlanOf(all, decoder, event)) {
-    return (tests.exists.empty() || AnyTextContains(decoder, *plan, tests.exists, all.scratch)) &&
-           Holds(tests.condition, decoder, *plan, query.condition_fields, all.scratch) &&
-           Holds(tests.success, decoder, *plan, query.success_fields, all.scratch);
-  }
-  return (tests.exists.empty() || AnyTextContains(event, tests.exists, all.scratch)) &&
-         Holds(tests.condition, event, all.scratch) && Holds(tests.success, event, all.scratch);
+  const Plan& plan = PlanOf(decoder, event);
+  const EventStructure& structure = event.structure;
+  return (tests.exists.empty() || AnyTextContains(structure, plan, tests.exists, all.scratch)) &&
+         Holds(tests.condition, structure, plan, query.condition_fields, all.scratch) &&
+         Holds(tests.success, structure, plan, query.success_fields, all.scratch);
 }
 
 void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder,
@@ -226,22 +194,25 @@ void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder
   row.eventId = event.event_id;
   row.eventRecordId = event.record_id;
   FillRowQuery(rows, *query.spec, query.position, query.texts, row);
-  const ValuePlan* plan = PlanOf(all, decoder, event);
-  if (query.spec->all_data) {
-    if (plan && AddPlannedRow(rows, PlannedShapeOf(rows, all, *plan), decoder, event, row)) return;
-    DecodeValues(decoder, event);
-    AddAllData(rows, ShapeOf(rows, all, event), event, row);
-    return;
-  }
-  if (!query.spec->pull.empty() && !query.pulled) PreparePulls(rows, query);
-  if (!query.pulled) {
+  if (!query.spec->all_data && query.spec->pull.empty()) {
     AddRow(rows, row, {});
     return;
   }
-  PlannedShape* shape = plan ? PulledShapeOf(rows, query, *plan) : nullptr;
-  if (shape && AddPlannedRow(rows, *shape, decoder, event, row)) return;
-  DecodeValues(decoder, event);
-  AddPulled(rows, query, decoder, event, row);
+  const Plan& plan = PlanOf(decoder, event);
+  if (query.spec->all_data) {
+    const auto lay_out = [&](bool finish, PlanLayout& layout) {
+      LayOutAll(rows, all, plan, finish, layout);
+    };
+    AddPlanRow(rows, LayoutOf(Place(all.layouts, plan), all.loose, event, lay_out), event, plan,
+               row);
+    return;
+  }
+  if (!query.pulled) query.pulled = PulledColumns(rows, *query.spec);
+  const auto lay_out = [&](bool finish, PlanLayout& layout) {
+    LayOutPulled(rows, query, plan, finish, layout);
+  };
+  PlanLayout* const place = Place(query.pulled_layouts, plan);
+  AddPlanRow(rows, LayoutOf(place, all.loose, event, lay_out), event, plan, row);
 }
 
 }  // namespace tarnlex

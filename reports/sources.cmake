@@ -3,11 +3,10 @@ target_sources(tarnlex_core PRIVATE
   reports/command_file.cpp
   reports/command_language.cpp
   reports/evt_query.cpp
-  reports/evtx_cells.cpp
   reports/evtx_query.cpp
   reports/filter.cpp
   reports/log_pass.cpp
-  reports/planned_rows.cpp
+  reports/plan_rows.cpp
   reports/process_logs.cpp
   reports/query_index.cpp
   reports/report_lines.cpp

@@ -113,11 +113,24 @@ TEST(BinaryXml, OnlyTheLowNibbleSelectsTheToken) {
   EXPECT_EQ(token.kind, TokenKind::kEndOfStream);
 }
 
-TEST(BinaryXml, ReferencesCharacterDataAndInstructionsStop) {
-  for (const std::uint8_t byte : support::Hex("07 08 09 0A 0B 0F 47 49")) {
-    EXPECT_EQ(First(LayDown({support::Raw({byte})}, true), kBody).kind, TokenKind::kStopping)
-        << unsigned{byte};
+TEST(BinaryXml, ReadsReferencesCharacterDataAndInstructionsThatStopTables) {
+  const std::pair<const char*, TokenKind> tokens[] = {
+      {"07 0200 61006200", TokenKind::kCData},
+      {"08 2600", TokenKind::kCharacterRef},
+      {"49 07020000 00000000 0000 0100 7800 0000", TokenKind::kEntityRef},
+      {"0A 07020000 00000000 0000 0100 7800 0000", TokenKind::kInstructionTarget},
+      {"0B 0100 6100", TokenKind::kInstructionData},
+      {"0F", TokenKind::kUnknown},
+  };
+  for (const auto& [bytes, kind] : tokens) {
+    const Laid laid = LayDown({support::Raw(support::Hex(bytes))}, true);
+    const Token token = First(laid, kBody);
+    EXPECT_EQ(token.kind, kind) << bytes;
+    EXPECT_TRUE(StopsReading(token.kind)) << bytes;
   }
+  EXPECT_EQ(First(LayDown({support::Raw(support::Hex("08 2600"))}, true), kBody).slot, 0x26U);
+  EXPECT_EQ(First(LayDown({support::Raw(support::Hex("07 0100 6100"))}, true), kBody).text.size(),
+            2U);
 }
 
 TEST(BinaryXml, ATokenMustFitIntoItsStream) {

@@ -3,7 +3,7 @@
 
 #include <chrono>
 
-#include "evtx/expand.h"
+#include "evtx/record.h"
 #include "tests/evtx/decoding.h"
 #include "tests/evtx/nesting.h"
 

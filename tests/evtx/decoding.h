@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "evtx/plan_of.h"
 #include "evtx/record.h"
 #include "evtx/walk.h"
 #include "logs/text.h"
@@ -39,16 +40,17 @@ struct DecodedLog {
 inline DecodedRecord Collect(EvtxDecoder& decoder, DecodedEvent& event) {
   DecodedRecord record{
       event.record_id, event.event_id, event.written_time, event.record_file_offset, {}, {}};
-  DecodeValues(decoder, event);
+  const Plan& plan = PlanOf(decoder, event);
+  EXPECT_EQ(&PlanOf(decoder, event), &plan);
   std::size_t bytes = 0;
-  for (const NamedValue& value : event.values) {
+  for (const PlanValue& value : plan.values) {
     std::string scratch;
-    std::string text(TextOf(event, value, scratch));
+    std::string text(TextOf(event.structure, plan, value, scratch));
     bytes += text.size();
-    EXPECT_LE(text.size(), MaxTextSize(event, value));
-    if (value.unresolved) text = kUnresolvedText;
-    record.names.emplace_back(value.name->text);
-    EXPECT_TRUE(record.values.emplace(value.name->text, text).second) << value.name->text;
+    EXPECT_LE(text.size(), MaxTextSize(event.structure, plan, value));
+    if (IsUnresolved(event.structure, plan, value)) text = kUnresolvedText;
+    record.names.emplace_back(value.name);
+    EXPECT_TRUE(record.values.emplace(value.name, text).second) << value.name;
   }
   EXPECT_LE(bytes, event.max_text);
   // The identifier is mostly found without decoding; both ways must agree.

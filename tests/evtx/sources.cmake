@@ -2,13 +2,11 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/account_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/binary_xml_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/bounds_test.cpp
-  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/expand_test.cpp
-  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/names_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/compile_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/nested_scan_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/record_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/substitution_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/template_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/trace_test.cpp
-  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/value_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/walk_test.cpp
 )

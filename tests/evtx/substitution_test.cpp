@@ -23,51 +23,73 @@ ByteString ArrayBytes(std::uint32_t count, std::uint16_t size, std::uint8_t type
 }
 
 TEST(Substitution, TakesUpTo28Values) {
+  SlotList slots;
   SubstitutionArray array;
-  ASSERT_TRUE(ParseSubstitutionArray(ArrayBytes(28, 2), 0, array));
+  ASSERT_TRUE(ParseSubstitutionArray(ArrayBytes(28, 2), 0, slots, array));
   EXPECT_EQ(array.count, 28U);
-  EXPECT_EQ(array.values[27].offset, 4U + 28 * 4 + 27 * 2);
+  EXPECT_EQ(slots[27].offset, 4U + 28 * 4 + 27 * 2);
   EXPECT_EQ(array.end, 4U + 28 * 4 + 28 * 2);
   EXPECT_FALSE(array.cut);
 }
 
 TEST(Substitution, RefusesMoreThan28Values) {
+  SlotList slots;
   SubstitutionArray array;
-  EXPECT_FALSE(ParseSubstitutionArray(ArrayBytes(29, 0), 0, array));
+  EXPECT_FALSE(ParseSubstitutionArray(ArrayBytes(29, 0), 0, slots, array));
   EXPECT_EQ(array.count, 0U);
-  EXPECT_FALSE(ParseSubstitutionArray(support::Hex("FFFFFFFF 00000000"), 0, array));
+  EXPECT_FALSE(ParseSubstitutionArray(support::Hex("FFFFFFFF 00000000"), 0, slots, array));
 }
 
 TEST(Substitution, NeedsEightBytesEvenForNoValues) {
+  SlotList slots;
   SubstitutionArray array;
   const ByteString bytes = support::Hex("00000000 00000000");
-  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, array));
+  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
   EXPECT_EQ(array.end, 4U);
-  EXPECT_FALSE(ParseSubstitutionArray(bytes, 1, array));
-  EXPECT_FALSE(ParseSubstitutionArray(bytes, 0xFFFFFFFC, array));
+  EXPECT_FALSE(ParseSubstitutionArray(bytes, 1, slots, array));
+  EXPECT_FALSE(ParseSubstitutionArray(bytes, 0xFFFFFFFC, slots, array));
 }
 
 TEST(Substitution, RefusesDescriptorsBehindTheChunk) {
   const ByteString bytes = ArrayBytes(3, 0);
+  SlotList slots;
   SubstitutionArray array;
-  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, array));
-  EXPECT_FALSE(ParseSubstitutionArray(Bytes(bytes).first(15), 0, array));
+  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
+  EXPECT_FALSE(ParseSubstitutionArray(Bytes(bytes).first(15), 0, slots, array));
   EXPECT_EQ(array.count, 0U);
 }
 
 TEST(Substitution, EndsWithSuccessWhereAValueWouldPassTheChunk) {
   const ByteString bytes = ArrayBytes(3, 4);
+  SlotList slots;
   SubstitutionArray array;
-  ASSERT_TRUE(ParseSubstitutionArray(Bytes(bytes).first(bytes.size() - 1), 0, array));
+  ASSERT_TRUE(ParseSubstitutionArray(Bytes(bytes).first(bytes.size() - 1), 0, slots, array));
   EXPECT_EQ(array.count, 2U);
   EXPECT_TRUE(array.cut);
+}
+
+TEST(Substitution, PutsValuesBehindThoseOfEarlierArrays) {
+  SlotList slots;
+  SubstitutionArray array;
+  const ByteString bytes = ArrayBytes(3, 2);
+  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
+  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
+  EXPECT_EQ(array.first, 3U);
+  EXPECT_EQ(array.bytes, 6U);
+  EXPECT_EQ(slots.count, 6U);
+  EXPECT_EQ(slots[5].offset, slots[2].offset);
+  std::uint32_t end = 0;
+  EXPECT_TRUE(FindArrayEnd(bytes, 0, end));
+  EXPECT_EQ(end, array.end);
+  EXPECT_FALSE(FindArrayEnd(ArrayBytes(29, 0), 0, end));
 }
 
 TEST(Substitution, MarksBinaryXmlValues) {
   ByteString bytes = ArrayBytes(3, 1);
   bytes[4 + 4 + 2] = 0x21;
+  SlotList slots;
   SubstitutionArray array;
-  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, array));
+  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
   EXPECT_EQ(array.binary_xml, 2U);
 }
 
@@ -98,8 +120,9 @@ TEST(Substitution, AnInlineDefinitionOfAnySizeKeepsTheArrayBehindIt) {
   TemplateInstance instance;
   ASSERT_TRUE(LocateInstance(chunk, 0, instance));
   EXPECT_EQ(instance.array, 64U);
+  SlotList slots;
   SubstitutionArray array;
-  EXPECT_FALSE(ParseSubstitutionArray(chunk, instance.array, array));
+  EXPECT_FALSE(ParseSubstitutionArray(chunk, instance.array, slots, array));
   EXPECT_FALSE(LocateInstance(Bytes(chunk).first(33), 0, instance));
 }
 

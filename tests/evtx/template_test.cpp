@@ -1,7 +1,6 @@
-#include "evtx/template.h"
-
 #include <gtest/gtest.h>
 
+#include "evtx/template_store.h"
 #include "tests/evtx/decoding.h"
 
 namespace tarnlex {
@@ -246,7 +245,7 @@ TEST(Template, IsReadOnceAndServesEveryRecordOfTheChunk) {
   };
   WalkSlots(decoder, chunks, 4096, handlers);
   EXPECT_EQ(count, 50);
-  EXPECT_EQ(decoder.chunk.programs.size(), 1U);
+  EXPECT_EQ(decoder.chunk.trees.size(), 1U);
 }
 
 }  // namespace

@@ -13,10 +13,10 @@ namespace tarnlex {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr double kMostSeconds = 60;
+constexpr double kMostSeconds = 120;
 constexpr bool kCountsMemory = false;  // the sanitizer's own would be counted
 #else
-constexpr double kMostSeconds = 2;
+constexpr double kMostSeconds = 10;
 constexpr bool kCountsMemory = true;
 #endif
 

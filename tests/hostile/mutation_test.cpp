@@ -9,7 +9,7 @@
 #include <map>
 #include <random>
 
-#include "evtx/record.h"
+#include "evtx/plan_of.h"
 #include "evtx/walk.h"
 #include "fuzz/fuzz_target.h"
 #include "fuzz/whole_log.h"
@@ -66,11 +66,12 @@ Told TellAll(Bytes file) {
   EvtxHandlers handlers;
   std::string scratch;
   handlers.record = [&](EvtxDecoder& inner, DecodedEvent& event) {
-    DecodeValues(inner, event);
+    const Plan& plan = PlanOf(inner, event);
     std::string& text = told[event.chunk_file_offset];
     text += std::to_string(event.record_id) + " " + std::to_string(event.event_id) + "\n";
-    for (const NamedValue& value : event.values) {
-      text.append(value.name->text).append("=").append(TextOf(event, value, scratch)) += '\n';
+    for (const PlanValue& value : plan.values) {
+      text.append(value.name).append("=");
+      text.append(TextOf(event.structure, plan, value, scratch)) += '\n';
     }
   };
   WalkSlots(decoder, file.subspan(kEvtxFileHeaderSize), kEvtxFileHeaderSize, handlers);

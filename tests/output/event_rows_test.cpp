@@ -156,7 +156,7 @@ TEST(PackedCells, ARowThatIsNeverEndedLeavesNothing) {
 
 EventRows JoinedRows() {
   EventRows rows;
-  rows.joined = {',', MakeCellCleaner({',', ' '}, true)};
+  rows.joined = {CellForm::kJoined, ',', MakeCellCleaner({',', ' '}, true)};
   return rows;
 }
 

@@ -130,33 +130,42 @@ TEST(EvtxQuery, TestsAndPullsByThePlanOfARecord) {
   EXPECT_EQ(rows[1].record.queryIndex, 1U);
 }
 
-TEST(PlannedRows, LeaveARecordThatMayBecomeTooLargeToTheLongWay) {
+// Finished cells lie as joined rows have them, and a row that is too large to be joined is packed.
+TEST(PlanRows, OfRecordsThatMayBecomeTooLargeHaveNoFinishedCells) {
   EvtxBuilder log;
   log.AddEvent(Logon()).AddEvent(Logon());
   EvtxDecoder decoder;
   EventRows rows;
-  rows.joined = {',', MakeCellCleaner({',', ' '}, true)};
+  rows.joined = {CellForm::kJoined, ',', MakeCellCleaner({',', ' '}, true)};
+  QuerySpec spec;
+  spec.all_data = true;
+  const QueryList queries = {spec};
+  EvtxQueries all = PrepareEvtxQueries(queries);
   EvtxHandlers handlers;
-  int planned = 0;
   handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
-    const ValuePlan* plan = PlanFor(with, event);
-    if (!plan) return;
-    ++planned;
-    PlannedShape shape = MakePlannedShape(rows, *plan);
+    PlanOf(with, event);
     const std::size_t bound = event.max_text;
-    EventRecord row;
-    event.max_text = kMostJoined;
-    EXPECT_FALSE(AddPlannedRow(rows, shape, with, event, row));
-    EXPECT_TRUE(rows.rows.empty());
-    event.max_text = bound;
-    EXPECT_TRUE(AddPlannedRow(rows, shape, with, event, row));
+    for (const std::size_t max_text : {bound, kMostJoined, bound}) {
+      event.max_text = max_text;
+      AddEvtxRow(rows, all, all.queries[0], with, event);
+    }
   };
   const support::ByteString chunks = log.BuildChunks();
   WalkSlots(decoder, chunks, 4096, handlers);
-  EXPECT_EQ(planned, 1);
-  ASSERT_EQ(rows.rows.size(), 1U);
-  EXPECT_NE(std::string_view(rows.rows[0].dataItems, rows.rows[0].dataSize).find(",Alice,"),
-            std::string_view::npos);
+  ASSERT_EQ(rows.rows.size(), 6U);
+  for (std::size_t i = 0; i < rows.rows.size(); ++i) {
+    const EventRecord& row = rows.rows[i];
+    EXPECT_EQ(row.form, i % 3 == 1 ? CellForm::kPacked : CellForm::kJoined);
+    EXPECT_EQ(row.providerName, rows.rows[0].providerName);
+    std::string_view user;
+    if (row.form == CellForm::kPacked) {
+      ASSERT_TRUE(FindCell(row, "TargetUserName", false, user));
+      EXPECT_EQ(user, "Alice");
+    } else {
+      EXPECT_NE(std::string_view(row.dataItems, row.dataSize).find(",Alice,"),
+                std::string_view::npos);
+    }
+  }
 }
 
 TEST(EvtxQuery, BothEndsOfTheTimeWindowBelongToIt) {

@@ -130,13 +130,13 @@ TEST(WalkLog, WhatALogTeachesChangesNothingInTheNext) {
     alone += Dump({log}, fresh);
   }
   EXPECT_EQ(together, alone);
-  EXPECT_GT(decoder.plans.made, 0U);
+  EXPECT_GT(decoder.store.plans_made, 0U);
 
   // A cache that earlier logs have filled makes room for the next one.
-  const std::size_t learnt = decoder.cache.bytes;
-  text.run.evtx_decoder.cache.bytes += std::size_t{8} << 20;
+  const std::size_t learnt = decoder.store.bytes;
+  text.run.evtx_decoder.store.bytes += std::size_t{8} << 20;
   EXPECT_EQ(Dump(logs, text), together);
-  EXPECT_EQ(decoder.cache.bytes, learnt);
+  EXPECT_EQ(decoder.store.bytes, learnt);
 }
 
 // Rows that take more memory than they may go out early, and with them their column sets, whose

@@ -1,4 +1,4 @@
-#include "evtx/template_cache.h"
+#include "evtx/template_store.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,7 +9,9 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::size_t kMaxCacheBytes = std::size_t{8} << 20;
+constexpr std::size_t kMaxStoreBytes = std::size_t{8} << 20;
+constexpr std::size_t kMaxPlans = 4096;
+constexpr std::size_t kMaxPlanValues = std::size_t{1} << 18;  // of all plans
 // Many tokens may name the same long name; such a body is not worth its copies.
 constexpr std::size_t kMaxNameBytes = std::size_t{64} << 10;
 constexpr std::size_t kMaxVariants = 32;  // bodies of one GUID: names stand here or there
@@ -36,7 +38,7 @@ bool SameName(const NameField& field, Bytes chunk, std::uint32_t begin) {
 }
 
 // Compares everything between the name fields, then the names.
-bool IsAlike(const CachedTemplate& cached, Bytes chunk, std::uint32_t begin) {
+bool IsAlike(const StoredTemplate& cached, Bytes chunk, std::uint32_t begin) {
   std::uint32_t from = 0;
   for (const NameField& field : cached.names) {
     const Bytes part = chunk.subspan(begin + from, field.position - from);
@@ -48,6 +50,12 @@ bool IsAlike(const CachedTemplate& cached, Bytes chunk, std::uint32_t begin) {
   return SameBytes(rest, cached.body.data() + from, rest.size());
 }
 
+// Tokens whose name stands right behind their first byte.
+bool IsNamed(TokenKind kind) {
+  return kind == TokenKind::kAttribute || kind == TokenKind::kEntityRef ||
+         kind == TokenKind::kInstructionTarget;
+}
+
 // The name fields of a body; false when some token keeps it from being compared.
 bool CollectNames(Bytes chunk, std::uint32_t begin, std::uint32_t end,
                   std::vector<NameField>& names) {
@@ -56,9 +64,9 @@ bool CollectNames(Bytes chunk, std::uint32_t begin, std::uint32_t end,
   for (std::uint32_t pos = FirstToken(chunk, begin, end); pos < end; pos = token.end) {
     if (!ReadToken(chunk, pos, end, {true, false}, token)) return false;
     if (token.kind == TokenKind::kTemplateInstance) return false;
-    if (token.kind == TokenKind::kEndOfStream || token.kind == TokenKind::kStopping) return true;
+    if (token.kind == TokenKind::kEndOfStream || token.kind == TokenKind::kUnknown) return true;
     const bool opens = token.kind == TokenKind::kOpenStart;
-    if (!opens && token.kind != TokenKind::kAttribute) continue;
+    if (!opens && !IsNamed(token.kind)) continue;
     if (!token.has_name) return false;
     // Token, dependency identifier and size stand before the offset; of an attribute, the token.
     const std::uint32_t at = pos + (opens ? 7 : 1);
@@ -73,43 +81,52 @@ bool CollectNames(Bytes chunk, std::uint32_t begin, std::uint32_t end,
 
 }  // namespace
 
-const TemplateProgram* FindCached(const TemplateCache& cache,
-                                  const std::array<std::uint8_t, 16>& guid, Bytes chunk,
-                                  std::uint32_t begin, std::uint32_t end) {
-  const auto found = cache.by_guid.find(guid);
-  if (found == cache.by_guid.end()) return nullptr;
-  for (const auto& cached : found->second) {
-    if (cached->body.size() == end - begin && IsAlike(*cached, chunk, begin)) {
-      return &cached->program;
+const Tree* FindTemplate(const TemplateStore& store, const Guid& guid, Bytes chunk,
+                         std::uint32_t begin, std::uint32_t end) {
+  const auto found = store.by_guid.find(guid);
+  if (found == store.by_guid.end()) return nullptr;
+  for (const StoredTemplate& stored : found->second) {
+    if (stored.body.size() == end - begin && IsAlike(stored, chunk, begin)) {
+      return stored.tree.get();
     }
   }
   return nullptr;
 }
 
-const TemplateProgram* KeepInCache(TemplateCache& cache, const std::array<std::uint8_t, 16>& guid,
-                                   Bytes chunk, std::uint32_t begin, std::uint32_t end,
-                                   TemplateProgram& program) {
-  std::vector<NameField> names;
-  if (cache.bytes > kMaxCacheBytes || !CollectNames(chunk, begin, end, names)) return nullptr;
-  auto& variants = cache.by_guid[guid];
-  if (variants.size() == kMaxVariants) return nullptr;
+bool DescribeTemplate(const Guid& guid, Bytes chunk, std::uint32_t begin, std::uint32_t end,
+                      StoredTemplate& described) {
+  if (!CollectNames(chunk, begin, end, described.names)) return false;
   const Bytes body = chunk.subspan(begin, end - begin);
-  cache.bytes += 4 * body.size() + sizeof(CachedTemplate);
-  for (const NameField& name : names) cache.bytes += sizeof name + name.record.size();
-  variants.push_back(std::make_unique<CachedTemplate>());
-  CachedTemplate& cached = *variants.back();
-  cached.body.assign(body.begin(), body.end());
-  cached.names = std::move(names);
-  cached.program = std::move(program);
-  cached.program.cached = true;
-  return &cached.program;
+  described.guid = guid;
+  described.body.assign(body.begin(), body.end());
+  return true;
 }
 
-bool IsHalfFull(const TemplateCache& cache) { return cache.bytes > kMaxCacheBytes / 2; }
+void KeepTemplate(TemplateStore& store, StoredTemplate& stored) {
+  if (store.bytes > kMaxStoreBytes) return;
+  auto& variants = store.by_guid[stored.guid];
+  if (variants.size() == kMaxVariants) return;
+  store.bytes += 4 * stored.body.size() + sizeof(StoredTemplate);
+  for (const NameField& name : stored.names) store.bytes += sizeof name + name.record.size();
+  stored.tree->kept = true;
+  variants.push_back(std::move(stored));
+}
 
-void ClearCache(TemplateCache& cache) {
-  cache.by_guid.clear();
-  cache.bytes = 0;
+void KeepPlans(TemplateStore& store, PlanTable& plans) {
+  for (auto& [key, plan] : plans) {
+    if (!key.own->kept || (key.nested && !key.nested->kept)) continue;
+    if (plan) store.plan_values += plan->values.size();
+    store.plans.emplace(key, std::move(plan));
+  }
+}
+
+bool HasRoomForPlan(const TemplateStore& store, std::size_t plans, std::size_t values) {
+  return store.plans_made + plans < kMaxPlans && store.plan_values + values <= kMaxPlanValues;
+}
+
+bool IsHalfFull(const TemplateStore& store) {
+  return store.bytes > kMaxStoreBytes / 2 || store.plans_made > kMaxPlans / 2 ||
+         store.plans.size() > kMaxPlans / 2 || store.plan_values > kMaxPlanValues / 2;
 }
 
 }  // namespace tarnlex

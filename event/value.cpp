@@ -1,4 +1,4 @@
-#include "evtx/value.h"
+#include "event/value.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "evtx/expand.h"
+#include "event/literal.h"
 
 #include <gtest/gtest.h>
 
@@ -36,14 +36,14 @@ Instance InstanceOf(std::string_view name, std::vector<Node> body, std::vector<V
   return instance;
 }
 
-TEST(Expand, KeysTextsByTheirElementAtAnyDepth) {
+TEST(Literal, KeysTextsByTheirElementAtAnyDepth) {
   EXPECT_EQ(ValuesOf({Element(
                 "A", {},
                 {Element("B", {}, {Element("C", {}, {Text("deep")})}), TextElement("D", "near")})}),
             (Values{{"C", "deep"}, {"D", "near"}}));
 }
 
-TEST(Expand, KeysAttributesByTheirNameAndThoseOfAProviderWithAPrefix) {
+TEST(Literal, KeysAttributesByTheirNameAndThoseOfAProviderWithAPrefix) {
   EXPECT_EQ(
       ValuesOf({Element("Provider", {Attribute("Name", "p"), Attribute("Guid", "g")}),
                 Element("TimeCreated", {Attribute("SystemTime", "t")}),
@@ -51,19 +51,19 @@ TEST(Expand, KeysAttributesByTheirNameAndThoseOfAProviderWithAPrefix) {
       (Values{{"Provider Name", "p"}, {"Provider Guid", "g"}, {"SystemTime", "t"}, {"Name", "o"}}));
 }
 
-TEST(Expand, TextOfAnElementThatIsNotDataIsApartFromItsAttributes) {
+TEST(Literal, TextOfAnElementThatIsNotDataIsApartFromItsAttributes) {
   EXPECT_EQ(ValuesOf({Element("EventID", {Attribute("Qualifiers", "1")}, {Text("7")})}),
             (Values{{"Qualifiers", "1"}, {"EventID", "7"}}));
 }
 
-TEST(Expand, KeysNamedDataByTheirNameWhichIsNoValueItself) {
+TEST(Literal, KeysNamedDataByTheirNameWhichIsNoValueItself) {
   EXPECT_EQ(ValuesOf({Data("LogonType", "3"),
                       Element("Data", {Attribute("Name", "Typed"), Attribute("Type", "t")},
                               {Text("x")})}),
             (Values{{"LogonType", "3"}, {"Type", "t"}, {"Typed", "x"}}));
 }
 
-TEST(Expand, NamesDataByComputedTexts) {
+TEST(Literal, NamesDataByComputedTexts) {
   const Node computed =
       Element("Data", {Attribute("Name", {Text("pre"), Slot(0, support::kString)})}, {Text("x")});
   EXPECT_EQ(ValuesOf({computed}, {StringValue("Fix")}), (Values{{"preFix", "x"}}));
@@ -74,7 +74,7 @@ TEST(Expand, NamesDataByComputedTexts) {
             (Values{{"", "x"}}));
 }
 
-TEST(Expand, DecodesBinaryXmlInTheNameOfADataElementWhereItStands) {
+TEST(Literal, DecodesBinaryXmlInTheNameOfADataElementWhereItStands) {
   EXPECT_EQ(
       ValuesOf({Element("Data", {Attribute("Name", {Text("n"), Slot(0, support::kBinaryXml)})},
                         {Text("x")}),
@@ -84,19 +84,19 @@ TEST(Expand, DecodesBinaryXmlInTheNameOfADataElementWhereItStands) {
       (Values{{"Data", "first"}, {"Data_02", "second"}, {"Q", "q"}, {"n", "x"}}));
 }
 
-TEST(Expand, NumbersUnnamedDataInDocumentOrder) {
+TEST(Literal, NumbersUnnamedDataInDocumentOrder) {
   EXPECT_EQ(ValuesOf({TextElement("Data", "a"), Data("Named", "n"), TextElement("Data", "b"),
                       TextElement("Data", "c")}),
             (Values{{"Data", "a"}, {"Named", "n"}, {"Data_02", "b"}, {"Data_03", "c"}}));
 }
 
-TEST(Expand, CountsUnnamedDataWithoutText) {
+TEST(Literal, CountsUnnamedDataWithoutText) {
   EXPECT_EQ(ValuesOf({Element("Data"), TextElement("Data", "b"),
                       Element("Data", {}, {Slot(9, support::kString)}), TextElement("Data", "d")}),
             (Values{{"Data_02", "b"}, {"Data_04", "d"}}));
 }
 
-TEST(Expand, NumbersUnnamedDataAcrossNestedInstances) {
+TEST(Literal, NumbersUnnamedDataAcrossNestedInstances) {
   EXPECT_EQ(ValuesOf({TextElement("Data", "a"), Element("N", {}, {Slot(0, support::kBinaryXml)}),
                       TextElement("Data", "d")},
                      {InstanceValue(InstanceOf(
@@ -104,13 +104,13 @@ TEST(Expand, NumbersUnnamedDataAcrossNestedInstances) {
             (Values{{"Data", "a"}, {"Data_02", "b"}, {"Data_03", "c"}, {"Data_04", "d"}}));
 }
 
-TEST(Expand, NumbersAnUnnamedDataBeforeItsChildren) {
+TEST(Literal, NumbersAnUnnamedDataBeforeItsChildren) {
   EXPECT_EQ(ValuesOf({Element("Data", {}, {Text("a"), TextElement("Data", "b"), Text("c")}),
                       TextElement("Data", "d")}),
             (Values{{"Data", "ac"}, {"Data_02", "b"}, {"Data_03", "d"}}));
 }
 
-TEST(Expand, FirstValueOfANameStays) {
+TEST(Literal, FirstValueOfANameStays) {
   EXPECT_EQ(ValuesOf({Data("A", "first"), Data("A", "second"), TextElement("A", "third"),
                       Element("E", {Attribute("A", "fourth")})}),
             (Values{{"A", "first"}}));
@@ -121,7 +121,7 @@ TEST(Expand, FirstValueOfANameStays) {
       (Values{{"A", kUnresolvedText}}));
 }
 
-TEST(Expand, JoinsLiteralsAndSlotsOfOneElementWithNothing) {
+TEST(Literal, JoinsLiteralsAndSlotsOfOneElementWithNothing) {
   EXPECT_EQ(
       ValuesOf({Element("E", {Attribute("A", {Text("<"), Slot(0, support::kByte), Text(">")})},
                         {Text("a", true), Slot(0, support::kByte), Text("b"),
@@ -131,41 +131,41 @@ TEST(Expand, JoinsLiteralsAndSlotsOfOneElementWithNothing) {
       (Values{{"A", "<5>"}, {"E", "a5b0"}}));
 }
 
-TEST(Expand, KeepsTextAroundChildElementsTogether) {
+TEST(Literal, KeepsTextAroundChildElementsTogether) {
   EXPECT_EQ(ValuesOf({Element("E", {}, {Text("a"), TextElement("C", "c"), Text("b")})}),
             (Values{{"C", "c"}, {"E", "ab"}}));
 }
 
-TEST(Expand, EachOccurrenceOfAnElementHasItsOwnText) {
+TEST(Literal, EachOccurrenceOfAnElementHasItsOwnText) {
   EXPECT_EQ(ValuesOf({TextElement("E", "one"), TextElement("E", "two")}), (Values{{"E", "one"}}));
 }
 
-TEST(Expand, AnElementWithoutTextAndSubstitutionGivesNothing) {
+TEST(Literal, AnElementWithoutTextAndSubstitutionGivesNothing) {
   EXPECT_EQ(ValuesOf({Element("E"), Element("F", {}, {TextElement("G", "g")}),
                       Element("Data", {Attribute("Name", "N")})}),
             (Values{{"G", "g"}}));
 }
 
-TEST(Expand, OptionalSubstitutionOverNullIsPresentButUnresolved) {
+TEST(Literal, OptionalSubstitutionOverNullIsPresentButUnresolved) {
   EXPECT_EQ(ValuesOf({Element("E", {Attribute("A", OptionalSlot(0, support::kString))},
                               {OptionalSlot(0, support::kString)})},
                      {NullValue()}),
             (Values{{"A", kUnresolvedText}, {"E", kUnresolvedText}}));
 }
 
-TEST(Expand, NormalSubstitutionOverNullIsZero) {
+TEST(Literal, NormalSubstitutionOverNullIsZero) {
   EXPECT_EQ(ValuesOf({Element("E", {}, {Slot(0, support::kString)})}, {NullValue()}),
             (Values{{"E", "0"}}));
 }
 
-TEST(Expand, AZeroLengthStringIsAnEmptyText) {
+TEST(Literal, AZeroLengthStringIsAnEmptyText) {
   EXPECT_EQ(ValuesOf({Element("E", {}, {OptionalSlot(0, support::kString)}),
                       Element("F", {}, {Slot(0, support::kString)})},
                      {StringValue("")}),
             (Values{{"E", ""}, {"F", ""}}));
 }
 
-TEST(Expand, ASlotPastTheCountGivesNoValue) {
+TEST(Literal, ASlotPastTheCountGivesNoValue) {
   EXPECT_EQ(ValuesOf({Element("E", {Attribute("A", Slot(1, support::kString))},
                               {OptionalSlot(0xFFFF, support::kString)}),
                       Element("F", {}, {Slot(0, support::kString)})},
@@ -173,12 +173,12 @@ TEST(Expand, ASlotPastTheCountGivesNoValue) {
             (Values{{"F", "f"}}));
 }
 
-TEST(Expand, TheTypeOfTheSlotCountsNotThatOfTheSubstitution) {
+TEST(Literal, TheTypeOfTheSlotCountsNotThatOfTheSubstitution) {
   EXPECT_EQ(ValuesOf({Element("E", {}, {Slot(0, support::kString)})}, {support::UInt32Value(65)}),
             (Values{{"E", "65"}}));
 }
 
-TEST(Expand, DecodesANestedInstanceWhereItStands) {
+TEST(Literal, DecodesANestedInstanceWhereItStands) {
   EvtxBuilder log;
   log.AddRecord(
       {.body = InstanceFragment(
@@ -192,7 +192,7 @@ TEST(Expand, DecodesANestedInstanceWhereItStands) {
   EXPECT_EQ(decoded.records[0].names, (std::vector<std::string>{"A", "B", "C"}));
 }
 
-TEST(Expand, FindsANestedDefinitionByTheOffsetThatItCarries) {
+TEST(Literal, FindsANestedDefinitionByTheOffsetThatItCarries) {
   EvtxBuilder log;
   Instance second = InstanceOf("same", {TextElement("Second", "2")});
   second.repeat_definition = true;
@@ -205,13 +205,13 @@ TEST(Expand, FindsANestedDefinitionByTheOffsetThatItCarries) {
   EXPECT_EQ(decoded.records.at(1).values, (Values{{"Second", "2"}}));
 }
 
-TEST(Expand, DecodesNestedInstancesThatNoSubstitutionNames) {
+TEST(Literal, DecodesNestedInstancesThatNoSubstitutionNames) {
   EXPECT_EQ(ValuesOf({TextElement("A", "a")},
                      {InstanceValue(InstanceOf("inner", {TextElement("B", "b")}))}),
             (Values{{"A", "a"}, {"B", "b"}}));
 }
 
-TEST(Expand, DecodesInstancesInsideTemplateBodies) {
+TEST(Literal, DecodesInstancesInsideTemplateBodies) {
   EXPECT_EQ(ValuesOf({TextElement("A", "a"),
                       support::InstanceNode(
                           InstanceOf("inner", {Element("B", {}, {Slot(0, support::kByte)})},
@@ -220,7 +220,7 @@ TEST(Expand, DecodesInstancesInsideTemplateBodies) {
             (Values{{"A", "a"}, {"B", "5"}, {"C", "c"}}));
 }
 
-TEST(Expand, DecodesValuesOfPlainElements) {
+TEST(Literal, DecodesValuesOfPlainElements) {
   for (const bool header : {true, false}) {
     EXPECT_EQ(ValuesOf({Element("N", {}, {Slot(0, support::kBinaryXml)})},
                        {support::ElementsValue({Element("P", {Attribute("A", "a")}, {Text("p")})},
@@ -230,7 +230,7 @@ TEST(Expand, DecodesValuesOfPlainElements) {
 }
 
 // Rendered texts and the like stand behind the event's own data.
-TEST(Expand, DecodesAllInstancesAndElementsOfOneValue) {
+TEST(Literal, DecodesAllInstancesAndElementsOfOneValue) {
   const support::Fragment first{.instance = {InstanceOf("first", {TextElement("A", "a")})},
                                 .end_token = false};
   const support::Fragment second{.instance = {InstanceOf("second", {TextElement("B", "b")})}};
@@ -263,7 +263,7 @@ TEST(Expand, DecodesAllInstancesAndElementsOfOneValue) {
   }
 }
 
-TEST(Expand, ABinaryXmlValueIsNoNamedValue) {
+TEST(Literal, ABinaryXmlValueIsNoNamedValue) {
   EXPECT_EQ(ValuesOf({Element("N", {}, {Text("n"), Slot(0, support::kBinaryXml)}),
                       Element("M", {}, {Slot(0, support::kBinaryXml)}),
                       Element("Z", {}, {Slot(1, support::kBinaryXml)})},
@@ -272,7 +272,7 @@ TEST(Expand, ABinaryXmlValueIsNoNamedValue) {
             (Values{{"B", "b"}, {"N", "n"}}));
 }
 
-TEST(Expand, ANestedArrayOfTooManyValuesLeavesTheParentGoingOn) {
+TEST(Literal, ANestedArrayOfTooManyValuesLeavesTheParentGoingOn) {
   EvtxBuilder log;
   log.AddRecord(
       {.body = InstanceFragment(
@@ -289,7 +289,7 @@ TEST(Expand, ANestedArrayOfTooManyValuesLeavesTheParentGoingOn) {
   EXPECT_EQ(Count(decoded.account, RecordFault::kNestedUnreadable), 1U);
 }
 
-TEST(Expand, ANestedDefinitionOutsideTheChunkIsNone) {
+TEST(Literal, ANestedDefinitionOutsideTheChunkIsNone) {
   EvtxBuilder log;
   Instance inner = InstanceOf("inner", {TextElement("B", "b")});
   inner.definition_offset = 0xFFFFFFFF;
@@ -302,7 +302,7 @@ TEST(Expand, ANestedDefinitionOutsideTheChunkIsNone) {
   EXPECT_EQ(Count(decoded.account, RecordFault::kNestedUnreadable), 1U);
 }
 
-TEST(Expand, AStoppingTokenKeepsWhatWasGatheredInOpenElements) {
+TEST(Literal, AStoppingTokenKeepsWhatWasGatheredInOpenElements) {
   for (const Node& stop :
        {support::CData("x"), support::CharacterReference(65), support::EntityReference("amp"),
         support::ProcessingTarget("p"), support::ProcessingData("d"), support::Raw({0x0F})}) {
@@ -320,20 +320,20 @@ TEST(Expand, AStoppingTokenKeepsWhatWasGatheredInOpenElements) {
   }
 }
 
-TEST(Expand, AStoppingTokenInsideAnAttributeKeepsItsText) {
+TEST(Literal, AStoppingTokenInsideAnAttributeKeepsItsText) {
   EXPECT_EQ(ValuesOf({Element("E", {Attribute("A", {Text("a"), support::EntityReference("amp")})},
                               {Text("never")})}),
             (Values{{"A", "a"}}));
 }
 
-TEST(Expand, AStoppingTokenInANestedFragmentEndsThatFragmentOnly) {
+TEST(Literal, AStoppingTokenInANestedFragmentEndsThatFragmentOnly) {
   EXPECT_EQ(ValuesOf({Element("N", {}, {Slot(0, support::kBinaryXml)}), TextElement("A", "a")},
                      {InstanceValue(InstanceOf("inner", {TextElement("B", "b"), support::CData("x"),
                                                          TextElement("C", "never")}))}),
             (Values{{"A", "a"}, {"B", "b"}}));
 }
 
-TEST(Expand, FollowsSixteenNestedInstancesAndNoMore) {
+TEST(Literal, FollowsSixteenNestedInstancesAndNoMore) {
   for (const int levels : {15, 16, 17, 40}) {
     EvtxBuilder log;
     log.AddRecord({.body = NestedFragment(levels)});
@@ -348,7 +348,7 @@ TEST(Expand, FollowsSixteenNestedInstancesAndNoMore) {
   }
 }
 
-TEST(Expand, FollowsInstancesInTemplateBodiesSixteenDeepToo) {
+TEST(Literal, FollowsInstancesInTemplateBodiesSixteenDeepToo) {
   Instance instance = InstanceOf("L30", {TextElement("L30", "x")});
   for (int level = 29; level >= 0; --level) {
     const std::string name = "L" + std::to_string(level);
@@ -361,7 +361,7 @@ TEST(Expand, FollowsInstancesInTemplateBodiesSixteenDeepToo) {
   EXPECT_FALSE(values.contains("L17"));
 }
 
-TEST(Expand, ATemplateThatContainsItselfEnds) {
+TEST(Literal, ATemplateThatContainsItselfEnds) {
   // The instance inside the body names the body's own definition.
   Instance self = InstanceOf("self", {});
   self.definition_offset = 512 + 38;

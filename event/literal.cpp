@@ -1,0 +1,340 @@
+#include "event/literal.h"
+
+#include <algorithm>
+
+#include "event/names.h"
+
+namespace tarnlex {
+namespace {
+
+// A name made of values costs as much as so many tokens, and its text more.
+constexpr std::uint32_t kWorkPerName = 8;
+constexpr std::size_t kTextPerToken = 16;
+constexpr std::size_t kMostNameText = std::size_t{256} << 10;  // of one name
+
+struct Flattening {
+  const EventStructure& event;
+  NameBudget& budget;
+  FlattenRoom& room;
+  Plan& plan;
+};
+
+bool Stops(NodeKind kind) {
+  return kind == NodeKind::kCData || kind == NodeKind::kCharacter || kind == NodeKind::kEntity ||
+         kind == NodeKind::kInstructionTarget || kind == NodeKind::kInstructionData ||
+         kind == NodeKind::kUnknown;
+}
+
+PlanPart LiteralPart(std::string_view text) {
+  // An empty literal still needs an address, since a null one means a slot.
+  return {text.empty() ? "" : text.data(), static_cast<std::uint32_t>(text.size()), 0, false};
+}
+
+// Where a name stands in the table of those seen, or the empty place where it belongs.
+std::size_t PlaceOf(const Flattening& run, std::string_view name) {
+  const std::vector<std::uint32_t>& seen = run.room.seen;
+  std::size_t at = HashName(name) & (seen.size() - 1);
+  while (seen[at] != 0 && run.plan.values[seen[at] - 1].name != name) {
+    at = (at + 1) & (seen.size() - 1);
+  }
+  return at;
+}
+
+void GrowSeen(Flattening& run) {
+  run.room.seen.assign(2 * run.room.seen.size(), 0);
+  for (std::size_t i = 0; i < run.plan.values.size(); ++i) {
+    run.room.seen[PlaceOf(run, run.plan.values[i].name)] = static_cast<std::uint32_t>(i + 1);
+  }
+}
+
+// A value without any part that gives something is none; the first of a name stays.
+void AddValue(Flattening& run, std::string_view name, const std::vector<PlanPart>& parts) {
+  if (parts.empty()) return;
+  Plan& plan = run.plan;
+  const std::size_t place = PlaceOf(run, name);
+  if (run.room.seen[place] != 0) return;
+  if (name == "EventID") plan.event_id = static_cast<int>(plan.values.size());
+  plan.values.push_back({name, static_cast<std::uint32_t>(plan.parts.size()),
+                         static_cast<std::uint32_t>(parts.size())});
+  plan.parts.insert(plan.parts.end(), parts.begin(), parts.end());
+  run.room.seen[place] = static_cast<std::uint32_t>(plan.values.size());
+  if (2 * plan.values.size() > run.room.seen.size()) GrowSeen(run);
+}
+
+std::string_view KeepText(Flattening& run, std::string text) {
+  return run.plan.texts.emplace_back(std::move(text));
+}
+
+bool AllLiteral(const std::vector<PlanPart>& parts) {
+  return std::all_of(parts.begin(), parts.end(),
+                     [](const PlanPart& part) { return part.literal != nullptr; });
+}
+
+std::string_view JoinLiterals(Flattening& run, const std::vector<PlanPart>& parts) {
+  if (parts.empty()) return {};
+  if (parts.size() == 1) return {parts[0].literal, parts[0].size};
+  std::string text;
+  for (const PlanPart& part : parts) text.append(part.literal, part.size);
+  return KeepText(run, std::move(text));
+}
+
+bool TakeNameWork(Flattening& run, std::size_t work) {
+  const bool enough = work <= run.budget.work_left;
+  run.budget.work_left -= enough ? static_cast<std::uint32_t>(work) : run.budget.work_left;
+  run.budget.spent |= !enough;
+  return enough;
+}
+
+// False when there is nothing left to pay for a name.
+bool ComputeName(Flattening& run, const std::vector<PlanPart>& parts, std::string_view& name) {
+  run.plan.keepable = false;
+  if (!TakeNameWork(run, kWorkPerName)) return false;
+  Plan piece;
+  piece.parts = parts;
+  std::string text;
+  for (std::uint32_t i = 0; i < parts.size(); ++i) {
+    const PlanValue value{{}, i, 1};
+    if (IsLeftOut(run.event, parts[i])) continue;
+    // The text is made whether or not the event keeps it.
+    if (!TakeNameWork(run, MaxTextSize(run.event, piece, value) / kTextPerToken)) return false;
+    text += TextOf(run.event, piece, value, run.room.scratch);
+    if (text.size() > kMostNameText) break;
+  }
+  if (text.size() > run.budget.text_left) text.clear();
+  run.budget.text_left -= text.size();
+  name = KeepText(run, std::move(text));
+  return true;
+}
+
+OpenElement* Innermost(OpenStream& stream) {
+  return stream.depth == 0 ? nullptr : &stream.elements[stream.depth - 1];
+}
+
+// Unnamed "Data" takes its number before anything inside of it is met.
+void BeforeNested(Flattening& run, OpenStream& stream) {
+  OpenElement* element = Innermost(stream);
+  if (!element || !element->is_data || element->named || element->number != 0) return;
+  element->number = ++run.room.unnamed_data;
+}
+
+std::string_view ProviderName(Flattening& run, std::string_view attribute) {
+  if (attribute == "Name") return "Provider Name";
+  if (attribute == "Guid") return "Provider Guid";
+  if (attribute == "EventSourceName") return "Provider EventSourceName";
+  return KeepText(run, "Provider " + std::string(attribute));
+}
+
+// An attribute without any value names nothing; the Name of a "Data" element names its text.
+void EndAttribute(Flattening& run, OpenStream& stream) {
+  if (!stream.in_attribute) return;
+  stream.in_attribute = false;
+  OpenElement* element = Innermost(stream);
+  if (element && element->is_data && stream.attribute == "Name") {
+    if (!element->named) element->name_text = stream.attribute_text;
+    element->named = true;
+    return;
+  }
+  if (stream.attribute_text.empty()) return;
+  const bool of_provider = element && element->is_provider;
+  AddValue(run, of_provider ? ProviderName(run, stream.attribute) : stream.attribute,
+           stream.attribute_text);
+}
+
+void AddData(Flattening& run, OpenElement& element) {
+  if (!element.named) {
+    if (element.number == 0) element.number = ++run.room.unnamed_data;
+    if (element.text.empty()) return;
+    AddValue(run, KeepText(run, UnnamedDataName(element.number)), element.text);
+  } else if (element.text.empty()) {
+    return;
+  } else if (AllLiteral(element.name_text)) {
+    const std::string_view name = JoinLiterals(run, element.name_text);
+    run.plan.odd_names |= !IsPrintable(name);
+    AddValue(run, name, element.text);
+  } else {
+    std::string_view name;
+    if (ComputeName(run, element.name_text, name)) AddValue(run, name, element.text);
+  }
+}
+
+void EndElement(Flattening& run, OpenStream& stream) {
+  OpenElement* element = Innermost(stream);
+  if (!element) return;
+  if (element->is_data) {
+    AddData(run, *element);
+  } else {
+    AddValue(run, element->name, element->text);
+  }
+  --stream.depth;
+}
+
+void OpenStart(Flattening& run, OpenStream& stream, std::string_view name) {
+  BeforeNested(run, stream);
+  if (stream.elements.size() == stream.depth) stream.elements.emplace_back();
+  OpenElement& element = stream.elements[stream.depth++];
+  element.name = name;
+  element.is_data = name == "Data";
+  element.is_provider = name == "Provider";
+  element.named = false;
+  element.number = 0;
+  element.text.clear();
+  element.name_text.clear();
+}
+
+// Outside of any element a text has no name.
+void AddPart(OpenStream& stream, const PlanPart& part) {
+  if (stream.in_attribute) {
+    stream.attribute_text.push_back(part);
+  } else if (OpenElement* element = Innermost(stream)) {
+    element->text.push_back(part);
+  }
+}
+
+void FlattenStream(Flattening& run, std::uint32_t number, std::size_t level);
+
+// What leads to other streams is flattened where it stands.
+void FlattenGroup(Flattening& run, OpenStream& stream, std::size_t level) {
+  const Stream& own = *stream.stream;
+  if (stream.next_group == own.group_count) return;
+  const StreamGroup group = run.event.groups[own.first_group + stream.next_group++];
+  for (std::uint32_t i = 0; i < group.count; ++i) FlattenStream(run, group.first + i, level + 1);
+}
+
+// A slot past the array gives nothing, binary XML the values inside of it.
+void AddSlot(Flattening& run, OpenStream& stream, const Node& node, std::size_t level) {
+  if (node.slot >= stream.stream->slot_count) return;
+  const std::uint32_t slot = stream.stream->first_slot + node.slot;
+  if (run.event.slots[slot].type == kEvtVarTypeEvtBXml) {
+    if (!stream.in_attribute) BeforeNested(run, stream);
+    FlattenGroup(run, stream, level);
+  } else {
+    AddPart(stream, {nullptr, 0, slot, node.optional});
+  }
+}
+
+void Apply(Flattening& run, OpenStream& stream, const Node& node, std::size_t level) {
+  if (node.kind != NodeKind::kText && node.kind != NodeKind::kSlot) EndAttribute(run, stream);
+  switch (node.kind) {
+    case NodeKind::kElement: OpenStart(run, stream, node.text); break;
+    case NodeKind::kElementEnd: EndElement(run, stream); break;
+    case NodeKind::kAttribute:
+      stream.in_attribute = true;
+      stream.attribute = node.text;
+      stream.attribute_text.clear();
+      break;
+    case NodeKind::kText: AddPart(stream, LiteralPart(node.text)); break;
+    case NodeKind::kSlot: AddSlot(run, stream, node, level); break;
+    case NodeKind::kInstance:
+      BeforeNested(run, stream);
+      FlattenGroup(run, stream, level);
+      break;
+    default: break;  // ends of start tags, and what ends the stream
+  }
+}
+
+void FlattenStream(Flattening& run, std::uint32_t number, std::size_t level) {
+  if (run.room.levels.size() == level) run.room.levels.emplace_back();
+  OpenStream& stream = run.room.levels[level];
+  stream.stream = &run.event.streams[number];
+  stream.depth = 0;
+  stream.in_attribute = false;
+  stream.next_group = 0;
+  if (const Tree* tree = stream.stream->tree) {
+    for (std::uint32_t i = 0; i < stream.stream->nodes; ++i) {
+      Apply(run, stream, tree->nodes[i], level);
+    }
+  }
+  EndAttribute(run, stream);
+  while (stream.depth > 0) EndElement(run, stream);
+  while (stream.next_group < stream.stream->group_count) FlattenGroup(run, stream, level);
+}
+
+// What is said of the plan's parts as a whole.
+void DescribeParts(Flattening& run) {
+  std::vector<std::uint8_t>& used = run.room.used_slots;
+  used.assign(run.event.slots.count, 0);
+  for (const PlanPart& part : run.plan.parts) {
+    if (part.literal) {
+      run.plan.literal_text += part.size;
+    } else {
+      run.plan.slots_once &= used[part.slot] == 0;
+      used[part.slot] = 1;
+    }
+  }
+}
+
+// Whether "EventID" could be the name of a value that a node before its element gives.
+bool MayNameEventId(const std::vector<Node>& nodes, std::size_t i, bool in_data) {
+  if (nodes[i].kind == NodeKind::kInstance) return true;
+  if (nodes[i].kind != NodeKind::kAttribute) return false;
+  if (nodes[i].text == "EventID") return true;
+  if (!in_data || nodes[i].text != "Name") return false;
+  const Node& value = nodes[std::min(i + 1, nodes.size() - 1)];
+  return value.kind != NodeKind::kText || value.text == "EventID";
+}
+
+bool IsAt(const std::vector<Node>& nodes, std::size_t i, NodeKind kind) {
+  return i < nodes.size() && nodes[i].kind == kind;
+}
+
+// Reads the element "EventID" that opens at `i`; notes it when its text is one slot.
+void ReadEventId(const std::vector<Node>& nodes, std::size_t i, LiteralExtent& extent) {
+  for (++i; i < extent.nodes && nodes[i].kind != NodeKind::kStartEnd; ++i) {
+    const bool attributes = nodes[i].kind == NodeKind::kAttribute ||
+                            nodes[i].kind == NodeKind::kText || nodes[i].kind == NodeKind::kSlot;
+    if (!attributes || nodes[i].text == "EventID") return;
+    if (nodes[i].kind == NodeKind::kSlot && nodes[i].slot < 64) {
+      extent.slots_before |= std::uint64_t{1} << nodes[i].slot;
+    }
+  }
+  if (i + 2 >= extent.nodes || !IsAt(nodes, i + 1, NodeKind::kSlot) ||
+      !IsAt(nodes, i + 2, NodeKind::kElementEnd)) {
+    return;
+  }
+  extent.event_id_slot = nodes[i + 1].slot;
+  extent.event_id_nodes = static_cast<std::uint32_t>(i + 3);
+  if (nodes[i + 1].slot < 64) extent.slots_before |= std::uint64_t{1} << nodes[i + 1].slot;
+}
+
+// Queries reject most records by their event identifier, so its place is found once here.
+void FindEventId(const std::vector<Node>& nodes, LiteralExtent& extent) {
+  bool in_data = false;
+  for (std::size_t i = 0; i < extent.nodes; ++i) {
+    const Node& node = nodes[i];
+    if (MayNameEventId(nodes, i, in_data)) return;
+    if (node.kind == NodeKind::kElement) in_data = node.text == "Data";
+    if (node.kind == NodeKind::kSlot && node.slot < 64) {
+      extent.slots_before |= std::uint64_t{1} << node.slot;
+    }
+    if (node.kind == NodeKind::kElement && node.text == "EventID") {
+      ReadEventId(nodes, i, extent);
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+LiteralExtent LiteralExtentOf(const Tree& tree) {
+  LiteralExtent extent;
+  const auto stop = std::find_if(tree.nodes.begin(), tree.nodes.end(),
+                                 [](const Node& node) { return Stops(node.kind); });
+  const bool stopped = stop != tree.nodes.end();
+  extent.nodes = static_cast<std::uint32_t>(stop - tree.nodes.begin()) + (stopped ? 1 : 0);
+  extent.end = stopped ? StreamEnd::kStopped : tree.end;
+  FindEventId(tree.nodes, extent);
+  return extent;
+}
+
+void FlattenLiterally(const EventStructure& event, NameBudget& budget, FlattenRoom& room,
+                      Plan& plan) {
+  constexpr std::size_t kSeenAtFirst = 256;
+  ClearPlan(plan);
+  room.seen.assign(std::max(kSeenAtFirst, room.seen.size()), 0);
+  room.unnamed_data = 0;
+  Flattening run{event, budget, room, plan};
+  if (!event.streams.empty()) FlattenStream(run, 0, 0);
+  DescribeParts(run);
+}
+
+}  // namespace tarnlex

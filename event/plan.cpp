@@ -1,0 +1,82 @@
+#include "event/plan.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+namespace tarnlex {
+namespace {
+
+std::span<const PlanPart> PartsOf(const Plan& plan, const PlanValue& value) {
+  return {plan.parts.data() + value.first_part, value.part_count};
+}
+
+char* WritePart(const EventStructure& event, const PlanPart& part, char* out) {
+  if (!part.literal) return WriteValueText(event.bytes, event.slots[part.slot], out);
+  std::memcpy(out, part.literal, part.size);
+  return out + part.size;
+}
+
+}  // namespace
+
+void ClearPlan(Plan& plan) {
+  plan.values.clear();
+  plan.parts.clear();
+  plan.texts.clear();
+  plan.literal_text = 0;
+  plan.work = 0;
+  plan.event_id = -1;
+  plan.keepable = true;
+  plan.slots_once = true;
+  plan.odd_names = false;
+  plan.id = kUnkeptPlan;
+}
+
+bool IsUnresolved(const EventStructure& event, const Plan& plan, const PlanValue& value) {
+  const auto parts = PartsOf(plan, value);
+  return std::all_of(parts.begin(), parts.end(),
+                     [&event](const PlanPart& part) { return IsLeftOut(event, part); });
+}
+
+std::size_t MaxTextSize(const EventStructure& event, const Plan& plan, const PlanValue& value) {
+  std::size_t size = 0;
+  for (const PlanPart& part : PartsOf(plan, value)) {
+    size += part.literal ? part.size : MaxValueText(event.bytes, event.slots[part.slot]);
+  }
+  return size;
+}
+
+char* WriteText(const EventStructure& event, const Plan& plan, const PlanValue& value, char* out) {
+  for (const PlanPart& part : PartsOf(plan, value)) {
+    if (!IsLeftOut(event, part)) out = WritePart(event, part, out);
+  }
+  return out;
+}
+
+std::string_view TextOf(const EventStructure& event, const Plan& plan, const PlanValue& value,
+                        std::string& scratch) {
+  const PlanPart& first = plan.parts[value.first_part];
+  if (value.part_count == 1 && first.literal) return {first.literal, first.size};
+  const std::size_t room = MaxTextSize(event, plan, value);
+  if (scratch.size() < room) scratch.resize(room);
+  const char* end = WriteText(event, plan, value, scratch.data());
+  return {scratch.data(), static_cast<std::size_t>(end - scratch.data())};
+}
+
+const PlanValue* FindValue(const Plan& plan, std::string_view name) {
+  const auto found = std::find_if(plan.values.begin(), plan.values.end(),
+                                  [name](const PlanValue& value) { return value.name == name; });
+  return found == plan.values.end() ? nullptr : &*found;
+}
+
+const PlanValue* FindValueNoCase(const Plan& plan, std::string_view name) {
+  if (const PlanValue* exact = FindValue(plan, name)) return exact;
+  const PlanValue* found = nullptr;
+  for (const PlanValue& value : plan.values) {
+    if (!EqualsNoCase(value.name, name)) continue;
+    if (!found || value.name < found->name) found = &value;
+  }
+  return found;
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,201 @@
+#include "evtx/plan_of.h"
+
+#include <algorithm>
+
+#include "evtx/resolve.h"
+
+namespace tarnlex {
+namespace {
+
+// Whether the record is of a kind that a plan can be kept for; fills what the plan goes by.
+bool MakeKey(EvtxDecoder& decoder, DecodedEvent& event, PlanKey& key) {
+  if (!decoder.keeps || !event.tree || !event.tree->keepable || event.array.has_ansi) return false;
+  key = {event.tree, nullptr, event.array.count, 0, event.array.binary_xml};
+  if (event.array.binary_xml == 0) return true;
+  const NestedValues& nested = event.nested;
+  if (!nested.usable || nested.array.has_ansi || nested.array.cut) return false;
+  key.nested = TemplateTree(decoder, event, nested.definition, nested.definition_size);
+  key.nested_count = nested.array.count;
+  return key.nested && key.nested->keepable;
+}
+
+const std::unique_ptr<Plan>* FindIn(const PlanTable& table, const PlanKey& key) {
+  const auto found = table.find(key);
+  return found == table.end() ? nullptr : &found->second;
+}
+
+// The plan of the kind; `known` also where there is none to be kept.
+const Plan* FindPlan(EvtxDecoder& decoder, const PlanKey& key, bool& known) {
+  EvtxChunk& chunk = decoder.chunk;
+  known = chunk.last_plan && chunk.last_key == key;
+  if (known) return chunk.last_plan;
+  const std::unique_ptr<Plan>* found = FindIn(decoder.store.plans, key);
+  if (!found) found = FindIn(chunk.new_plans, key);
+  known = found != nullptr;
+  if (!known || !*found) return nullptr;
+  chunk.last_key = key;
+  chunk.last_plan = found->get();
+  return chunk.last_plan;
+}
+
+// What the record may say before it takes from what its chunk has for repetitions.
+std::uint64_t FreeText(const DecodedEvent& event) {
+  return kTextSaidOnce + kTextPerByte * event.share;
+}
+
+// A bound of all texts of a plan that uses no slot twice, but for what numbers take: no text is
+// longer than three times its bytes.
+std::uint64_t CountedText(const DecodedEvent& event, const Plan& plan) {
+  std::uint64_t bytes = event.array.bytes;
+  if (event.nested.usable) bytes += event.nested.array.bytes;
+  return plan.literal_text + 3 * bytes;
+}
+
+// Whether a kept plan may serve the record, which then costs what its streams would.
+bool Serves(const Plan& plan, DecodedEvent& event) {
+  const std::uint64_t counted = CountedText(event, plan);
+  const std::uint64_t most = counted + plan.parts.size() * kMaxNumberRoom;
+  if (plan.work > event.work_bound || most > kMaxRecordText || counted > FreeText(event)) {
+    return false;
+  }
+  event.max_text = static_cast<std::size_t>(most);
+  return true;
+}
+
+bool SameText(const EventStructure& event, const PlanPart& a, const PlanPart& b) {
+  if (a.literal || b.literal) return a.literal == b.literal && a.size == b.size;
+  const SubstitutionValue& left = event.slots[a.slot];
+  const SubstitutionValue& right = event.slots[b.slot];
+  return left.offset == right.offset && left.size == right.size && left.type == right.type;
+}
+
+bool IsNumber(const EventStructure& event, const PlanPart& part) {
+  if (part.literal) return false;
+  const std::uint8_t type = event.slots[part.slot].type;
+  return !IsFreeText(type) && type != kEvtVarTypeBinary;
+}
+
+// What a plan's texts come to.
+struct TextSize {
+  std::uint64_t used = 0;
+  std::uint64_t counted = 0;  // without what numbers take
+};
+
+// The most that the parts can say, found without looking at their bytes.
+TextSize MostText(const EventStructure& event, const Plan& plan) {
+  TextSize size;
+  for (const PlanPart& part : plan.parts) {
+    if (part.literal) {
+      size.used += part.size;
+      size.counted += part.size;
+    } else if (!IsLeftOut(event, part)) {
+      size.used += MaxValueText(event.bytes, event.slots[part.slot]);
+      size.counted += MaxProportionalText(event.bytes, event.slots[part.slot]);
+    }
+  }
+  return size;
+}
+
+// Leaves out of a plan that serves one record what would pass the bound on a record's text, or
+// `limit` on what it says beside numbers. The few records that come here are crafted, and even the
+// effort of measuring their texts is bounded.
+TextSize TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit) {
+  const EventStructure& structure = event.structure;
+  TextSize kept;
+  std::uint64_t& measurable = decoder.chunk.measured_left;
+  PlanPart measured{"", 0, 0, false};  // mostly one text stands in many elements
+  std::size_t size = 0;
+  for (PlanPart& part : event.own_plan.parts) {
+    if (IsLeftOut(structure, part)) continue;
+    const bool spent = kept.used >= kMaxRecordText || kept.counted >= limit || measurable == 0;
+    if (!spent && !SameText(structure, part, measured)) {
+      measured = part;
+      size = part.literal ? part.size : ValueTextBound(structure.bytes, structure.slots[part.slot]);
+      const std::size_t looked_at = part.literal ? 0 : structure.slots[part.slot].size / 2U;
+      measurable -= std::min<std::uint64_t>(measurable, std::max(size, looked_at));
+    }
+    const std::size_t counts = IsNumber(structure, part) ? 0 : size;
+    if (!spent && size > 0 && kept.used + size <= kMaxRecordText &&
+        kept.counted + counts <= limit) {
+      kept.used += size;
+      kept.counted += counts;
+      continue;
+    }
+    if (spent || size > 0) NoteFault(decoder, event, RecordFault::kLimit);
+    part = {"", 0, 0, false};
+  }
+  return kept;
+}
+
+// Holds a plan that serves one record to the bounds on text.
+void BoundText(EvtxDecoder& decoder, DecodedEvent& event) {
+  std::uint64_t& shared = decoder.chunk.text_left;
+  const std::uint64_t free = FreeText(event);
+  TextSize size = MostText(event.structure, event.own_plan);
+  if (size.used > kMaxRecordText || size.counted > free + shared) {
+    size = TrimText(decoder, event, free + shared);
+  }
+  if (size.counted > free) shared -= std::min(shared, size.counted - free);
+  event.max_text = static_cast<std::size_t>(size.used);
+}
+
+// A single-byte string has to be looked through to its end before anything is known of it, wherever
+// it ends. Those that the record cannot pay for any more are left out.
+void ChargeSearches(EvtxDecoder& decoder, DecodedEvent& event) {
+  const EventStructure& structure = event.structure;
+  bool paid = true;
+  for (PlanPart& part : event.own_plan.parts) {
+    if (part.literal || structure.slots[part.slot].type != kEvtVarTypeAnsiString) continue;
+    paid = paid && Charge(event, 1 + AnsiTextSize(structure.bytes, structure.slots[part.slot]) /
+                                         kSearchedPerToken);
+    if (!paid) part = {"", 0, 0, false};
+  }
+  if (!paid) NoteFault(decoder, event, RecordFault::kLimit);
+}
+
+void MakePlan(EvtxDecoder& decoder, DecodedEvent& event) {
+  ResolveStreams(decoder, event);
+  event.own_plan.work = event.work_bound - event.work_left;
+  const std::uint32_t work = event.own_plan.work;
+  NameBudget budget{event.work_left, decoder.chunk.made_names_left, false};
+  FlattenLiterally(event.structure, budget, event.room, event.own_plan);
+  event.own_plan.work = work;
+  event.work_left = budget.work_left;
+  decoder.chunk.made_names_left = budget.text_left;
+  if (budget.spent) NoteFault(decoder, event, RecordFault::kLimit);
+  if (event.own_plan.odd_names) NoteFault(decoder, event, RecordFault::kOddNames);
+  ChargeSearches(decoder, event);
+}
+
+// Whether a plan just made serves every record of its kind.
+bool IsWorthKeeping(const EvtxDecoder& decoder, const DecodedEvent& event) {
+  const Plan& plan = event.own_plan;
+  return plan.keepable && plan.slots_once && event.faults == 0 &&
+         HasRoomForPlan(decoder.store, decoder.chunk.new_plans.size(), plan.values.size());
+}
+
+}  // namespace
+
+const Plan& PlanOf(EvtxDecoder& decoder, DecodedEvent& event) {
+  if (event.plan) return *event.plan;
+  PlanKey key;
+  bool known = false;
+  const bool has_kind = MakeKey(decoder, event, key);
+  const Plan* kept = has_kind ? FindPlan(decoder, key, known) : nullptr;
+  if (kept && Serves(*kept, event)) return *(event.plan = kept);
+  MakePlan(decoder, event);
+  BoundText(decoder, event);
+  event.plan = &event.own_plan;
+  if (has_kind && !known) {
+    std::unique_ptr<Plan>& place = decoder.chunk.new_plans[key];
+    if (IsWorthKeeping(decoder, event)) {
+      const std::size_t made = decoder.chunk.new_plans.size() - 1;
+      place = std::make_unique<Plan>(std::move(event.own_plan));
+      place->id = decoder.store.plans_made + static_cast<std::uint32_t>(made);
+      event.plan = place.get();
+    }
+  }
+  return *event.plan;
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,26 @@
+// Finding the streams of a record: the template bodies, fragments and values that stand inside of
+// one another, within bounds.
+#pragma once
+
+#include "evtx/decoded_event.h"
+#include "evtx/decoder.h"
+
+namespace tarnlex {
+
+// The tree of the definition at `offset` of the chunk, whose head lies inside it; compiled at its
+// first use in the chunk.
+const Tree* TemplateTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t offset,
+                         std::uint32_t size);
+
+// The tree of a stream of elements that belongs to no template, from `begin` to `end` of the chunk.
+// Valid for the time of the record.
+const Tree* FragmentTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t begin,
+                         std::uint32_t end);
+
+// Writes the tokens of a definition's body to the trace, if there is one.
+void TraceTemplate(EvtxDecoder& decoder, std::uint32_t offset, std::uint32_t size);
+
+// Fills the streams of the record's structure; does nothing the second time.
+void ResolveStreams(EvtxDecoder& decoder, DecodedEvent& event);
+
+}  // namespace tarnlex

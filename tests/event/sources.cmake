@@ -1,0 +1,6 @@
+target_sources(tarnlex_tests PRIVATE
+  ${CMAKE_CURRENT_SOURCE_DIR}/event/literal_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/event/names_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/event/plan_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/event/value_test.cpp
+)
