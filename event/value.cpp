@@ -61,7 +61,7 @@ char* WriteHugeFloat(double number, char* out) {
 }
 
 template <typename T>
-char* WriteFloat(Bytes value, char* out) {
+[[gnu::noinline]] char* WriteFloat(Bytes value, char* out) {
   if (value.size() < sizeof(T)) return out;
   const double number = static_cast<double>(Load<T>(value.data()));
   if (char* huge_end = WriteHugeFloat(number, out)) return huge_end;
@@ -111,7 +111,7 @@ char* WriteBinary(Bytes value, char* out) {
   return out;
 }
 
-char* WriteSystemTime(Bytes value, char* out) {
+[[gnu::noinline]] char* WriteSystemTime(Bytes value, char* out) {
   std::uint16_t fields[8];
   if (value.size() < sizeof fields) return out;
   std::memcpy(fields, value.data(), sizeof fields);
@@ -155,17 +155,13 @@ std::string_view TypeName(std::uint8_t type) {
 }
 
 char* WriteGuidText(const std::uint8_t* guid, char* out) {
-  char digits[32];
-  char* next = WriteHex8(Load<std::uint32_t>(guid), digits);
-  next = WriteHex8(
-      std::uint32_t{Load<std::uint16_t>(guid + 4)} << 16 | Load<std::uint16_t>(guid + 6), next);
-  WriteHex16(__builtin_bswap64(Load<std::uint64_t>(guid + 8)), next);
-  // Groups of 8, 4, 4, 4 and 12 digits.
-  std::memcpy(out, digits, 8);
-  std::memcpy(out + 9, digits + 8, 4);
-  std::memcpy(out + 14, digits + 12, 4);
-  std::memcpy(out + 19, digits + 16, 4);
-  std::memcpy(out + 24, digits + 20, 12);
+  // Each number goes where its last group belongs; the group before it then makes room for the "-".
+  WriteHex8(Load<std::uint32_t>(guid), out);
+  WriteHex8(std::uint32_t{Load<std::uint16_t>(guid + 4)} << 16 | Load<std::uint16_t>(guid + 6),
+            out + 10);
+  WriteHex16(__builtin_bswap64(Load<std::uint64_t>(guid + 8)), out + 20);
+  std::memmove(out + 9, out + 10, 4);
+  std::memmove(out + 19, out + 20, 4);
   out[8] = out[13] = out[18] = out[23] = '-';
   return out + kGuidTextSize;
 }
