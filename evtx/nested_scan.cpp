@@ -3,6 +3,8 @@
 #include <bit>
 #include <vector>
 
+#include "evtx/fragment.h"
+
 namespace tarnlex {
 namespace {
 

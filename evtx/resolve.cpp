@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "evtx/fragment.h"
 #include "evtx/trace.h"
 
 namespace tarnlex {

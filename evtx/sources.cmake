@@ -4,6 +4,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/chunk.cpp
   evtx/compile.cpp
   evtx/first_record.cpp
+  evtx/fragment.cpp
   evtx/nested_scan.cpp
   evtx/plan_of.cpp
   evtx/record.cpp

@@ -2,10 +2,7 @@
 
 #include <algorithm>
 
-#include "evtx/binary_xml.h"
-
 namespace tarnlex {
-
 namespace {
 
 // The descriptors of an array and where its values begin.
@@ -99,27 +96,6 @@ bool LocateInstance(Bytes chunk, std::uint32_t token, TemplateInstance& instance
   const std::uint64_t array = std::uint64_t{behind} + kDefinitionHeadSize + head.size;
   instance.array = static_cast<std::uint32_t>(std::min<std::uint64_t>(array, chunk.size()));
   return true;
-}
-
-FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t size,
-                             std::uint32_t& first) {
-  first = FirstToken(chunk, offset, offset + size);
-  std::uint8_t token = 0;
-  if (!ReadAt(Clip(chunk, 0, std::uint64_t{offset} + size), first, token)) {
-    return FragmentStart::kOther;
-  }
-  if ((token & 0x1F) == 0x0C) return FragmentStart::kInstance;
-  return (token & 0x0F) == 0x01 ? FragmentStart::kElement : FragmentStart::kOther;
-}
-
-FragmentStart LookBehindInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end,
-                                 std::uint32_t& first) {
-  if (pos >= end || pos >= chunk.size()) return FragmentStart::kOther;
-  if (chunk[pos] == 0) {
-    ++pos;
-    if (FirstToken(chunk, pos, end) == pos) return FragmentStart::kOther;
-  }
-  return LookAtFragment(chunk, pos, end - pos, first);
 }
 
 }  // namespace tarnlex

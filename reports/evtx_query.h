@@ -42,7 +42,7 @@ struct NamedColumns {
 // The queries of one walk, with what they remember from record to record.
 struct EvtxQueries {
   std::vector<EvtxQuery> queries;
-  std::vector<PlanLayout> layouts;  // by the plan's identifier
+  std::vector<PlanLayout> layouts;                                       // by the plan's identifier
   std::unordered_map<std::uint64_t, std::vector<NamedColumns>> columns;  // by a hash of the names
   PlanLayout loose;                      // of the last record whose plan serves it alone
   std::vector<const PlanValue*> values;  // room

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "evtx/fragment.h"
 #include "tests/support/binary_xml_builder.h"
 
 namespace tarnlex {

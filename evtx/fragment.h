@@ -1,0 +1,30 @@
+// Binary XML as it stands in a value or a record: what it begins with, and what follows a template
+// instance in it.
+#pragma once
+
+#include <cstdint>
+
+#include "logs/bytes.h"
+
+namespace tarnlex {
+
+// What a binary XML value or a whole record's binary XML begins with.
+enum class FragmentStart : std::uint8_t { kInstance, kElement, kOther };
+
+// Looks at the stream at `offset` of `size` bytes; `first` gets the offset of its first token,
+// behind the fragment header if there is one.
+FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t size,
+                             std::uint32_t& first);
+
+// The same behind an instance that ended at `pos` of a value that reaches to `end`: a value may
+// hold several instances and elements, and an end token stands between those that bring a fragment
+// header of their own. kOther where nothing follows.
+FragmentStart LookBehindInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end,
+                                 std::uint32_t& first);
+
+// Whether something stands there at all, as a first look tells: in most values nothing does.
+inline bool MayFollowInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end) {
+  return pos < end && pos < chunk.size() && (chunk[pos] != 0 || pos + 1 < end);
+}
+
+}  // namespace tarnlex
