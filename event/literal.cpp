@@ -1,6 +1,7 @@
 #include "event/literal.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "event/names.h"
 
@@ -263,18 +264,21 @@ void DescribeParts(Flattening& run) {
   }
 }
 
-// Whether "EventID" could be the name of a value that a node before its element gives.
-bool MayNameEventId(const std::vector<Node>& nodes, std::size_t i, bool in_data) {
+bool IsAt(const std::vector<Node>& nodes, std::size_t i, NodeKind kind) {
+  return i < nodes.size() && nodes[i].kind == kind;
+}
+
+// Whether "EventID" could be the name of a value that a node before its element gives. Behind the
+// first "Data" every Name may be that of one.
+bool MayNameEventId(const std::vector<Node>& nodes, std::size_t i, bool behind_data) {
   if (nodes[i].kind == NodeKind::kInstance) return true;
   if (nodes[i].kind != NodeKind::kAttribute) return false;
   if (nodes[i].text == "EventID") return true;
-  if (!in_data || nodes[i].text != "Name") return false;
-  const Node& value = nodes[std::min(i + 1, nodes.size() - 1)];
-  return value.kind != NodeKind::kText || value.text == "EventID";
-}
-
-bool IsAt(const std::vector<Node>& nodes, std::size_t i, NodeKind kind) {
-  return i < nodes.size() && nodes[i].kind == kind;
+  if (!behind_data || nodes[i].text != "Name") return false;
+  const bool is_one_text = IsAt(nodes, i + 1, NodeKind::kText) &&
+                           !IsAt(nodes, i + 2, NodeKind::kText) &&
+                           !IsAt(nodes, i + 2, NodeKind::kSlot);
+  return !is_one_text || nodes[i + 1].text == "EventID";
 }
 
 // Reads the element "EventID" that opens at `i`; notes it when its text is one slot.
@@ -298,11 +302,11 @@ void ReadEventId(const std::vector<Node>& nodes, std::size_t i, LiteralExtent& e
 
 // Queries reject most records by their event identifier, so its place is found once here.
 void FindEventId(const std::vector<Node>& nodes, LiteralExtent& extent) {
-  bool in_data = false;
+  bool behind_data = false;
   for (std::size_t i = 0; i < extent.nodes; ++i) {
     const Node& node = nodes[i];
-    if (MayNameEventId(nodes, i, in_data)) return;
-    if (node.kind == NodeKind::kElement) in_data = node.text == "Data";
+    if (MayNameEventId(nodes, i, behind_data)) return;
+    behind_data |= node.kind == NodeKind::kElement && node.text == "Data";
     if (node.kind == NodeKind::kSlot && node.slot < 64) {
       extent.slots_before |= std::uint64_t{1} << node.slot;
     }
@@ -329,8 +333,9 @@ LiteralExtent LiteralExtentOf(const Tree& tree) {
 void FlattenLiterally(const EventStructure& event, NameBudget& budget, FlattenRoom& room,
                       Plan& plan) {
   constexpr std::size_t kSeenAtFirst = 256;
+  // Neighbours are mostly alike.
+  room.seen.assign(std::max(kSeenAtFirst, std::bit_ceil(2 * plan.values.size() + 1)), 0);
   ClearPlan(plan);
-  room.seen.assign(std::max(kSeenAtFirst, room.seen.size()), 0);
   room.unnamed_data = 0;
   Flattening run{event, budget, room, plan};
   if (!event.streams.empty()) FlattenStream(run, 0, 0);

@@ -59,8 +59,9 @@ struct Tree {
   std::string literals;           // what literal texts view
   std::deque<std::string> names;  // what names view, unless they belong to the chunk
   StreamEnd end = StreamEnd::kComplete;
-  std::size_t name_text = 0;  // bytes of UTF-8 that its names took to make
-  bool odd_names = false;     // elements or attributes with names that are none
+  std::size_t name_text = 0;      // bytes of UTF-8 that its names took to make
+  std::size_t compared_text = 0;  // bytes of the names that it is compared by, if it can be kept
+  bool odd_names = false;         // elements or attributes with names that are none
   bool has_instances = false;
   bool cut_names = false;  // names were left empty, as they were too long together
   bool keepable = false;   // can be told from others by its bytes

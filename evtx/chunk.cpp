@@ -51,6 +51,7 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.own_trees.clear();
   chunk.names_of_fragments = {};
   chunk.new_plans.clear();
+  chunk.new_plan_values = 0;
   chunk.last_plan = nullptr;
   chunk.resolved.clear();
   chunk.text_left = kMaxChunkText;

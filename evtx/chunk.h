@@ -54,7 +54,8 @@ struct EvtxChunk {
   std::vector<std::unique_ptr<Tree>> own_trees;  // that cannot
   ChunkNames names_of_fragments;
   PlanTable new_plans;
-  PlanKey last_key;  // neighbouring records are mostly alike
+  std::size_t new_plan_values = 0;  // of these
+  PlanKey last_key;                 // neighbouring records are mostly alike
   const Plan* last_plan = nullptr;
   // What the map holds under the GUID of the definition at an offset, for offsets asked for before.
   std::unordered_map<std::uint32_t, const TemplateRef*> resolved;

@@ -130,7 +130,7 @@ void CompileStream(Bytes chunk, std::uint32_t begin, std::uint32_t end, StreamLa
                    ChunkNames* shared, Tree& tree) {
   tree.nodes.clear();
   tree.names.clear();
-  tree.name_text = 0;
+  tree.name_text = tree.compared_text = 0;
   tree.odd_names = tree.has_instances = tree.cut_names = false;
   tree.keepable = tree.kept = false;
   // No unit becomes more than three bytes, so texts never have to move.

@@ -14,6 +14,7 @@ struct NestedScan {
   DecodedEvent& event;
   std::vector<TemplateRef> met;
   std::uint32_t work_left;
+  bool only_instances_alone = true;  // nothing follows an instance among the record's own values
 };
 
 std::uint32_t Origin(std::uint64_t record_id, std::uint32_t source) {
@@ -61,8 +62,7 @@ bool ScanValue(NestedScan& scan, const SubstitutionValue& value, int depth) {
     if (!ScanInstance(scan, token, depth, end)) return false;
     if (!MayFollowInstance(chunk, end, value_end)) return true;
     start = LookBehindInstance(chunk, end, value_end, token);
-    // A plan is kept for a value that is one instance.
-    if (depth == 0 && start != FragmentStart::kOther) scan.event.nested.usable = false;
+    if (depth == 0 && start != FragmentStart::kOther) scan.only_instances_alone = false;
   }
   return true;
 }
@@ -84,9 +84,10 @@ void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, const D
   EvtxChunk& chunk = decoder.chunk;
   // The values are decoded after the scan. They count once, or arrays that multiply would use up
   // all work before the first value of the event is reached.
-  NestedScan scan{decoder, event, {}, event.work_left};
+  NestedScan scan{decoder, event, {}, event.work_left, true};
   const bool walked = ScanArray(scan, event.array, 0);
-  // The values of the one instance that a plan may be kept for stay.
+  // A plan is kept for a value that is one instance. Its values stay.
+  event.nested.usable &= scan.only_instances_alone;
   const std::uint32_t nested = event.nested.usable ? event.nested.array.count : 0;
   event.structure.slots.count = event.array.count + nested;
   if (!walked) return;

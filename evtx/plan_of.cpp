@@ -9,7 +9,7 @@ namespace {
 
 // Whether the record is of a kind that a plan can be kept for; fills what the plan goes by.
 bool MakeKey(EvtxDecoder& decoder, DecodedEvent& event, PlanKey& key) {
-  if (!decoder.keeps || !event.tree || !event.tree->keepable || event.array.has_ansi) return false;
+  if (!event.tree || !event.tree->keepable || event.array.has_ansi) return false;
   key = {event.tree, nullptr, event.array.count, 0, event.array.binary_xml};
   if (event.array.binary_xml == 0) return true;
   const NestedValues& nested = event.nested;
@@ -167,11 +167,22 @@ void MakePlan(EvtxDecoder& decoder, DecodedEvent& event) {
   ChargeSearches(decoder, event);
 }
 
+// Whether the streams are those that a plan is kept for, each once: then the slots lie as framing
+// leaves those of every record of the kind.
+bool IsSimple(const DecodedEvent& event) {
+  const EventStructure& structure = event.structure;
+  const std::size_t nested = event.nested.usable ? 1 : 0;
+  return structure.streams.size() == 1 + nested &&
+         structure.slots.count == event.array.count + nested * event.nested.array.count;
+}
+
 // Whether a plan just made serves every record of its kind.
 bool IsWorthKeeping(const EvtxDecoder& decoder, const DecodedEvent& event) {
   const Plan& plan = event.own_plan;
-  return plan.keepable && plan.slots_once && event.faults == 0 &&
-         HasRoomForPlan(decoder.store, decoder.chunk.new_plans.size(), plan.values.size());
+  const EvtxChunk& chunk = decoder.chunk;
+  return plan.keepable && plan.slots_once && event.faults == 0 && IsSimple(event) &&
+         HasRoomForPlan(decoder.store, chunk.new_plans.size(),
+                        chunk.new_plan_values + plan.values.size());
 }
 
 }  // namespace
@@ -180,7 +191,7 @@ const Plan& PlanOf(EvtxDecoder& decoder, DecodedEvent& event) {
   if (event.plan) return *event.plan;
   PlanKey key;
   bool known = false;
-  const bool has_kind = MakeKey(decoder, event, key);
+  const bool has_kind = MakeKey(decoder, event, key) && decoder.keeps;
   const Plan* kept = has_kind ? FindPlan(decoder, key, known) : nullptr;
   if (kept && Serves(*kept, event)) return *(event.plan = kept);
   MakePlan(decoder, event);
@@ -193,6 +204,7 @@ const Plan& PlanOf(EvtxDecoder& decoder, DecodedEvent& event) {
       place = std::make_unique<Plan>(std::move(event.own_plan));
       place->id = decoder.store.plans_made + static_cast<std::uint32_t>(made);
       event.plan = place.get();
+      decoder.chunk.new_plan_values += place->values.size();
     }
   }
   return *event.plan;

@@ -151,12 +151,12 @@ bool IsElementRecord(Bytes chunk, std::uint32_t record) {
 }
 
 // The identifier without a plan, where the record's tree allows that.
-bool QuickEventId(DecodedEvent& event) {
+bool QuickEventId(DecodedEvent& event, std::uint32_t work_left) {
   if (!event.tree) return false;
   const LiteralExtent& extent = event.tree->literal;
   const auto slot = static_cast<std::uint32_t>(extent.event_id_slot);
   if (extent.event_id_slot < 0 || (event.array.binary_xml & extent.slots_before) != 0 ||
-      slot >= event.array.count || extent.event_id_nodes > event.work_bound) {
+      slot >= event.array.count || extent.event_id_nodes > work_left) {
     return false;
   }
   const SubstitutionValue& value = event.structure.slots[slot];
@@ -171,8 +171,9 @@ bool QuickEventId(DecodedEvent& event) {
   return true;
 }
 
-void SettleEventId(EvtxDecoder& decoder, DecodedEvent& event) {
-  if (QuickEventId(event)) return;
+// `work_left` is what framing has left of the record's work.
+void SettleEventId(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t work_left) {
+  if (QuickEventId(event, work_left)) return;
   const Plan& plan = PlanOf(decoder, event);
   if (plan.event_id < 0) return;
   std::string scratch;
@@ -226,8 +227,9 @@ bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expec
     FrameInstance(decoder, offset, definition, expected_number, event);
   }
   ++decoder.account.records;
+  const std::uint32_t work_left = event.work_left;
   if (decoder.trace) ResolveStreams(decoder, event);
-  SettleEventId(decoder, event);
+  SettleEventId(decoder, event, work_left);
   return true;
 }
 

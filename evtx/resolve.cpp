@@ -36,6 +36,7 @@ const Tree* CompileTemplate(EvtxChunk& chunk, const Guid& guid, std::uint32_t be
   StoredTemplate described;
   if (!tree->cut_names && DescribeTemplate(guid, chunk.data, begin, end, described)) {
     tree->keepable = true;
+    for (const NameField& name : described.names) tree->compared_text += name.record.size();
     described.tree = std::move(tree);
     chunk.new_templates.push_back(std::move(described));
     return chunk.new_templates.back().tree.get();
@@ -59,7 +60,7 @@ const Tree* PrepareTemplate(EvtxDecoder& decoder, DecodedEvent& event, std::uint
   const Tree* tree = FindTemplate(decoder.store, head.guid, chunk.data, begin, end);
   if (!tree) tree = CompileTemplate(chunk, head.guid, begin, end);
   const std::size_t cost = 1 + (end - std::min(begin, end)) / kBytesPerToken + tree->nodes.size() +
-                           tree->name_text / kTextPerToken;
+                           (tree->keepable ? tree->compared_text : tree->name_text) / kTextPerToken;
   left -= static_cast<std::uint32_t>(std::min<std::size_t>(left, cost));
   return tree;
 }
@@ -103,7 +104,7 @@ std::uint32_t AddInstance(Resolution& run, std::uint32_t token, int depth) {
 }
 
 // The streams of one binary XML value: instances and elements, one behind the other.
-void AddValueStreams(Resolution& run, const SubstitutionValue& value, int depth) {
+void AddValueStreams(Resolution& run, SubstitutionValue value, int depth) {
   const Bytes chunk = run.decoder.chunk.data;
   const std::uint32_t end = value.offset + value.size;
   std::uint32_t token = 0;
@@ -216,7 +217,10 @@ void ResolveStream(Resolution& run, std::uint32_t number, int depth) {
 const Tree* TemplateTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t offset,
                          std::uint32_t size) {
   const auto known = decoder.chunk.trees.find(offset);
-  if (known != decoder.chunk.trees.end()) return known->second;
+  if (known != decoder.chunk.trees.end()) {
+    if (!known->second) NoteFault(decoder, event, RecordFault::kLimit);
+    return known->second;
+  }
   const Tree* tree = PrepareTemplate(decoder, event, offset, offset + kDefinitionHeadSize,
                                      BodyEnd(decoder.chunk.data, offset, size));
   decoder.chunk.trees.emplace(offset, tree);

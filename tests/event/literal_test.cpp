@@ -263,6 +263,84 @@ TEST(Literal, DecodesAllInstancesAndElementsOfOneValue) {
   }
 }
 
+// The log's values, asked of a decoder that keeps plans and of one that does not.
+std::vector<Values> KeptAndFresh(const EvtxBuilder& log) {
+  std::vector<Values> all;
+  const support::ByteString chunks = log.BuildChunks();
+  for (const bool keeps : {true, false}) {
+    EvtxDecoder decoder;
+    decoder.keeps = keeps;
+    EvtxHandlers handlers;
+    handlers.record = [&all](EvtxDecoder& with, DecodedEvent& event) {
+      all.push_back(Collect(with, event).values);
+    };
+    for (int i = 0; i < 2; ++i) WalkSlots(decoder, chunks, 4096, handlers);
+  }
+  return all;
+}
+
+// Records of one template whose value holds one instance or two, in any order.
+TEST(Literal, TakesEachValueOutOfTheInstanceItStandsIn) {
+  const auto instance = [](std::string_view text) {
+    return support::Fragment{
+        .instance = {InstanceOf("inner",
+                                {Element("Data", {}, {Slot(0, support::kString)}),
+                                 Element("Data", {}, {Slot(1, support::kString)})},
+                                {StringValue(text), StringValue(std::string(text) + "'")})},
+        .end_token = false};
+  };
+  const auto outer = MakeTemplate("outer", {Element("N", {}, {Slot(0, support::kBinaryXml)})});
+  for (const std::string order : {"12121", "21212"}) {
+    EvtxBuilder log;
+    for (std::size_t i = 0; i < order.size(); ++i) {
+      Value value;
+      value.type = support::kBinaryXml;
+      value.nested = {instance("a" + std::to_string(i))};
+      if (order[i] == '2') value.nested.push_back(instance("b" + std::to_string(i)));
+      log.AddRecord({.body = InstanceFragment(outer, {value})});
+    }
+    const std::vector<Values> all = KeptAndFresh(log);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      const std::string number = std::to_string(i % order.size());
+      Values expected{{"Data", "a" + number}, {"Data_02", "a" + number + "'"}};
+      if (order[i % order.size()] == '2') {
+        expected.emplace("Data_03", "b" + number);
+        expected.emplace("Data_04", "b" + number + "'");
+      }
+      EXPECT_EQ(all[i], expected) << i;
+    }
+  }
+}
+
+// A slot that several elements name is decoded in each.
+TEST(Literal, TakesTheValuesOfASlotThatStandsInSeveralPlaces) {
+  const Node again = Element("N", {}, {Slot(0, support::kBinaryXml)});
+  EvtxBuilder log;
+  for (int i = 0; i < 4; ++i) {
+    log.AddRecord(
+        {.body = InstanceFragment(
+             MakeTemplate("outer", {again, again, again}),
+             {InstanceValue(InstanceOf("inner", {Element("Data", {}, {Slot(0, support::kString)})},
+                                       {StringValue(std::to_string(i))}))})});
+  }
+  const std::vector<Values> all = KeptAndFresh(log);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const std::string number = std::to_string(i % 4);
+    EXPECT_EQ(all[i], (Values{{"Data", number}, {"Data_02", number}, {"Data_03", number}})) << i;
+  }
+}
+
+TEST(Literal, TheEventIdIsTheFirstValueOfThatNameAlsoWhereItsNameIsMadeOfTexts) {
+  const Node named = Element("Data", {Attribute("Name", "Event"), Text("ID")}, {Text("4242")});
+  const Node own = Element("EventID", {}, {Slot(0, support::kUInt16)});
+  EvtxBuilder log;
+  log.AddRecord(
+      {.body = InstanceFragment(MakeTemplate("t", {named, own}), {support::UInt16Value(7)})});
+  const DecodedLog decoded = Decode(log);
+  EXPECT_EQ(decoded.records.at(0).event_id,
+            LeadingNumber(decoded.records.at(0).values.at("EventID")));
+}
+
 TEST(Literal, ABinaryXmlValueIsNoNamedValue) {
   EXPECT_EQ(ValuesOf({Element("N", {}, {Text("n"), Slot(0, support::kBinaryXml)}),
                       Element("M", {}, {Slot(0, support::kBinaryXml)}),

@@ -21,6 +21,7 @@ target_link_libraries(measure_crafted PRIVATE tarnlex_support)
 # For a test that loads it in front of the system's library.
 add_library(failing_close MODULE ${CMAKE_CURRENT_SOURCE_DIR}/hostile/failing_close.cpp)
 target_link_libraries(failing_close PRIVATE ${CMAKE_DL_LIBS})
+target_compile_options(failing_close PRIVATE -fPIC)  # a library, where all else is a program
 add_dependencies(tarnlex_tests failing_close)
 target_compile_definitions(tarnlex_tests PRIVATE
   TARNLEX_FAILING_CLOSE="$<TARGET_FILE:failing_close>")
