@@ -265,8 +265,11 @@ TEST(EvtRecord, SharesOutWhatManyRecordsClaimBeyondTheirLength) {
 
 // Tens of thousands of short strings are what a busy service writes.
 TEST(EvtRecord, KeepsAllStringsInsideItselfWhateverTheOthersCost) {
-  const ByteString bytes = support::EvtEntryBytes(
-      {.event_id = 1, .strings = std::vector<std::string>(16, "-"), .data_offset = 57});
+  const ByteString bytes = support::EvtEntryBytes({.event_id = 1,
+                                                   .source = "S",
+                                                   .computer = "W",
+                                                   .strings = std::vector<std::string>(16, "-"),
+                                                   .data_offset = 57});
   EvtRecord record;
   for (int i = 0; i < 60'000; ++i) {
     ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
