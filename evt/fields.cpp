@@ -1,17 +1,11 @@
 #include "evt/fields.h"
 
-#include <algorithm>
-
+#include "logs/parse_number.h"
 #include "logs/sid.h"
 #include "logs/text.h"
 
 namespace tarnlex {
 namespace {
-
-bool IsNumber(std::string_view text) {
-  return !text.empty() &&
-         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
 
 void AppendUtf8(Bytes utf16, std::string& text) {
   const std::size_t units = utf16.size() / 2;
@@ -40,7 +34,7 @@ bool FieldText(EvtRecord& record, std::string_view name, std::string& text) {
   } else if (name == "string") {
     CutTexts(record);
     for (const Bytes string : record.strings) AppendUtf8(string, text);
-  } else if (IsNumber(name)) {
+  } else if (IsDecimal(name)) {
     CutTexts(record);
     const std::uint64_t number = LeadingNumber(name);
     if (number >= 1 && number <= record.strings.size()) {

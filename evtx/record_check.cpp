@@ -1,18 +1,13 @@
 #include "evtx/record_check.h"
 
-#include <algorithm>
 #include <string>
 
 #include "event/names.h"
 #include "evtx/plan_of.h"
+#include "logs/parse_number.h"
 
 namespace tarnlex {
 namespace {
-
-bool IsNumber(std::string_view text) {
-  return !text.empty() &&
-         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
 
 // Empty for a value that is missing. A slot that holds nothing reads as "0" in a row, and is no
 // text here.
@@ -35,7 +30,7 @@ void CheckRecord(EvtxDecoder& decoder, DecodedEvent& event) {
   if (!own_id.empty() && own_id != std::to_string(event.record_id)) {
     NoteFault(decoder, event, RecordFault::kOtherIdentifier);
   }
-  if (!IsNumber(TextOfName(event, plan, "EventID", scratch))) {
+  if (!IsDecimal(TextOfName(event, plan, "EventID", scratch))) {
     NoteFault(decoder, event, RecordFault::kNoEventId);
   }
   const std::string_view provider = TextOfName(event, plan, "Provider Name", scratch);

@@ -23,4 +23,8 @@ bool ParseNumber(std::string_view text, std::uint64_t& number) {
   return true;
 }
 
+bool IsDecimal(std::string_view text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
 }  // namespace tarnlex

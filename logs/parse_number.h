@@ -11,4 +11,7 @@ namespace tarnlex {
 // is ignored. False for text without digits in that place or for a number beyond 64 bits.
 bool ParseNumber(std::string_view text, std::uint64_t& number);
 
+// Whether the text is decimal digits and nothing else; false for an empty text.
+bool IsDecimal(std::string_view text);
+
 }  // namespace tarnlex

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "evt/fields.h"
+#include "logs/parse_number.h"
 #include "logs/plain_ascii.h"
 #include "logs/sid.h"
 #include "logs/text.h"
@@ -40,9 +41,7 @@ std::string PreparePull(const std::string& pull, QuerySpec& query) {
 
 // A histogram may also name a column by its text; that one stays.
 std::string HistogramColumn(const std::string& field, const QuerySpec& query) {
-  const bool is_number =
-      !field.empty() && field.find_first_not_of("0123456789") == std::string::npos;
-  if (!is_number) return field;
+  if (!IsDecimal(field)) return field;
   const std::uint16_t number = StringNumber(field);
   const auto label = query.labels.find(number);
   return label != query.labels.end() ? label->second : ParameterName(number);

@@ -40,5 +40,12 @@ TEST(ParseNumber, RejectsNumbersBeyond64Bits) {
   EXPECT_EQ(NumberOf("0x10000000000000000"), std::nullopt);
 }
 
+TEST(IsDecimal, TakesDigitsAndNothingElse) {
+  EXPECT_TRUE(IsDecimal("0"));
+  EXPECT_TRUE(IsDecimal("004624"));
+  for (const char* text : {"", "4x", "-1", " 1", "0x10", "1.0"})
+    EXPECT_FALSE(IsDecimal(text)) << text;
+}
+
 }  // namespace
 }  // namespace tarnlex
