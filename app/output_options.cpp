@@ -161,6 +161,7 @@ bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& compl
   }
   ParseFormat(args, "-dateformat", IsDateFormat, options.date_format, complaints);
   ParseFormat(args, "-timeformat", IsTimeFormat, options.time_format, complaints);
+  if (FindFlag("-complete", args)) options.complete = true;
   FindFlag("-verbose", args);  // accepted and without effect
   if (FindFlag("-quiet", args)) options.show_status = false;
   return true;

@@ -53,6 +53,9 @@ struct RunOptions {
   bool pair_datetime = false;
   bool all_params = false;
 
+  // Whether every value of every event is given: see docs/limits.md for what is lost otherwise.
+  bool complete = false;
+
   // How the run talks.
   bool show_status = true;
   bool diags_on = false;
