@@ -29,9 +29,12 @@ bool IsPrintable(std::string_view text) {
          text.find(kNoCharacter) == std::string_view::npos;
 }
 
+std::string NumberedName(std::string_view name, std::uint32_t number) {
+  return std::string(name).append(number < 10 ? "_0" : "_").append(std::to_string(number));
+}
+
 std::string UnnamedDataName(std::uint32_t number) {
-  if (number == 1) return "Data";
-  return (number < 10 ? "Data_0" : "Data_") + std::to_string(number);
+  return number == 1 ? "Data" : NumberedName("Data", number);
 }
 
 }  // namespace tarnlex

@@ -29,6 +29,12 @@ inline std::size_t HashName(std::string_view name) {
   return static_cast<std::size_t>(block ^ (block >> 32));
 }
 
+// What stands for a name that is empty.
+inline constexpr std::string_view kUnnamedName = "<unnamed>";
+
+// The name of the `number`th value (from 2 on) of a name: "ProcessId_02".
+std::string NumberedName(std::string_view name, std::uint32_t number);
+
 // The name of the `number`th unnamed "Data" element of an event, counted from 1: "Data", "Data_02",
 // "Data_03" and so on.
 std::string UnnamedDataName(std::uint32_t number);

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <span>
 
+#include "event/slot_text.h"
+
 namespace tarnlex {
 namespace {
 
@@ -12,7 +14,7 @@ std::span<const PlanPart> PartsOf(const Plan& plan, const PlanValue& value) {
 }
 
 char* WritePart(const EventStructure& event, const PlanPart& part, char* out) {
-  if (!part.literal) return WriteValueText(event.bytes, event.slots[part.slot], out);
+  if (!part.literal) return WriteSlotText(event, event.slots[part.slot], out);
   std::memcpy(out, part.literal, part.size);
   return out + part.size;
 }
@@ -26,6 +28,7 @@ void ClearPlan(Plan& plan) {
   plan.literal_text = 0;
   plan.work = 0;
   plan.event_id = -1;
+  plan.system_time = -1;
   plan.keepable = true;
   plan.slots_once = true;
   plan.odd_names = false;
@@ -41,7 +44,7 @@ bool IsUnresolved(const EventStructure& event, const Plan& plan, const PlanValue
 std::size_t MaxTextSize(const EventStructure& event, const Plan& plan, const PlanValue& value) {
   std::size_t size = 0;
   for (const PlanPart& part : PartsOf(plan, value)) {
-    size += part.literal ? part.size : MaxValueText(event.bytes, event.slots[part.slot]);
+    size += part.literal ? part.size : MaxSlotText(event, event.slots[part.slot]);
   }
   return size;
 }

@@ -27,6 +27,7 @@ struct PlanValue {
   std::string_view name;
   std::uint32_t first_part = 0;
   std::uint32_t part_count = 0;
+  std::uint32_t next_of_name = 0;  // position of the next value that had the same name; 0: none
 };
 
 inline constexpr std::uint32_t kUnkeptPlan = ~std::uint32_t{0};
@@ -39,6 +40,7 @@ struct Plan {
   std::size_t literal_text = 0;   // bytes
   std::uint32_t work = 0;         // what resolving the streams costs
   int event_id = -1;              // the value "EventID"
+  int system_time = -1;           // the attribute "SystemTime" of "TimeCreated"
   bool keepable = true;           // no name depends on a value
   bool slots_once = true;         // no slot stands in two places
   bool odd_names = false;         // "Data" with names that cannot be printed

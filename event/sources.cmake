@@ -1,6 +1,10 @@
 target_sources(tarnlex_core PRIVATE
-  event/literal.cpp
+  event/complete_value.cpp
+  event/extent.cpp
+  event/flatten.cpp
   event/names.cpp
   event/plan.cpp
+  event/references.cpp
+  event/system_time.cpp
   event/value.cpp
 )

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "event/policy.h"
 #include "event/tree.h"
 #include "event/value.h"
 #include "logs/bytes.h"
@@ -46,9 +47,10 @@ struct Stream {
 
 // Valid as long as `bytes` and the trees.
 struct EventStructure {
-  Bytes bytes;                  // what the values' offsets count in
-  SlotList slots;               // of all arrays, the record's own first
-  std::vector<Stream> streams;  // the record's own first; empty until resolved
+  Policy policy = Policy::kLiteral;  // what is made of it
+  Bytes bytes;                       // what the values' offsets count in
+  SlotList slots;                    // of all arrays, the record's own first
+  std::vector<Stream> streams;       // the record's own first; empty until resolved
   std::vector<StreamGroup> groups;
 };
 

@@ -1,5 +1,5 @@
 // A stream of an event, compiled: what it says in document order, immutable, and whole. What tables
-// make of it is not decided here (see literal.h).
+// make of it is not decided here (see flatten.h).
 #pragma once
 
 #include <cstddef>
@@ -43,15 +43,23 @@ enum class StreamEnd : std::uint8_t {
   kCut,       // inside a token
 };
 
-// What the literal policy takes of a tree (see literal.h), found out once.
-struct LiteralExtent {
+// Slots that fit into the bits that say which slots something goes by.
+inline constexpr std::uint32_t kSlotBits = 64;
+
+// A slot that is all of a value's text, where nothing before it can give a value of that name if
+// the slots of `slots_before` (as bits) hold no binary XML.
+struct SlotPlace {
+  int slot = -1;            // -1 when only flattening can tell
+  std::uint32_t nodes = 0;  // up to and with the value's end
+  std::uint64_t slots_before = 0;
+};
+
+// What a policy reads of a tree (see extent.h), found out once.
+struct TreeExtent {
   std::uint32_t nodes = 0;  // it reads so many
   StreamEnd end = StreamEnd::kComplete;
-  // The element "EventID" where its text is one slot and nothing before it can hold that name, if
-  // the slots of `slots_before` (as bits) hold no binary XML. -1 when only flattening can tell.
-  int event_id_slot = -1;
-  std::uint32_t event_id_nodes = 0;  // up to and with its end
-  std::uint64_t slots_before = 0;
+  SlotPlace event_id;     // the element "EventID"
+  SlotPlace system_time;  // the attribute "SystemTime" of "TimeCreated"; complete policy only
 };
 
 struct Tree {
@@ -66,7 +74,7 @@ struct Tree {
   bool cut_names = false;  // names were left empty, as they were too long together
   bool keepable = false;   // can be told from others by its bytes
   bool kept = false;       // outlives its chunk
-  LiteralExtent literal;
+  TreeExtent extent;       // under the policy that it was compiled for
 };
 
 }  // namespace tarnlex

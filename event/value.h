@@ -59,16 +59,17 @@ inline constexpr std::size_t kMaxNumberRoom = 64;
 
 // An upper bound of the text of a value, in bytes of UTF-8: three bytes a unit for strings, the
 // digits of the widest number for the rest.
+inline constexpr std::size_t kLiteralTextPerByte = 3;
 inline std::size_t MaxValueText(Bytes chunk, const SubstitutionValue& value) {
   if (value.type == kEvtVarTypeAnsiString) return AnsiTextSize(chunk, value);
-  return kMaxNumberRoom + std::size_t{3} * value.size;
+  return kMaxNumberRoom + kLiteralTextPerByte * value.size;
 }
 
 // The same without what every number is given: a bound of what a value says in proportion to its
 // bytes.
 inline std::size_t MaxProportionalText(Bytes chunk, const SubstitutionValue& value) {
   if (value.type == kEvtVarTypeAnsiString) return AnsiTextSize(chunk, value);
-  return std::size_t{3} * value.size;
+  return kLiteralTextPerByte * value.size;
 }
 
 // A closer bound, exact for texts and lists of texts; it takes a look at them.
@@ -83,6 +84,12 @@ char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out);
 // blanks and "-./:".
 inline bool IsFreeText(std::uint8_t type) {
   return type == kEvtVarTypeString || type == kEvtVarTypeAnsiString || type == kEvtVarTypeEvtXml ||
+         type == kEvtVarTypeMultiWideString;
+}
+
+// Whether such a value is a text or plain bytes, of which there is one way to read them.
+inline bool HasPlainText(std::uint8_t type) {
+  return type == kEvtVarTypeString || type == kEvtVarTypeEvtXml || type == kEvtVarTypeBinary ||
          type == kEvtVarTypeMultiWideString;
 }
 

@@ -84,6 +84,11 @@ void WriteAccount(TextSink& out, const WalkAccount& account) {
     Line(out, kFaultTexts[i], account.faults[i]);
     ListFaulty(out, account, static_cast<RecordFault>(i));
   }
+  // Nothing is known of these unless every time is looked at.
+  if (account.other_times > 0) {
+    Line(out, "records whose own time is a second or more from their header's",
+         account.other_times);
+  }
   Line(out, "chunks left before their last record", account.chunks_left);
   for (const LeftChunk& chunk : account.left) {
     Append(out, "  chunk at file offset 0x" + HexText(chunk.file_offset) +

@@ -63,6 +63,8 @@ struct WalkAccount {
   std::uint64_t records = 0;          // handed on, whole or in part
   std::array<std::uint64_t, static_cast<std::size_t>(RecordFault::kCount)> faults{};
   std::vector<FaultyRecord> faulty;  // at most kMaxListed of each fault
+  // The event states another time than the record's header, by a second or more. Complete policy.
+  std::uint64_t other_times = 0;
   std::uint64_t chunks_left = 0;
   std::vector<LeftChunk> left;       // at most kMaxListed
   std::uint64_t trailing_bytes = 0;  // behind the last whole slot

@@ -55,14 +55,14 @@ void ReadText(ByteReader& in, Token& token) {
   if (!in.failed) token.text = in.bytes.subspan(begin, in.pos - begin);
 }
 
-void ReadInstance(Bytes chunk, ByteReader& in, Token& token) {
+void ReadInstance(Bytes chunk, ByteReader& in, Policy policy, Token& token) {
   Skip(in, 1);  // version of the instance, always 1
   token.template_id = Read<std::uint32_t>(in);
   token.definition_offset = Read<std::uint32_t>(in);
   TemplateInstance instance;
   std::uint32_t end = 0;
   token.endless = in.failed || !LocateInstance(chunk, token.offset, instance) ||
-                  !FindArrayEnd(chunk, instance.array, end);
+                  !FindArrayEnd(chunk, instance.array, policy, end);
   if (!token.endless) in.pos = end;
 }
 
@@ -110,7 +110,7 @@ bool ReadToken(Bytes chunk, std::uint32_t pos, std::uint32_t end, StreamLayout l
     case TokenKind::kCData:
     case TokenKind::kInstructionData: ReadText(in, token); break;
     case TokenKind::kCharacterRef: token.slot = Read<std::uint16_t>(in); break;
-    case TokenKind::kTemplateInstance: ReadInstance(chunk, in, token); break;
+    case TokenKind::kTemplateInstance: ReadInstance(chunk, in, layout.policy, token); break;
     case TokenKind::kNormalSubstitution:
     case TokenKind::kOptionalSubstitution:
       token.slot = Read<std::uint16_t>(in);

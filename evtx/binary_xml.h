@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "event/policy.h"
 #include "logs/bytes.h"
 
 namespace tarnlex {
@@ -49,6 +50,7 @@ constexpr bool StopsReading(TokenKind kind) {
 struct StreamLayout {
   bool dependency_ids = true;  // open start elements carry a dependency identifier: template bodies
   bool inline_names = false;   // names stand behind the token, without offsets and links
+  Policy policy = Policy::kLiteral;
 };
 
 struct Token {

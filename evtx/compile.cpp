@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "event/literal.h"
+#include "event/extent.h"
 #include "event/names.h"
 #include "logs/text.h"
 
@@ -138,7 +138,7 @@ void CompileStream(Bytes chunk, std::uint32_t begin, std::uint32_t end, StreamLa
   if (tree.literals.size() < most_text) tree.literals.resize(most_text);
   Compiler compiler{chunk, shared, tree, {}, tree.literals.data()};
   tree.end = ReadNodes(compiler, begin, end, layout);
-  tree.literal = LiteralExtentOf(tree);
+  tree.extent = ExtentOf(tree, layout.policy);
 }
 
 }  // namespace tarnlex

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "event/literal.h"
+#include "event/flatten.h"
 #include "event/plan.h"
 #include "event/structure.h"
 #include "evtx/substitution.h"
@@ -30,7 +30,8 @@ struct DecodedEvent {
   std::uint32_t signature = 0;
   std::uint32_t size = 0;
   std::uint64_t record_id = 0;
-  std::uint64_t written_time = 0;  // FILETIME
+  std::uint64_t written_time = 0;  // FILETIME, as the header has it
+  std::uint64_t time = 0;          // when the event happened, as far as the policy tells it
   std::uint64_t chunk_file_offset = 0;
   std::uint64_t record_file_offset = 0;
   std::uint64_t event_id = 0;

@@ -16,7 +16,8 @@ struct EvtxDecoder {
   TemplateStore store;  // of all logs of a run; not written to while a chunk is read
   EvtxChunk chunk;
   WalkAccount account;
-  TextSink* trace = nullptr;    // null: no trace is asked for
+  TextSink* trace = nullptr;         // null: no trace is asked for
+  Policy policy = Policy::kLiteral;  // of all logs of a run
   bool keeps = true;            // off: every record is decoded as if it were the first of its kind
   bool checks_records = false;  // the account is to say what speaks against rows (record_check.h)
 };

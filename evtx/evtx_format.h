@@ -33,6 +33,7 @@ inline constexpr std::uint32_t kRecordTimeField = 16;
 inline constexpr std::uint32_t kRecordHeaderSize = 24;
 inline constexpr std::uint32_t kRecordSizeCopy = 4;  // ends the record
 // Of a record that is a template instance, from the record's start.
+inline constexpr std::uint32_t kRecordTemplateField = kRecordHeaderSize + 6;
 inline constexpr std::uint32_t kRecordDefinitionField = kRecordHeaderSize + 10;
 inline constexpr std::uint32_t kRecordInlinePosition = kRecordHeaderSize + 14;
 inline constexpr std::uint32_t kMaxDefinitionOffset = 0x10000;

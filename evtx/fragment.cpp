@@ -12,7 +12,10 @@ FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t si
     return FragmentStart::kOther;
   }
   if ((token & 0x1F) == 0x0C) return FragmentStart::kInstance;
-  return (token & 0x0F) == 0x01 ? FragmentStart::kElement : FragmentStart::kOther;
+  const std::uint8_t kind = token & 0x0F;
+  if (kind == 0x01) return FragmentStart::kElement;
+  const bool is_text = kind == 0x05 || (kind >= 0x07 && kind <= 0x09);
+  return is_text ? FragmentStart::kText : FragmentStart::kOther;
 }
 
 FragmentStart LookBehindInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end,

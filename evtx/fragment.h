@@ -4,12 +4,13 @@
 
 #include <cstdint>
 
+#include "event/policy.h"
 #include "logs/bytes.h"
 
 namespace tarnlex {
 
 // What a binary XML value or a whole record's binary XML begins with.
-enum class FragmentStart : std::uint8_t { kInstance, kElement, kOther };
+enum class FragmentStart : std::uint8_t { kInstance, kElement, kText, kOther };
 
 // Looks at the stream at `offset` of `size` bytes; `first` gets the offset of its first token,
 // behind the fragment header if there is one.
@@ -21,6 +22,12 @@ FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t si
 // header of their own. kOther where nothing follows.
 FragmentStart LookBehindInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end,
                                  std::uint32_t& first);
+
+// Whether values come of what begins so. Text without an element has no name in the tables.
+constexpr bool GivesValues(FragmentStart start, Policy policy) {
+  return start == FragmentStart::kInstance || start == FragmentStart::kElement ||
+         (start == FragmentStart::kText && policy == Policy::kComplete);
+}
 
 // Whether something stands there at all, as a first look tells: in most values nothing does.
 inline bool MayFollowInstance(Bytes chunk, std::uint32_t pos, std::uint32_t end) {

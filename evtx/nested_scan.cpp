@@ -1,6 +1,5 @@
 #include "evtx/nested_scan.h"
 
-#include <bit>
 #include <vector>
 
 #include "evtx/fragment.h"
@@ -33,14 +32,15 @@ bool ScanInstance(NestedScan& scan, std::uint32_t token, int depth, std::uint32_
   if (depth == kMaxNesting) return true;
   if (!LocateInstance(chunk.data, token, instance) ||
       !ReadDefinitionHead(chunk.data, instance.definition, head) ||
-      !ParseSubstitutionArray(chunk.data, instance.array, scan.event.structure.slots, array)) {
+      !ParseSubstitutionArray(chunk.data, instance.array, scan.decoder.policy,
+                              scan.event.structure.slots, array)) {
     return false;
   }
   if (array.count > scan.work_left) return true;
   scan.work_left -= array.count;
   end = array.end;
   if (depth == 0) {
-    const bool only = std::has_single_bit(scan.event.array.binary_xml) && array.binary_xml == 0;
+    const bool only = HoldsOneBinaryXml(scan.event.array) && !HoldsBinaryXml(array);
     scan.event.nested = {only, instance.definition, head.size, array};
   }
   if (!chunk.resolved.contains(instance.definition)) {
@@ -52,7 +52,7 @@ bool ScanInstance(NestedScan& scan, std::uint32_t token, int depth, std::uint32_
 }
 
 // One binary XML value: the instance that it begins with and those right behind it.
-bool ScanValue(NestedScan& scan, const SubstitutionValue& value, int depth) {
+inline bool ScanValue(NestedScan& scan, const SubstitutionValue& value, int depth) {
   const Bytes chunk = scan.decoder.chunk.data;
   const std::uint32_t value_end = value.offset + value.size;
   std::uint32_t token = 0;
@@ -62,19 +62,28 @@ bool ScanValue(NestedScan& scan, const SubstitutionValue& value, int depth) {
     if (!ScanInstance(scan, token, depth, end)) return false;
     if (!MayFollowInstance(chunk, end, value_end)) return true;
     start = LookBehindInstance(chunk, end, value_end, token);
-    if (depth == 0 && start != FragmentStart::kOther) scan.only_instances_alone = false;
+    if (depth == 0 && GivesValues(start, scan.decoder.policy)) scan.only_instances_alone = false;
+  }
+  return true;
+}
+
+// The values that have no bit.
+[[gnu::noinline]] bool ScanBeyond(NestedScan& scan, const SubstitutionArray& array, int depth) {
+  for (std::uint32_t i = kSlotBits; i < array.count; ++i) {
+    const SubstitutionValue value = scan.event.structure.slots[array.first + i];
+    if (value.type == kEvtVarTypeEvtBXml && !ScanValue(scan, value, depth)) return false;
   }
   return true;
 }
 
 bool ScanArray(NestedScan& scan, const SubstitutionArray& array, int depth) {
-  for (std::uint32_t i = 0; array.binary_xml >> i != 0; ++i) {
+  for (std::uint32_t i = 0; i < kSlotBits && array.binary_xml >> i != 0; ++i) {
     if ((array.binary_xml >> i & 1) == 0) continue;
     // Copied, as the values move when more are found.
     const SubstitutionValue value = scan.event.structure.slots[array.first + i];
     if (!ScanValue(scan, value, depth)) return false;
   }
-  return true;
+  return !array.binary_xml_beyond || ScanBeyond(scan, array, depth);
 }
 
 }  // namespace

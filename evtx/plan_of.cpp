@@ -2,18 +2,25 @@
 
 #include <algorithm>
 
+#include "event/slot_text.h"
 #include "evtx/resolve.h"
 
 namespace tarnlex {
 namespace {
 
+// Whether the array's texts may be longer than its bytes have it.
+bool IsUnbounded(const DecodedEvent& event, const SubstitutionArray& array) {
+  return array.has_ansi && !IsComplete(event.structure);
+}
+
 // Whether the record is of a kind that a plan can be kept for; fills what the plan goes by.
 bool MakeKey(EvtxDecoder& decoder, DecodedEvent& event, PlanKey& key) {
-  if (!event.tree || !event.tree->keepable || event.array.has_ansi) return false;
+  if (!event.tree || !event.tree->keepable || IsUnbounded(event, event.array)) return false;
+  if (event.array.binary_xml_beyond) return false;
   key = {event.tree, nullptr, event.array.count, 0, event.array.binary_xml};
   if (event.array.binary_xml == 0) return true;
   const NestedValues& nested = event.nested;
-  if (!nested.usable || nested.array.has_ansi || nested.array.cut) return false;
+  if (!nested.usable || IsUnbounded(event, nested.array) || nested.array.cut) return false;
   key.nested = TemplateTree(decoder, event, nested.definition, nested.definition_size);
   key.nested_count = nested.array.count;
   return key.nested && key.nested->keepable;
@@ -43,12 +50,11 @@ std::uint64_t FreeText(const DecodedEvent& event) {
   return kTextSaidOnce + kTextPerByte * event.share;
 }
 
-// A bound of all texts of a plan that uses no slot twice, but for what numbers take: no text is
-// longer than three times its bytes.
+// A bound of all texts of a plan that uses no slot twice, but for what numbers take.
 std::uint64_t CountedText(const DecodedEvent& event, const Plan& plan) {
   std::uint64_t bytes = event.array.bytes;
   if (event.nested.usable) bytes += event.nested.array.bytes;
-  return plan.literal_text + 3 * bytes;
+  return plan.literal_text + TextPerByte(event.structure) * bytes;
 }
 
 // Whether a kept plan may serve the record, which then costs what its streams would.
@@ -72,7 +78,7 @@ bool SameText(const EventStructure& event, const PlanPart& a, const PlanPart& b)
 bool IsNumber(const EventStructure& event, const PlanPart& part) {
   if (part.literal) return false;
   const std::uint8_t type = event.slots[part.slot].type;
-  return !IsFreeText(type) && type != kEvtVarTypeBinary;
+  return !IsFreeSlotText(event, type) && type != kEvtVarTypeBinary;
 }
 
 // What a plan's texts come to.
@@ -89,8 +95,8 @@ TextSize MostText(const EventStructure& event, const Plan& plan) {
       size.used += part.size;
       size.counted += part.size;
     } else if (!IsLeftOut(event, part)) {
-      size.used += MaxValueText(event.bytes, event.slots[part.slot]);
-      size.counted += MaxProportionalText(event.bytes, event.slots[part.slot]);
+      size.used += MaxSlotText(event, event.slots[part.slot]);
+      size.counted += MaxProportionalText(event, event.slots[part.slot]);
     }
   }
   return size;
@@ -110,7 +116,7 @@ TextSize TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit
     const bool spent = kept.used >= kMaxRecordText || kept.counted >= limit || measurable == 0;
     if (!spent && !SameText(structure, part, measured)) {
       measured = part;
-      size = part.literal ? part.size : ValueTextBound(structure.bytes, structure.slots[part.slot]);
+      size = part.literal ? part.size : SlotTextBound(structure, structure.slots[part.slot]);
       const std::size_t looked_at = part.literal ? 0 : structure.slots[part.slot].size / 2U;
       measurable -= std::min<std::uint64_t>(measurable, std::max(size, looked_at));
     }
@@ -155,16 +161,14 @@ void ChargeSearches(EvtxDecoder& decoder, DecodedEvent& event) {
 
 void MakePlan(EvtxDecoder& decoder, DecodedEvent& event) {
   ResolveStreams(decoder, event);
-  event.own_plan.work = event.work_bound - event.work_left;
-  const std::uint32_t work = event.own_plan.work;
   NameBudget budget{event.work_left, decoder.chunk.made_names_left, false};
-  FlattenLiterally(event.structure, budget, event.room, event.own_plan);
-  event.own_plan.work = work;
+  Flatten(event.structure, budget, event.room, event.own_plan);
   event.work_left = budget.work_left;
+  event.own_plan.work = event.work_bound - event.work_left;
   decoder.chunk.made_names_left = budget.text_left;
   if (budget.spent) NoteFault(decoder, event, RecordFault::kLimit);
   if (event.own_plan.odd_names) NoteFault(decoder, event, RecordFault::kOddNames);
-  ChargeSearches(decoder, event);
+  if (!IsComplete(event.structure)) ChargeSearches(decoder, event);
 }
 
 // Whether the streams are those that a plan is kept for, each once: then the slots lie as framing

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 
+#include "event/slot_text.h"
+#include "event/system_time.h"
 #include "evtx/nested_scan.h"
 #include "evtx/plan_of.h"
 #include "evtx/resolve.h"
 #include "evtx/trace.h"
+#include "logs/date_time.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -19,17 +22,19 @@ void ReadHeader(const EvtxChunk& chunk, std::uint32_t offset, DecodedEvent& even
   event.size = Load<std::uint32_t>(record + kRecordSizeField);
   event.record_id = Load<std::uint64_t>(record + kRecordIdField);
   event.written_time = Load<std::uint64_t>(record + kRecordTimeField);
+  event.time = event.written_time;
   event.chunk_file_offset = chunk.file_offset;
   event.record_file_offset = chunk.file_offset + offset;
 }
 
 // Forgets the record before.
-void BeginRecord(Bytes chunk, DecodedEvent& event) {
+void BeginRecord(const EvtxDecoder& decoder, DecodedEvent& event) {
   event.event_id = 0;
   event.tree = nullptr;
   event.array = {};
   event.nested.usable = false;
-  event.structure.bytes = chunk;
+  event.structure.policy = decoder.policy;
+  event.structure.bytes = decoder.chunk.data;
   event.structure.slots.count = 0;
   event.resolved = false;
   event.faults = 0;
@@ -88,6 +93,20 @@ const Tree* RegisteredTree(EvtxDecoder& decoder, const TemplateRef& reference,
   return TemplateTree(decoder, event, reference.chunk_offset, reference.data_size);
 }
 
+// Whether the definition is the one that the record means, whatever else its chunk has registered:
+// an instance repeats the beginning of its template's GUID.
+bool StatesTemplate(Bytes chunk, std::uint32_t record, const DefinitionHead& head) {
+  std::uint32_t stated = 0;
+  return ReadAt(chunk, record + kRecordTemplateField, stated) &&
+         stated == Load<std::uint32_t>(head.guid.data());
+}
+
+const Tree* StatedTree(EvtxDecoder& decoder, std::uint32_t definition, const DefinitionHead& head,
+                       DecodedEvent& event) {
+  TraceTemplate(decoder, definition, head.size);
+  return TemplateTree(decoder, event, definition, head.size);
+}
+
 void NoteNoTemplate(EvtxDecoder& decoder, DecodedEvent& event) {
   NoteFault(decoder, event, RecordFault::kNoTemplate);
   if (decoder.trace) TraceLine(*decoder.trace, "prob accessing template, aborting");
@@ -119,18 +138,21 @@ void FrameInstance(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t def
   if (definition == here) array += kDefinitionHeadSize + std::uint64_t{head.size};
   const bool readable = ParseSubstitutionArray(
       chunk.data, static_cast<std::uint32_t>(std::min<std::uint64_t>(array, kChunkSize)),
-      event.structure.slots, event.array);
+      decoder.policy, event.structure.slots, event.array);
   Charge(event, event.array.count);
-  if (readable && (event.array.binary_xml != 0 || !reference)) {
+  if (readable && (HoldsBinaryXml(event.array) || !reference)) {
     RegisterNestedTemplates(decoder, record, head, reference != nullptr, event);
   }
-  if (!reference) {
+  const bool is_stated =
+      decoder.policy == Policy::kComplete && StatesTemplate(chunk.data, record, head);
+  if (!reference && !is_stated) {
     NoteNoTemplate(decoder, event);
     return;
   }
   if (!readable) NoteUnreadableValues(decoder, event);
   if (event.array.cut) NoteFault(decoder, event, RecordFault::kValuesCut);
-  event.tree = RegisteredTree(decoder, *reference, event);
+  event.tree = is_stated ? StatedTree(decoder, definition, head, event)
+                         : RegisteredTree(decoder, *reference, event);
 }
 
 // A record whose binary XML is plain elements, as forwarded and re-exported logs hold them.
@@ -150,24 +172,30 @@ bool IsElementRecord(Bytes chunk, std::uint32_t record) {
          ReadAt(chunk, stream + kFragmentHeaderSize, token) && (token & 0x0F) == 0x01;
 }
 
+// Whether the slot at `place` holds what a plan would find.
+bool IsCertain(const DecodedEvent& event, const SlotPlace& place, std::uint32_t work_left) {
+  const SubstitutionArray& array = event.array;
+  return place.slot >= 0 && static_cast<std::uint32_t>(place.slot) < array.count &&
+         (array.binary_xml & place.slots_before) == 0 && !array.binary_xml_beyond &&
+         place.nodes <= work_left;
+}
+
 // The identifier without a plan, where the record's tree allows that.
 bool QuickEventId(DecodedEvent& event, std::uint32_t work_left) {
   if (!event.tree) return false;
-  const LiteralExtent& extent = event.tree->literal;
-  const auto slot = static_cast<std::uint32_t>(extent.event_id_slot);
-  if (extent.event_id_slot < 0 || (event.array.binary_xml & extent.slots_before) != 0 ||
-      slot >= event.array.count || extent.event_id_nodes > work_left) {
-    return false;
-  }
-  const SubstitutionValue& value = event.structure.slots[slot];
+  const SlotPlace& place = event.tree->extent.event_id;
+  if (!IsCertain(event, place, work_left)) return false;
+  const SubstitutionValue& value = event.structure.slots[static_cast<std::size_t>(place.slot)];
   if (value.type == kEvtVarTypeNull) return true;  // "0" or unresolved: no identifier
   const Bytes chunk = event.structure.bytes;
   if (value.type == kEvtVarTypeUInt16 && value.size >= 2) {
     event.event_id = Load<std::uint16_t>(chunk.data() + value.offset);
     return true;
   }
-  if (value.size > 64) return false;
-  event.event_id = LeadingNumber(ValueText(chunk, value));
+  constexpr std::size_t kMostIdBytes = 64;
+  if (value.size > kMostIdBytes || value.type == kEvtVarTypeAnsiString) return false;
+  char text[kMaxNumberRoom + kCompleteTextPerByte * kMostIdBytes];
+  event.event_id = LeadingNumber({text, WriteSlotText(event.structure, value, text)});
   return true;
 }
 
@@ -181,9 +209,36 @@ void SettleEventId(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t work
   event.event_id = LeadingNumber(TextOf(event.structure, plan, value, scratch));
 }
 
+// The time without a plan; 0 when the event states none.
+bool QuickSystemTime(const DecodedEvent& event, std::uint32_t work_left, std::uint64_t& time) {
+  if (!event.tree || !IsCertain(event, event.tree->extent.system_time, work_left)) return false;
+  const auto slot = static_cast<std::size_t>(event.tree->extent.system_time.slot);
+  const SubstitutionValue& value = event.structure.slots[slot];
+  if (value.type != kEvtVarTypeFileTime) return value.type == kEvtVarTypeNull;
+  ReadAt(event.structure.bytes.subspan(value.offset, value.size), 0, time);
+  return true;
+}
+
+// The header states when a record was written to this log, which for one that was saved from
+// another log need not be when the event happened.
+void SettleTime(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t work_left) {
+  std::uint64_t time = 0;
+  if (!QuickSystemTime(event, work_left, time)) {
+    time = SystemTimeOf(event.structure, PlanOf(decoder, event));
+  }
+  if (!IsValidFiletime(time)) return;
+  event.time = time;
+  const std::uint64_t apart =
+      std::max(time, event.written_time) - std::min(time, event.written_time);
+  decoder.account.other_times += apart >= kTicksPerSecond;
+}
+
 }  // namespace
 
-void BeginLog(EvtxDecoder& decoder, TextSink* trace) {
+void BeginLog(EvtxDecoder& decoder, TextSink* trace, Policy policy) {
+  // What is kept goes by the policy.
+  if (decoder.policy != policy) decoder.store = {};
+  decoder.policy = policy;
   decoder.account = {};
   decoder.trace = trace;
   decoder.checks_records = trace != nullptr;
@@ -208,7 +263,7 @@ void EndChunk(EvtxDecoder& decoder) {
 bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expected_number,
                  DecodedEvent& event) {
   const Bytes chunk = decoder.chunk.data;
-  BeginRecord(chunk, event);
+  BeginRecord(decoder, event);
   ReadHeader(decoder.chunk, offset, event);
   ShareOutWork(offset, event);
   if (decoder.trace) {
@@ -222,7 +277,7 @@ bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expec
     NoteNoTemplate(decoder, event);
   } else if (definition > kMaxDefinitionOffset) {
     NoteFault(decoder, event, RecordFault::kTemplateOffset);
-    return false;
+    if (decoder.policy == Policy::kLiteral) return false;
   } else {
     FrameInstance(decoder, offset, definition, expected_number, event);
   }
@@ -230,6 +285,7 @@ bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expec
   const std::uint32_t work_left = event.work_left;
   if (decoder.trace) ResolveStreams(decoder, event);
   SettleEventId(decoder, event, work_left);
+  if (decoder.policy == Policy::kComplete) SettleTime(decoder, event, work_left);
   return true;
 }
 

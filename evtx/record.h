@@ -11,7 +11,7 @@ namespace tarnlex {
 
 // Readies a decoder for another log. What it has learnt of templates and names stays, which is half
 // of the work on a small log; what it has counted does not. `trace` may be null.
-void BeginLog(EvtxDecoder& decoder, TextSink* trace);
+void BeginLog(EvtxDecoder& decoder, TextSink* trace, Policy policy);
 
 // Makes the 65,536 bytes `data`, which must outlive their use, the chunk whose records come next.
 void BeginChunk(EvtxDecoder& decoder, Bytes data, std::uint64_t file_offset);

@@ -8,8 +8,9 @@
 namespace tarnlex {
 namespace {
 
-constexpr StreamLayout kBodyLayout{true, false};
-constexpr StreamLayout kFragmentLayout{false, false};
+StreamLayout BodyLayout(const EvtxDecoder& decoder) { return {true, false, decoder.policy}; }
+StreamLayout FragmentLayout(const EvtxDecoder& decoder) { return {false, false, decoder.policy}; }
+
 constexpr std::uint32_t kBytesPerToken = 16;  // of a typical stream
 
 struct Resolution {
@@ -29,10 +30,11 @@ std::uint32_t BodyEnd(Bytes chunk, std::uint32_t offset, std::uint32_t size) {
 }
 
 // A tree of the chunk's own, put where it may be kept from if it can.
-const Tree* CompileTemplate(EvtxChunk& chunk, const Guid& guid, std::uint32_t begin,
+const Tree* CompileTemplate(EvtxDecoder& decoder, const Guid& guid, std::uint32_t begin,
                             std::uint32_t end) {
+  EvtxChunk& chunk = decoder.chunk;
   auto tree = std::make_unique<Tree>();
-  CompileStream(chunk.data, begin, end, kBodyLayout, nullptr, *tree);
+  CompileStream(chunk.data, begin, end, BodyLayout(decoder), nullptr, *tree);
   StoredTemplate described;
   if (!tree->cut_names && DescribeTemplate(guid, chunk.data, begin, end, described)) {
     tree->keepable = true;
@@ -58,7 +60,7 @@ const Tree* PrepareTemplate(EvtxDecoder& decoder, DecodedEvent& event, std::uint
   DefinitionHead head;
   ReadDefinitionHead(chunk.data, offset, head);
   const Tree* tree = FindTemplate(decoder.store, head.guid, chunk.data, begin, end);
-  if (!tree) tree = CompileTemplate(chunk, head.guid, begin, end);
+  if (!tree) tree = CompileTemplate(decoder, head.guid, begin, end);
   const std::size_t cost = 1 + (end - std::min(begin, end)) / kBytesPerToken + tree->nodes.size() +
                            (tree->keepable ? tree->compared_text : tree->name_text) / kTextPerToken;
   left -= static_cast<std::uint32_t>(std::min<std::size_t>(left, cost));
@@ -91,7 +93,8 @@ std::uint32_t AddInstance(Resolution& run, std::uint32_t token, int depth) {
     return kChunkSize;
   }
   SubstitutionArray array;
-  const bool readable = ParseSubstitutionArray(chunk, instance.array, event.structure.slots, array);
+  const bool readable =
+      ParseSubstitutionArray(chunk, instance.array, decoder.policy, event.structure.slots, array);
   if (!readable) {
     NoteFault(decoder, event, RecordFault::kNestedUnreadable);
     if (decoder.trace) TraceLine(*decoder.trace, "prob parsing slot data first, continuing");
@@ -116,7 +119,8 @@ void AddValueStreams(Resolution& run, SubstitutionValue value, int depth) {
     // The first stream of a value is paid for with the value.
     if (!ChargeOrNote(run.decoder, run.event, 1)) return;
   }
-  if (start != FragmentStart::kElement || !MayNest(run, depth)) return;
+  if (start == FragmentStart::kInstance || !GivesValues(start, run.decoder.policy)) return;
+  if (!MayNest(run, depth)) return;
   AddStream(run, FragmentTree(run.decoder, run.event, token, end), {});
 }
 
@@ -178,7 +182,7 @@ bool LeadsOn(const Resolution& run, const Stream& stream) {
 
 // Settles how much of its tree the stream reads.
 void TakeNodes(Resolution& run, Stream& stream) {
-  const LiteralExtent& extent = stream.tree->literal;
+  const TreeExtent& extent = stream.tree->extent;
   stream.nodes = std::min(extent.nodes, run.event.work_left);
   ChargeOrNote(run.decoder, run.event, extent.nodes);
   if (stream.nodes < extent.nodes) return;
@@ -231,7 +235,8 @@ const Tree* FragmentTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_
                          std::uint32_t end) {
   const Bytes chunk = decoder.chunk.data;
   if (decoder.trace) {
-    TraceStream(*decoder.trace, chunk, begin, end, kFragmentLayout, decoder.chunk.traced_left);
+    TraceStream(*decoder.trace, chunk, begin, end, FragmentLayout(decoder),
+                decoder.chunk.traced_left);
   }
   // The same bytes may be reached from many slots, and every time they are compiled anew.
   if (!ChargeOrNote(decoder, event, (end - std::min(begin, end)) / kBytesPerToken)) return nullptr;
@@ -239,14 +244,16 @@ const Tree* FragmentTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_
     event.fragments.push_back(std::make_unique<Tree>());
   }
   Tree& tree = *event.fragments[event.fragments_used++];
-  CompileStream(chunk, begin, end, kFragmentLayout, &decoder.chunk.names_of_fragments, tree);
+  CompileStream(chunk, begin, end, FragmentLayout(decoder), &decoder.chunk.names_of_fragments,
+                tree);
   return &tree;
 }
 
 void TraceTemplate(EvtxDecoder& decoder, std::uint32_t offset, std::uint32_t size) {
   if (!decoder.trace) return;
   TraceStream(*decoder.trace, decoder.chunk.data, offset + kDefinitionHeadSize,
-              BodyEnd(decoder.chunk.data, offset, size), kBodyLayout, decoder.chunk.traced_left);
+              BodyEnd(decoder.chunk.data, offset, size), BodyLayout(decoder),
+              decoder.chunk.traced_left);
 }
 
 void ResolveStreams(EvtxDecoder& decoder, DecodedEvent& event) {

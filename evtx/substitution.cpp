@@ -12,10 +12,10 @@ struct ArrayHead {
   std::uint32_t values = 0;
 };
 
-bool ReadArrayHead(Bytes chunk, std::uint32_t offset, ArrayHead& head) {
+bool ReadArrayHead(Bytes chunk, std::uint32_t offset, Policy policy, ArrayHead& head) {
   if (!Fits(chunk, offset, 8)) return false;
   head.count = Load<std::uint32_t>(chunk.data() + offset);
-  if (head.count > kMaxArrayValues) return false;
+  if (head.count > MostArrayValues(policy)) return false;
   const std::uint32_t descriptors = offset + 4;
   const std::uint32_t size = kDescriptorSize * head.count;
   if (!Fits(chunk, descriptors, size)) return false;
@@ -24,12 +24,22 @@ bool ReadArrayHead(Bytes chunk, std::uint32_t offset, ArrayHead& head) {
   return true;
 }
 
+// What the bits say of an array with more values than there are bits.
+void FindBinaryXml(const SubstitutionValue* values, SubstitutionArray& array) {
+  array.binary_xml = 0;
+  for (std::uint32_t i = 0; i < array.count; ++i) {
+    if (values[i].type != kEvtVarTypeEvtBXml) continue;
+    if (i < kSlotBits) array.binary_xml |= std::uint64_t{1} << i;
+    array.binary_xml_beyond |= i >= kSlotBits;
+  }
+}
+
 }  // namespace
 
-bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SlotList& slots,
+bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, Policy policy, SlotList& slots,
                             SubstitutionArray& array) {
   ArrayHead head;
-  if (!ReadArrayHead(chunk, offset, head)) {
+  if (!ReadArrayHead(chunk, offset, policy, head)) {
     array = {};
     array.first = static_cast<std::uint32_t>(slots.count);
     array.end = offset;
@@ -50,7 +60,7 @@ bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SlotList& slots,
     const auto type = static_cast<std::uint8_t>(fields >> 16);
     if (size > chunk_end - at) break;
     values[taken] = {at, static_cast<std::uint16_t>(size), type};
-    if (type == kEvtVarTypeEvtBXml) binary_xml |= std::uint64_t{1} << taken;
+    if (type == kEvtVarTypeEvtBXml) binary_xml |= std::uint64_t{1} << taken % kSlotBits;
     if (type == kEvtVarTypeAnsiString) has_ansi = true;
     at += size;
   }
@@ -59,14 +69,16 @@ bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SlotList& slots,
   array.end = at;
   array.bytes = at - head.values;
   array.binary_xml = binary_xml;
+  array.binary_xml_beyond = false;
   array.cut = taken < head.count;
   array.has_ansi = has_ansi;
+  if (taken > kSlotBits && binary_xml != 0) FindBinaryXml(values, array);
   return true;
 }
 
-bool FindArrayEnd(Bytes chunk, std::uint32_t offset, std::uint32_t& end) {
+bool FindArrayEnd(Bytes chunk, std::uint32_t offset, Policy policy, std::uint32_t& end) {
   ArrayHead head;
-  if (!ReadArrayHead(chunk, offset, head)) return false;
+  if (!ReadArrayHead(chunk, offset, policy, head)) return false;
   end = head.values;
   for (std::uint32_t i = 0; i < head.count; ++i) {
     const auto size = Load<std::uint16_t>(head.descriptors + std::size_t{kDescriptorSize} * i);

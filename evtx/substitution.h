@@ -2,8 +2,10 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
 
+#include "event/policy.h"
 #include "event/structure.h"
 #include "evtx/evtx_format.h"
 #include "logs/bytes.h"
@@ -12,23 +14,38 @@ namespace tarnlex {
 
 // One parsed array.
 struct SubstitutionArray {
-  std::uint32_t first = 0;       // of its values, where they were put
-  std::uint32_t count = 0;       // of those taken
-  std::uint32_t end = 0;         // of the last value taken: where what follows begins
-  std::uint32_t bytes = 0;       // of the values taken
-  std::uint64_t binary_xml = 0;  // bit N: value N is binary XML
-  bool cut = false;              // values that would run past the chunk were left out
-  bool has_ansi = false;         // a single-byte string, whose size bounds nothing, is among them
+  std::uint32_t first = 0;         // of its values, where they were put
+  std::uint32_t count = 0;         // of those taken
+  std::uint32_t end = 0;           // of the last value taken: where what follows begins
+  std::uint32_t bytes = 0;         // of the values taken
+  std::uint64_t binary_xml = 0;    // bit N: value N is binary XML
+  bool binary_xml_beyond = false;  // so is one that has no bit
+  bool cut = false;                // values that would run past the chunk were left out
+  bool has_ansi = false;           // a single-byte string, whose size bounds nothing, is among them
 };
 
+// How many values an array may count under a policy.
+constexpr std::uint32_t MostArrayValues(Policy policy) {
+  return policy == Policy::kLiteral ? kMaxArrayValues : kChunkSize / kDescriptorSize;
+}
+
 // Parses the array at `offset` of the chunk and puts its values behind those in `slots`. False, the
-// array empty, when fewer than 8 bytes remain, when it counts more than 28 values, or when its
-// descriptors do not fit. A value that would not fit ends the array; what came before it stays.
-bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, SlotList& slots,
+// array empty, when fewer than 8 bytes remain, when it counts more values than the policy takes, or
+// when its descriptors do not fit. A value that would not fit ends the array; what came before it
+// stays.
+bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, Policy policy, SlotList& slots,
                             SubstitutionArray& array);
 
 // Where such an array ends; false when it cannot be parsed.
-bool FindArrayEnd(Bytes chunk, std::uint32_t offset, std::uint32_t& end);
+bool FindArrayEnd(Bytes chunk, std::uint32_t offset, Policy policy, std::uint32_t& end);
+
+inline bool HoldsBinaryXml(const SubstitutionArray& array) {
+  return array.binary_xml != 0 || array.binary_xml_beyond;
+}
+
+inline bool HoldsOneBinaryXml(const SubstitutionArray& array) {
+  return std::has_single_bit(array.binary_xml) && !array.binary_xml_beyond;
+}
 
 // A template instance: the definition that it names and its array.
 struct TemplateInstance {

@@ -104,6 +104,9 @@ DateTimeText FormatDateTime(DateTimeFormatter& formatter, std::uint64_t filetime
 std::string FormatFiletimeFull(std::uint64_t filetime);
 char* WriteFiletimeFull(std::uint64_t filetime, char* out);
 
+// The same for any instant from 1601 to 30828, 0 among them; nothing for numbers above 2^63 - 1.
+char* WriteAnyFiletime(std::uint64_t filetime, char* out);
+
 // A SYSTEMTIME inside event data: eight 16-bit numbers (year, month, day of week, day, hour,
 // minute, second, millisecond), written "03/07/2012 : 14:05:09:07". Empty when they are no valid
 // instant.

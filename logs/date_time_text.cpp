@@ -37,9 +37,8 @@ struct ClockParts {
   unsigned ticks = 0;  // 100 ns, of the second
 };
 
-DayParts SplitDay(std::uint64_t days_since_1970) {
-  const std::chrono::year_month_day date{
-      std::chrono::sys_days{std::chrono::days{static_cast<int>(days_since_1970)}}};
+DayParts SplitDay(int days_since_1970) {
+  const std::chrono::year_month_day date{std::chrono::sys_days{std::chrono::days{days_since_1970}}};
   return {static_cast<unsigned>(static_cast<int>(date.year())), static_cast<unsigned>(date.month()),
           static_cast<unsigned>(date.day())};
 }
@@ -133,6 +132,25 @@ ClockParts SplitClock(std::uint64_t ticks_since_1970) {
           static_cast<unsigned>(ticks_since_1970 % kTicksPerSecond)};
 }
 
+// "03/07/2012 14:05:09.123456700"; of a piece with its callers, as every record holds such a text.
+[[gnu::always_inline]] inline char* WriteInstant(char* out, const DayParts& day,
+                                                 const ClockParts& clock) {
+  const auto two = [&out](unsigned value, char behind) {
+    out = WriteTwo(out, value);
+    *out++ = behind;
+  };
+  two(day.month, '/');
+  two(day.day, '/');
+  if (day.year > 9999) *out++ = static_cast<char>('0' + day.year / 10'000);
+  out = WriteTwo(out, day.year / 100 % 100);
+  two(day.year % 100, ' ');
+  two(clock.second_of_day / 3600, ':');
+  two(clock.second_of_day / 60 % 60, ':');
+  two(clock.second_of_day % 60, '.');
+  out = WriteDigits(out, clock.ticks, 7);
+  return WriteTwo(out, 0);
+}
+
 }  // namespace
 
 DateTimePlan MakeDateTimePlan(std::string_view date_format, std::string_view time_format) {
@@ -163,7 +181,7 @@ DateTimeText FormatDateTime(DateTimeFormatter& formatter, std::uint64_t filetime
   const std::uint64_t ticks = filetime - kUnixEpochFiletime;
   const std::uint64_t day = ticks / (kTicksPerSecond * kSecondsPerDay);
   if (day != formatter.last_day) {
-    char* end = WriteDate(formatter.date.data(), formatter.plan, SplitDay(day));
+    char* end = WriteDate(formatter.date.data(), formatter.plan, SplitDay(static_cast<int>(day)));
     formatter.date_size = static_cast<std::size_t>(end - formatter.date.data());
     formatter.last_day = day;
   }
@@ -175,22 +193,16 @@ DateTimeText FormatDateTime(DateTimeFormatter& formatter, std::uint64_t filetime
 char* WriteFiletimeFull(std::uint64_t filetime, char* out) {
   if (!IsValidFiletime(filetime)) return out;
   const std::uint64_t ticks = filetime - kUnixEpochFiletime;
-  const DayParts day = SplitDay(ticks / (kTicksPerSecond * kSecondsPerDay));
-  const ClockParts clock = SplitClock(ticks);
-  // Every record holds such a text, so this one goes without a plan.
-  const auto two = [&out](unsigned value, char behind) {
-    out = WriteTwo(out, value);
-    *out++ = behind;
-  };
-  two(day.month, '/');
-  two(day.day, '/');
-  out = WriteTwo(out, day.year / 100 % 100);
-  two(day.year % 100, ' ');
-  two(clock.second_of_day / 3600, ':');
-  two(clock.second_of_day / 60 % 60, ':');
-  two(clock.second_of_day % 60, '.');
-  out = WriteDigits(out, clock.ticks, 7);
-  return WriteTwo(out, 0);
+  return WriteInstant(out, SplitDay(static_cast<int>(ticks / (kTicksPerSecond * kSecondsPerDay))),
+                      SplitClock(ticks));
+}
+
+char* WriteAnyFiletime(std::uint64_t filetime, char* out) {
+  constexpr std::uint64_t kTicksPerDay = kTicksPerSecond * kSecondsPerDay;
+  constexpr auto kDaysFrom1601 = static_cast<int>(kUnixEpochFiletime / kTicksPerDay);
+  if (filetime >> 63 != 0) return out;
+  const int day = static_cast<int>(filetime / kTicksPerDay) - kDaysFrom1601;
+  return WriteInstant(out, SplitDay(day), SplitClock(filetime % kTicksPerDay));
 }
 
 std::string FormatFiletimeFull(std::uint64_t filetime) {

@@ -2,6 +2,7 @@ target_sources(tarnlex_core PRIVATE
   logs/date_time.cpp
   logs/date_time_parse.cpp
   logs/date_time_text.cpp
+  logs/iso_time.cpp
   logs/log_content.cpp
   logs/option_search.cpp
   logs/output_guard.cpp
@@ -12,4 +13,5 @@ target_sources(tarnlex_core PRIVATE
   logs/status_line.cpp
   logs/text.cpp
   logs/text_sink.cpp
+  logs/windows_1252.cpp
 )

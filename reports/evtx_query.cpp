@@ -29,7 +29,13 @@ bool Holds(const Condition& condition, const EventStructure& event, const Plan& 
            std::vector<PlannedField>& fields, std::string& scratch) {
   if (!condition.given) return true;
   const PlanValue* value = FieldOf(plan, condition.field, fields);
-  return value && ConditionHolds(condition, TextOf(event, plan, *value, scratch));
+  if (!value) return false;
+  // A name may have several values, of which any will do.
+  for (;;) {
+    if (ConditionHolds(condition, TextOf(event, plan, *value, scratch))) return true;
+    if (value->next_of_name == 0) return false;
+    value = &plan.values[value->next_of_name];
+  }
 }
 
 // The slot that is all of a value's text; null for any other value.
@@ -80,7 +86,7 @@ std::vector<const PlanValue*> PulledValues(const Plan& plan, const ColumnSet& co
 }
 
 std::string_view ColumnName(const PlanValue& value) {
-  return value.name.empty() ? std::string_view("<unnamed>") : value.name;
+  return value.name.empty() ? kUnnamedName : value.name;
 }
 
 std::uint64_t HashNames(const Plan& plan) {
@@ -178,7 +184,7 @@ EvtxQueries PrepareEvtxQueries(const QueryList& queries) {
 
 bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, DecodedEvent& event) {
   const QueryTests& tests = query.tests;
-  if (!IdPasses(tests, event.event_id) || !TimePasses(tests, event.written_time)) return false;
+  if (!IdPasses(tests, event.event_id) || !TimePasses(tests, event.time)) return false;
   if (!tests.condition.given && !tests.success.given && tests.exists.empty()) return true;
   const Plan& plan = PlanOf(decoder, event);
   const EventStructure& structure = event.structure;
@@ -190,7 +196,7 @@ bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, De
 void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder,
                 DecodedEvent& event) {
   EventRecord row;
-  row.timeCreated = event.written_time;
+  row.timeCreated = event.time;
   row.eventId = event.event_id;
   row.eventRecordId = event.record_id;
   FillRowQuery(rows, *query.spec, query.position, query.texts, row);

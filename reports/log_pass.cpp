@@ -73,7 +73,7 @@ void PrepareEvtPass(LogPass& pass) {
 }
 
 void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
-  CountAny(pass, event.event_id, event.written_time);
+  CountAny(pass, event.event_id, event.time);
   std::vector<EvtxQuery>& queries = pass.evtx.queries;
   Offer(
       pass, event.event_id,

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "event/slot_text.h"
 #include "event/value.h"
 #include "logs/plain_ascii.h"
 #include "logs/text.h"
@@ -101,9 +102,20 @@ void DescribeRow(EventRows& rows, const PlanCell& cell, std::string_view text, P
   if (cell.is_level) row.level = LevelOf(text);
 }
 
-// One copy for each way of keeping cells: with a separator that is known beforehand, ending a plain
-// cell is a single store.
-template <CellForm kForm>
+template <Policy kPolicy>
+char* WriteSlot(Bytes bytes, const SubstitutionValue& value, char* text) {
+  return kPolicy == Policy::kComplete ? WriteCompleteText(bytes, value, text)
+                                      : WriteValueText(bytes, value, text);
+}
+
+template <Policy kPolicy>
+bool IsFree(std::uint8_t type) {
+  return kPolicy == Policy::kComplete ? IsFreeCompleteText(type) : IsFreeText(type);
+}
+
+// One copy for each policy and each way of keeping cells: with a separator that is known
+// beforehand, ending a plain cell is a single store.
+template <CellForm kForm, Policy kPolicy>
 char* WriteCells(EventRows& rows, PlanLayout& layout, const EventStructure& event, const Plan& plan,
                  RowBuilder& builder, EventRecord& row) {
   const Bytes bytes = event.bytes;
@@ -121,10 +133,11 @@ char* WriteCells(EventRows& rows, PlanLayout& layout, const EventStructure& even
       const SubstitutionValue& value = slots[cell.slot];
       const bool is_text = value.type == kEvtVarTypeString;
       end = is_text ? WritePlainAscii(bytes, value.offset, value.size / 2, text) : nullptr;
-      plain = end || !IsFreeText(value.type);
+      plain = end || !IsFree<kPolicy>(value.type);
       if (!end) {
-        end = cell.optional && value.type == kEvtVarTypeNull ? CopyText(layout.unresolved, text)
-                                                             : WriteValueText(bytes, value, text);
+        end = cell.optional && value.type == kEvtVarTypeNull
+                  ? CopyText(layout.unresolved, text)
+                  : WriteSlot<kPolicy>(bytes, value, text);
       }
     } else {
       end = WriteParts(event, plan, cell, layout.unresolved, text);
@@ -138,6 +151,15 @@ char* WriteCells(EventRows& rows, PlanLayout& layout, const EventStructure& even
     }
   }
   return CopyFixed(fixed + layout.last_begin, layout.last_size, at);
+}
+
+template <Policy kPolicy>
+char* WriteRow(EventRows& rows, PlanLayout& layout, const DecodedEvent& event, const Plan& plan,
+               RowBuilder& builder, EventRecord& row) {
+  const EventStructure& structure = event.structure;
+  return builder.form == CellForm::kJoined
+             ? WriteCells<CellForm::kJoined, kPolicy>(rows, layout, structure, plan, builder, row)
+             : WriteCells<CellForm::kPacked, kPolicy>(rows, layout, structure, plan, builder, row);
 }
 
 }  // namespace
@@ -185,10 +207,9 @@ void AddPlanRow(EventRows& rows, PlanLayout& layout, const DecodedEvent& event, 
   row.providerName = layout.provider;
   row.level = layout.level;
   RowBuilder builder = BeginRow(rows, MaxRowBytes(event, layout));
-  char* const end =
-      builder.form == CellForm::kJoined
-          ? WriteCells<CellForm::kJoined>(rows, layout, event.structure, plan, builder, row)
-          : WriteCells<CellForm::kPacked>(rows, layout, event.structure, plan, builder, row);
+  char* const end = event.structure.policy == Policy::kComplete
+                        ? WriteRow<Policy::kComplete>(rows, layout, event, plan, builder, row)
+                        : WriteRow<Policy::kLiteral>(rows, layout, event, plan, builder, row);
   EndRow(rows, builder, end, row);
 }
 

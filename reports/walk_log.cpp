@@ -90,7 +90,8 @@ std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
                   std::uint64_t block_size) {
   EvtxDecoder& decoder = pass.run.evtx_decoder;
-  BeginLog(decoder, TraceOf(pass.run));
+  BeginLog(decoder, TraceOf(pass.run),
+           pass.options.complete ? Policy::kComplete : Policy::kLiteral);
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
   ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtxRecord));

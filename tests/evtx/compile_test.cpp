@@ -79,8 +79,8 @@ TEST(Compile, KeepsEverythingInDocumentOrder) {
   EXPECT_EQ(tree.nodes[6].text, "two");
   EXPECT_EQ(tree.end, StreamEnd::kComplete);
   // Tables read it as far as the CDATA section.
-  EXPECT_EQ(tree.literal.nodes, 7U);
-  EXPECT_EQ(tree.literal.end, StreamEnd::kStopped);
+  EXPECT_EQ(tree.extent.nodes, 7U);
+  EXPECT_EQ(tree.extent.end, StreamEnd::kStopped);
   EXPECT_FALSE(tree.odd_names);
 }
 

@@ -26,7 +26,7 @@ ByteString ArrayBytes(std::uint32_t count, std::uint16_t size, std::uint8_t type
 TEST(Substitution, TakesUpTo28Values) {
   SlotList slots;
   SubstitutionArray array;
-  ASSERT_TRUE(ParseSubstitutionArray(ArrayBytes(28, 2), 0, slots, array));
+  ASSERT_TRUE(ParseSubstitutionArray(ArrayBytes(28, 2), 0, Policy::kLiteral, slots, array));
   EXPECT_EQ(array.count, 28U);
   EXPECT_EQ(slots[27].offset, 4U + 28 * 4 + 27 * 2);
   EXPECT_EQ(array.end, 4U + 28 * 4 + 28 * 2);
@@ -36,27 +36,28 @@ TEST(Substitution, TakesUpTo28Values) {
 TEST(Substitution, RefusesMoreThan28Values) {
   SlotList slots;
   SubstitutionArray array;
-  EXPECT_FALSE(ParseSubstitutionArray(ArrayBytes(29, 0), 0, slots, array));
+  EXPECT_FALSE(ParseSubstitutionArray(ArrayBytes(29, 0), 0, Policy::kLiteral, slots, array));
   EXPECT_EQ(array.count, 0U);
-  EXPECT_FALSE(ParseSubstitutionArray(support::Hex("FFFFFFFF 00000000"), 0, slots, array));
+  EXPECT_FALSE(
+      ParseSubstitutionArray(support::Hex("FFFFFFFF 00000000"), 0, Policy::kLiteral, slots, array));
 }
 
 TEST(Substitution, NeedsEightBytesEvenForNoValues) {
   SlotList slots;
   SubstitutionArray array;
   const ByteString bytes = support::Hex("00000000 00000000");
-  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
+  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, Policy::kLiteral, slots, array));
   EXPECT_EQ(array.end, 4U);
-  EXPECT_FALSE(ParseSubstitutionArray(bytes, 1, slots, array));
-  EXPECT_FALSE(ParseSubstitutionArray(bytes, 0xFFFFFFFC, slots, array));
+  EXPECT_FALSE(ParseSubstitutionArray(bytes, 1, Policy::kLiteral, slots, array));
+  EXPECT_FALSE(ParseSubstitutionArray(bytes, 0xFFFFFFFC, Policy::kLiteral, slots, array));
 }
 
 TEST(Substitution, RefusesDescriptorsBehindTheChunk) {
   const ByteString bytes = ArrayBytes(3, 0);
   SlotList slots;
   SubstitutionArray array;
-  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
-  EXPECT_FALSE(ParseSubstitutionArray(Bytes(bytes).first(15), 0, slots, array));
+  EXPECT_TRUE(ParseSubstitutionArray(bytes, 0, Policy::kLiteral, slots, array));
+  EXPECT_FALSE(ParseSubstitutionArray(Bytes(bytes).first(15), 0, Policy::kLiteral, slots, array));
   EXPECT_EQ(array.count, 0U);
 }
 
@@ -64,7 +65,8 @@ TEST(Substitution, EndsWithSuccessWhereAValueWouldPassTheChunk) {
   const ByteString bytes = ArrayBytes(3, 4);
   SlotList slots;
   SubstitutionArray array;
-  ASSERT_TRUE(ParseSubstitutionArray(Bytes(bytes).first(bytes.size() - 1), 0, slots, array));
+  ASSERT_TRUE(ParseSubstitutionArray(Bytes(bytes).first(bytes.size() - 1), 0, Policy::kLiteral,
+                                     slots, array));
   EXPECT_EQ(array.count, 2U);
   EXPECT_TRUE(array.cut);
 }
@@ -73,16 +75,16 @@ TEST(Substitution, PutsValuesBehindThoseOfEarlierArrays) {
   SlotList slots;
   SubstitutionArray array;
   const ByteString bytes = ArrayBytes(3, 2);
-  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
-  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
+  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, Policy::kLiteral, slots, array));
+  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, Policy::kLiteral, slots, array));
   EXPECT_EQ(array.first, 3U);
   EXPECT_EQ(array.bytes, 6U);
   EXPECT_EQ(slots.count, 6U);
   EXPECT_EQ(slots[5].offset, slots[2].offset);
   std::uint32_t end = 0;
-  EXPECT_TRUE(FindArrayEnd(bytes, 0, end));
+  EXPECT_TRUE(FindArrayEnd(bytes, 0, Policy::kLiteral, end));
   EXPECT_EQ(end, array.end);
-  EXPECT_FALSE(FindArrayEnd(ArrayBytes(29, 0), 0, end));
+  EXPECT_FALSE(FindArrayEnd(ArrayBytes(29, 0), 0, Policy::kLiteral, end));
 }
 
 TEST(Substitution, MarksBinaryXmlValues) {
@@ -90,7 +92,7 @@ TEST(Substitution, MarksBinaryXmlValues) {
   bytes[4 + 4 + 2] = 0x21;
   SlotList slots;
   SubstitutionArray array;
-  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, slots, array));
+  ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, Policy::kLiteral, slots, array));
   EXPECT_EQ(array.binary_xml, 2U);
 }
 
@@ -123,7 +125,7 @@ TEST(Substitution, AnInlineDefinitionOfAnySizeKeepsTheArrayBehindIt) {
   EXPECT_EQ(instance.array, 64U);
   SlotList slots;
   SubstitutionArray array;
-  EXPECT_FALSE(ParseSubstitutionArray(chunk, instance.array, slots, array));
+  EXPECT_FALSE(ParseSubstitutionArray(chunk, instance.array, Policy::kLiteral, slots, array));
   EXPECT_FALSE(LocateInstance(Bytes(chunk).first(33), 0, instance));
 }
 
@@ -138,7 +140,9 @@ TEST(Substitution, TellsInstancesAndElementsApart) {
   EXPECT_EQ(first, 4U);
   EXPECT_EQ(LookAtFragment(support::Hex("01"), 0, 1, first), FragmentStart::kElement);
   EXPECT_EQ(LookAtFragment(support::Hex("0F010100 0C"), 0, 4, first), FragmentStart::kOther);
-  EXPECT_EQ(LookAtFragment(support::Hex("05"), 0, 1, first), FragmentStart::kOther);
+  EXPECT_EQ(LookAtFragment(support::Hex("05"), 0, 1, first), FragmentStart::kText);
+  EXPECT_EQ(LookAtFragment(support::Hex("49"), 0, 1, first), FragmentStart::kText);
+  EXPECT_EQ(LookAtFragment(support::Hex("0D"), 0, 1, first), FragmentStart::kOther);
   EXPECT_EQ(LookAtFragment(support::Hex("05"), 0, 0, first), FragmentStart::kOther);
   EXPECT_EQ(LookAtFragment(support::Hex("05"), 1, 4, first), FragmentStart::kOther);
 }

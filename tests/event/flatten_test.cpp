@@ -1,4 +1,4 @@
-#include "event/literal.h"
+#include "event/flatten.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,12 @@
-#include "event/literal.h"
+#include "event/flatten.h"
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 #include "event/names.h"
+#include "event/references.h"
+#include "event/slot_text.h"
 
 namespace tarnlex {
 namespace {
@@ -19,12 +22,6 @@ struct Flattening {
   FlattenRoom& room;
   Plan& plan;
 };
-
-bool Stops(NodeKind kind) {
-  return kind == NodeKind::kCData || kind == NodeKind::kCharacter || kind == NodeKind::kEntity ||
-         kind == NodeKind::kInstructionTarget || kind == NodeKind::kInstructionData ||
-         kind == NodeKind::kUnknown;
-}
 
 PlanPart LiteralPart(std::string_view text) {
   // An empty literal still needs an address, since a null one means a slot.
@@ -48,22 +45,50 @@ void GrowSeen(Flattening& run) {
   }
 }
 
-// A value without any part that gives something is none; the first of a name stays.
+std::string_view KeepText(Flattening& run, std::string text) {
+  return run.plan.texts.emplace_back(std::move(text));
+}
+
+bool TakeNameWork(Flattening& run, std::size_t work) {
+  const bool enough = work <= run.budget.work_left;
+  run.budget.work_left -= enough ? static_cast<std::uint32_t>(work) : run.budget.work_left;
+  run.budget.spent |= !enough;
+  return enough;
+}
+
+// Makes a name for a later value of the name that the value at `first` has, by the next number that
+// gives one of its own; `place` gets where that belongs among those seen. False when there is
+// nothing left to pay for it.
+[[gnu::noinline]] bool NumberName(Flattening& run, std::uint32_t first, std::string_view& name,
+                                  std::size_t& place) {
+  std::vector<PlanValue>& values = run.plan.values;
+  Repeats& repeats = run.room.repeats.try_emplace(first, Repeats{first, 1}).first->second;
+  std::string numbered;
+  do {
+    if (!TakeNameWork(run, 1 + name.size() / kTextPerToken)) return false;
+    numbered = NumberedName(name, ++repeats.number);
+    place = PlaceOf(run, numbered);
+  } while (run.room.seen[place] != 0);
+  const auto position = static_cast<std::uint32_t>(values.size());
+  values[std::exchange(repeats.last, position)].next_of_name = position;
+  name = KeepText(run, std::move(numbered));
+  return true;
+}
+
+// A value without any part that gives something is none.
 void AddValue(Flattening& run, std::string_view name, const std::vector<PlanPart>& parts) {
   if (parts.empty()) return;
   Plan& plan = run.plan;
-  const std::size_t place = PlaceOf(run, name);
-  if (run.room.seen[place] != 0) return;
+  if (name.empty() && IsComplete(run.event)) name = kUnnamedName;  // no other may share its column
+  std::size_t place = PlaceOf(run, name);
+  const std::uint32_t seen = run.room.seen[place];
+  if (seen != 0 && !(IsComplete(run.event) && NumberName(run, seen - 1, name, place))) return;
   if (name == "EventID") plan.event_id = static_cast<int>(plan.values.size());
   plan.values.push_back({name, static_cast<std::uint32_t>(plan.parts.size()),
                          static_cast<std::uint32_t>(parts.size())});
   plan.parts.insert(plan.parts.end(), parts.begin(), parts.end());
   run.room.seen[place] = static_cast<std::uint32_t>(plan.values.size());
   if (2 * plan.values.size() > run.room.seen.size()) GrowSeen(run);
-}
-
-std::string_view KeepText(Flattening& run, std::string text) {
-  return run.plan.texts.emplace_back(std::move(text));
 }
 
 bool AllLiteral(const std::vector<PlanPart>& parts) {
@@ -77,13 +102,6 @@ std::string_view JoinLiterals(Flattening& run, const std::vector<PlanPart>& part
   std::string text;
   for (const PlanPart& part : parts) text.append(part.literal, part.size);
   return KeepText(run, std::move(text));
-}
-
-bool TakeNameWork(Flattening& run, std::size_t work) {
-  const bool enough = work <= run.budget.work_left;
-  run.budget.work_left -= enough ? static_cast<std::uint32_t>(work) : run.budget.work_left;
-  run.budget.spent |= !enough;
-  return enough;
 }
 
 // False when there is nothing left to pay for a name.
@@ -137,8 +155,13 @@ void EndAttribute(Flattening& run, OpenStream& stream) {
   }
   if (stream.attribute_text.empty()) return;
   const bool of_provider = element && element->is_provider;
+  const std::size_t before = run.plan.values.size();
   AddValue(run, of_provider ? ProviderName(run, stream.attribute) : stream.attribute,
            stream.attribute_text);
+  if (run.plan.system_time < 0 && run.plan.values.size() > before && element &&
+      element->name == "TimeCreated" && stream.attribute == "SystemTime") {
+    run.plan.system_time = static_cast<int>(before);
+  }
 }
 
 void AddData(Flattening& run, OpenElement& element) {
@@ -182,13 +205,27 @@ void OpenStart(Flattening& run, OpenStream& stream, std::string_view name) {
   element.name_text.clear();
 }
 
-// Outside of any element a text has no name.
-void AddPart(OpenStream& stream, const PlanPart& part) {
+// False outside of any element of the stream.
+bool AddToStream(OpenStream& stream, const PlanPart& part) {
   if (stream.in_attribute) {
     stream.attribute_text.push_back(part);
   } else if (OpenElement* element = Innermost(stream)) {
     element->text.push_back(part);
+  } else {
+    return false;
   }
+  return true;
+}
+
+// A text outside of any element of its stream belongs to the one that the stream stands in, which
+// the literal policy does not look for.
+[[gnu::noinline]] void AddOutside(Flattening& run, std::size_t level, const PlanPart& part) {
+  if (!IsComplete(run.event)) return;
+  while (level > 0 && !AddToStream(run.room.levels[level - 1], part)) --level;
+}
+
+void AddPart(Flattening& run, OpenStream& stream, std::size_t level, const PlanPart& part) {
+  if (!AddToStream(stream, part)) AddOutside(run, level, part);
 }
 
 void FlattenStream(Flattening& run, std::uint32_t number, std::size_t level);
@@ -209,12 +246,61 @@ void AddSlot(Flattening& run, OpenStream& stream, const Node& node, std::size_t 
     if (!stream.in_attribute) BeforeNested(run, stream);
     FlattenGroup(run, stream, level);
   } else {
-    AddPart(stream, {nullptr, 0, slot, node.optional});
+    AddPart(run, stream, level, {nullptr, 0, slot, node.optional});
   }
 }
 
-void Apply(Flattening& run, OpenStream& stream, const Node& node, std::size_t level) {
-  if (node.kind != NodeKind::kText && node.kind != NodeKind::kSlot) EndAttribute(run, stream);
+// The unit of the character reference at `i`; 0 when there is none.
+std::uint16_t UnitAt(const Stream& stream, std::uint32_t i) {
+  if (i >= stream.nodes) return 0;
+  const Node& node = stream.tree->nodes[i];
+  return node.kind == NodeKind::kCharacter ? node.slot : std::uint16_t{0};
+}
+
+// Two references may be one character together, which the first one gives.
+void AddCharacter(Flattening& run, OpenStream& stream, std::uint32_t i, std::size_t level) {
+  const Stream& own = *stream.stream;
+  const std::uint16_t unit = UnitAt(own, i);
+  if (IsLowSurrogate(unit) && i > 0 && IsHighSurrogate(UnitAt(own, i - 1))) return;
+  std::string text(kMaxCharacterText, '\0');
+  const char* const end = WriteCharacter(unit, UnitAt(own, i + 1), text.data());
+  text.resize(static_cast<std::size_t>(end - text.data()));
+  AddPart(run, stream, level, LiteralPart(KeepText(run, std::move(text))));
+}
+
+// An entity that is not known stays as it is written.
+void AddEntity(Flattening& run, OpenStream& stream, std::string_view name, std::size_t level) {
+  const std::string_view text = EntityText(name);
+  if (!text.empty()) {
+    AddPart(run, stream, level, LiteralPart(text));
+    return;
+  }
+  for (const std::string_view part : {std::string_view("&"), name, std::string_view(";")}) {
+    AddPart(run, stream, level, LiteralPart(part));
+  }
+}
+
+// What ends a stream under the literal policy.
+void ApplySpecial(Flattening& run, OpenStream& stream, std::uint32_t i, std::size_t level) {
+  const Node& node = stream.stream->tree->nodes[i];
+  switch (node.kind) {
+    case NodeKind::kCData:
+    case NodeKind::kInstructionData: AddPart(run, stream, level, LiteralPart(node.text)); break;
+    case NodeKind::kCharacter: AddCharacter(run, stream, i, level); break;
+    case NodeKind::kEntity: AddEntity(run, stream, node.text, level); break;
+    default: break;  // ends of start tags, targets of instructions, and what cannot be read
+  }
+}
+
+// Whether the node goes on with the value of an attribute.
+bool IsText(NodeKind kind) {
+  return kind == NodeKind::kText || kind == NodeKind::kSlot || kind == NodeKind::kCData ||
+         kind == NodeKind::kCharacter || kind == NodeKind::kEntity;
+}
+
+void Apply(Flattening& run, OpenStream& stream, std::uint32_t i, std::size_t level) {
+  const Node& node = stream.stream->tree->nodes[i];
+  if (!IsText(node.kind)) EndAttribute(run, stream);
   switch (node.kind) {
     case NodeKind::kElement: OpenStart(run, stream, node.text); break;
     case NodeKind::kElementEnd: EndElement(run, stream); break;
@@ -223,13 +309,14 @@ void Apply(Flattening& run, OpenStream& stream, const Node& node, std::size_t le
       stream.attribute = node.text;
       stream.attribute_text.clear();
       break;
-    case NodeKind::kText: AddPart(stream, LiteralPart(node.text)); break;
+    case NodeKind::kText: AddPart(run, stream, level, LiteralPart(node.text)); break;
     case NodeKind::kSlot: AddSlot(run, stream, node, level); break;
     case NodeKind::kInstance:
       BeforeNested(run, stream);
       FlattenGroup(run, stream, level);
       break;
-    default: break;  // ends of start tags, and what ends the stream
+    default:
+      if (IsComplete(run.event)) ApplySpecial(run, stream, i, level);
   }
 }
 
@@ -240,10 +327,8 @@ void FlattenStream(Flattening& run, std::uint32_t number, std::size_t level) {
   stream.depth = 0;
   stream.in_attribute = false;
   stream.next_group = 0;
-  if (const Tree* tree = stream.stream->tree) {
-    for (std::uint32_t i = 0; i < stream.stream->nodes; ++i) {
-      Apply(run, stream, tree->nodes[i], level);
-    }
+  if (stream.stream->tree) {
+    for (std::uint32_t i = 0; i < stream.stream->nodes; ++i) Apply(run, stream, i, level);
   }
   EndAttribute(run, stream);
   while (stream.depth > 0) EndElement(run, stream);
@@ -264,79 +349,15 @@ void DescribeParts(Flattening& run) {
   }
 }
 
-bool IsAt(const std::vector<Node>& nodes, std::size_t i, NodeKind kind) {
-  return i < nodes.size() && nodes[i].kind == kind;
-}
-
-// Whether "EventID" could be the name of a value that a node before its element gives. Behind the
-// first "Data" every Name may be that of one.
-bool MayNameEventId(const std::vector<Node>& nodes, std::size_t i, bool behind_data) {
-  if (nodes[i].kind == NodeKind::kInstance) return true;
-  if (nodes[i].kind != NodeKind::kAttribute) return false;
-  if (nodes[i].text == "EventID") return true;
-  if (!behind_data || nodes[i].text != "Name") return false;
-  const bool is_one_text = IsAt(nodes, i + 1, NodeKind::kText) &&
-                           !IsAt(nodes, i + 2, NodeKind::kText) &&
-                           !IsAt(nodes, i + 2, NodeKind::kSlot);
-  return !is_one_text || nodes[i + 1].text == "EventID";
-}
-
-// Reads the element "EventID" that opens at `i`; notes it when its text is one slot.
-void ReadEventId(const std::vector<Node>& nodes, std::size_t i, LiteralExtent& extent) {
-  for (++i; i < extent.nodes && nodes[i].kind != NodeKind::kStartEnd; ++i) {
-    const bool attributes = nodes[i].kind == NodeKind::kAttribute ||
-                            nodes[i].kind == NodeKind::kText || nodes[i].kind == NodeKind::kSlot;
-    if (!attributes || nodes[i].text == "EventID") return;
-    if (nodes[i].kind == NodeKind::kSlot && nodes[i].slot < 64) {
-      extent.slots_before |= std::uint64_t{1} << nodes[i].slot;
-    }
-  }
-  if (i + 2 >= extent.nodes || !IsAt(nodes, i + 1, NodeKind::kSlot) ||
-      !IsAt(nodes, i + 2, NodeKind::kElementEnd)) {
-    return;
-  }
-  extent.event_id_slot = nodes[i + 1].slot;
-  extent.event_id_nodes = static_cast<std::uint32_t>(i + 3);
-  if (nodes[i + 1].slot < 64) extent.slots_before |= std::uint64_t{1} << nodes[i + 1].slot;
-}
-
-// Queries reject most records by their event identifier, so its place is found once here.
-void FindEventId(const std::vector<Node>& nodes, LiteralExtent& extent) {
-  bool behind_data = false;
-  for (std::size_t i = 0; i < extent.nodes; ++i) {
-    const Node& node = nodes[i];
-    if (MayNameEventId(nodes, i, behind_data)) return;
-    behind_data |= node.kind == NodeKind::kElement && node.text == "Data";
-    if (node.kind == NodeKind::kSlot && node.slot < 64) {
-      extent.slots_before |= std::uint64_t{1} << node.slot;
-    }
-    if (node.kind == NodeKind::kElement && node.text == "EventID") {
-      ReadEventId(nodes, i, extent);
-      return;
-    }
-  }
-}
-
 }  // namespace
 
-LiteralExtent LiteralExtentOf(const Tree& tree) {
-  LiteralExtent extent;
-  const auto stop = std::find_if(tree.nodes.begin(), tree.nodes.end(),
-                                 [](const Node& node) { return Stops(node.kind); });
-  const bool stopped = stop != tree.nodes.end();
-  extent.nodes = static_cast<std::uint32_t>(stop - tree.nodes.begin()) + (stopped ? 1 : 0);
-  extent.end = stopped ? StreamEnd::kStopped : tree.end;
-  FindEventId(tree.nodes, extent);
-  return extent;
-}
-
-void FlattenLiterally(const EventStructure& event, NameBudget& budget, FlattenRoom& room,
-                      Plan& plan) {
+void Flatten(const EventStructure& event, NameBudget& budget, FlattenRoom& room, Plan& plan) {
   constexpr std::size_t kSeenAtFirst = 256;
   // Neighbours are mostly alike.
   room.seen.assign(std::max(kSeenAtFirst, std::bit_ceil(2 * plan.values.size() + 1)), 0);
   ClearPlan(plan);
   room.unnamed_data = 0;
+  room.repeats.clear();
   Flattening run{event, budget, room, plan};
   if (!event.streams.empty()) FlattenStream(run, 0, 0);
   DescribeParts(run);

@@ -1,11 +1,14 @@
-// The literal policy: which named values the tables have of an event, in which order, and under
-// which names. All of its rules are here: the first value of a name stays; unnamed "Data" elements
-// are numbered; a provider's attributes carry its name in front; character data, references and
-// processing instructions end a stream, and what was gathered by then is kept.
+// From trees to a plan: which named values tables and queries have of an event, in which order, and
+// under which names. All of these rules are here. Unnamed "Data" elements are numbered, and a
+// provider's attributes carry its name in front. Under the literal policy the first value of a name
+// stays, and character data, references and processing instructions end a stream, of which what was
+// gathered by then is kept. Under the complete policy these give their texts, and later values of a
+// name are numbered like "Data".
 #pragma once
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,14 +19,11 @@
 
 namespace tarnlex {
 
-// What the policy reads of a tree.
-LiteralExtent LiteralExtentOf(const Tree& tree);
-
-// What names that are made of values may cost. Such a name is a column, and is kept for the rest of
-// the log.
+// What names that are made, of values or by a number, may cost. Such a name is a column, and is
+// kept for the rest of the log.
 struct NameBudget {
   std::uint32_t work_left = 0;
-  std::uint64_t text_left = 0;  // bytes of all such names
+  std::uint64_t text_left = 0;  // bytes of all that are made of values
   bool spent = false;           // a name was refused
 };
 
@@ -49,17 +49,24 @@ struct OpenStream {
   std::uint32_t next_group = 0;
 };
 
+// The values of one name, when there are several.
+struct Repeats {
+  std::uint32_t last = 0;    // position of the last one in the plan's values
+  std::uint32_t number = 1;  // that was tried for it
+};
+
 // Room that is used again from event to event; holds nothing between two of them.
 struct FlattenRoom {
   std::deque<OpenStream> levels;
   std::vector<std::uint32_t> seen;  // hash table over the names of the plan's values
   std::vector<std::uint8_t> used_slots;
+  std::map<std::uint32_t, Repeats> repeats;  // by the position of the first value of the name
   std::uint32_t unnamed_data = 0;
   std::string scratch;
 };
 
-// Makes `plan`, which is overwritten, of an event whose streams have been resolved.
-void FlattenLiterally(const EventStructure& event, NameBudget& budget, FlattenRoom& room,
-                      Plan& plan);
+// Makes `plan`, which is overwritten, of an event whose streams have been resolved, under the
+// event's policy.
+void Flatten(const EventStructure& event, NameBudget& budget, FlattenRoom& room, Plan& plan);
 
 }  // namespace tarnlex

@@ -1,0 +1,47 @@
+// The texts of typed values as they are, where the tables' own (value.h) leave something out or
+// bend it: numbers keep their sign, times their century, single-byte strings their size, and arrays
+// of any type are lists. What cannot be read as its type is given as its bytes in hexadecimal.
+#pragma once
+
+#include <cstddef>
+
+#include "event/value.h"
+#include "logs/bytes.h"
+
+namespace tarnlex {
+
+// Bytes of text that one byte of a value becomes at most, beside kMaxNumberRoom.
+inline constexpr std::size_t kCompleteTextPerByte = 6;
+
+// Sets of types, as bits.
+constexpr std::uint32_t TypeBit(EvtVarType type) { return std::uint32_t{1} << type; }
+inline constexpr unsigned kTypeBits = 0x20;
+
+// Types whose texts in tables are not what they are; those beyond the bits are another matter.
+inline constexpr std::uint32_t kBentTypes =
+    TypeBit(kEvtVarTypeNull) | TypeBit(kEvtVarTypeAnsiString) | TypeBit(kEvtVarTypeSByte) |
+    TypeBit(kEvtVarTypeUInt64) | TypeBit(kEvtVarTypeSingle) | TypeBit(kEvtVarTypeDouble) |
+    TypeBit(kEvtVarTypeBoolean) | TypeBit(kEvtVarTypeSizeT);
+
+// The long way of WriteCompleteText.
+char* WriteUncommonText(Bytes bytes, const SubstitutionValue& value, char* out);
+
+// Writes the text of a value at `out`, which has room for kMaxNumberRoom and kCompleteTextPerByte
+// for each of its bytes; returns the end. Always UTF-8. A value that does not lie inside of `bytes`
+// gives an empty text, as does one of type null.
+inline char* WriteCompleteText(Bytes bytes, const SubstitutionValue& value, char* out) {
+  if (value.type < kTypeBits && (kBentTypes >> value.type & 1) == 0) {
+    char* const end = WriteValueText(bytes, value, out);
+    if (end != out) return end;
+  }
+  return WriteUncommonText(bytes, value, out);
+}
+
+// Whether the text of such a value may hold any character; see IsFreeText.
+constexpr bool IsFreeCompleteText(std::uint8_t type) {
+  constexpr std::uint32_t kFree = TypeBit(kEvtVarTypeString) | TypeBit(kEvtVarTypeAnsiString) |
+                                  TypeBit(kEvtVarTypeSingle) | TypeBit(kEvtVarTypeDouble);
+  return type >= kTypeBits || (kFree >> type & 1) != 0;
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,106 @@
+#include "logs/iso_time.h"
+
+#include <charconv>
+#include <chrono>
+
+#include "logs/date_time.h"
+#include "logs/text.h"
+
+namespace tarnlex {
+namespace {
+
+// Reads exactly `digits` digits off the front of `text`.
+bool TakeNumber(std::string_view& text, std::size_t digits, int& number) {
+  if (text.size() < digits) return false;
+  const char* const end = text.data() + digits;
+  const bool is_digit = text[0] >= '0' && text[0] <= '9';  // no sign
+  if (!is_digit || std::from_chars(text.data(), end, number).ptr != end) return false;
+  text.remove_prefix(digits);
+  return true;
+}
+
+bool TakeOneOf(std::string_view& text, std::string_view characters) {
+  if (text.empty() || characters.find(text[0]) == std::string_view::npos) return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+// Days since 1970.
+bool TakeDate(std::string_view& text, std::int64_t& days) {
+  int year = 0;
+  int month = 0;
+  int day = 0;
+  if (!TakeNumber(text, 4, year) || !TakeOneOf(text, "-") || !TakeNumber(text, 2, month) ||
+      !TakeOneOf(text, "-") || !TakeNumber(text, 2, day)) {
+    return false;
+  }
+  const std::chrono::year_month_day date{std::chrono::year{year},
+                                         std::chrono::month{static_cast<unsigned>(month)},
+                                         std::chrono::day{static_cast<unsigned>(day)}};
+  if (!date.ok()) return false;
+  days = std::chrono::sys_days{date}.time_since_epoch().count();
+  return true;
+}
+
+// Seconds of the day.
+bool TakeClock(std::string_view& text, std::int64_t& seconds) {
+  int hour = 0;
+  int minute = 0;
+  int second = 0;
+  if (!TakeNumber(text, 2, hour) || !TakeOneOf(text, ":") || !TakeNumber(text, 2, minute) ||
+      !TakeOneOf(text, ":") || !TakeNumber(text, 2, second)) {
+    return false;
+  }
+  seconds = 3600 * std::int64_t{hour} + 60 * minute + second;
+  return hour <= 23 && minute <= 59 && second <= 59;
+}
+
+// 100 ns; what is finer is cut.
+bool TakeFraction(std::string_view& text, std::int64_t& ticks) {
+  if (!TakeOneOf(text, ".,")) return true;
+  std::int64_t weight = static_cast<std::int64_t>(kTicksPerSecond) / 10;
+  std::size_t digits = 0;
+  for (; digits < text.size() && text[digits] >= '0' && text[digits] <= '9'; ++digits) {
+    ticks += weight * (text[digits] - '0');
+    weight /= 10;
+  }
+  text.remove_prefix(digits);
+  return digits > 0;
+}
+
+// Seconds that the clock is ahead of UTC.
+bool TakeOffset(std::string_view& text, std::int64_t& seconds) {
+  if (text.empty() || TakeOneOf(text, "Zz")) return true;
+  const bool behind = text[0] == '-';
+  int hours = 0;
+  int minutes = 0;
+  if (!TakeOneOf(text, "+-") || !TakeNumber(text, 2, hours)) return false;
+  TakeOneOf(text, ":");
+  if (!TakeNumber(text, 2, minutes) || hours > 23 || minutes > 59) return false;
+  seconds = 3600 * std::int64_t{hours} + 60 * minutes;
+  if (behind) seconds = -seconds;
+  return true;
+}
+
+}  // namespace
+
+bool ParseIsoTime(std::string_view text, std::uint64_t& filetime) {
+  text = Trim(text);
+  std::int64_t days = 0;
+  std::int64_t clock = 0;
+  std::int64_t ticks = 0;
+  std::int64_t ahead = 0;
+  if (!TakeDate(text, days) || !TakeOneOf(text, "Tt ") || !TakeClock(text, clock) ||
+      !TakeFraction(text, ticks) || !TakeOffset(text, ahead) || !text.empty()) {
+    return false;
+  }
+  constexpr std::int64_t kSecondsPerDay = 86'400;
+  const std::int64_t since_1970 =
+      (days * kSecondsPerDay + clock - ahead) * static_cast<std::int64_t>(kTicksPerSecond) + ticks;
+  const std::int64_t since_1601 = since_1970 + static_cast<std::int64_t>(kUnixEpochFiletime);
+  if (since_1601 < 0) return false;
+  filetime = static_cast<std::uint64_t>(since_1601);
+  return true;
+}
+
+}  // namespace tarnlex
