@@ -29,6 +29,7 @@ constexpr FormOption kForms[] = {
     {"-bodyfile", &RunOptions::bodyfile_form, true, false, "|", {'|', ';'}},
     {"-xml", &RunOptions::xml_form, true, false, "", kNoReplacement},
     {"-multiline", &RunOptions::multiline_form, true, false, "", kNoReplacement},
+    {"-json", &RunOptions::json_form, true, false, "", kNoReplacement},
 };
 
 std::string QuoteArguments(const Arguments& args) {
@@ -44,6 +45,7 @@ void ApplyForm(RunOptions& options, const FormOption& form) {
   if (form.clears_csvgen) options.csvgen_form = false;
   options.csv_form = options.l2t_form = options.bodyfile_form = false;
   options.xml_form = options.multiline_form = false;
+  options.json_form = options.event_json_form = options.event_xml_form = false;
   options.*form.form = true;
   if (form.delimits) options.delimited = true;
   options.separator = form.separator;
@@ -161,7 +163,9 @@ bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& compl
   }
   ParseFormat(args, "-dateformat", IsDateFormat, options.date_format, complaints);
   ParseFormat(args, "-timeformat", IsTimeFormat, options.time_format, complaints);
-  if (FindFlag("-complete", args)) options.complete = true;
+  // Streams are for tools that cannot ask again for what they were not given.
+  if (FindFlag("-complete", args) || IsStream(options)) options.complete = true;
+  if (options.json_form && FindFlag("-timesketch", args)) options.timesketch = true;
   FindFlag("-verbose", args);  // accepted and without effect
   if (FindFlag("-quiet", args)) options.show_status = false;
   return true;

@@ -149,9 +149,8 @@ int RunFixedList(Run& run, const RunOptions& options) {
 }
 
 // Everything behind the run header.
-int Work(Run& run, const Arguments& args, const std::string& header, Console& console) {
+int Work(Run& run, const CommandLine& line, const std::string& header, Console& console) {
   RunState& state = run.state;
-  const CommandLine line = ReadCommandLine(args);
   const RunOptions& options = line.options;
   if (!PrepareRun(line, state)) return kFailure;
   Say(state.messages, "\n");
@@ -188,8 +187,10 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
     return kSuccess;
   }
   const std::string header = BuildRunHeader(args, CurrentFiletime());
-  AppendNow(console.out, header + "\n");
-  const int result = Work(run, args, header, console);
+  const CommandLine line = ReadCommandLine(args);
+  // Whoever reads a stream finds nothing but records in it.
+  AppendNow(IsStream(line.options) ? console.err : console.out, header + "\n");
+  const int result = Work(run, line, header, console);
   CloseOutputs(run, console);
   return End(run, console, result);
 }

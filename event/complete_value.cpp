@@ -127,30 +127,40 @@ char* WriteOne(Bytes bytes, const SubstitutionValue& value, char* out) {
   return is_said ? end : WriteLeftOver(value.type, own, out);
 }
 
-// The bytes of the first element of an array; all of them when it cannot be told.
+// Bytes up to the first zero, and with it.
+std::size_t TerminatedSize(Bytes text, std::size_t unit) {
+  std::size_t size = 0;
+  while (size + unit <= text.size()) {
+    size += unit;
+    const bool is_zero = text[size - unit] == 0 && (unit == 1 || text[size - 1] == 0);
+    if (is_zero) return size;
+  }
+  return text.size();
+}
+
+// The bytes of the first element of what is left of an array; all of them when it cannot be told.
 std::size_t ElementSize(std::uint8_t type, Bytes array) {
-  if (HasSystemWidth(type)) return array.size() % 8 == 0 ? 8 : 4;
-  if (type == kEvtVarTypeSid && array.size() >= kFixedSidPart) {
-    return std::min(array.size(), kFixedSidPart + std::size_t{4} * array[1]);
+  switch (type) {
+    case kEvtVarTypeString: return TerminatedSize(array, 2);
+    case kEvtVarTypeAnsiString: return TerminatedSize(array, 1);
+    case kEvtVarTypeSid:
+      return array.size() < kFixedSidPart
+                 ? array.size()
+                 : std::min(array.size(), kFixedSidPart + std::size_t{4} * array[1]);
+    default: break;
   }
-  if (type == kEvtVarTypeAnsiString) {
-    const auto zero = std::find(array.begin(), array.end(), 0);
-    return static_cast<std::size_t>(zero - array.begin()) + (zero == array.end() ? 0 : 1);
-  }
+  if (HasSystemWidth(type)) return std::min<std::size_t>(array.size(), array.size() % 8 ? 4 : 8);
   const std::size_t width = WidthOf(type);
   return width == 0 ? array.size() : std::min(width, array.size());
 }
 
 // A list of the elements, as lists of texts are written.
-char* WriteArray(std::uint8_t type, Bytes array, char* out) {
-  if (type == kEvtVarTypeAnsiString) {
-    while (!array.empty() && array.back() == 0) array = array.first(array.size() - 1);
-  }
-  while (!array.empty()) {
-    const std::size_t size = std::max<std::size_t>(ElementSize(type, array), 1);
-    out = WriteOne(array, {0, static_cast<std::uint16_t>(size), type}, out);
-    array = array.subspan(size);
-    if (!array.empty()) out = WriteLiteral(", ", out);
+char* WriteArray(Bytes bytes, const SubstitutionValue& array, char* out) {
+  ArrayElements elements = ElementsOf(bytes, array);
+  SubstitutionValue element;
+  for (bool first = true; NextElement(elements, element); first = false) {
+    if (!first) out = WriteLiteral(", ", out);
+    out = WriteOne(bytes, element, out);
   }
   return out;
 }
@@ -160,9 +170,32 @@ char* WriteArray(std::uint8_t type, Bytes array, char* out) {
 char* WriteUncommonText(Bytes bytes, const SubstitutionValue& value, char* out) {
   if (!Fits(bytes, value.offset, value.size)) return out;
   if ((value.type & kArrayBit) == 0) return WriteOne(bytes, value, out);
-  if (value.type == kEvtVarTypeMultiWideString) return WriteValueText(bytes, value, out);
-  return WriteArray(static_cast<std::uint8_t>(value.type & ~kArrayBit),
-                    bytes.subspan(value.offset, value.size), out);
+  return value.type == kEvtVarTypeMultiWideString ? WriteValueText(bytes, value, out)
+                                                  : WriteArray(bytes, value, out);
+}
+
+ArrayElements ElementsOf(Bytes bytes, const SubstitutionValue& array) {
+  ArrayElements elements{bytes, array.offset, array.offset,
+                         static_cast<std::uint8_t>(array.type & ~kArrayBit)};
+  if (!Fits(bytes, array.offset, array.size)) return elements;
+  Bytes own = bytes.subspan(array.offset, array.size);
+  // Lists of texts end in a zero of their own, and texts at the end that are empty are none.
+  if (elements.type == kEvtVarTypeAnsiString) {
+    while (!own.empty() && own.back() == 0) own = own.first(own.size() - 1);
+  } else if (elements.type == kEvtVarTypeString) {
+    own = own.first(2 * UnitsWithoutZerosAtEnd(own.data(), own.size() / 2));
+  }
+  elements.end += static_cast<std::uint32_t>(own.size());
+  return elements;
+}
+
+bool NextElement(ArrayElements& elements, SubstitutionValue& element) {
+  if (elements.at >= elements.end) return false;
+  const Bytes rest = elements.bytes.subspan(elements.at, elements.end - elements.at);
+  const std::size_t size = std::max<std::size_t>(ElementSize(elements.type, rest), 1);
+  element = {elements.at, static_cast<std::uint16_t>(size), elements.type};
+  elements.at += static_cast<std::uint32_t>(size);
+  return true;
 }
 
 }  // namespace tarnlex

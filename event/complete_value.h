@@ -44,4 +44,16 @@ constexpr bool IsFreeCompleteText(std::uint8_t type) {
   return type >= kTypeBits || (kFree >> type & 1) != 0;
 }
 
+// Steps through the values of an array, each as a value of its own.
+struct ArrayElements {
+  Bytes bytes;
+  std::uint32_t at = 0;
+  std::uint32_t end = 0;
+  std::uint8_t type = kEvtVarTypeNull;  // of the elements
+};
+ArrayElements ElementsOf(Bytes bytes, const SubstitutionValue& array);
+
+// The next value; false behind the last. Bytes that are too few for one are one all the same.
+bool NextElement(ArrayElements& elements, SubstitutionValue& element);
+
 }  // namespace tarnlex

@@ -250,33 +250,17 @@ void AddSlot(Flattening& run, OpenStream& stream, const Node& node, std::size_t 
   }
 }
 
-// The unit of the character reference at `i`; 0 when there is none.
-std::uint16_t UnitAt(const Stream& stream, std::uint32_t i) {
-  if (i >= stream.nodes) return 0;
-  const Node& node = stream.tree->nodes[i];
-  return node.kind == NodeKind::kCharacter ? node.slot : std::uint16_t{0};
-}
-
-// Two references may be one character together, which the first one gives.
 void AddCharacter(Flattening& run, OpenStream& stream, std::uint32_t i, std::size_t level) {
   const Stream& own = *stream.stream;
-  const std::uint16_t unit = UnitAt(own, i);
-  if (IsLowSurrogate(unit) && i > 0 && IsHighSurrogate(UnitAt(own, i - 1))) return;
-  std::string text(kMaxCharacterText, '\0');
-  const char* const end = WriteCharacter(unit, UnitAt(own, i + 1), text.data());
-  text.resize(static_cast<std::size_t>(end - text.data()));
-  AddPart(run, stream, level, LiteralPart(KeepText(run, std::move(text))));
+  std::string text = CharacterText({own.tree->nodes.data(), own.nodes}, i);
+  if (!text.empty()) {
+    AddPart(run, stream, level, LiteralPart(KeepText(run, std::move(text))));
+  }
 }
 
-// An entity that is not known stays as it is written.
 void AddEntity(Flattening& run, OpenStream& stream, std::string_view name, std::size_t level) {
-  const std::string_view text = EntityText(name);
-  if (!text.empty()) {
-    AddPart(run, stream, level, LiteralPart(text));
-    return;
-  }
-  for (const std::string_view part : {std::string_view("&"), name, std::string_view(";")}) {
-    AddPart(run, stream, level, LiteralPart(part));
+  for (const std::string_view part : EntityParts(name)) {
+    if (!part.empty()) AddPart(run, stream, level, LiteralPart(part));
   }
 }
 

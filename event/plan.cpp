@@ -25,6 +25,7 @@ void ClearPlan(Plan& plan) {
   plan.values.clear();
   plan.parts.clear();
   plan.texts.clear();
+  ClearDocument(plan.document);
   plan.literal_text = 0;
   plan.work = 0;
   plan.event_id = -1;

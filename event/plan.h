@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "event/document.h"
 #include "event/structure.h"
 #include "logs/text.h"
 
@@ -37,6 +38,7 @@ struct Plan {
   std::vector<PlanValue> values;   // in document order
   std::vector<PlanPart> parts;
   std::deque<std::string> texts;  // names that no tree holds
+  Document document;              // the same values where they stand, for forms that ask for it
   std::size_t literal_text = 0;   // bytes
   std::uint32_t work = 0;         // what resolving the streams costs
   int event_id = -1;              // the value "EventID"

@@ -1,23 +1,23 @@
 // What references in texts stand for.
 #pragma once
 
+#include <array>
 #include <cstddef>
-#include <cstdint>
+#include <span>
+#include <string>
 #include <string_view>
+
+#include "event/tree.h"
 
 namespace tarnlex {
 
-// The text of one of the five entities that XML knows ("amp", "lt", "gt", "quot", "apos"); empty
-// for any other name.
-std::string_view EntityText(std::string_view name);
+// The text of a reference to an entity, in parts of which some may be empty: the character of the
+// five that XML knows ("amp", "lt", "gt", "quot", "apos"), else the reference as it is written.
+std::array<std::string_view, 3> EntityParts(std::string_view name);
 
-// Writes a character that is given by its UTF-16 unit as UTF-8 at `out` (room for 4 bytes), with
-// the unit `low` behind it if the two are a pair; returns the end. A surrogate alone is U+FFFD, a
-// zero a blank.
-inline constexpr std::size_t kMaxCharacterText = 4;
-char* WriteCharacter(std::uint16_t unit, std::uint16_t low, char* out);
-
-constexpr bool IsHighSurrogate(std::uint16_t unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool IsLowSurrogate(std::uint16_t unit) { return (unit & 0xFC00) == 0xDC00; }
+// The text, in UTF-8, of the character reference at `i`, which gives a UTF-16 unit. Two references
+// may be a pair: the first one gives their character then, and the second one nothing. A surrogate
+// alone is U+FFFD, a zero a blank.
+std::string CharacterText(std::span<const Node> nodes, std::size_t i);
 
 }  // namespace tarnlex

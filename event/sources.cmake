@@ -1,5 +1,6 @@
 target_sources(tarnlex_core PRIVATE
   event/complete_value.cpp
+  event/document.cpp
   event/extent.cpp
   event/flatten.cpp
   event/names.cpp

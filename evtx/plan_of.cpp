@@ -169,6 +169,7 @@ void MakePlan(EvtxDecoder& decoder, DecodedEvent& event) {
   if (budget.spent) NoteFault(decoder, event, RecordFault::kLimit);
   if (event.own_plan.odd_names) NoteFault(decoder, event, RecordFault::kOddNames);
   if (!IsComplete(event.structure)) ChargeSearches(decoder, event);
+  if (decoder.makes_documents) MakeDocument(event.structure, event.own_plan.document);
 }
 
 // Whether the streams are those that a plan is kept for, each once: then the slots lie as framing

@@ -2,12 +2,17 @@
 
 #include <charconv>
 #include <chrono>
+#include <cstring>
 
 #include "logs/date_time.h"
+#include "logs/digit_pairs.h"
 #include "logs/text.h"
 
 namespace tarnlex {
 namespace {
+
+constexpr std::int64_t kSecondsPerDay = 86'400;
+constexpr int kDaysFrom1601 = 134'774;  // to 1970
 
 // Reads exactly `digits` digits off the front of `text`.
 bool TakeNumber(std::string_view& text, std::size_t digits, int& number) {
@@ -82,6 +87,16 @@ bool TakeOffset(std::string_view& text, std::int64_t& seconds) {
   return true;
 }
 
+// An instant out of days since 1970, seconds and ticks; false for one before 1601.
+bool Combine(std::int64_t days, std::int64_t seconds, std::int64_t ticks, std::uint64_t& filetime) {
+  const std::int64_t since_1970 =
+      (days * kSecondsPerDay + seconds) * static_cast<std::int64_t>(kTicksPerSecond) + ticks;
+  const std::int64_t since_1601 = since_1970 + static_cast<std::int64_t>(kUnixEpochFiletime);
+  if (since_1601 < 0) return false;
+  filetime = static_cast<std::uint64_t>(since_1601);
+  return true;
+}
+
 }  // namespace
 
 bool ParseIsoTime(std::string_view text, std::uint64_t& filetime) {
@@ -94,13 +109,48 @@ bool ParseIsoTime(std::string_view text, std::uint64_t& filetime) {
       !TakeFraction(text, ticks) || !TakeOffset(text, ahead) || !text.empty()) {
     return false;
   }
-  constexpr std::int64_t kSecondsPerDay = 86'400;
-  const std::int64_t since_1970 =
-      (days * kSecondsPerDay + clock - ahead) * static_cast<std::int64_t>(kTicksPerSecond) + ticks;
-  const std::int64_t since_1601 = since_1970 + static_cast<std::int64_t>(kUnixEpochFiletime);
-  if (since_1601 < 0) return false;
-  filetime = static_cast<std::uint64_t>(since_1601);
-  return true;
+  return Combine(days, clock - ahead, ticks, filetime);
+}
+
+char* WriteIsoTime(std::uint64_t filetime, char* out) {
+  constexpr std::uint64_t kTicksPerDay = kTicksPerSecond * kSecondsPerDay;
+  const auto day = static_cast<int>(filetime / kTicksPerDay);
+  const std::chrono::year_month_day date{std::chrono::sys_days{std::chrono::days{day}} -
+                                         std::chrono::days{kDaysFrom1601}};
+  const auto year = static_cast<unsigned>(static_cast<int>(date.year()));
+  const auto second = static_cast<unsigned>(filetime / kTicksPerSecond % kSecondsPerDay);
+  const auto two = [&out](unsigned value, char behind) {
+    out = WriteTwo(out, value);
+    *out++ = behind;
+  };
+  if (year > 9999) *out++ = static_cast<char>('0' + year / 10'000);
+  out = WriteTwo(out, year / 100 % 100);
+  two(year % 100, '-');
+  two(static_cast<unsigned>(date.month()), '-');
+  two(static_cast<unsigned>(date.day()), 'T');
+  two(second / 3600, ':');
+  two(second / 60 % 60, ':');
+  two(second % 60, '.');
+  auto ticks = static_cast<unsigned>(filetime % kTicksPerSecond);
+  char* const end = out + 7;
+  for (char* at = end; at > out + 1; ticks /= 100) WriteTwo(at -= 2, ticks % 100);
+  *out = static_cast<char>('0' + ticks);
+  *end = 'Z';
+  return end + 1;
+}
+
+bool ReadSystemTime(Bytes bytes, std::uint64_t& filetime) {
+  std::uint16_t fields[8];
+  if (bytes.size() < sizeof fields) return false;
+  std::memcpy(fields, bytes.data(), sizeof fields);
+  const std::chrono::year_month_day date{
+      std::chrono::year{fields[0]}, std::chrono::month{fields[1]}, std::chrono::day{fields[3]}};
+  if (!date.ok() || fields[4] > 23 || fields[5] > 59 || fields[6] > 59 || fields[7] > 999) {
+    return false;
+  }
+  const std::int64_t clock = 3600 * std::int64_t{fields[4]} + 60 * fields[5] + fields[6];
+  return Combine(std::chrono::sys_days{date}.time_since_epoch().count(), clock,
+                 std::int64_t{fields[7]} * 10'000, filetime);
 }
 
 }  // namespace tarnlex

@@ -50,6 +50,10 @@ struct RunOptions {
   bool csvgen_form = false;
   bool bodyfile_form = false;
   bool multiline_form = false;
+  bool json_form = false;  // forms from here on are streams, see IsStream
+  bool event_json_form = false;
+  bool event_xml_form = false;
+  bool timesketch = false;  // -json has what an import into Timesketch asks for
   bool pair_datetime = false;
   bool all_params = false;
 
@@ -88,5 +92,10 @@ struct RunOptions {
   std::string stats_file;
   std::vector<std::string> hist_ids;
 };
+
+// Whether records are written as they are read, and nothing but records goes to standard output.
+inline bool IsStream(const RunOptions& options) {
+  return options.json_form || options.event_json_form || options.event_xml_form;
+}
 
 }  // namespace tarnlex

@@ -14,6 +14,8 @@ namespace tarnlex {
 namespace {
 
 std::string_view Extension(const RunOptions& options) {
+  if (options.json_form || options.event_json_form) return ".jsonl";
+  if (options.event_xml_form) return ".xml";
   if (options.bodyfile_form) return ".body";
   if (options.csvgen_form || options.l2t_form || options.csv_form) return ".csv";
   return ".txt";
@@ -111,6 +113,12 @@ bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& lo
   WriteLogResults(output.sink, rows, log, options, file->header_pending);
   Flush(output.sink);
   return true;
+}
+
+TextSink* RecordSink(RecordOutput& output, const LogInfo& log, const RunOptions& options) {
+  OutputFile* const file = FileFor(output, log.path, options);
+  if (file == nullptr) return output.standard_output;
+  return OpenFile(output, *file, options) ? &output.sink : nullptr;
 }
 
 bool HasFailed(const RecordOutput& output) {

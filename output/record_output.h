@@ -54,6 +54,10 @@ RecordOutput MakeRecordOutput(TextSink& standard_output, TextSink& messages, Out
 bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& log,
                   const RunOptions& options);
 
+// Where the next record of `log` goes, for forms that write records as they are read; null when the
+// file cannot be opened, which is said on `messages`.
+TextSink* RecordSink(RecordOutput& output, const LogInfo& log, const RunOptions& options);
+
 // Whether a record could not be written; what follows it would be worthless.
 bool HasFailed(const RecordOutput& output);
 

@@ -5,7 +5,10 @@ target_sources(tarnlex_core PRIVATE
   output/display_name.cpp
   output/empty_cells.cpp
   output/event_rows.cpp
+  output/json_layout.cpp
+  output/json_text.cpp
   output/log2timeline.cpp
+  output/record_json.cpp
   output/record_output.cpp
   output/statistics.cpp
   output/table.cpp

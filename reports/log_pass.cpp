@@ -49,6 +49,7 @@ EventRows MakeRows(const LogPass& pass) {
 // Rows are kept until the log ends so that they come out in order. A crafted log could make rows of
 // many times its size, though, and then order is worth less than memory.
 void BoundMemory(LogPass& pass) {
+  if (IsStream(pass.options)) ClearRows(pass.rows);
   if (MemoryOf(pass.rows) < pass.most_memory) return;
   WriteRows(pass);
   pass.rows = MakeRows(pass);
@@ -58,12 +59,27 @@ void BoundMemory(LogPass& pass) {
   if (pass.options.stats_on) ForgetColumns(pass.run.statistics);
 }
 
+// A record that a query takes goes out at once; a row is made only to be counted.
+void AddRecord(LogPass& pass, std::uint32_t position, EvtxDecoder& decoder, DecodedEvent& event) {
+  const bool is_stream = IsStream(pass.options);
+  if (!is_stream || pass.options.stats_on) {
+    AddEvtxRow(pass.rows, pass.evtx, pass.evtx.queries[position], decoder, event);
+  }
+  if (!is_stream) return;
+  TextSink* const out = RecordSink(pass.run.records, pass.log, pass.options);
+  if (!out) return;
+  WriteStreamRecord(*out, pass.stream, pass.options, pass.queries[position], position, decoder,
+                    event);
+  pass.wrote = true;
+}
+
 }  // namespace
 
 void PrepareEvtxPass(LogPass& pass) {
   pass.index = IndexQueries(pass.queries);
   pass.evtx = PrepareEvtxQueries(pass.queries);
   pass.rows = MakeRows(pass);
+  if (IsStream(pass.options)) pass.stream = MakeRecordStream(pass.log.path, pass.queries);
 }
 
 void PrepareEvtPass(LogPass& pass) {
@@ -78,7 +94,7 @@ void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
   Offer(
       pass, event.event_id,
       [&](std::uint32_t at) { return EvtxQueryTakes(pass.evtx, queries[at], decoder, event); },
-      [&](std::uint32_t at) { AddEvtxRow(pass.rows, pass.evtx, queries[at], decoder, event); });
+      [&](std::uint32_t at) { AddRecord(pass, at, decoder, event); });
   BoundMemory(pass);
 }
 
@@ -92,6 +108,7 @@ void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
 
 bool WriteRows(LogPass& pass) {
   RecordOutput& output = pass.run.records;
+  if (IsStream(pass.options)) return !HasFailed(output);
   if (!pass.rows.rows.empty() && !HasFailed(output)) {
     pass.wrote |= WriteRecords(output, pass.rows, pass.log, pass.options);
   }

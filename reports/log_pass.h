@@ -14,6 +14,7 @@
 #include "reports/evtx_query.h"
 #include "reports/query_index.h"
 #include "reports/query_spec.h"
+#include "reports/record_stream.h"
 #include "reports/run_state.h"
 
 namespace tarnlex {
@@ -27,6 +28,7 @@ struct LogPass {
   EvtxQueries evtx;           // prepared when the log is EVTX
   std::vector<EvtQuery> evt;  // prepared when it is EVT
   EventRows rows;
+  RecordStream stream;                               // prepared for the forms that are streams
   bool wrote = false;                                // a row has been handed to the writers
   std::size_t most_memory = std::size_t{512} << 20;  // of the rows; then they are written
 };

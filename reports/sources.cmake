@@ -9,6 +9,7 @@ target_sources(tarnlex_core PRIVATE
   reports/plan_rows.cpp
   reports/process_logs.cpp
   reports/query_index.cpp
+  reports/record_stream.cpp
   reports/report_lines.cpp
   reports/walk_log.cpp
 )

@@ -94,7 +94,8 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
            pass.options.complete ? Policy::kComplete : Policy::kLiteral);
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
-  ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtxRecord));
+  decoder.makes_documents = IsStream(pass.options);
+  if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtxRecord));
   std::uint64_t in_block = 0;
   const EvtxHandlers handlers = MakeHandlers(pass, in_block);
   FileBytes buffer;

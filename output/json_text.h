@@ -1,0 +1,37 @@
+// Text and typed values as JSON.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "event/structure.h"
+#include "event/value.h"
+
+namespace tarnlex {
+
+// Bytes that a character may take in a JSON string for each one that it has ("\u001f").
+inline constexpr std::size_t kJsonPerByte = 6;
+
+// Escapes what stands from `begin` to `end`, UTF-8, in place; returns the new end. There is room
+// for kJsonPerByte times the text.
+char* EscapeJson(char* begin, char* end);
+
+// A text as a JSON string, quotes included.
+std::string JsonString(std::string_view text);
+
+// What a JSON value takes beside its text at most: quotes, and what is put between members.
+inline constexpr std::size_t kJsonOverhead = 8;
+
+// Writes a slot's value at `out`, which has room for MaxSlotText and kJsonOverhead; returns the
+// end. Integers, floating point numbers and truth values are JSON's own; the hexadecimal types are
+// texts
+// ("0x8020000000000000"), as are identifiers, binary data and numbers that JSON does not know;
+// times are ISO 8601 in UTC with seven digits; arrays are lists. A value without any text is "".
+char* WriteJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out);
+
+// Writes a time as text in quotes, "2023-03-14T09:26:53.5897932Z"; nothing for a number that is no
+// instant (above 2^63 - 1). Room for 40 characters.
+char* WriteJsonTime(std::uint64_t filetime, char* out);
+
+}  // namespace tarnlex

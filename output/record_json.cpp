@@ -1,0 +1,352 @@
+#include "output/record_json.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <utility>
+
+#include "event/document.h"
+#include "event/slot_text.h"
+#include "logs/iso_time.h"
+#include "logs/text.h"
+#include "output/json_text.h"
+
+namespace tarnlex {
+namespace {
+
+// Where a member of every record comes from: an element of "System", or one of its attributes.
+struct SystemField {
+  std::string_view name;
+  std::string_view element;
+  std::string_view attribute;  // empty: the element's text
+  JsonRole role = JsonRole::kAsTyped;
+};
+
+constexpr SystemField kHead[] = {
+    {"Channel", "Channel", ""},
+    {"Computer", "Computer", ""},
+    {"Provider", "Provider", "Name"},
+    {"ProviderGuid", "Provider", "Guid", JsonRole::kGuid},
+    {"EventID", "EventID", "", JsonRole::kNumber},
+    {"Qualifiers", "EventID", "Qualifiers", JsonRole::kNumber},
+    {"Version", "Version", "", JsonRole::kNumber},
+    {"Level", "Level", "", JsonRole::kNumber},
+};
+constexpr SystemField kMiddle[] = {
+    {"Task", "Task", "", JsonRole::kNumber},
+    {"Opcode", "Opcode", "", JsonRole::kNumber},
+    {"Keywords", "Keywords", ""},
+    {"EventRecordID", "EventRecordID", "", JsonRole::kNumber},
+    {"TimeCreated", "TimeCreated", "SystemTime", JsonRole::kTime},
+};
+constexpr SystemField kTail[] = {
+    {"UserID", "Security", "UserID"},
+    {"ProcessID", "Execution", "ProcessID", JsonRole::kNumber},
+    {"ThreadID", "Execution", "ThreadID", JsonRole::kNumber},
+    {"ActivityID", "Correlation", "ActivityID", JsonRole::kGuid},
+    {"RelatedActivityID", "Correlation", "RelatedActivityID", JsonRole::kGuid},
+};
+
+struct LayingOut {
+  const EventStructure& event;
+  const Document& document;
+};
+
+JsonPart PartOf(const Item& item) {
+  JsonPart part;
+  part.is_slot = item.kind == ItemKind::kSlot;
+  part.slot = item.slot;
+  if (part.is_slot) return part;
+  const std::string string = JsonString(item.text);
+  part.literal = string.substr(1, string.size() - 2);
+  return part;
+}
+
+JsonMember ValueMember(std::string_view name, std::span<const Item> parts) {
+  JsonMember member = MakeMember(name, JsonShape::kValue);
+  for (const Item& part : parts) member.parts.push_back(PartOf(part));
+  return member;
+}
+
+// Line ends between elements say nothing.
+bool IsBlank(const std::vector<Item>& parts) {
+  return std::all_of(parts.begin(), parts.end(), [](const Item& part) {
+    return part.kind == ItemKind::kText && Trim(part.text).empty();
+  });
+}
+
+// The text of parts as this one event has them.
+std::string TextOf(const EventStructure& event, const std::vector<Item>& parts) {
+  std::string text;
+  for (const Item& part : parts) {
+    if (part.kind == ItemKind::kText) {
+      text += part.text;
+      continue;
+    }
+    const SubstitutionValue& value = event.slots[part.slot];
+    std::string room(MaxSlotText(event, value), '\0');
+    text.append(room.data(), WriteSlotText(event, value, room.data()));
+  }
+  return text;
+}
+
+void AddElement(LayingOut& run, const ElementView& element, std::string_view name,
+                JsonObject& object);
+
+// A "Data" element is told under what it is called; those without a name are a list.
+void AddData(LayingOut& run, ElementView element, JsonObject& object) {
+  const auto named = std::find_if(element.attributes.begin(), element.attributes.end(),
+                                  [](const AttributeView& a) { return a.name == "Name"; });
+  if (named != element.attributes.end()) {
+    const std::string name = TextOf(run.event, named->parts);
+    element.attributes.erase(named);
+    AddElement(run, element, name, object);
+    return;
+  }
+  JsonObject unnamed = MakeObject("");
+  AddElement(run, element, "Data", unnamed);
+  for (JsonMember& member : unnamed.object.members) {
+    if (!object.places.contains(member.key)) {
+      JsonMember list = MakeMember("Data", JsonShape::kList);
+      AddMember(object, std::move(list));
+    }
+    AddMember(object, std::move(member));
+  }
+}
+
+void AddChildren(LayingOut& run, const ElementView& element, JsonObject& object) {
+  for (const std::uint32_t at : element.children) {
+    ElementView child = ViewElement(run.document, at);
+    if (child.name == "Data") {
+      AddData(run, std::move(child), object);
+    } else {
+      AddElement(run, child, child.name, object);
+    }
+  }
+}
+
+void AddContent(LayingOut& run, const ElementView& element, JsonObject& object) {
+  for (const AttributeView& attribute : element.attributes) {
+    if (attribute.parts.empty()) continue;
+    AddMember(object, ValueMember(attribute.name, attribute.parts));
+  }
+  AddChildren(run, element, object);
+  for (const AttributeView& instruction : element.instructions) {
+    if (instruction.parts.empty()) continue;
+    AddMember(object, ValueMember("?" + std::string(instruction.name), instruction.parts));
+  }
+  if (!IsBlank(element.parts)) AddMember(object, ValueMember("#text", element.parts));
+}
+
+// The member that an element is, under `name`.
+void AddElement(LayingOut& run, const ElementView& element, std::string_view name,
+                JsonObject& object) {
+  const bool is_plain =
+      element.attributes.empty() && element.children.empty() && element.instructions.empty();
+  if (is_plain) {
+    if (!element.parts.empty()) AddMember(object, ValueMember(name, element.parts));
+    return;
+  }
+  JsonObject inner = MakeObject(name);
+  AddContent(run, element, inner);
+  AddMember(object, std::move(inner.object));
+}
+
+// Takes the value of a field out of the elements of "System"; no part without one.
+std::vector<Item> TakeField(std::vector<ElementView>& elements, const SystemField& field) {
+  for (ElementView& element : elements) {
+    if (element.name != field.element) continue;
+    if (field.attribute.empty()) {
+      if (!element.parts.empty()) return std::exchange(element.parts, {});
+      continue;
+    }
+    for (AttributeView& attribute : element.attributes) {
+      if (attribute.name != field.attribute || attribute.parts.empty()) continue;
+      std::vector<Item> parts = std::exchange(attribute.parts, {});
+      std::erase_if(element.attributes, [](const AttributeView& a) { return a.parts.empty(); });
+      return parts;
+    }
+  }
+  return {};
+}
+
+JsonMember FieldMember(std::vector<ElementView>& elements, const SystemField& field) {
+  JsonMember member = ValueMember(field.name, TakeField(elements, field));
+  member.role = field.role;
+  return member;
+}
+
+void AddFields(std::vector<ElementView>& elements, std::span<const SystemField> fields,
+               JsonMember& run) {
+  for (const SystemField& field : fields) {
+    JsonMember member = FieldMember(elements, field);
+    if (!member.parts.empty()) run.members.push_back(std::move(member));
+  }
+}
+
+const JsonMember* FindMember(const JsonMember& object, std::string_view name) {
+  const std::string key = JsonString(name) + ":";
+  const auto found = std::find_if(object.members.begin(), object.members.end(),
+                                  [&key](const JsonMember& m) { return m.key == key; });
+  return found == object.members.end() ? nullptr : &*found;
+}
+
+std::vector<ElementView> ChildrenOf(const Document& document, const ElementView& element) {
+  std::vector<ElementView> children;
+  for (const std::uint32_t at : element.children) {
+    children.push_back(ViewElement(document, at));
+  }
+  return children;
+}
+
+void LayOutSystem(LayingOut& run, const ElementView& system, RecordJson& layout, JsonObject& rest) {
+  std::vector<ElementView> elements = ChildrenOf(run.document, system);
+  AddFields(elements, kHead, layout.head);
+  AddFields(elements, kMiddle, layout.middle);
+  AddFields(elements, kTail, layout.tail);
+  if (const JsonMember* level = FindMember(layout.head, "Level")) layout.level = *level;
+  if (const JsonMember* time = FindMember(layout.middle, "TimeCreated")) layout.time = *time;
+  layout.has_record_id = FindMember(layout.middle, "EventRecordID") != nullptr;
+  // What has no member of its own.
+  for (const ElementView& element : elements) AddElement(run, element, element.name, rest);
+}
+
+JsonMember PulledMember(const Plan& plan, const PulledValue& pulled) {
+  JsonMember member = MakeMember(pulled.label, JsonShape::kValue);
+  for (std::uint32_t i = 0; pulled.value && i < pulled.value->part_count; ++i) {
+    const PlanPart& part = plan.parts[pulled.value->first_part + i];
+    Item item;
+    item.kind = part.literal ? ItemKind::kText : ItemKind::kSlot;
+    item.slot = part.slot;
+    if (part.literal) item.text = {part.literal, part.size};
+    member.parts.push_back(PartOf(item));
+  }
+  return member;
+}
+
+JsonMember PulledData(const Plan& plan, const std::vector<PulledValue>& pulled) {
+  JsonObject data = MakeObject("EventData");
+  for (const PulledValue& value : pulled) {
+    JsonMember member = PulledMember(plan, value);
+    if (!member.parts.empty()) AddMember(data, std::move(member));
+  }
+  return std::move(data.object);
+}
+
+char* Copy(std::string_view text, char* out) {
+  if (!text.empty()) std::memcpy(out, text.data(), text.size());
+  return out + text.size();
+}
+
+// The run's members behind others.
+char* WriteRun(const EventStructure& event, const JsonMember& run, char* out) {
+  return WriteMembers(event, run, false, out);
+}
+
+// A value's text without quotes and escapes; `scratch` holds it.
+std::string_view PlainText(const EventStructure& event, const JsonMember& member,
+                           std::string& scratch) {
+  scratch.clear();
+  for (const JsonPart& part : member.parts) {
+    if (!part.is_slot) {
+      scratch += part.literal;
+      continue;
+    }
+    const SubstitutionValue& value = event.slots[part.slot];
+    const std::size_t before = scratch.size();
+    scratch.resize(before + MaxSlotText(event, value));
+    const char* const end = WriteSlotText(event, value, scratch.data() + before);
+    scratch.resize(static_cast<std::size_t>(end - scratch.data()));
+  }
+  return scratch;
+}
+
+std::string_view LevelName(std::string_view level) {
+  constexpr std::string_view kNames[] = {"Information", "Critical",    "Error",
+                                         "Warning",     "Information", "Verbose"};
+  const bool is_level = level.size() == 1 && level[0] >= '0' && level[0] <= '5';
+  return is_level ? kNames[level[0] - '0'] : std::string_view();
+}
+
+char* WriteLevelName(const EventStructure& event, const RecordJson& layout, char* out) {
+  if (layout.level.parts.empty()) return out;
+  std::string scratch;
+  const std::string_view name = LevelName(PlainText(event, layout.level, scratch));
+  if (name.empty()) return out;
+  out = Copy(",\"LevelName\":\"", out);
+  out = Copy(name, out);
+  return Copy("\"", out);
+}
+
+char* WriteNumber(std::string_view key, std::uint64_t number, char* out) {
+  return WriteDecimal(number, Copy(key, out));
+}
+
+char* WriteWrittenTime(std::uint64_t filetime, char* out) {
+  if (filetime == 0 || filetime >> 63 != 0) return out;
+  return WriteJsonTime(filetime, Copy(",\"TimeWritten\":", out));
+}
+
+// More than all that is written beside the layout.
+constexpr std::size_t kRecordOverhead = 512;
+
+// A bound of the texts of all slots that the document has.
+std::size_t SlotTexts(const EventStructure& event, const Document& document) {
+  std::size_t size = 0;
+  if (document.slots_once) {
+    for (std::size_t i = 0; i < event.slots.count; ++i) size += MaxSlotText(event, event.slots[i]);
+    return size;
+  }
+  for (const Item& item : document.items) {
+    if (item.kind == ItemKind::kSlot) size += MaxSlotText(event, event.slots[item.slot]);
+  }
+  return size;
+}
+
+}  // namespace
+
+RecordJson LayOutRecordJson(const EventStructure& event, const Plan& plan,
+                            const std::vector<PulledValue>* pulled) {
+  RecordJson layout;
+  layout.made = true;
+  LayingOut run{event, plan.document};
+  JsonObject system = MakeObject("System");
+  JsonObject rest = MakeObject("");
+  if (!plan.document.items.empty()) {
+    const ElementView root = ViewElement(plan.document, 0);
+    bool has_system = false;
+    for (const std::uint32_t at : root.children) {
+      const ElementView child = ViewElement(plan.document, at);
+      if (!has_system && child.name == "System") {
+        has_system = true;
+        LayOutSystem(run, child, layout, system);
+      } else if (!pulled) {
+        AddElement(run, child, child.name, rest);
+      }
+    }
+  }
+  if (!system.object.members.empty()) layout.tail.members.push_back(std::move(system.object));
+  if (pulled) layout.tail.members.push_back(PulledData(plan, *pulled));
+  for (JsonMember& member : rest.object.members) layout.tail.members.push_back(std::move(member));
+  layout.fixed_size = FixedSize(layout.head) + FixedSize(layout.middle) + FixedSize(layout.tail);
+  return layout;
+}
+
+void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructure& event,
+                     const Document& document, const RecordJson& layout) {
+  const std::size_t bound = layout.fixed_size + SlotTexts(event, document) + record.log.size() +
+                            record.report.size() + kRecordOverhead;
+  char* at = Reserve(out, bound);
+  at = Copy(record.log, Copy("{\"Log\":", at));
+  at = WriteRun(event, layout.head, at);
+  at = WriteLevelName(event, layout, at);
+  at = WriteRun(event, layout.middle, at);
+  if (!layout.has_record_id) at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
+  at = WriteWrittenTime(record.written_time, at);
+  at = WriteRun(event, layout.tail, at);
+  at = WriteNumber(",\"Offset\":", record.file_offset, at);
+  if (!record.report.empty()) at = Copy(record.report, Copy(",\"Report\":", at));
+  Commit(out, Copy("}\n", at));
+}
+
+}  // namespace tarnlex

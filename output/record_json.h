@@ -1,0 +1,55 @@
+// A record as a line of JSON whose members are the same for every record, whatever container it is
+// from and whatever is in it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "event/plan.h"
+#include "event/structure.h"
+#include "logs/text_sink.h"
+#include "output/json_layout.h"
+
+namespace tarnlex {
+
+// A value that a report pulls, and what it is called there.
+struct PulledValue {
+  std::string_view label;
+  const PlanValue* value = nullptr;  // null: the event has none
+};
+
+// What all records of a plan have in common in this form. The members between stand in three runs.
+struct RecordJson {
+  JsonMember head;    // "Channel" to "Level"
+  JsonMember middle;  // "Task" to "TimeCreated"
+  JsonMember tail;    // "UserID" to "RelatedActivityID", then what the event holds
+  JsonMember level;   // the member "Level" alone; no part without one
+  JsonMember time;    // the same for "TimeCreated"
+  bool has_record_id = false;
+  std::size_t fixed_size = 0;
+  bool made = false;
+};
+
+// Lays out records whose plan, which has its document, is `plan`; `event` is one of them. With
+// `pulled`, these are its EventData, in place of all that it holds.
+RecordJson LayOutRecordJson(const EventStructure& event, const Plan& plan,
+                            const std::vector<PulledValue>* pulled);
+
+// What is said of a record beside its event.
+struct JsonRecord {
+  std::string_view log;         // path of the log, as a JSON string
+  std::string_view report;      // name of the report's line, as a JSON string; empty without one
+  std::uint64_t record_id = 0;  // the header's
+  std::uint64_t written_time = 0;
+  std::uint64_t file_offset = 0;
+  bool timesketch = false;  // with what an import into Timesketch asks for
+};
+
+// Writes the line of a record, whose plan made the layout.
+void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructure& event,
+                     const Document& document, const RecordJson& layout);
+
+}  // namespace tarnlex

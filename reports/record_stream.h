@@ -1,0 +1,38 @@
+// Records that are written as they are read: what a pass over a log remembers for the forms that
+// keep an event's structure, of which no row is ever kept.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "evtx/decoder.h"
+#include "logs/run_options.h"
+#include "logs/text_sink.h"
+#include "output/record_json.h"
+#include "reports/query_spec.h"
+
+namespace tarnlex {
+
+// What is remembered for one query.
+struct QueryStream {
+  std::string report;  // its name, as a JSON string; empty for a plain dump
+  std::unordered_map<std::uint32_t, RecordJson> pulled;  // by the plan's identifier
+};
+
+struct RecordStream {
+  std::string log;                   // its path, as a JSON string
+  std::vector<QueryStream> queries;  // as the pass has them
+  std::vector<RecordJson> layouts;   // of whole events, by the plan's identifier
+  RecordJson loose;                  // of the last record whose plan serves it alone
+};
+
+RecordStream MakeRecordStream(const std::string& log_path, const QueryList& queries);
+
+// Writes a record that the query at `position` has taken.
+void WriteStreamRecord(TextSink& out, RecordStream& stream, const RunOptions& options,
+                       const QuerySpec& query, std::uint32_t position, EvtxDecoder& decoder,
+                       DecodedEvent& event);
+
+}  // namespace tarnlex
