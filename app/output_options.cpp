@@ -1,11 +1,14 @@
 // The options on how records look and where they go.
+#include <algorithm>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "app/parse_options.h"
 #include "logs/paths.h"
 #include "logs/text.h"
+#include "logs/utf8.h"
 
 namespace tarnlex {
 namespace {
@@ -120,6 +123,34 @@ void SetSeparator(RunOptions& options, const std::string& text) {
   }
 }
 
+// The character of a separator by which cells are told apart: best one that numbers, times and
+// words do without, since it must go from these too.
+std::size_t TellingCharacter(std::string_view separator) {
+  constexpr std::string_view kOfValues =
+      " -/:.0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+  const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  const auto is_best = [=](char c) { return is_ascii(c) && kOfValues.find(c) == kOfValues.npos; };
+  const auto begin = separator.begin();
+  const auto end = separator.end();
+  auto found = std::find_if(begin, end, is_best);
+  if (found == end) {
+    found = std::find_if(begin, end, [=](char c) { return is_ascii(c) && c != ' '; });
+  }
+  if (found == end) found = std::find_if(begin, end, [](char c) { return c != ' '; });
+  return static_cast<std::size_t>(found - begin);
+}
+
+// A separator that nothing stands for in cells yet gives way to a blank.
+void ReplaceByBlank(RunOptions& options) {
+  const std::size_t at = TellingCharacter(options.separator);
+  if (options.separator_class.replacement != 0 || at == options.separator.size()) return;
+  const Utf8Character character = NextUtf8(std::string_view(options.separator).substr(at));
+  options.separator_class = {options.separator[at], ' '};
+  if (character.size == 1) return;
+  options.separator_class = kNoReplacement;
+  options.separator.copy(options.separator_class.character, character.size, at);
+}
+
 bool IsDateFormat(const std::string& format) { return format.size() == 8 || format.size() == 10; }
 
 bool IsTimeFormat(const std::string& format) {
@@ -166,6 +197,7 @@ bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& compl
   // Streams are for tools that cannot ask again for what they were not given.
   if (FindFlag("-complete", args) || IsStream(options)) options.complete = true;
   if (options.json_form && FindFlag("-timesketch", args)) options.timesketch = true;
+  if (options.complete) ReplaceByBlank(options);
   FindFlag("-verbose", args);  // accepted and without effect
   if (FindFlag("-quiet", args)) options.show_status = false;
   return true;

@@ -9,6 +9,7 @@
 #include "logs/messages.h"
 #include "logs/output_guard.h"
 #include "logs/platform.h"
+#include "output/utf8_output.h"
 
 namespace tarnlex {
 namespace {
@@ -36,7 +37,7 @@ void OpenDiagnostics(const RunOptions& options, RunState& run) {
     Say(run.messages, "prob opening file ", options.diags_file, " for diagnostics, skipping\n");
     return;
   }
-  run.diags = MakeSink(std::move(*write));
+  run.diags = MakeSink(options.complete ? KeepUtf8(std::move(*write)) : std::move(*write));
   AppendNow(*run.diags, std::string("->").append(options.cmdline).append("\n"));
 }
 

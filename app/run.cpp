@@ -11,6 +11,7 @@
 #include "app/usage.h"
 #include "logs/messages.h"
 #include "logs/platform.h"
+#include "output/utf8_output.h"
 #include "output/visible_text.h"
 #include "reports/command_file.h"
 #include "reports/process_logs.h"
@@ -76,6 +77,17 @@ void WatchStandardOutput(StandardOutput& out, Console& console) {
       std::exchange(console.out.write, [&out](std::string_view text) { return HandOn(out, text); });
 }
 
+// What a terminal gets to see is UTF-8 anyway, and shows which bytes were none.
+void KeepRecordsUtf8(Run& run, Console& console) {
+  if (!console.out_is_terminal) console.out.write = KeepUtf8(std::move(console.out.write));
+  OutputOpener& open = run.state.records.open;
+  open = [plain = std::move(open)](const std::string& path, bool append) {
+    auto write = plain(path, append);
+    if (write) write = KeepUtf8(std::move(*write));
+    return write;
+  };
+}
+
 bool FileFailed(const Run& run) {
   const RunState& state = run.state;
   return (state.diags && state.diags->failed) || run.stats.failed || state.records.failed ||
@@ -114,7 +126,7 @@ bool OpenStatistics(Run& run, const RunOptions& options, const std::string& head
     Say(run.state.messages, "prob creating stats file: ", options.stats_file, ", aborting\n");
     return false;
   }
-  run.stats = MakeSink(std::move(*write));
+  run.stats = MakeSink(options.complete ? KeepUtf8(std::move(*write)) : std::move(*write));
   AppendNow(run.stats, header + "\n");
   return true;
 }
@@ -186,8 +198,9 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
     Say(console.err, UsageText());
     return kSuccess;
   }
-  const std::string header = BuildRunHeader(args, CurrentFiletime());
   const CommandLine line = ReadCommandLine(args);
+  if (line.options.complete) KeepRecordsUtf8(run, console);
+  const std::string header = BuildRunHeader(args, CurrentFiletime());
   // Whoever reads a stream finds nothing but records in it.
   AppendNow(IsStream(line.options) ? console.err : console.out, header + "\n");
   const int result = Work(run, line, header, console);

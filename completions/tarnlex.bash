@@ -9,7 +9,7 @@ _tarnlex() {
     -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline
     -csv_separator -no_whitespace -pair_datetime -dateformat -timeformat
     -alias -aliaspath -hostname -username
-    -out -outfile -outdir -stats -hist -diags
+    -out -outfile -outdir -stats -hist -diags -complete
     -quiet -verbose -base10 -signal -sqlite -h -help --help'
   COMPREPLY=()
   case $before in

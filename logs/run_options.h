@@ -13,10 +13,12 @@ inline constexpr const char* kProgramName = "tarnlex";
 inline constexpr const char* kVersion = "ver: 0.33";
 inline constexpr std::uint64_t kAnyEventId = ~std::uint64_t{0};
 
-// A separator character inside a cell and what replaces it; 0 means that nothing is replaced.
+// A separator character inside a cell and what replaces it; 0 means that nothing is replaced. One
+// that takes several bytes, and becomes a blank, stands in `character`.
 struct SeparatorClass {
   char separator = '|';
   char replacement = ';';
+  char character[5] = {};
 };
 
 struct RunOptions {

@@ -13,5 +13,6 @@ target_sources(tarnlex_core PRIVATE
   logs/status_line.cpp
   logs/text.cpp
   logs/text_sink.cpp
+  logs/utf8.cpp
   logs/windows_1252.cpp
 )

@@ -19,10 +19,25 @@ struct BodyfileWriter {
   CellCleaner text_cleaner;
   CellCleaner value_cleaner;
   bool all_params = false;
+  bool complete = false;
 };
 
+// Text of the name field. mactime takes "%41" for "A", so a "%" of the text has to be written as
+// such a sequence itself. Behind a cell a block may be read, as behind its pieces.
+using WriteText = std::size_t(CellWriter&, const CellCleaner&, std::string_view);
+void WriteName(BodyfileWriter& line, const CellCleaner& cleaner, std::string_view text,
+               WriteText write) {
+  for (std::size_t at; line.complete && (at = text.find('%')) != std::string_view::npos;) {
+    write(line.cells, cleaner, text.substr(0, at));
+    WriteVerbatim(line.cells, "%25");
+    text.remove_prefix(at + 1);
+  }
+  write(line.cells, cleaner, text);
+}
+
 // A value without comma is closed with "], ", one with a comma with "] ", and the last two
-// characters of the name are cut: the last closing is "]" or nothing at all.
+// characters of the name are cut: the last closing is "]" or nothing at all, but for complete
+// names.
 void WriteValues(BodyfileWriter& line, const EventRecord& row) {
   if (row.columns == nullptr) return;
   CellReader reader{row.dataItems};
@@ -32,12 +47,12 @@ void WriteValues(BodyfileWriter& line, const EventRecord& row) {
     const std::string_view value = NextCell(reader);
     WriteVerbatim(line.cells, before);
     WriteCharacter(line.cells, '[');
-    WriteCleaned(line.cells, line.text_cleaner, name);
+    WriteName(line, line.text_cleaner, name, WriteCleaned);
     WriteCharacter(line.cells, ':');
-    WriteCleanedCell(line.cells, line.value_cleaner, value);
+    WriteName(line, line.value_cleaner, value, WriteCleanedCell);
     const bool comma = value.find(',') != std::string_view::npos;
     before = comma ? "] " : "], ";
-    last = comma ? "" : "]";
+    last = comma && !line.complete ? "" : "]";
   }
   WriteVerbatim(line.cells, last);
 }
@@ -47,10 +62,13 @@ void WriteLine(BodyfileWriter& line, const EventRecord& row) {
   WriteNumber(line.cells, row.eventId);
   if (!row.queryName.empty()) {
     WriteCharacter(line.cells, '-');
-    WriteCleaned(line.cells, line.text_cleaner, row.queryName);
+    WriteName(line, line.text_cleaner, row.queryName, WriteCleaned);
   }
   if (line.all_params) WriteValues(line, row);
-  WriteVerbatim(line.cells, "|0||0|0|0");
+  // Two events of one second and name are one to mactime, unless their inodes differ.
+  WriteCharacter(line.cells, '|');
+  WriteNumber(line.cells, line.complete ? row.eventRecordId : 0);
+  WriteVerbatim(line.cells, "||0|0|0");
   const std::uint64_t seconds = BodyfileSeconds(row.timeCreated);
   for (int i = 0; i < 4; ++i) {
     WriteCharacter(line.cells, '|');
@@ -70,7 +88,7 @@ void WriteBodyfile(TextSink& out, const EventRows& rows, const RunOptions& optio
                    bool& header_pending) {
   if (rows.rows.empty()) return;
   BodyfileWriter line{BeginCells(out), MakeCellCleaner(kSeparators, false),
-                      MakeCellCleaner(kSeparators, true), options.all_params};
+                      MakeCellCleaner(kSeparators, true), options.all_params, options.complete};
   if (header_pending) WriteVerbatim(line.cells, kHeader);
   header_pending = false;
   for (const std::uint32_t number : OrderRows(rows)) {

@@ -10,7 +10,8 @@
 namespace tarnlex {
 
 // One line per row, ordered; the header line first while `header_pending`, which it clears. With
-// options.all_params the name field carries the row's values.
+// options.all_params the name field carries the row's values; with options.complete it is whole,
+// with "%" as "%25", and the inode is the record identifier.
 void WriteBodyfile(TextSink& out, const EventRows& rows, const RunOptions& options,
                    bool& header_pending);
 

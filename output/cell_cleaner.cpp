@@ -19,6 +19,7 @@ CellCleaner MakeCellCleaner(const SeparatorClass& separators, bool pulled) {
   CellCleaner cleaner;
   SetReplacement(cleaner, 0, 0, 0);
   SetReplacement(cleaner, 1, 0, 0);
+  std::memcpy(cleaner.character, separators.character, sizeof cleaner.character);
   const bool replaces = separators.separator != 0 && separators.replacement != 0;
   if (replaces) SetReplacement(cleaner, 0, separators.separator, separators.replacement);
   // A comma that became a semicolon is no longer there for the separator to replace.

@@ -22,6 +22,7 @@ inline constexpr std::size_t kCellBlock = 16;
 struct CellCleaner {
   alignas(kCellBlock) char from[2][kCellBlock];
   alignas(kCellBlock) char to[2][kCellBlock];
+  char character[5] = {};  // of several bytes, becomes a blank; see Clean in cell_writer
 };
 
 // The cleaner for the run's separator character. In a pulled value "," becomes ";" before the

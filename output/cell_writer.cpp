@@ -22,7 +22,7 @@ const char* CopyLast(const char* from, std::size_t count, char (&last)[kCellBloc
 }
 
 template <bool kReadBehind>
-std::size_t Clean(CellWriter& writer, const CellCleaner& cleaner, std::string_view text) {
+std::size_t CleanBytes(CellWriter& writer, const CellCleaner& cleaner, std::string_view text) {
   const char* from = text.data();
   const char* const end = from + text.size();
   std::size_t longer = 0;
@@ -46,6 +46,20 @@ std::size_t Clean(CellWriter& writer, const CellCleaner& cleaner, std::string_vi
     longer += static_cast<std::size_t>(writer.at - mark) - length;
   }
   return longer;
+}
+
+// A separator of several bytes is one character, so that a blank for it changes no width.
+template <bool kReadBehind>
+std::size_t Clean(CellWriter& writer, const CellCleaner& cleaner, std::string_view text) {
+  if (cleaner.character[0] == 0) return CleanBytes<kReadBehind>(writer, cleaner, text);
+  const std::string_view separator = cleaner.character;
+  std::size_t longer = 0;
+  for (std::size_t at; (at = text.find(separator)) != std::string_view::npos;) {
+    longer += CleanBytes<kReadBehind>(writer, cleaner, text.substr(0, at));
+    WriteCharacter(writer, ' ');
+    text.remove_prefix(at + separator.size());
+  }
+  return longer + CleanBytes<kReadBehind>(writer, cleaner, text);
 }
 
 }  // namespace

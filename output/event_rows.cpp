@@ -304,6 +304,7 @@ RowNumbers OrderRows(const EventRows& rows) {
 
 void ClearRows(EventRows& rows) {
   std::vector<EventRecord>().swap(rows.rows);
+  rows.hosts.clear();
   rows.scratch = {};
   if (rows.blocks.empty()) return;
   rows.blocks.resize(1);

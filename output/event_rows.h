@@ -122,6 +122,8 @@ using TextSet = std::unordered_set<std::string, HashText, std::equal_to<>>;
 struct EventRows {
   JoinedCells joined;             // set before the first row
   std::vector<EventRecord> rows;  // in order of arrival
+  bool keeps_hosts = false;       // a timeline names the host of rows that have no column for it
+  std::vector<std::string_view> hosts;  // of the first rows, interned; empty where there is none
   std::vector<RowBytes> blocks;
   char* free_at = nullptr;
   char* free_end = nullptr;
@@ -137,7 +139,8 @@ struct EventRows {
 
 // Roughly the memory that a collection takes; cheap enough to ask for every row.
 inline std::size_t MemoryOf(const EventRows& rows) {
-  return rows.block_bytes + rows.set_bytes + rows.rows.size() * sizeof(EventRecord);
+  return rows.block_bytes + rows.set_bytes + rows.rows.size() * sizeof(EventRecord) +
+         rows.hosts.size() * sizeof(std::string_view);
 }
 
 // A column set over `names`, which may come in any order and with doubles; the names are copied.

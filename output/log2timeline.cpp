@@ -15,11 +15,25 @@ constexpr std::string_view kNames[] = {"timezone", "MACB",  "source", "sourcetyp
                                        "user",     "host",  "short",  "desc",       "version",
                                        "filename", "inode", "notes",  "format",     "extra"};
 
+// The texts that stand around values, without the separator.
+struct FixedTexts {
+  std::string event_id;
+  std::string query;
+  std::string opening;
+  std::string next_opening;
+  std::string colon;
+  std::string closing;
+  std::string provider;
+  std::string program;
+  std::string record;
+};
+
 struct TimelineWriter {
   CellWriter cells;
   CellCleaner text_cleaner;
   CellCleaner value_cleaner;
   DateTimeFormatter date_time;
+  FixedTexts fixed;
   std::string log_name;
   const LogInfo* log = nullptr;
   const RunOptions* options = nullptr;
@@ -34,15 +48,15 @@ void WriteField(TimelineWriter& line, std::string_view text) {
 
 void WriteHeader(TimelineWriter& line) {
   if (line.options->pair_datetime) {
-    WriteVerbatim(line.cells, "date/time");
+    WriteCleaned(line.cells, line.text_cleaner, "date/time");
   } else {
-    WriteVerbatim(line.cells, "date");
+    WriteCleaned(line.cells, line.text_cleaner, "date");
     WriteSeparator(line);
-    WriteVerbatim(line.cells, "time");
+    WriteCleaned(line.cells, line.text_cleaner, "time");
   }
   for (const std::string_view name : kNames) {
     WriteSeparator(line);
-    WriteVerbatim(line.cells, name);
+    WriteCleaned(line.cells, line.text_cleaner, name);
   }
   WriteCharacter(line.cells, '\n');
 }
@@ -52,21 +66,22 @@ void WriteInstant(TimelineWriter& line, std::uint64_t filetime) {
   WriteCleaned(line.cells, line.text_cleaner, text.date);
   if (!line.options->pair_datetime) WriteSeparator(line);
   if (line.options->pair_datetime || !line.options->delimited) WriteCharacter(line.cells, ' ');
-  WriteVerbatim(line.cells, text.time);
+  WriteCleaned(line.cells, line.text_cleaner, text.time);
   WriteSeparator(line);
 }
 
-std::string_view HostOf(const EventRecord& row, const TimelineWriter& line) {
+std::string_view HostOf(const EventRows& rows, std::uint32_t number, const TimelineWriter& line) {
   std::string_view host;
-  FindCell(row, line.log->is_evtx ? "Computer" : "computer name", false, host);
+  FindCell(rows.rows[number], line.log->is_evtx ? "Computer" : "computer name", false, host);
+  if (host.empty() && number < rows.hosts.size()) host = rows.hosts[number];
   return host.empty() ? std::string_view(line.options->hostname) : host;
 }
 
 void WriteShort(TimelineWriter& line, const EventRecord& row) {
-  WriteVerbatim(line.cells, "Event ID: ");
+  WriteVerbatim(line.cells, line.fixed.event_id);
   WriteNumber(line.cells, row.eventId);
   if (!row.queryName.empty()) {
-    WriteVerbatim(line.cells, " : ");
+    WriteVerbatim(line.cells, line.fixed.query);
     WriteCleaned(line.cells, line.text_cleaner, row.queryName);
   }
   WriteSeparator(line);
@@ -75,14 +90,14 @@ void WriteShort(TimelineWriter& line, const EventRecord& row) {
 void WriteDescription(TimelineWriter& line, const EventRecord& row) {
   if (row.columns != nullptr) {
     CellReader reader{row.dataItems};
-    std::string_view opening = "[";
+    std::string_view opening = line.fixed.opening;
     for (const std::string_view name : row.columns->names) {
       WriteVerbatim(line.cells, opening);
       WriteCleaned(line.cells, line.text_cleaner, name);
-      WriteCharacter(line.cells, ':');
+      WriteVerbatim(line.cells, line.fixed.colon);
       WriteCleanedCell(line.cells, line.value_cleaner, NextCell(reader));
-      WriteCharacter(line.cells, ']');
-      opening = " [";
+      WriteVerbatim(line.cells, line.fixed.closing);
+      opening = line.fixed.next_opening;
     }
   }
   WriteSeparator(line);
@@ -102,13 +117,14 @@ void WriteInode(TimelineWriter& line) {
 
 void WriteNotes(TimelineWriter& line, const EventRecord& row) {
   if (!row.providerName.empty()) {
-    WriteVerbatim(line.cells, "Provider: ");
+    WriteVerbatim(line.cells, line.fixed.provider);
     WriteCleaned(line.cells, line.text_cleaner, row.providerName);
   }
   WriteSeparator(line);
 }
 
-void WriteLine(TimelineWriter& line, const EventRecord& row) {
+void WriteLine(TimelineWriter& line, const EventRows& rows, std::uint32_t number) {
+  const EventRecord& row = rows.rows[number];
   WriteInstant(line, row.timeCreated);
   WriteField(line, "UTC");
   WriteField(line, "MACB");  // an event has one time for all four
@@ -116,19 +132,31 @@ void WriteLine(TimelineWriter& line, const EventRecord& row) {
   WriteField(line, line.log->kind);
   WriteField(line, "Event Logged");
   WriteField(line, line.options->username);
-  WriteField(line, HostOf(row, line));
+  WriteField(line, HostOf(rows, number, line));
   WriteShort(line, row);
   WriteDescription(line, row);
   WriteField(line, "2");
   WriteField(line, line.log_name);
   WriteInode(line);
   WriteNotes(line, row);
-  WriteVerbatim(line.cells, kProgramName);
-  WriteVerbatim(line.cells, " (mirafen)");
+  WriteVerbatim(line.cells, line.fixed.program);
   WriteSeparator(line);
-  WriteVerbatim(line.cells, "Record# ");
+  WriteVerbatim(line.cells, line.fixed.record);
   WriteNumber(line.cells, row.eventRecordId);
   WriteCharacter(line.cells, '\n');
+}
+
+FixedTexts MakeFixedTexts(const CellCleaner& cleaner) {
+  const auto cleaned = [&cleaner](std::string_view text) { return Cleaned(cleaner, text); };
+  return {.event_id = cleaned("Event ID: "),
+          .query = cleaned(" : "),
+          .opening = cleaned("["),
+          .next_opening = cleaned(" ["),
+          .colon = cleaned(":"),
+          .closing = cleaned("]"),
+          .provider = cleaned("Provider: "),
+          .program = cleaned(std::string(kProgramName) + " (mirafen)"),
+          .record = cleaned("Record# ")};
 }
 
 }  // namespace
@@ -140,16 +168,16 @@ void WriteLog2Timeline(TextSink& out, const EventRows& rows, const LogInfo& log,
   line.text_cleaner = MakeCellCleaner(options.separator_class, false);
   line.value_cleaner = MakeCellCleaner(options.separator_class, true);
   line.date_time = MakeDateTimeFormatter(options.date_format, options.time_format);
+  line.fixed = MakeFixedTexts(line.text_cleaner);
   line.log_name = DisplayName(log, options);
   line.log = &log;
   line.options = &options;
   for (const std::uint32_t number : OrderRows(rows)) {
     if (out.failed) break;
-    const EventRecord& row = rows.rows[number];
-    if (!IsValidFiletime(row.timeCreated)) continue;
+    if (!IsValidFiletime(rows.rows[number].timeCreated)) continue;
     if (header_pending) WriteHeader(line);
     header_pending = false;
-    WriteLine(line, row);
+    WriteLine(line, rows, number);
   }
   FinishCells(line.cells);
 }

@@ -13,5 +13,6 @@ target_sources(tarnlex_core PRIVATE
   output/statistics.cpp
   output/table.cpp
   output/table_columns.cpp
+  output/utf8_output.cpp
   output/visible_text.cpp
 )

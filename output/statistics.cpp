@@ -4,6 +4,7 @@
 
 #include "logs/date_time.h"
 #include "logs/text.h"
+#include "output/cell_writer.h"
 
 namespace tarnlex {
 namespace {
@@ -80,7 +81,13 @@ struct StatsWriter {
   std::size_t date_width = 0;
   std::size_t time_width = 0;
   DateTimeFormatter date_time;
+  CellCleaner cleaner = {};
+  bool cleans = false;
 };
+
+std::string CellText(const StatsWriter& writer, std::string_view text) {
+  return writer.cleans ? Cleaned(writer.cleaner, text) : std::string(text);
+}
 
 void WriteLine(StatsWriter& writer, std::string_view text) {
   Append(*writer.out, text);
@@ -94,9 +101,10 @@ void Blanks(StatsWriter& writer, std::string_view text, std::size_t width) {
 
 // The first cell of a line has no separator before it.
 void WriteCell(StatsWriter& writer, std::string_view text, std::size_t width, bool first = false) {
+  const std::string cell = CellText(writer, text);
   if (!first) Append(*writer.out, writer.separator);
-  Blanks(writer, text, width);
-  Append(*writer.out, text);
+  Blanks(writer, cell, width);
+  Append(*writer.out, cell);
 }
 
 void WriteNumberCell(StatsWriter& writer, std::uint64_t number, std::size_t width,
@@ -108,8 +116,9 @@ void WriteNumberCell(StatsWriter& writer, std::uint64_t number, std::size_t widt
 
 void WriteName(StatsWriter& writer, std::string_view name, std::size_t width, bool first = false) {
   if (!first) Append(*writer.out, writer.separator);
-  Append(*writer.out, name);
-  Blanks(writer, name, width);
+  const std::string cell = CellText(writer, name);
+  Append(*writer.out, cell);
+  Blanks(writer, cell, width);
 }
 
 void WriteNames(StatsWriter& writer) {
@@ -261,6 +270,8 @@ void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& optio
   writer.date_width = std::max(kLeastTimeWidth, CountCodePoints(options.date_format));
   writer.time_width = std::max(kLeastTimeWidth, CountCodePoints(options.time_format));
   writer.date_time = MakeDateTimeFormatter(options.date_format, options.time_format);
+  writer.cleaner = MakeCellCleaner(options.separator_class, false);
+  writer.cleans = options.complete;
   WriteHead(writer, stats.log);
   std::vector<IdLine> lines = IdLines(stats.event_ids);
   if (lines.empty() || !stats.any_match) {

@@ -59,6 +59,7 @@ struct TableWriter {
   bool padded = true;
   bool paired = false;
   bool blank_before_time = true;
+  bool cleans_all = false;  // the separator may stand in times and levels
   bool is_evtx = true;
   std::size_t date_width = 0;
   std::size_t time_width = 0;
@@ -104,6 +105,15 @@ void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_v
   Pad(table, width, repeated.characters);
 }
 
+// A text of the program's own, which the usual separators never stand in.
+void WriteOwnText(TableWriter& table, std::string_view text) {
+  if (table.cleans_all) {
+    WriteCleaned(table.cells, table.text_cleaner, text);
+  } else {
+    WriteVerbatim(table.cells, text);
+  }
+}
+
 // A date like "Mar 07, 12" holds a comma of its own; it is the same for all rows of a day.
 void WriteDate(TableWriter& table, std::string_view date) {
   if (date.empty()) return;
@@ -119,14 +129,14 @@ void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
   WriteDate(table, text.date);
   if (table.paired) {
     WriteCharacter(table.cells, ' ');
-    WriteVerbatim(table.cells, text.time);
+    WriteOwnText(table, text.time);
     Pad(table, table.date_width + table.time_width + 1, text.date.size() + text.time.size() + 1);
     return;
   }
   Pad(table, table.date_width, text.date.size());
   Write(table.cells, table.between);
   if (table.blank_before_time) WriteCharacter(table.cells, ' ');
-  WriteVerbatim(table.cells, text.time);
+  WriteOwnText(table, text.time);
   Pad(table, table.time_width, text.time.size());
 }
 
@@ -217,7 +227,7 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord
   WriteTimeCells(table, row.timeCreated);
   Write(table.cells, table.between);
   const std::string_view level = LevelText(table.is_evtx, row.level);
-  WriteVerbatim(table.cells, level);
+  WriteOwnText(table, level);
   Pad(table, kLevelWidth, level.size());
   Write(table.cells, table.between);
   if (columns.has_query_name) {
@@ -317,6 +327,8 @@ TableWriter MakeTableWriter(TextSink& out, const LogInfo& log, const RunOptions&
   table.padded = !options.delimited;
   table.paired = options.pair_datetime;
   table.blank_before_time = options.pad_separator;
+  const char separator = options.separator_class.separator;
+  table.cleans_all = options.complete && separator != ',' && separator != '|';
   table.is_evtx = log.is_evtx;
   table.date_width = CountCodePoints(options.date_format);
   table.time_width = CountCodePoints(options.time_format);

@@ -142,6 +142,15 @@ void LayOutPulled(EventRows& rows, const EvtxQuery& query, const Plan& plan, boo
   MakeLayout(rows, plan, *query.pulled, PulledValues(plan, *query.pulled), {}, finish, layout);
 }
 
+// The host of the row just made, for a form that names it whatever the query pulls.
+void KeepHost(EventRows& rows, EvtxQueries& all, EvtxDecoder& decoder, DecodedEvent& event) {
+  const Plan& plan = PlanOf(decoder, event);
+  const PlanValue* const host = FindValue(plan, "Computer");
+  if (!host) return;
+  rows.hosts.resize(rows.rows.size());
+  rows.hosts.back() = InternText(rows, TextOf(event.structure, plan, *host, all.scratch));
+}
+
 // Where layouts of kept plans lie; null for a plan that gets none.
 PlanLayout* Place(std::vector<PlanLayout>& kept, const Plan& plan) {
   if (plan.id == kUnkeptPlan) return nullptr;
@@ -167,6 +176,30 @@ PlanLayout& LayoutOf(PlanLayout* place, PlanLayout& loose, const DecodedEvent& e
   }
   lay_out(false, loose);
   return loose;
+}
+
+// The cells of a row that the query has described.
+void AddRowOf(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder,
+              DecodedEvent& event, EventRecord& row) {
+  if (!query.spec->all_data && query.spec->pull.empty()) {
+    AddRow(rows, row, {});
+    return;
+  }
+  const Plan& plan = PlanOf(decoder, event);
+  if (query.spec->all_data) {
+    const auto lay_out = [&](bool finish, PlanLayout& layout) {
+      LayOutAll(rows, all, plan, finish, layout);
+    };
+    AddPlanRow(rows, LayoutOf(Place(all.layouts, plan), all.loose, event, lay_out), event, plan,
+               row);
+    return;
+  }
+  if (!query.pulled) query.pulled = PulledColumns(rows, *query.spec);
+  const auto lay_out = [&](bool finish, PlanLayout& layout) {
+    LayOutPulled(rows, query, plan, finish, layout);
+  };
+  PlanLayout* const place = Place(query.pulled_layouts, plan);
+  AddPlanRow(rows, LayoutOf(place, all.loose, event, lay_out), event, plan, row);
 }
 
 }  // namespace
@@ -200,25 +233,8 @@ void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder
   row.eventId = event.event_id;
   row.eventRecordId = event.record_id;
   FillRowQuery(rows, *query.spec, query.position, query.texts, row);
-  if (!query.spec->all_data && query.spec->pull.empty()) {
-    AddRow(rows, row, {});
-    return;
-  }
-  const Plan& plan = PlanOf(decoder, event);
-  if (query.spec->all_data) {
-    const auto lay_out = [&](bool finish, PlanLayout& layout) {
-      LayOutAll(rows, all, plan, finish, layout);
-    };
-    AddPlanRow(rows, LayoutOf(Place(all.layouts, plan), all.loose, event, lay_out), event, plan,
-               row);
-    return;
-  }
-  if (!query.pulled) query.pulled = PulledColumns(rows, *query.spec);
-  const auto lay_out = [&](bool finish, PlanLayout& layout) {
-    LayOutPulled(rows, query, plan, finish, layout);
-  };
-  PlanLayout* const place = Place(query.pulled_layouts, plan);
-  AddPlanRow(rows, LayoutOf(place, all.loose, event, lay_out), event, plan, row);
+  AddRowOf(rows, all, query, decoder, event, row);
+  if (rows.keeps_hosts && !query.spec->all_data) KeepHost(rows, all, decoder, event);
 }
 
 }  // namespace tarnlex

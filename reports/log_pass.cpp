@@ -43,6 +43,7 @@ void Offer(LogPass& pass, std::uint64_t event_id, Takes takes, Add add) {
 EventRows MakeRows(const LogPass& pass) {
   EventRows rows;
   if (pass.index.histograms.empty()) rows.joined = JoinedForm(pass.options);
+  rows.keeps_hosts = pass.options.complete && pass.options.l2t_form;
   return rows;
 }
 

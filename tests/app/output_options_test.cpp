@@ -102,6 +102,27 @@ INSTANTIATE_TEST_SUITE_P(
                     Separator{"\\T", "\t", '\0', '\0'}, Separator{";", ";", '\0', '\0'},
                     Separator{"tabs", "tabs", '\0', '\0'}, Separator{"", "", '\0', '\0'}));
 
+struct CompleteSeparatorTest : testing::TestWithParam<Separator> {};
+
+TEST_P(CompleteSeparatorTest, GivesWayToABlank) {
+  const Separator& wanted = GetParam();
+  const SeparatorClass judged =
+      ParsedOptions({"-csv_separator", wanted.text, "-complete"}).options.separator_class;
+  EXPECT_EQ(judged.separator, wanted.from);
+  EXPECT_EQ(judged.replacement, wanted.to);
+  EXPECT_STREQ(judged.character, wanted.separator);
+}
+
+// Here the second text is the separator's character of several bytes.
+INSTANTIATE_TEST_SUITE_P(
+    Separators, CompleteSeparatorTest,
+    testing::Values(Separator{"|", "", '|', ';'}, Separator{", ", "", ',', ' '},
+                    Separator{"tab", "", '\t', ' '}, Separator{" ;", "", ';', ' '},
+                    Separator{"->", "", '>', ' '}, Separator{" - ", "", '-', ' '},
+                    Separator{"tabs", "", 't', ' '}, Separator{"", "", '\0', '\0'},
+                    Separator{" ", "", '\0', '\0'}, Separator{" §§", "§", '\0', '\0'},
+                    Separator{"\xA7", "", '\xA7', ' '}, Separator{"§;", "", ';', ' '}));
+
 TEST(OutputOptions, NoWhitespaceRemovesBlanksFromTheSeparator) {
   const ParsedOptions run({"-no_whitespace"});
   EXPECT_EQ(run.options.separator, "|");

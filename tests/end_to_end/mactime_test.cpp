@@ -68,5 +68,26 @@ TEST(Mactime, TakesAllParametersAsPartOfTheName) {
             "[param_01:x;y], [param_02:z;z] [source name:Security]\"");
 }
 
+TEST(Mactime, KeepsEventsOfOneSecondAndNameApartWhenComplete) {
+  if (std::system("command -v mactime >/dev/null") != 0) GTEST_SKIP() << "mactime is not installed";
+  const TempDirectory directory;
+  support::EvtxBuilder log;
+  for (int i = 0; i < 3; ++i) {
+    log.AddEvent({.event_id = 2,
+                  .time = support::Filetime(2012, 3, 7, 2, 5, 9, i),
+                  .data = {{"Text", "100%41"}}});
+  }
+  directory.AddFile("x.evtx", AsText(log.Build()));
+  directory.AddFile("x.evt", AsText(support::EvtBuilder().Build()));
+  EXPECT_EQ(Timeline(directory, {}).size(), 2U);
+  const std::vector<std::string> lines = Timeline(directory, {"-complete", "-allparams"});
+  ASSERT_EQ(lines.size(), 4U);
+  for (int i = 1; i < 4; ++i) {
+    const std::string& line = lines[static_cast<std::size_t>(i)];
+    EXPECT_EQ(line.rfind("2012-03-07T02:05:09Z,0,macb,,0,0," + std::to_string(i) + ",", 0), 0U);
+    EXPECT_NE(line.find("[Text:100%41]"), std::string::npos) << line;
+  }
+}
+
 }  // namespace
 }  // namespace tarnlex

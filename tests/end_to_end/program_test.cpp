@@ -42,6 +42,23 @@ TEST_F(ProgramTest, EndsWithAllBitsSetAfterAFailure) {
   EXPECT_EQ(Shell("\"$TARNLEX\" -log gone.evtx").code, 0);
 }
 
+// Linux takes any bytes as the name of a file and as an argument.
+TEST_F(ProgramTest, WritesUtf8WhateverBytesItIsGivenWhenComplete) {
+  const std::string run =
+      "\"$TARNLEX\" -log \"$(printf 'Zo\\353.evtx')\" -username \"$(printf 'm\\374')\" "
+      "-csvl2t -eventid 2 -quiet -stats s.txt -diags d.txt ";
+  const Outcome plain = Shell("cp plain.evtx \"$(printf 'Zo\\353.evtx')\"; " + run);
+  EXPECT_NE(plain.out.find("Zo\xEB.evtx"), std::string::npos);
+  const Outcome complete =
+      Shell(run + "-complete; " + run + "-complete -out o.csv; cat o.csv s.txt d.txt >all.txt");
+  const std::string files = ReadFile(directory.path + "/all.txt");
+  for (const std::string& text : {complete.out, files}) {
+    EXPECT_NE(text.find("Zo\uFFFD.evtx"), std::string::npos) << text;
+    EXPECT_NE(text.find("m\uFFFD"), std::string::npos) << text;
+    EXPECT_EQ(text.find_first_of("\xEB\xFC"), std::string::npos) << text;
+  }
+}
+
 TEST_F(ProgramTest, ReadsPathsFromAPipe) {
   const Outcome run =
       Shell("ls *.Evt | sed 's/$/\\r/' | \"$TARNLEX\" -pipe -csvgen -eventid 12,529 -quiet");

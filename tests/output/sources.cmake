@@ -6,4 +6,5 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/output/statistics_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/table_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/timeline_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/output/utf8_output_test.cpp
 )

@@ -291,6 +291,32 @@ TEST(CellCleaning, ReplacesTheSeparatorCharacter) {
   EXPECT_EQ(cell(tab, "a|b,c"), "\ta|b,c\t\ta|b;c\t");
 }
 
+TEST(CellCleaning, ReplacesASeparatorOfSeveralBytes) {
+  RunOptions options = CsvOptions();
+  options.separator = "§";
+  options.separator_class = {0, 0, "§"};
+  EventRows rows;
+  AddRow(rows, {.event = 7, .provider = "§", .values = {{"v§", "0123456789abcde§§f,\n¨§"}}});
+  const std::string text = Print(rows, options);
+  EXPECT_NE(text.find("§v §event log\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("§ §0123456789abcde  f;[LF]¨ §a.evtx\n"), std::string::npos) << text;
+}
+
+TEST(CellCleaning, ReplacesTheSeparatorInTimesAndLevelsOfACompleteTable) {
+  RunOptions options = CsvOptions();
+  options.complete = true;
+  const auto line = [&options](char separator) {
+    options.separator.assign(1, separator);
+    options.separator_class = {separator, ' '};
+    EventRows rows;
+    AddRow(rows, {.event = 7});
+    const std::string text = Print(rows, options);
+    return text.substr(text.find('\n') + 1);
+  };
+  EXPECT_EQ(line(':'), "1:7:03/07/2012: 14 05 09.123:info::a.evtx\n\n");
+  EXPECT_EQ(line('n'), "1n7n03/07/2012n 14:05:09.123ni fonna.evtx\n\n");
+}
+
 TEST(CellCleaning, MarksLineBreaksLongestFirst) {
   const auto value = [](std::string_view text) {
     const std::string line = PrintValue(text);

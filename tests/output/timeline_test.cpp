@@ -94,6 +94,32 @@ TEST(Log2Timeline, NamesTheGivenHostOnlyWhereTheEventNamesNone) {
   EXPECT_EQ(host("Computer", "OWN", false), "GIVEN");
 }
 
+TEST(Log2Timeline, NamesTheHostThatIsKeptForARow) {
+  EventRows rows;
+  AddRow(rows, {.record = 1});
+  AddRow(rows, {.record = 2, .values = {{"Computer", "OWN"}}});
+  AddRow(rows, {.record = 3});
+  rows.hosts = {"KEPT", "OTHER"};
+  RunOptions options = L2tOptions();
+  options.hostname = "GIVEN";
+  const std::string text = LineOf(rows, options);
+  const auto names = [&text](std::string_view host) {
+    return text.find("Event Logged,," + std::string(host) + ",") != std::string::npos;
+  };
+  EXPECT_TRUE(names("KEPT") && names("OWN") && names("GIVEN")) << text;
+  EXPECT_FALSE(names("OTHER")) << text;
+}
+
+TEST(Log2Timeline, HoldsASeparatorOfAnyKindBetweenFieldsOnly) {
+  RunOptions options = L2tOptions();
+  options.separator = ":";
+  options.separator_class = {':', ' '};
+  EventRows rows;
+  AddRow(rows, {.provider = "P", .name = "n", .values = {{"a:b", "1:2"}}});
+  const std::string line = LineOf(rows, options);
+  EXPECT_EQ(std::count(line.begin(), line.end(), ':'), 16) << line;
+}
+
 TEST(Log2Timeline, PairsDateAndTimeOnRequest) {
   EventRows rows;
   AddRow(rows, {});
@@ -199,6 +225,17 @@ TEST(Bodyfile, AllParamsCutsTheLastTwoCharacters) {
   EXPECT_EQ(NameWith({{"a", "1"}, {"b", "2"}}), "Event ID: 7, [a:1], [b:2]");
   EXPECT_EQ(NameWith({{"a", "1,2"}, {"b", "3"}}), "Event ID: 7, [a:1;2] [b:3]");
   EXPECT_EQ(NameWith({{"a", "1"}, {"b", "2,3"}}), "Event ID: 7, [a:1], [b:2;3");
+}
+
+TEST(Bodyfile, KeepsCompleteNamesWholeAndApart) {
+  RunOptions options = BodyOptions();
+  options.complete = true;
+  EXPECT_EQ(NameWith({{"a", "1"}, {"b", "2,3"}}, options), "Event ID: 7, [a:1], [b:2;3]");
+  EXPECT_EQ(NameWith({{"a%", "%41|%%\n%"}}, options), "Event ID: 7, [a%25:%2541;%25%25[LF]%25]");
+  EXPECT_EQ(NameWith({{"a", "%41"}}), "Event ID: 7, [a:%41]");
+  EventRows rows;
+  AddRow(rows, {.record = 12, .event = 7, .name = "100%"});
+  EXPECT_EQ(LineOf(rows, options).rfind("0|Event ID: 7-100%25|12||0|0|0|1331129109|", 0), 0U);
 }
 
 TEST(Bodyfile, KeepsItsFieldsWhateverTheSeparatorOptionSays) {
