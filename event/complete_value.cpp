@@ -174,6 +174,13 @@ char* WriteUncommonText(Bytes bytes, const SubstitutionValue& value, char* out) 
                                                   : WriteArray(bytes, value, out);
 }
 
+bool IsReadable(const SubstitutionValue& value) {
+  if (HasSystemWidth(value.type)) return value.size == 4 || value.size == 8;
+  if (value.type == kEvtVarTypeBoolean) return value.size > 0;
+  const std::size_t width = WidthOf(value.type);
+  return width > 0 && value.size >= width;
+}
+
 ArrayElements ElementsOf(Bytes bytes, const SubstitutionValue& array) {
   ArrayElements elements{bytes, array.offset, array.offset,
                          static_cast<std::uint8_t>(array.type & ~kArrayBit)};

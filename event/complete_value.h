@@ -37,6 +37,9 @@ inline char* WriteCompleteText(Bytes bytes, const SubstitutionValue& value, char
   return WriteUncommonText(bytes, value, out);
 }
 
+// Whether a number has the bytes that its type asks for, so that its text is that of a number.
+bool IsReadable(const SubstitutionValue& value);
+
 // Whether the text of such a value may hold any character; see IsFreeText.
 constexpr bool IsFreeCompleteText(std::uint8_t type) {
   constexpr std::uint32_t kFree = TypeBit(kEvtVarTypeString) | TypeBit(kEvtVarTypeAnsiString) |

@@ -1,5 +1,5 @@
 // A short way for the texts that make up nearly all of an event log: UTF-16 units that are plain
-// ASCII and hold nothing that a table without padding would have to look at again. One look at
+// ASCII and hold nothing that their form would have to look at again. One look at
 // sixteen units converts and judges them.
 #pragma once
 
@@ -18,5 +18,9 @@ inline constexpr std::size_t kPlainAsciiBlock = 16;
 // ASCII character, is a comma or a bar, or when the text ends too close to the end of `bytes` to be
 // read in blocks: such a text has to be written the long way.
 char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
+
+// The same for texts between quotes, which hold neither a quote nor a backslash; commas and bars are
+// plain there.
+char* WriteQuotableAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
 
 }  // namespace tarnlex

@@ -5,6 +5,7 @@
 
 #include "event/slot_text.h"
 #include "logs/iso_time.h"
+#include "logs/plain_ascii.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -51,17 +52,6 @@ JsonKind KindOf(std::uint8_t type) {
   }
 }
 
-// Whether a text is a number or truth value as JSON writes it. What could not be read as its type
-// has become its bytes.
-bool IsBare(std::string_view text, std::size_t size_of_value) {
-  if (text == "true" || text == "false") return true;
-  const std::size_t sign = text.starts_with('-') ? 1 : 0;
-  const std::string_view digits = text.substr(sign);
-  const bool is_number = !digits.empty() && digits.find_first_not_of("0123456789") == digits.npos;
-  return is_number && (digits.size() == 1 || digits[0] != '0') && digits.size() <= 20 &&
-         size_of_value <= 8;
-}
-
 bool IsFinite(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789+-.e") == text.npos;
 }
@@ -75,6 +65,13 @@ char* Quote(char* begin, char* end) {
 
 char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
   *out = '"';
+  if (value.type == kEvtVarTypeString) {
+    char* const end = WriteQuotableAscii(event.bytes, value.offset, value.size / 2, out + 1);
+    if (end) {
+      *end = '"';
+      return end + 1;
+    }
+  }
   char* end = WriteCompleteText(event.bytes, value, out + 1);
   if (IsFreeCompleteText(value.type)) end = EscapeJson(out + 1, end);
   *end = '"';
@@ -90,20 +87,23 @@ char* WriteTime(const EventStructure& event, const SubstitutionValue& value, cha
   return end != out ? end : WriteString(event, value, out);
 }
 
-char* WriteBare(const EventStructure& event, const SubstitutionValue& value, JsonKind kind,
-                char* out) {
+// What could not be read as its type has become its bytes, which are a text.
+char* WriteBare(const EventStructure& event, const SubstitutionValue& value, char* out) {
   char* const end = WriteCompleteText(event.bytes, value, out);
-  const std::string_view text(out, static_cast<std::size_t>(end - out));
-  const bool is_bare = kind == JsonKind::kFloat ? IsFinite(text) : IsBare(text, value.size);
-  return is_bare ? end : Quote(out, end);
+  return IsReadable(value) ? end : Quote(out, end);
+}
+
+char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  char* const end = WriteCompleteText(event.bytes, value, out);
+  const bool is_number = IsReadable(value) && IsFinite({out, end});
+  return is_number ? end : Quote(out, end);
 }
 
 char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  const JsonKind kind = KindOf(value.type);
-  switch (kind) {
+  switch (KindOf(value.type)) {
     case JsonKind::kTime: return WriteTime(event, value, out);
-    case JsonKind::kBare:
-    case JsonKind::kFloat: return WriteBare(event, value, kind, out);
+    case JsonKind::kBare: return WriteBare(event, value, out);
+    case JsonKind::kFloat: return WriteFloat(event, value, out);
     case JsonKind::kString: break;
   }
   return WriteString(event, value, out);
