@@ -18,12 +18,6 @@ char* Copy(std::string_view text, char* out) {
   return out + text.size();
 }
 
-bool HasValue(const EventStructure& event, const JsonMember& member) {
-  return std::any_of(member.parts.begin(), member.parts.end(), [&event](const JsonPart& part) {
-    return !part.is_slot || event.slots[part.slot].type != kEvtVarTypeNull;
-  });
-}
-
 // The text between quotes; returns the end.
 char* WriteParts(const EventStructure& event, const JsonMember& member, char* out) {
   for (const JsonPart& part : member.parts) {
@@ -92,6 +86,12 @@ char* WriteMember(const EventStructure& event, const JsonMember& member, char* o
 }
 
 }  // namespace
+
+bool HasValue(const EventStructure& event, const JsonMember& member) {
+  return std::any_of(member.parts.begin(), member.parts.end(), [&event](const JsonPart& part) {
+    return !part.is_slot || event.slots[part.slot].type != kEvtVarTypeNull;
+  });
+}
 
 JsonMember MakeMember(std::string_view name, JsonShape shape) {
   JsonMember member;

@@ -53,6 +53,9 @@ JsonObject MakeObject(std::string_view name);
 // Adds a member. One whose name is there already goes into a list with it, in order.
 void AddMember(JsonObject& object, JsonMember member);
 
+// Whether any of a value's parts has a text in this event.
+bool HasValue(const EventStructure& event, const JsonMember& member);
+
 // Bytes that writing `member` takes at most, beside the texts of slots.
 std::size_t FixedSize(const JsonMember& member);
 

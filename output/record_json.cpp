@@ -7,6 +7,7 @@
 
 #include "event/document.h"
 #include "event/slot_text.h"
+#include "logs/date_time.h"
 #include "logs/iso_time.h"
 #include "logs/text.h"
 #include "output/json_text.h"
@@ -205,7 +206,8 @@ void LayOutSystem(LayingOut& run, const ElementView& system, RecordJson& layout,
   AddFields(elements, kMiddle, layout.middle);
   AddFields(elements, kTail, layout.tail);
   if (const JsonMember* level = FindMember(layout.head, "Level")) layout.level = *level;
-  if (const JsonMember* time = FindMember(layout.middle, "TimeCreated")) layout.time = *time;
+  if (const JsonMember* title = FindMember(layout.head, "Provider")) layout.title = *title;
+  if (const JsonMember* id = FindMember(layout.head, "EventID")) layout.id = *id;
   layout.has_record_id = FindMember(layout.middle, "EventRecordID") != nullptr;
   // What has no member of its own.
   for (const ElementView& element : elements) AddElement(run, element, element.name, rest);
@@ -303,6 +305,72 @@ std::size_t SlotTexts(const EventStructure& event, const Document& document) {
   return size;
 }
 
+// A value's text as a part of a line between quotes.
+char* WriteInLine(const EventStructure& event, const JsonMember& member, char* out) {
+  for (const JsonPart& part : member.parts) {
+    if (!part.is_slot) {
+      out = Copy(part.literal, out);
+      continue;
+    }
+    char* const end = WriteSlotText(event, event.slots[part.slot], out);
+    std::replace_if(
+        out, end, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    out = EscapeJson(out, end);
+  }
+  return out;
+}
+
+std::string_view NameOf(const JsonMember& member) {
+  // A key is the name between quotes, and a colon.
+  return std::string_view(member.key).substr(1, member.key.size() - 3);
+}
+
+// "name: value" pairs of what is there, each behind `before`, which is a comma from then on. Of a
+// list the first value has the name. Namespaces say nothing of what happened.
+char* WritePairs(const EventStructure& event, const JsonMember& member, std::string_view name,
+                 std::string_view& before, char* out) {
+  const bool is_list = member.shape == JsonShape::kList;
+  for (const JsonMember& inner : member.members) {
+    const std::string_view own = inner.key.empty() ? std::string_view() : NameOf(inner);
+    out = WritePairs(event, inner, is_list ? std::exchange(name, {}) : own, before, out);
+  }
+  if (member.shape != JsonShape::kValue || !HasValue(event, member) || name.starts_with("xmlns")) {
+    return out;
+  }
+  out = Copy(std::exchange(before, ", "), out);
+  if (!name.empty()) out = Copy(": ", Copy(name, out));
+  return WriteInLine(event, member, out);
+}
+
+// What happened, in a line that a person reads.
+char* WriteMessage(const JsonRecord& record, const EventStructure& event, const RecordJson& layout,
+                   char* out) {
+  out = Copy(",\"message\":\"", out);
+  if (record.report.empty()) {
+    out = WriteInLine(event, layout.title, out);
+  } else {
+    out = Copy(record.report.substr(1, record.report.size() - 2), out);
+  }
+  out = WriteInLine(event, layout.id, Copy(" ", out));
+  std::string_view before = " ";
+  for (std::size_t i = layout.data_at; i < layout.tail.members.size(); ++i) {
+    const JsonMember& member = layout.tail.members[i];
+    out = WritePairs(event, member, NameOf(member), before, out);
+  }
+  return Copy("\"", out);
+}
+
+// The columns that Timesketch asks for. A record without any time has to have one there.
+char* WriteTimesketch(const JsonRecord& record, const EventStructure& event,
+                      const RecordJson& layout, char* out) {
+  constexpr std::size_t kToMicroseconds = sizeof "2023-03-14T09:26:53.589793" - 1;
+  out = WriteMessage(record, event, layout, out);
+  char time[40];
+  WriteIsoTime(IsValidFiletime(record.time) ? record.time : kUnixEpochFiletime, time);
+  out = Copy({time, kToMicroseconds}, Copy(",\"datetime\":\"", out));
+  return Copy("+00:00\",\"timestamp_desc\":\"Event Logged\"", out);
+}
+
 }  // namespace
 
 RecordJson LayOutRecordJson(const EventStructure& event, const Plan& plan,
@@ -326,6 +394,7 @@ RecordJson LayOutRecordJson(const EventStructure& event, const Plan& plan,
     }
   }
   if (!system.object.members.empty()) layout.tail.members.push_back(std::move(system.object));
+  layout.data_at = layout.tail.members.size();
   if (pulled) layout.tail.members.push_back(PulledData(plan, *pulled));
   for (JsonMember& member : rest.object.members) layout.tail.members.push_back(std::move(member));
   layout.fixed_size = FixedSize(layout.head) + FixedSize(layout.middle) + FixedSize(layout.tail);
@@ -334,8 +403,9 @@ RecordJson LayOutRecordJson(const EventStructure& event, const Plan& plan,
 
 void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructure& event,
                      const Document& document, const RecordJson& layout) {
-  const std::size_t bound = layout.fixed_size + SlotTexts(event, document) + record.log.size() +
-                            record.report.size() + kRecordOverhead;
+  const std::size_t once = layout.fixed_size + SlotTexts(event, document);
+  const std::size_t bound = (record.timesketch ? 3 : 1) * once + record.log.size() +
+                            2 * record.report.size() + kRecordOverhead;
   char* at = Reserve(out, bound);
   at = Copy(record.log, Copy("{\"Log\":", at));
   at = WriteRun(event, layout.head, at);
@@ -346,6 +416,7 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
   at = WriteRun(event, layout.tail, at);
   at = WriteNumber(",\"Offset\":", record.file_offset, at);
   if (!record.report.empty()) at = Copy(record.report, Copy(",\"Report\":", at));
+  if (record.timesketch) at = WriteTimesketch(record, event, layout, at);
   Commit(out, Copy("}\n", at));
 }
 

@@ -23,11 +23,13 @@ struct PulledValue {
 
 // What all records of a plan have in common in this form. The members between stand in three runs.
 struct RecordJson {
-  JsonMember head;    // "Channel" to "Level"
-  JsonMember middle;  // "Task" to "TimeCreated"
-  JsonMember tail;    // "UserID" to "RelatedActivityID", then what the event holds
-  JsonMember level;   // the member "Level" alone; no part without one
-  JsonMember time;    // the same for "TimeCreated"
+  JsonMember head;          // "Channel" to "Level"
+  JsonMember middle;        // "Task" to "TimeCreated"
+  JsonMember tail;          // "UserID" to "RelatedActivityID", then what the event holds
+  JsonMember level;         // the member "Level" alone; no part without one
+  JsonMember title;         // the same for "Provider"
+  JsonMember id;            // and "EventID"
+  std::size_t data_at = 0;  // in `tail`, where what the event holds begins
   bool has_record_id = false;
   std::size_t fixed_size = 0;
   bool made = false;
@@ -43,6 +45,7 @@ struct JsonRecord {
   std::string_view log;         // path of the log, as a JSON string
   std::string_view report;      // name of the report's line, as a JSON string; empty without one
   std::uint64_t record_id = 0;  // the header's
+  std::uint64_t time = 0;       // when it happened
   std::uint64_t written_time = 0;
   std::uint64_t file_offset = 0;
   bool timesketch = false;  // with what an import into Timesketch asks for

@@ -58,8 +58,9 @@ void WriteStreamRecord(TextSink& out, RecordStream& stream, const RunOptions& op
   const Plan& plan = PlanOf(decoder, event);
   RecordJson& layout = Place(stream, query, position, plan);
   if (!layout.made) layout = LayOut(event, plan, query);
-  const JsonRecord record{stream.log,         stream.queries[position].report, event.record_id,
-                          event.written_time, event.record_file_offset,        options.timesketch};
+  const JsonRecord record{
+      stream.log,         stream.queries[position].report, event.record_id,   event.time,
+      event.written_time, event.record_file_offset,        options.timesketch};
   WriteRecordJson(out, record, event.structure, plan.document, layout);
 }
 
