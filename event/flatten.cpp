@@ -254,7 +254,7 @@ void AddSlot(Flattening& run, OpenStream& stream, const Node& node, std::size_t 
 std::uint16_t UnitAt(const Stream& stream, std::uint32_t i) {
   if (i >= stream.nodes) return 0;
   const Node& node = stream.tree->nodes[i];
-  return node.kind == NodeKind::kCharacter ? node.slot : std::uint16_t{0};
+  return node.kind == NodeKind::kCharacter ? static_cast<std::uint16_t>(node.slot) : 0;
 }
 
 // Two references may be one character together, which the first one gives.

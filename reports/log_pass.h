@@ -24,8 +24,8 @@ struct LogPass {
   LogInfo log;  // with the format that its content turned out to have
   QueryList& queries;
   QueryIndex index;
-  EvtxQueries evtx;           // prepared when the log is EVTX
-  std::vector<EvtQuery> evt;  // prepared when it is EVT
+  EvtxQueries evtx;  // prepared when the log is EVTX
+  EvtQueries evt;    // prepared when it is EVT
   EventRows rows;
   bool wrote = false;                                // a row has been handed to the writers
   std::size_t most_memory = std::size_t{512} << 20;  // of the rows; then they are written
