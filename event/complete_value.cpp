@@ -200,7 +200,7 @@ bool NextElement(ArrayElements& elements, SubstitutionValue& element) {
   if (elements.at >= elements.end) return false;
   const Bytes rest = elements.bytes.subspan(elements.at, elements.end - elements.at);
   const std::size_t size = std::max<std::size_t>(ElementSize(elements.type, rest), 1);
-  element = {elements.at, static_cast<std::uint16_t>(size), elements.type};
+  element = {elements.at, static_cast<std::uint32_t>(size), elements.type};
   elements.at += static_cast<std::uint32_t>(size);
   return true;
 }
