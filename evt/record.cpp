@@ -209,6 +209,10 @@ void PlaceFields(EvtRecord& record) {
 
 }  // namespace
 
+std::uint64_t EvtFiletime(std::uint32_t seconds) {
+  return seconds == 0 ? 0 : (seconds + kUnixEpochSeconds) * kTicks;
+}
+
 bool ReadEvtRecord(const EvtLog& log, std::uint64_t offset, EvtRecord& record) {
   if (offset < log.begin || !Fits(log.part, offset - log.begin, kEvtFixedSize)) return false;
   const std::uint8_t* at = log.part.data() + (offset - log.begin);
@@ -231,8 +235,7 @@ bool ReadEvtRecord(const EvtLog& log, std::uint64_t offset, EvtRecord& record) {
   record.offset = offset;
   record.log = log;
   record.event_id = static_cast<std::uint16_t>(record.event_code);
-  const std::uint64_t seconds = record.time_generated;
-  record.filetime = seconds == 0 ? 0 : (seconds + kUnixEpochSeconds) * kTicks;
+  record.filetime = EvtFiletime(record.time_generated);
   PlaceFields(record);
   record.texts_cut = false;
   record.slots_filled = false;

@@ -79,6 +79,9 @@ struct EvtRecord {
   FileBytes strings_room;
 };
 
+// The FILETIME of a time as records state it, in Unix seconds; 0 for 0.
+std::uint64_t EvtFiletime(std::uint32_t seconds);
+
 // Reads the fixed part at `offset`, which must be in memory, and places SID and data. False when
 // the log ends before the fixed part or before the record does.
 bool ReadEvtRecord(const EvtLog& log, std::uint64_t offset, EvtRecord& record);

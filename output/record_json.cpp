@@ -373,18 +373,18 @@ char* WriteTimesketch(const JsonRecord& record, const EventStructure& event,
 
 }  // namespace
 
-RecordJson LayOutRecordJson(const EventStructure& event, const Plan& plan,
+RecordJson LayOutRecordJson(const EventStructure& event, const Document& document, const Plan& plan,
                             const std::vector<PulledValue>* pulled) {
   RecordJson layout;
   layout.made = true;
-  LayingOut run{event, plan.document};
+  LayingOut run{event, document};
   JsonObject system = MakeObject("System");
   JsonObject rest = MakeObject("");
-  if (!plan.document.items.empty()) {
-    const ElementView root = ViewElement(plan.document, 0);
+  if (!document.items.empty()) {
+    const ElementView root = ViewElement(document, 0);
     bool has_system = false;
     for (const std::uint32_t at : root.children) {
-      const ElementView child = ViewElement(plan.document, at);
+      const ElementView child = ViewElement(document, at);
       if (!has_system && child.name == "System") {
         has_system = true;
         LayOutSystem(run, child, layout, system);

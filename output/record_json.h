@@ -35,9 +35,9 @@ struct RecordJson {
   bool made = false;
 };
 
-// Lays out records whose plan, which has its document, is `plan`; `event` is one of them. With
-// `pulled`, these are its EventData, in place of all that it holds.
-RecordJson LayOutRecordJson(const EventStructure& event, const Plan& plan,
+// Lays out records with that document; `event` is one of them. With `pulled`, values of `plan`,
+// these are its EventData, in place of all that it holds.
+RecordJson LayOutRecordJson(const EventStructure& event, const Document& document, const Plan& plan,
                             const std::vector<PulledValue>* pulled);
 
 // What is said of a record beside its event.

@@ -32,13 +32,6 @@ std::string HistogramColumn(const std::string& field, const QuerySpec& query) {
   return label != query.labels.end() ? label->second : EvtParameterName(number);
 }
 
-// The label of a "param_" name, where the query has one, else the name.
-std::string_view ColumnName(const QuerySpec& query, std::string_view name) {
-  if (!name.starts_with(kEvtParameter)) return name;
-  const auto label = query.labels.find(StringNumber(name.substr(kEvtParameter.size())));
-  return label != query.labels.end() ? std::string_view(label->second) : name;
-}
-
 // The columns of a row, and for each of them the value that fills it.
 struct NamedValues {
   std::vector<std::string_view> names;
@@ -48,7 +41,7 @@ struct NamedValues {
 NamedValues RowValues(const QuerySpec& query, const Plan& plan) {
   NamedValues row;
   const auto add = [&](std::string_view name, const PlanValue& value) {
-    row.names.push_back(ColumnName(query, name));
+    row.names.push_back(EvtColumnName(query, name));
     row.values.push_back(&value);
   };
   if (query.all_data) {
@@ -74,6 +67,12 @@ void LayOut(EventRows& rows, const EvtQuery& query, const Plan& plan, bool finis
 }
 
 }  // namespace
+
+std::string_view EvtColumnName(const QuerySpec& query, std::string_view name) {
+  if (!name.starts_with(kEvtParameter)) return name;
+  const auto label = query.labels.find(StringNumber(name.substr(kEvtParameter.size())));
+  return label != query.labels.end() ? std::string_view(label->second) : name;
+}
 
 void PrepareForEvt(QuerySpec& query) {
   std::vector<std::string> names = {std::string(kEvtSourceColumn), std::string(kEvtComputerColumn)};

@@ -43,6 +43,9 @@ void ForgetRows(EvtQueries& all);
 // that are numbers become labels or "param_" names.
 void PrepareForEvt(QuerySpec& query);
 
+// The label of a "param_" name, where the query has one, else the name.
+std::string_view EvtColumnName(const QuerySpec& query, std::string_view name);
+
 // Queries ready for a walk; `queries` are rewritten and must outlive the result.
 EvtQueries PrepareEvtQueries(QueryList& queries);
 

@@ -60,18 +60,32 @@ void BoundMemory(LogPass& pass) {
   if (pass.options.stats_on) ForgetColumns(pass.run.statistics);
 }
 
-// A record that a query takes goes out at once; a row is made only to be counted.
-void AddRecord(LogPass& pass, std::uint32_t position, EvtxDecoder& decoder, DecodedEvent& event) {
-  const bool is_stream = IsStream(pass.options);
-  if (!is_stream || pass.options.stats_on) {
-    AddEvtxRow(pass.rows, pass.evtx, pass.evtx.queries[position], decoder, event);
-  }
-  if (!is_stream) return;
+// Adds what a query makes of a record: a row, or a record of a stream, which goes out at once. Then
+// a row is made only to be counted.
+template <typename AddRow, typename WriteRecord>
+void Add(LogPass& pass, AddRow add_row, WriteRecord write_record) {
+  if (!IsStream(pass.options) || pass.options.stats_on) add_row();
+  if (!IsStream(pass.options)) return;
   TextSink* const out = RecordSink(pass.run.records, pass.log, pass.options);
   if (!out) return;
-  WriteStreamRecord(*out, pass.stream, pass.options, pass.queries[position], position, decoder,
-                    event);
+  write_record(*out);
   pass.wrote = true;
+}
+
+void AddEvtx(LogPass& pass, std::uint32_t at, EvtxDecoder& decoder, DecodedEvent& event) {
+  Add(
+      pass, [&] { AddEvtxRow(pass.rows, pass.evtx, pass.evtx.queries[at], decoder, event); },
+      [&](TextSink& out) {
+        WriteEvtxStreamRecord(out, pass.stream, pass.options, pass.queries[at], at, decoder, event);
+      });
+}
+
+void AddEvt(LogPass& pass, std::uint32_t at, EvtRecord& record) {
+  Add(
+      pass, [&] { AddEvtRow(pass.rows, pass.evt, pass.evt.queries[at], record); },
+      [&](TextSink& out) {
+        WriteEvtStreamRecord(out, pass.stream, pass.options, pass.queries[at], at, record);
+      });
 }
 
 }  // namespace
@@ -87,6 +101,7 @@ void PrepareEvtPass(LogPass& pass) {
   pass.index = IndexQueries(pass.queries);
   pass.rows = MakeRows(pass);
   pass.evt = PrepareEvtQueries(pass.queries);
+  if (IsStream(pass.options)) pass.stream = MakeRecordStream(pass.log.path, pass.queries);
 }
 
 void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
@@ -95,7 +110,7 @@ void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
   Offer(
       pass, event.event_id,
       [&](std::uint32_t at) { return EvtxQueryTakes(pass.evtx, queries[at], decoder, event); },
-      [&](std::uint32_t at) { AddRecord(pass, at, decoder, event); });
+      [&](std::uint32_t at) { AddEvtx(pass, at, decoder, event); });
   BoundMemory(pass);
 }
 
@@ -105,7 +120,7 @@ void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
   Offer(
       pass, record.event_id,
       [&](std::uint32_t at) { return EvtQueryTakes(pass.evt, queries[at], record); },
-      [&](std::uint32_t at) { AddEvtRow(pass.rows, pass.evt, queries[at], record); });
+      [&](std::uint32_t at) { AddEvt(pass, at, record); });
   BoundMemory(pass);
 }
 

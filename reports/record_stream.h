@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "evt/record.h"
 #include "evtx/decoder.h"
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
@@ -26,13 +27,16 @@ struct RecordStream {
   std::vector<QueryStream> queries;  // as the pass has them
   std::vector<RecordJson> layouts;   // of whole events, by the plan's identifier
   RecordJson loose;                  // of the last record whose plan serves it alone
+  ByStrings<Plan> evt;               // of EVT records: their documents
 };
 
 RecordStream MakeRecordStream(const std::string& log_path, const QueryList& queries);
 
 // Writes a record that the query at `position` has taken.
-void WriteStreamRecord(TextSink& out, RecordStream& stream, const RunOptions& options,
-                       const QuerySpec& query, std::uint32_t position, EvtxDecoder& decoder,
-                       DecodedEvent& event);
+void WriteEvtxStreamRecord(TextSink& out, RecordStream& stream, const RunOptions& options,
+                           const QuerySpec& query, std::uint32_t position, EvtxDecoder& decoder,
+                           DecodedEvent& event);
+void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions& options,
+                          const QuerySpec& query, std::uint32_t position, EvtRecord& record);
 
 }  // namespace tarnlex

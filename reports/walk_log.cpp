@@ -22,6 +22,10 @@
 namespace tarnlex {
 namespace {
 
+Policy PolicyOf(const RunOptions& options) {
+  return options.complete ? Policy::kComplete : Policy::kLiteral;
+}
+
 constexpr std::uint64_t kLargeFile = 0x10000001;  // from this size on, rows are written in between
 constexpr std::size_t kRowsOfLargeFile = 200'000;
 constexpr std::uint64_t kLargestEvt = 0x100000000;
@@ -90,8 +94,7 @@ std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
                   std::uint64_t block_size) {
   EvtxDecoder& decoder = pass.run.evtx_decoder;
-  BeginLog(decoder, TraceOf(pass.run),
-           pass.options.complete ? Policy::kComplete : Policy::kLiteral);
+  BeginLog(decoder, TraceOf(pass.run), PolicyOf(pass.options));
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
   decoder.makes_documents = IsStream(pass.options);
@@ -118,8 +121,9 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   if (file.size > kLargestEvt || !BeginEvtFileWalk(file, cursor)) return;
   pass.log.is_evtx = false;
   PrepareEvtPass(pass);
-  ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtRecord));
+  if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtRecord));
   EvtRecord record;
+  record.structure.policy = PolicyOf(pass.options);
   while (NextEvtRecord(cursor, record)) RouteEvtRecord(pass, record);
   WriteRows(pass);
   TextSink* trace = TraceOf(pass.run);
