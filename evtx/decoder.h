@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "event/policy.h"
 #include "evtx/account.h"
 #include "evtx/chunk.h"
 #include "evtx/decoded_event.h"

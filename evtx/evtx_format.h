@@ -19,6 +19,7 @@ inline constexpr std::uint64_t kBlockSize = kBlockChunks * kChunkSize;
 inline constexpr std::uint32_t kChunkFirstNumber = 8;
 inline constexpr std::uint32_t kChunkLastNumber = 16;
 inline constexpr std::uint64_t kNoRecords = ~std::uint64_t{0};  // as the last number: empty chunk
+inline constexpr std::uint32_t kChunkFreeSpace = 48;  // offset of what no record uses
 inline constexpr std::uint32_t kChunkNameTable = 128;
 inline constexpr std::uint32_t kNameBuckets = 64;
 inline constexpr std::uint32_t kChunkTemplateTable = 384;

@@ -19,7 +19,8 @@ constexpr std::size_t kKeptFragments = 64;  // more than any real record has
 void ReadHeader(const EvtxChunk& chunk, std::uint32_t offset, DecodedEvent& event) {
   const std::uint8_t* record = chunk.data.data() + offset;
   event.signature = Load<std::uint32_t>(record);
-  event.size = Load<std::uint32_t>(record + kRecordSizeField);
+  event.size =
+      chunk.found_size > 0 ? chunk.found_size : Load<std::uint32_t>(record + kRecordSizeField);
   event.record_id = Load<std::uint64_t>(record + kRecordIdField);
   event.written_time = Load<std::uint64_t>(record + kRecordTimeField);
   event.time = event.written_time;
@@ -160,7 +161,7 @@ void FrameElements(EvtxDecoder& decoder, std::uint32_t record, DecodedEvent& eve
   constexpr std::uint32_t kHeaders = kRecordHeaderSize + kFragmentHeaderSize;
   // Behind the elements stands a copy of the size, which must not be read as a token.
   const std::uint64_t body_end = std::max(event.size, kHeaders + kRecordSizeCopy) - kRecordSizeCopy;
-  const std::uint64_t end = std::min<std::uint64_t>(record + body_end, kChunkSize);
+  const std::uint64_t end = std::min(record + body_end, std::uint64_t{decoder.chunk.data.size()});
   event.tree = FragmentTree(decoder, event, record + kHeaders, static_cast<std::uint32_t>(end));
 }
 
