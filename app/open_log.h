@@ -29,7 +29,8 @@ constexpr Judgement JudgementOf(const RunOptions& options) {
   return options.complete ? Judgement::kByContents : Judgement::kByName;
 }
 
-// Fills `info` for `path` (UTF-8, variables already expanded), reading at most 70,144 bytes by name.
+// Fills `info` for `path` (UTF-8, variables already expanded), reading at most 70,144 bytes by
+// name.
 OpenResult ProbeLog(LogInfo& info, const std::string& path,
                     Judgement judgement = Judgement::kByName);
 

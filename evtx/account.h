@@ -31,8 +31,8 @@ enum class RecordFault : std::uint8_t {
   kNoProvider,       // its provider is missing or cannot be printed
   kOddNames,         // elements, attributes or data with names that are no names
   // Of the complete policy alone, and written only where there are any:
-  kNoNames,       // the template of values is not known: they are given without names
-  kUnknownSize,   // its sizes are damaged: it is taken to end where another begins
+  kNoNames,      // the template of values is not known: they are given without names
+  kUnknownSize,  // its sizes are damaged: it is taken to end where another begins
   kCount
 };
 

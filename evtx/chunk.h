@@ -46,7 +46,7 @@ struct EvtxChunk {
   std::uint64_t file_offset = 0;
   std::uint64_t first_number = 0;
   std::uint64_t last_number = 0;
-  std::uint32_t found_size = 0;           // of the record at hand, where it does not state it; else 0
+  std::uint32_t found_size = 0;  // of the record at hand, where it does not state it; else 0
   std::map<Guid, TemplateRef> templates;  // the first definition of a GUID stays
   std::vector<ChunkName> names;           // only filled for a trace; decoding follows offsets
   // Trees by the chunk offset of their definition; what the chunk compiled itself lies below.

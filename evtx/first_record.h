@@ -12,8 +12,8 @@ namespace tarnlex {
 // chunk, or when the record has no such element.
 bool FirstRecordChannel(Bytes bytes, std::string& channel);
 
-// The same of the first record in `slots` that names one, whatever is damaged before it. `slots` lie
-// at `file_offset` of their file.
+// The same of the first record in `slots` that names one, whatever is damaged before it. `slots`
+// lie at `file_offset` of their file.
 bool FirstNamedChannel(Bytes slots, std::uint64_t file_offset, std::string& channel);
 
 }  // namespace tarnlex

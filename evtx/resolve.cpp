@@ -125,7 +125,8 @@ std::uint32_t AddInstance(Resolution& run, std::uint32_t token, int depth) {
   }
   if (array.cut) NoteFault(decoder, event, RecordFault::kValuesCut);
   if (!ChargeOrNote(decoder, event, array.count)) return kChunkSize;
-  AddStream(run, InstanceTree(decoder, event, token, instance.definition, head, array.count), array);
+  AddStream(run, InstanceTree(decoder, event, token, instance.definition, head, array.count),
+            array);
   return readable && !array.cut ? array.end : kChunkSize;
 }
 

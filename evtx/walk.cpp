@@ -23,8 +23,7 @@ void LeaveChunk(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expect
 void HandleRecord(EvtxDecoder& decoder, const EvtxHandlers& handlers, std::uint32_t offset,
                   std::uint64_t expected, DecodedEvent& event) {
   if (handlers.progress) {
-    handlers.progress(
-        Load<std::uint64_t>(decoder.chunk.data.data() + offset + kRecordIdField));
+    handlers.progress(Load<std::uint64_t>(decoder.chunk.data.data() + offset + kRecordIdField));
   }
   if (!FrameRecord(decoder, offset, expected, event)) return;
   if (decoder.checks_records) CheckRecord(decoder, event);
