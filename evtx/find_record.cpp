@@ -78,10 +78,11 @@ std::uint32_t NextHead(RecordSearch& search, std::uint32_t from) {
 
 bool IsInPlace(const RecordSearch& search, const Head& head) {
   if (!head.copied && search.end - search.at < kLeastRecord) return false;
+  const int own = head.signature + head.plausible + head.copied;
+  if (own >= kWitnesses || head.size == 0) return own >= kWitnesses;
   const std::uint32_t behind = search.at + head.size;
-  const bool leads =
-      head.size > 0 && (behind == search.end || IsHead(ReadHead(search.data, behind), behind));
-  return head.signature + head.plausible + head.copied + leads >= kWitnesses;
+  const bool leads = behind == search.end || IsHead(ReadHead(search.data, behind), behind);
+  return own + leads >= kWitnesses;
 }
 
 std::uint64_t PromisedRecords(Bytes data) {

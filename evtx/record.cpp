@@ -161,8 +161,8 @@ void FrameWhateverIsThere(EvtxDecoder& decoder, std::uint32_t record, std::uint3
   std::uint64_t array = here;
   if (definition == here) array += kDefinitionHeadSize + std::uint64_t{head.size};
   const bool readable = ParseSubstitutionArray(
-      chunk, static_cast<std::uint32_t>(std::min<std::uint64_t>(array, kChunkSize)),
-      decoder.policy, event.structure.slots, event.array);
+      chunk, static_cast<std::uint32_t>(std::min<std::uint64_t>(array, kChunkSize)), decoder.policy,
+      event.structure.slots, event.array);
   Charge(event, event.array.count);
   if (readable && HoldsBinaryXml(event.array)) {
     RegisterNestedTemplates(decoder, record, head, true, event);
