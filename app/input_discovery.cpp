@@ -139,10 +139,12 @@ bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints
   return UseList(options, logs, complaints);
 }
 
-void JudgeListedLogs(const RunOptions& options, LogTable& logs, TextSink& messages) {
+void JudgeLogs(const RunOptions& options, LogTable& logs, TextSink& messages) {
   for (const std::string& path : options.log_paths) {
-    SayUnusable(ProbeLog(logs[path], path), path, messages);
+    SayUnusable(ProbeLog(logs[path], path, JudgementOf(options)), path, messages);
   }
+  if (!options.complete || !options.log_paths.empty()) return;
+  for (auto& [path, log] : logs) TakeKindOfRecords(log);
 }
 
 bool ScanLogDirectory(LogTable& table, const std::string& directory, std::size_t prefix_size) {

@@ -16,8 +16,9 @@ namespace tarnlex {
 bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints);
 
 // Judges each log of -log, and names those that cannot be opened or hold no event log; they stay in
-// the table all the same.
-void JudgeListedLogs(const RunOptions& options, LogTable& logs, TextSink& messages);
+// the table all the same. Those of a directory are judged already, by their names; with -complete
+// their records have a say too.
+void JudgeLogs(const RunOptions& options, LogTable& logs, TextSink& messages);
 
 // Fills `table` with the event logs in `directory`, judged by their names: ".evtx" files when the
 // path says "winevt" in any case, else ".evt" files; a file whose

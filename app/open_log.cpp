@@ -1,8 +1,11 @@
 #include "app/open_log.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
+#include "evt/walk.h"
+#include "evtx/evtx_format.h"
 #include "evtx/first_record.h"
 #include "logs/bytes.h"
 #include "logs/log_content.h"
@@ -39,6 +42,14 @@ std::vector<std::uint8_t> ReadHead(const InputFile& file, std::size_t size) {
   return head;
 }
 
+// In lower case.
+std::string FileName(const std::string& path) {
+  std::string directory;
+  std::string name;
+  if (!SplitPath(path, directory, name) || name.empty()) name = path;
+  return ToLowerAscii(name);
+}
+
 // False when no header says what the log is; the walk may still read it, and then `info` has the
 // format that the walk goes by.
 bool RecogniseFormat(Bytes head, LogContent content, LogInfo& info) {
@@ -73,45 +84,101 @@ bool JudgeEvt(const InputFile& file, LogInfo& info) {
   return true;
 }
 
+LogKind KindOfChannel(std::string channel) {
+  channel = ToLowerAscii(channel);
+  std::erase(channel, '"');
+  const bool usb = channel.find("driverframeworks-usermode") != std::string::npos;
+  return usb ? kKindDriverFrameworks : channel;
+}
+
 bool JudgeEvtx(const InputFile& file, LogInfo& info) {
   const std::vector<std::uint8_t> head = ReadHead(file, kEvtxProbeBytes);
   std::string channel;
   if (head.size() < kEvtxProbeBytes || !FirstRecordChannel(Bytes(head).subspan(4096), channel)) {
     return false;
   }
-  channel = ToLowerAscii(channel);
-  std::erase(channel, '"');
-  const bool usb = channel.find("driverframeworks-usermode") != std::string::npos;
-  info.kind = usb ? kKindDriverFrameworks : channel;
+  info.kind = KindOfChannel(channel);
   return true;
+}
+
+// The channel of the first record that names one.
+bool JudgeByChannel(const InputFile& file, std::uint64_t offset, LogInfo& info) {
+  constexpr std::uint64_t kPiece = 4 * std::uint64_t{kChunkSize};
+  FileBytes room;
+  std::string channel;
+  for (; offset < file.size; offset += kPiece) {
+    const Bytes slots = ReadInto(file, offset, std::min(kPiece, file.size - offset), room);
+    if (FirstNamedChannel(slots, offset, channel)) {
+      info.kind = KindOfChannel(channel);
+      return true;
+    }
+    if (slots.size() < kPiece) return false;
+  }
+  return false;
+}
+
+// Only security logs have records of this source.
+bool JudgeBySource(const InputFile& file, LogInfo& info) {
+  EvtCursor cursor;
+  EvtRecord record;
+  if (!BeginEvtFileWalk(file, cursor) || !NextEvtRecord(cursor, record)) return false;
+  CutTexts(record);
+  if (ToLowerAscii(Utf16ToUtf8(record.source_name)) != kKindSecurity) return false;
+  info.kind = kKindSecurity;
+  return true;
+}
+
+// The kind that the records of a log of that content tell; false when they tell none.
+bool JudgeByRecords(const InputFile& file, LogContent content, LogInfo& info) {
+  if (content == LogContent::kEvt) return JudgeBySource(file, info);
+  return JudgeByChannel(file, content == LogContent::kEvtx ? kEvtxFileHeaderSize : 0, info);
+}
+
+OpenResult JudgeByContents(const InputFile& file, LogInfo& info) {
+  const LogContent content = ContentOf(file, true);
+  if (content == LogContent::kNone) return OpenResult::kNoEventLog;
+  info.is_evtx = content != LogContent::kEvt;
+  info.format_unknown = false;
+  if (!JudgeByRecords(file, content, info)) JudgeByName(info);
+  return OpenResult::kOpened;
 }
 
 }  // namespace
 
-OpenResult ProbeLog(LogInfo& info, const std::string& path) {
+OpenResult ProbeLog(LogInfo& info, const std::string& path, Judgement judgement) {
   info = {.path = path, .kind = {}};
   info.format_unknown = true;
   DisableFsRedirection();
   const std::optional<InputFile> file = OpenInput(path);
-  return file ? ProbeLogFile(info, path, *file) : OpenResult::kCannotOpen;
+  return file ? ProbeLogFile(info, path, *file, judgement) : OpenResult::kCannotOpen;
 }
 
-OpenResult ProbeLogFile(LogInfo& info, const std::string& path, const InputFile& file) {
+OpenResult ProbeLogFile(LogInfo& info, const std::string& path, const InputFile& file,
+                        Judgement judgement) {
   info.path = path;
   info.kind.clear();
   info.format_unknown = true;
+  if (judgement == Judgement::kByContents) {
+    info.kind = FileName(path);
+    return JudgeByContents(file, info);
+  }
   const std::vector<std::uint8_t> head = ReadHead(file, kProbeBytes);
   const LogContent content = ContentOf(head);
   if (!RecogniseFormat(head, content, info)) {
     return content == LogContent::kNone ? OpenResult::kNoEventLog : OpenResult::kHeaderless;
   }
-  std::string directory;
-  std::string name;
-  if (!SplitPath(path, directory, name) || name.empty()) name = path;
-  info.kind = ToLowerAscii(name);
+  info.kind = FileName(path);
   if (JudgeByName(info)) return OpenResult::kOpened;
   const bool judged = info.is_evtx ? JudgeEvtx(file, info) : JudgeEvt(file, info);
   return judged ? OpenResult::kOpened : OpenResult::kUnjudged;
+}
+
+void TakeKindOfRecords(LogInfo& info) {
+  const std::optional<InputFile> file = OpenInput(info.path);
+  const LogContent content = file ? ContentOf(*file, true) : LogContent::kNone;
+  if (content == LogContent::kNone) return;
+  info.is_evtx = content != LogContent::kEvt;
+  JudgeByRecords(*file, content, info);
 }
 
 }  // namespace tarnlex

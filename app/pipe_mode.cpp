@@ -31,7 +31,7 @@ void HandlePath(const RunOptions& options, const std::string& path, const LogSte
   std::string name;
   if (!SplitPath(path, directory, name)) return;
   LogInfo log;
-  if (!OpenLog(log, path)) return;
+  if (!OpenLog(log, path, JudgementOf(options))) return;
   if (options.show_status) Say(messages, StatusLine(AnalyzingText(path)));
   steps.process(log);
   if (options.show_status) Say(messages, "processed log ", path, "\n");

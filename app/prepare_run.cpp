@@ -62,7 +62,7 @@ bool PrepareRun(const CommandLine& line, RunState& run) {
   if (found && !OpenOutputs(line.options, run)) return false;
   Say(run.messages, line.complaints);
   if (!line.complete) return false;
-  JudgeListedLogs(line.options, run.logs, run.messages);
+  JudgeLogs(line.options, run.logs, run.messages);
   Say(run.messages, of_sources);
   return found;
 }

@@ -22,7 +22,15 @@ constexpr std::string_view kFaultTexts[] = {
     "doubtful records, event identifier missing or no number",
     "doubtful records, provider missing or not printable",
     "doubtful records, names that are no names",
+    "records with values without names, no template",
+    "records whose size is damaged, taken up to the next one",
 };
+constexpr std::string_view kRegainedTexts[] = {
+    "records regained, behind a break of their chunk or beyond its last number",
+    "records regained, in slots without a chunk signature",
+    "records regained, in a last chunk that is cut",
+};
+static_assert(std::size(kRegainedTexts) == static_cast<std::size_t>(Regained::kCount));
 static_assert(std::size(kFaultTexts) == static_cast<std::size_t>(RecordFault::kCount));
 
 void Line(TextSink& out, std::string_view label, std::uint64_t value) {
@@ -32,6 +40,23 @@ void Line(TextSink& out, std::string_view label, std::uint64_t value) {
 
 std::string HeadsText(std::uint64_t heads) {
   return heads == 0 ? std::string() : ", record heads: " + std::to_string(heads);
+}
+
+// Faults that a walk by the literal policy never notes.
+bool IsOfCompletePolicy(RecordFault fault) {
+  return fault == RecordFault::kNoNames || fault == RecordFault::kUnknownSize;
+}
+
+void WriteRegained(TextSink& out, const WalkAccount& account) {
+  for (std::size_t i = 0; i < account.regained.size(); ++i) {
+    if (account.regained[i] == 0) continue;
+    Line(out, kRegainedTexts[i], account.regained[i]);
+    for (const RegainedRecords& records : account.regained_from) {
+      if (records.why != static_cast<Regained>(i)) continue;
+      Append(out, "  slot at file offset 0x" + HexText(records.file_offset) + ": " +
+                      std::to_string(records.count) + "\n");
+    }
+  }
 }
 
 void ListFaulty(TextSink& out, const WalkAccount& account, RecordFault fault) {
@@ -65,6 +90,12 @@ void AddFault(WalkAccount& account, const FaultyRecord& record) {
   if (number <= kMaxListed) account.faulty.push_back(record);
 }
 
+void AddRegained(WalkAccount& account, const RegainedRecords& records) {
+  if (records.count == 0) return;
+  account.regained[static_cast<std::size_t>(records.why)] += records.count;
+  if (account.regained_from.size() < kMaxListed) account.regained_from.push_back(records);
+}
+
 void AddLeftChunk(WalkAccount& account, const LeftChunk& left) {
   ++account.chunks_left;
   if (account.left.size() < kMaxListed) account.left.push_back(left);
@@ -80,7 +111,9 @@ void WriteAccount(TextSink& out, const WalkAccount& account) {
   }
   Line(out, "record heads in skipped slots", account.skipped_heads);
   Line(out, "records decoded", account.records);
+  WriteRegained(out, account);
   for (std::size_t i = 0; i < account.faults.size(); ++i) {
+    if (account.faults[i] == 0 && IsOfCompletePolicy(static_cast<RecordFault>(i))) continue;
     Line(out, kFaultTexts[i], account.faults[i]);
     ListFaulty(out, account, static_cast<RecordFault>(i));
   }

@@ -30,6 +30,9 @@ enum class RecordFault : std::uint8_t {
   kNoEventId,        // its event identifier is missing or no number
   kNoProvider,       // its provider is missing or cannot be printed
   kOddNames,         // elements, attributes or data with names that are no names
+  // Of the complete policy alone, and written only where there are any:
+  kNoNames,      // the template of values is not known: they are given without names
+  kUnknownSize,  // its sizes are damaged: it is taken to end where another begins
   kCount
 };
 
@@ -45,6 +48,21 @@ struct LeftChunk {
   std::uint64_t file_offset = 0;
   std::uint64_t record_offset = 0;  // in the file: where the walk stopped
   std::uint64_t missing = 0;        // records that the chunk's header still promised
+};
+
+// Why a walk by the sizes and numbers of chunks alone does not come to a record.
+enum class Regained : std::uint8_t {
+  kBehindBreak,  // a size before it leads nowhere, or the chunk's header does not count it
+  kNoSignature,  // its slot has no chunk signature
+  kCutSlot,      // its slot is the last one, and short
+  kCount
+};
+
+// Such records of one slot.
+struct RegainedRecords {
+  Regained why = Regained::kCount;
+  std::uint64_t file_offset = 0;  // of the slot
+  std::uint64_t count = 0;
 };
 
 // A record that counts under a fault.
@@ -65,6 +83,8 @@ struct WalkAccount {
   std::vector<FaultyRecord> faulty;  // at most kMaxListed of each fault
   // The event states another time than the record's header, by a second or more. Complete policy.
   std::uint64_t other_times = 0;
+  std::array<std::uint64_t, static_cast<std::size_t>(Regained::kCount)> regained{};
+  std::vector<RegainedRecords> regained_from;  // at most kMaxListed slots
   std::uint64_t chunks_left = 0;
   std::vector<LeftChunk> left;       // at most kMaxListed
   std::uint64_t trailing_bytes = 0;  // behind the last whole slot
@@ -74,6 +94,7 @@ inline constexpr std::size_t kMaxListed = 1000;
 
 void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset, std::uint64_t record_heads);
 void AddFault(WalkAccount& account, const FaultyRecord& record);
+void AddRegained(WalkAccount& account, const RegainedRecords& records);
 void AddLeftChunk(WalkAccount& account, const LeftChunk& left);
 
 // Writes the account as lines of text.

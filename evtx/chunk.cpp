@@ -44,6 +44,7 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.file_offset = file_offset;
   ReadAt(data, kChunkFirstNumber, chunk.first_number);
   ReadAt(data, kChunkLastNumber, chunk.last_number);
+  chunk.found_size = 0;
   chunk.templates.clear();
   chunk.names.clear();
   chunk.trees.clear();

@@ -42,10 +42,11 @@ struct ChunkName {
 };
 
 struct EvtxChunk {
-  Bytes data;  // 65,536 bytes, the header included
+  Bytes data;  // 65,536 bytes, the header included; fewer of a chunk or record that is cut
   std::uint64_t file_offset = 0;
   std::uint64_t first_number = 0;
   std::uint64_t last_number = 0;
+  std::uint32_t found_size = 0;  // of the record at hand, where it does not state it; else 0
   std::map<Guid, TemplateRef> templates;  // the first definition of a GUID stays
   std::vector<ChunkName> names;           // only filled for a trace; decoding follows offsets
   // Trees by the chunk offset of their definition; what the chunk compiled itself lies below.
@@ -69,7 +70,7 @@ struct EvtxChunk {
 // Whether a chunk begins here.
 bool HasChunkSignature(Bytes bytes, std::uint64_t offset);
 
-// Makes `chunk` stand for the 65,536 bytes `data`, which must outlive its use: clears everything
+// Makes `chunk` stand for the bytes `data`, which must outlive its use: clears everything
 // and registers the heads of the template table's buckets (and, for a trace, of the name table's).
 void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk& chunk);
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "event/policy.h"
 #include "evtx/account.h"
 #include "evtx/chunk.h"
 #include "evtx/decoded_event.h"
@@ -18,9 +19,9 @@ struct EvtxDecoder {
   WalkAccount account;
   TextSink* trace = nullptr;         // null: no trace is asked for
   Policy policy = Policy::kLiteral;  // of all logs of a run
-  bool keeps = true;            // off: every record is decoded as if it were the first of its kind
+  bool keeps = true;             // off: every record is decoded as if it were the first of its kind
   bool makes_documents = false;  // plans come with their event in document order
-  bool checks_records = false;  // the account is to say what speaks against rows (record_check.h)
+  bool checks_records = false;   // the account is to say what speaks against rows (record_check.h)
 };
 
 // Counts a fault of a record, once.

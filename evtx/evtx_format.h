@@ -19,6 +19,7 @@ inline constexpr std::uint64_t kBlockSize = kBlockChunks * kChunkSize;
 inline constexpr std::uint32_t kChunkFirstNumber = 8;
 inline constexpr std::uint32_t kChunkLastNumber = 16;
 inline constexpr std::uint64_t kNoRecords = ~std::uint64_t{0};  // as the last number: empty chunk
+inline constexpr std::uint32_t kChunkFreeSpace = 48;            // offset of what no record uses
 inline constexpr std::uint32_t kChunkNameTable = 128;
 inline constexpr std::uint32_t kNameBuckets = 64;
 inline constexpr std::uint32_t kChunkTemplateTable = 384;
@@ -33,7 +34,6 @@ inline constexpr std::uint32_t kRecordTimeField = 16;
 inline constexpr std::uint32_t kRecordHeaderSize = 24;
 inline constexpr std::uint32_t kRecordSizeCopy = 4;  // ends the record
 // Of a record that is a template instance, from the record's start.
-inline constexpr std::uint32_t kRecordTemplateField = kRecordHeaderSize + 6;
 inline constexpr std::uint32_t kRecordDefinitionField = kRecordHeaderSize + 10;
 inline constexpr std::uint32_t kRecordInlinePosition = kRecordHeaderSize + 14;
 inline constexpr std::uint32_t kMaxDefinitionOffset = 0x10000;
@@ -49,6 +49,7 @@ inline constexpr std::uint32_t kNameHeadSize = 8;
 inline constexpr std::uint32_t kFragmentHeader = 0x0001010F;  // token 0x0F, version 1.1, no flags
 inline constexpr std::uint32_t kFragmentHeaderSize = 4;
 inline constexpr std::uint32_t kInstanceTokenSize = 10;  // token, version, identifier, offset
+inline constexpr std::uint32_t kInstanceIdField = 2;     // the first bytes of the template's GUID
 
 inline constexpr std::uint32_t kMaxArrayValues = 28;
 inline constexpr std::uint32_t kDescriptorSize = 4;

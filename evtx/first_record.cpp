@@ -2,6 +2,7 @@
 
 #include "evtx/plan_of.h"
 #include "evtx/record.h"
+#include "evtx/walk.h"
 
 namespace tarnlex {
 namespace {
@@ -21,6 +22,15 @@ void RegisterFirstTemplate(EvtxChunk& chunk) {
                            head.guid, head.size});
 }
 
+bool ChannelOf(EvtxDecoder& decoder, DecodedEvent& event, std::string& channel) {
+  const Plan& plan = PlanOf(decoder, event);
+  const PlanValue* value = FindValue(plan, "Channel");
+  if (!value || IsUnresolved(event.structure, plan, *value)) return false;
+  std::string scratch;
+  channel = TextOf(event.structure, plan, *value, scratch);
+  return true;
+}
+
 }  // namespace
 
 bool FirstRecordChannel(Bytes bytes, std::string& channel) {
@@ -30,12 +40,19 @@ bool FirstRecordChannel(Bytes bytes, std::string& channel) {
   BeginChunk(decoder, bytes.first(kChunkSize), kEvtxFileHeaderSize);
   RegisterFirstTemplate(decoder.chunk);
   if (!FrameRecord(decoder, kFirstRecord, decoder.chunk.first_number, event)) return false;
-  const Plan& plan = PlanOf(decoder, event);
-  const PlanValue* value = FindValue(plan, "Channel");
-  if (!value || IsUnresolved(event.structure, plan, *value)) return false;
-  std::string scratch;
-  channel = TextOf(event.structure, plan, *value, scratch);
-  return true;
+  return ChannelOf(decoder, event, channel);
+}
+
+bool FirstNamedChannel(Bytes slots, std::uint64_t file_offset, std::string& channel) {
+  EvtxDecoder decoder;
+  BeginLog(decoder, nullptr, Policy::kComplete);
+  channel.clear();
+  EvtxHandlers handlers;
+  handlers.record = [&channel](EvtxDecoder& inner, DecodedEvent& event) {
+    if (channel.empty() && !ChannelOf(inner, event, channel)) channel.clear();
+  };
+  WalkSlots(decoder, slots, file_offset, handlers);
+  return !channel.empty();
 }
 
 }  // namespace tarnlex

@@ -19,7 +19,8 @@ constexpr std::size_t kKeptFragments = 64;  // more than any real record has
 void ReadHeader(const EvtxChunk& chunk, std::uint32_t offset, DecodedEvent& event) {
   const std::uint8_t* record = chunk.data.data() + offset;
   event.signature = Load<std::uint32_t>(record);
-  event.size = Load<std::uint32_t>(record + kRecordSizeField);
+  event.size =
+      chunk.found_size > 0 ? chunk.found_size : Load<std::uint32_t>(record + kRecordSizeField);
   event.record_id = Load<std::uint64_t>(record + kRecordIdField);
   event.written_time = Load<std::uint64_t>(record + kRecordTimeField);
   event.time = event.written_time;
@@ -93,20 +94,6 @@ const Tree* RegisteredTree(EvtxDecoder& decoder, const TemplateRef& reference,
   return TemplateTree(decoder, event, reference.chunk_offset, reference.data_size);
 }
 
-// Whether the definition is the one that the record means, whatever else its chunk has registered:
-// an instance repeats the beginning of its template's GUID.
-bool StatesTemplate(Bytes chunk, std::uint32_t record, const DefinitionHead& head) {
-  std::uint32_t stated = 0;
-  return ReadAt(chunk, record + kRecordTemplateField, stated) &&
-         stated == Load<std::uint32_t>(head.guid.data());
-}
-
-const Tree* StatedTree(EvtxDecoder& decoder, std::uint32_t definition, const DefinitionHead& head,
-                       DecodedEvent& event) {
-  TraceTemplate(decoder, definition, head.size);
-  return TemplateTree(decoder, event, definition, head.size);
-}
-
 void NoteNoTemplate(EvtxDecoder& decoder, DecodedEvent& event) {
   NoteFault(decoder, event, RecordFault::kNoTemplate);
   if (decoder.trace) TraceLine(*decoder.trace, "prob accessing template, aborting");
@@ -143,16 +130,46 @@ void FrameInstance(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t def
   if (readable && (HoldsBinaryXml(event.array) || !reference)) {
     RegisterNestedTemplates(decoder, record, head, reference != nullptr, event);
   }
-  const bool is_stated =
-      decoder.policy == Policy::kComplete && StatesTemplate(chunk.data, record, head);
-  if (!reference && !is_stated) {
+  if (!reference) {
     NoteNoTemplate(decoder, event);
     return;
   }
   if (!readable) NoteUnreadableValues(decoder, event);
   if (event.array.cut) NoteFault(decoder, event, RecordFault::kValuesCut);
-  event.tree = is_stated ? StatedTree(decoder, definition, head, event)
-                         : RegisteredTree(decoder, *reference, event);
+  event.tree = RegisteredTree(decoder, *reference, event);
+}
+
+bool IsInstanceToken(Bytes chunk, std::uint32_t token) {
+  std::uint8_t byte = 0;
+  return ReadAt(chunk, token, byte) && (byte & 0x1F) == 0x0C;
+}
+
+// The same where every value counts: the definition that the record names is the one, as long as it
+// has not been overwritten; without it the values are given without names.
+void FrameWhateverIsThere(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t definition,
+                          DecodedEvent& event) {
+  const Bytes chunk = decoder.chunk.data;
+  const std::uint32_t here = record + kRecordInlinePosition;
+  const std::uint32_t token = here - kInstanceTokenSize;
+  DefinitionHead head;
+  const bool known =
+      ReadDefinitionHead(chunk, definition, head) && IsInstanceOf(chunk, token, head);
+  if (!known && !IsInstanceToken(chunk, token)) {
+    NoteNoTemplate(decoder, event);
+    return;
+  }
+  std::uint64_t array = here;
+  if (definition == here) array += kDefinitionHeadSize + std::uint64_t{head.size};
+  const bool readable = ParseSubstitutionArray(
+      chunk, static_cast<std::uint32_t>(std::min<std::uint64_t>(array, kChunkSize)), decoder.policy,
+      event.structure.slots, event.array);
+  Charge(event, event.array.count);
+  if (readable && HoldsBinaryXml(event.array)) {
+    RegisterNestedTemplates(decoder, record, head, true, event);
+  }
+  if (!readable) NoteUnreadableValues(decoder, event);
+  if (event.array.cut) NoteFault(decoder, event, RecordFault::kValuesCut);
+  event.tree = InstanceTree(decoder, event, token, definition, head, event.array.count);
 }
 
 // A record whose binary XML is plain elements, as forwarded and re-exported logs hold them.
@@ -160,7 +177,7 @@ void FrameElements(EvtxDecoder& decoder, std::uint32_t record, DecodedEvent& eve
   constexpr std::uint32_t kHeaders = kRecordHeaderSize + kFragmentHeaderSize;
   // Behind the elements stands a copy of the size, which must not be read as a token.
   const std::uint64_t body_end = std::max(event.size, kHeaders + kRecordSizeCopy) - kRecordSizeCopy;
-  const std::uint64_t end = std::min<std::uint64_t>(record + body_end, kChunkSize);
+  const std::uint64_t end = std::min(record + body_end, std::uint64_t{decoder.chunk.data.size()});
   event.tree = FragmentTree(decoder, event, record + kHeaders, static_cast<std::uint32_t>(end));
 }
 
@@ -275,9 +292,11 @@ bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expec
     FrameElements(decoder, offset, event);
   } else if (!ReadAt(chunk, offset + kRecordDefinitionField, definition)) {
     NoteNoTemplate(decoder, event);
+  } else if (decoder.policy == Policy::kComplete) {
+    FrameWhateverIsThere(decoder, offset, definition, event);
   } else if (definition > kMaxDefinitionOffset) {
     NoteFault(decoder, event, RecordFault::kTemplateOffset);
-    if (decoder.policy == Policy::kLiteral) return false;
+    return false;
   } else {
     FrameInstance(decoder, offset, definition, expected_number, event);
   }

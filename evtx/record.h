@@ -13,7 +13,8 @@ namespace tarnlex {
 // of the work on a small log; what it has counted does not. `trace` may be null.
 void BeginLog(EvtxDecoder& decoder, TextSink* trace, Policy policy);
 
-// Makes the 65,536 bytes `data`, which must outlive their use, the chunk whose records come next.
+// Makes the bytes `data`, 65,536 unless the chunk is cut, which must outlive their use, the chunk
+// whose records come next.
 void BeginChunk(EvtxDecoder& decoder, Bytes data, std::uint64_t file_offset);
 
 // Takes what the chunk's records have taught over into the decoder's store; behind its last record.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "event/extent.h"
 #include "evtx/fragment.h"
 #include "evtx/trace.h"
 
@@ -67,6 +68,28 @@ const Tree* PrepareTemplate(EvtxDecoder& decoder, DecodedEvent& event, std::uint
   return tree;
 }
 
+// Room for a tree that is valid for the time of the record.
+Tree& NextFragment(DecodedEvent& event) {
+  if (event.fragments_used == event.fragments.size()) {
+    event.fragments.push_back(std::make_unique<Tree>());
+  }
+  return *event.fragments[event.fragments_used++];
+}
+
+// The values of an instance whose template is not known, as unnamed data.
+const Tree* UnnamedTree(DecodedEvent& event, std::uint32_t count) {
+  Tree& tree = NextFragment(event);
+  tree = {};
+  for (std::uint32_t slot = 0; slot < count; ++slot) {
+    tree.nodes.push_back({NodeKind::kElement, false, 0, 0, "Data"});
+    tree.nodes.push_back({NodeKind::kStartEnd, false, 0, 0, {}});
+    tree.nodes.push_back({NodeKind::kSlot, true, static_cast<std::uint16_t>(slot), 0, {}});
+    tree.nodes.push_back({NodeKind::kElementEnd, false, 0, 0, {}});
+  }
+  tree.extent = ExtentOf(tree, Policy::kComplete);
+  return &tree;
+}
+
 std::uint32_t AddStream(Resolution& run, const Tree* tree, const SubstitutionArray& array) {
   auto& streams = run.event.structure.streams;
   streams.push_back({tree, 0, array.first, array.count, 0, 0});
@@ -88,7 +111,8 @@ std::uint32_t AddInstance(Resolution& run, std::uint32_t token, int depth) {
   TemplateInstance instance;
   DefinitionHead head;
   if (!LocateInstance(chunk, token, instance) ||
-      !ReadDefinitionHead(chunk, instance.definition, head)) {
+      (!ReadDefinitionHead(chunk, instance.definition, head) &&
+       decoder.policy == Policy::kLiteral)) {
     NoteFault(decoder, event, RecordFault::kNestedUnreadable);
     return kChunkSize;
   }
@@ -101,8 +125,8 @@ std::uint32_t AddInstance(Resolution& run, std::uint32_t token, int depth) {
   }
   if (array.cut) NoteFault(decoder, event, RecordFault::kValuesCut);
   if (!ChargeOrNote(decoder, event, array.count)) return kChunkSize;
-  TraceTemplate(decoder, instance.definition, head.size);
-  AddStream(run, TemplateTree(decoder, event, instance.definition, head.size), array);
+  AddStream(run, InstanceTree(decoder, event, token, instance.definition, head, array.count),
+            array);
   return readable && !array.cut ? array.end : kChunkSize;
 }
 
@@ -240,13 +264,21 @@ const Tree* FragmentTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_
   }
   // The same bytes may be reached from many slots, and every time they are compiled anew.
   if (!ChargeOrNote(decoder, event, (end - std::min(begin, end)) / kBytesPerToken)) return nullptr;
-  if (event.fragments_used == event.fragments.size()) {
-    event.fragments.push_back(std::make_unique<Tree>());
-  }
-  Tree& tree = *event.fragments[event.fragments_used++];
+  Tree& tree = NextFragment(event);
   CompileStream(chunk, begin, end, FragmentLayout(decoder), &decoder.chunk.names_of_fragments,
                 tree);
   return &tree;
+}
+
+const Tree* InstanceTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t token,
+                         std::uint32_t definition, const DefinitionHead& head,
+                         std::uint32_t count) {
+  if (decoder.policy == Policy::kComplete && !IsInstanceOf(decoder.chunk.data, token, head)) {
+    NoteFault(decoder, event, RecordFault::kNoNames);
+    return UnnamedTree(event, count);
+  }
+  TraceTemplate(decoder, definition, head.size);
+  return TemplateTree(decoder, event, definition, head.size);
 }
 
 void TraceTemplate(EvtxDecoder& decoder, std::uint32_t offset, std::uint32_t size) {

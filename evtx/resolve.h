@@ -17,6 +17,12 @@ const Tree* TemplateTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_
 const Tree* FragmentTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t begin,
                          std::uint32_t end);
 
+// The tree of the instance whose token stands at `token`, with `count` values, given the head of
+// the definition that it names. To the complete policy a definition that was overwritten is none:
+// then the tree gives the values as unnamed data.
+const Tree* InstanceTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t token,
+                         std::uint32_t definition, const DefinitionHead& head, std::uint32_t count);
+
 // Writes the tokens of a definition's body to the trace, if there is one.
 void TraceTemplate(EvtxDecoder& decoder, std::uint32_t offset, std::uint32_t size);
 

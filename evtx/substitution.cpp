@@ -97,6 +97,12 @@ bool ReadDefinitionHead(Bytes chunk, std::uint32_t offset, DefinitionHead& head)
   return true;
 }
 
+bool IsInstanceOf(Bytes chunk, std::uint32_t token, const DefinitionHead& head) {
+  std::uint32_t id = 0;
+  return ReadAt(chunk, std::uint64_t{token} + kInstanceIdField, id) && head.size > 0 &&
+         id == Load<std::uint32_t>(head.guid.data());
+}
+
 bool LocateInstance(Bytes chunk, std::uint32_t token, TemplateInstance& instance) {
   if (!Fits(chunk, token, kInstanceTokenSize)) return false;
   const std::uint32_t behind = token + kInstanceTokenSize;

@@ -63,6 +63,10 @@ struct DefinitionHead {
 // Reads the 24 bytes at `offset`; false when they do not lie inside the chunk.
 bool ReadDefinitionHead(Bytes chunk, std::uint32_t offset, DefinitionHead& head);
 
+// Whether the instance whose token stands at `token` is one of the template whose definition has
+// that head: a definition that was overwritten does not begin with what the instance repeats of it.
+bool IsInstanceOf(Bytes chunk, std::uint32_t token, const DefinitionHead& head);
+
 // The instance whose token stands at `token`: its definition stands directly behind the token
 // (inline), with the array behind it, or elsewhere, with the array directly behind the token. False
 // when the token or an inline definition's head does not lie inside the chunk.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "evtx/find_record.h"
 #include "evtx/record.h"
 #include "evtx/record_check.h"
 #include "evtx/trace.h"
@@ -19,16 +20,14 @@ void LeaveChunk(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expect
   TraceLine(*decoder.trace, "chunk left at file offset 0x" + HexText(chunk.file_offset + offset));
 }
 
-// The size of the record at `at`, if a whole one begins there, else 0.
-std::uint32_t WholeRecordSize(Bytes bytes, std::size_t at) {
-  std::uint32_t signature = 0;
-  std::uint32_t size = 0;
-  std::uint32_t copy = 0;
-  ReadAt(bytes, at, signature);
-  if (signature != kRecordSignature || !ReadAt(bytes, at + kRecordSizeField, size)) return 0;
-  if (size < kRecordHeaderSize + kRecordSizeCopy || !Fits(bytes, at, size)) return 0;
-  ReadAt(bytes, at + size - kRecordSizeCopy, copy);
-  return copy == size ? size : 0;
+void HandleRecord(EvtxDecoder& decoder, const EvtxHandlers& handlers, std::uint32_t offset,
+                  std::uint64_t expected, DecodedEvent& event) {
+  if (handlers.progress) {
+    handlers.progress(Load<std::uint64_t>(decoder.chunk.data.data() + offset + kRecordIdField));
+  }
+  if (!FrameRecord(decoder, offset, expected, event)) return;
+  if (decoder.checks_records) CheckRecord(decoder, event);
+  handlers.record(decoder, event);
 }
 
 // The chunk's header bounds how many records are tried; each record's size leads to the next.
@@ -42,15 +41,74 @@ void WalkRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers, DecodedEven
       LeaveChunk(decoder, offset, expected);
       return;
     }
-    if (handlers.progress) {
-      handlers.progress(Load<std::uint64_t>(chunk.data.data() + offset + kRecordIdField));
-    }
-    if (FrameRecord(decoder, offset, expected, event)) {
-      if (decoder.checks_records) CheckRecord(decoder, event);
-      handlers.record(decoder, event);
-    }
+    HandleRecord(decoder, handlers, offset, expected, event);
     // A size that leads out of the chunk must not wrap on its way.
     offset = size > kChunkSize - offset ? kChunkSize : offset + size;
+  }
+}
+
+// How far the chunk's numbers and the sizes of records alone would lead.
+struct SizeChain {
+  Bytes data;
+  std::uint64_t offset = kFirstRecord;
+  std::uint64_t promised = 0;
+};
+
+// Whether they lead to the record at `offset`; asked in order of place.
+bool LeadsTo(SizeChain& chain, std::uint32_t offset) {
+  std::uint32_t size = 0;
+  while (chain.promised > 0 && chain.offset < offset) {
+    --chain.promised;
+    ReadAt(chain.data, chain.offset + kRecordSizeField, size);
+    if (size == 0) chain.promised = 0;
+    chain.offset += size;
+  }
+  ReadAt(chain.data, std::uint64_t{offset} + kRecordSizeField, size);
+  return chain.promised > 0 && chain.offset == offset && size > 0;
+}
+
+// A record of which nothing says where it ends has no bytes of the next one.
+void HandleDamaged(EvtxDecoder& decoder, const EvtxHandlers& handlers, const RecordPlace& place,
+                   std::uint64_t expected, DecodedEvent& event) {
+  EvtxChunk& chunk = decoder.chunk;
+  const Bytes whole = chunk.data;
+  chunk.data = whole.first(place.offset + place.size);
+  chunk.found_size = place.size;
+  AddFault(decoder.account, {RecordFault::kUnknownSize,
+                             Load<std::uint64_t>(whole.data() + place.offset + kRecordIdField),
+                             chunk.file_offset + place.offset});
+  HandleRecord(decoder, handlers, place.offset, expected, event);
+  chunk.found_size = 0;
+  chunk.data = whole;
+}
+
+Regained WhyRegained(Bytes slot) {
+  if (slot.size() < kChunkSize) return Regained::kCutSlot;
+  return HasChunkSignature(slot, 0) ? Regained::kBehindBreak : Regained::kNoSignature;
+}
+
+// Every record that can be found in what the chunk uses.
+void WalkAllRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers, DecodedEvent& event) {
+  const EvtxChunk& chunk = decoder.chunk;
+  const Bytes data = chunk.data;
+  const Regained why = WhyRegained(data);
+  RecordSearch search = SearchRecords(data);
+  SizeChain chain{data, kFirstRecord, why == Regained::kBehindBreak ? search.promised : 0};
+  std::uint64_t regained = 0;
+  for (RecordPlace place; NextRecord(search, place);) {
+    const bool led_to = LeadsTo(chain, place.offset);
+    const std::uint64_t before = decoder.account.records;
+    const std::uint64_t expected = chunk.first_number + search.given - 1;
+    if (place.whole) {
+      HandleRecord(decoder, handlers, place.offset, expected, event);
+    } else {
+      HandleDamaged(decoder, handlers, place, expected, event);
+    }
+    if (!led_to) regained += decoder.account.records - before;
+  }
+  AddRegained(decoder.account, {why, chunk.file_offset, regained});
+  if (search.given < search.promised) {
+    LeaveChunk(decoder, search.at, chunk.first_number + search.given);
   }
 }
 
@@ -79,6 +137,28 @@ void TraceChunk(EvtxDecoder& decoder) {
                                 std::to_string(chunk.templates.size()));
 }
 
+// Whether a slot is a chunk to the decoder's policy. The complete one takes those that are cut, and
+// any that holds a record.
+bool IsChunk(const EvtxDecoder& decoder, Bytes slot) {
+  const bool complete = decoder.policy == Policy::kComplete;
+  if (HasChunkSignature(slot, 0)) return complete || slot.size() == kChunkSize;
+  return complete && HoldsWholeRecord(slot);
+}
+
+void WalkChunk(EvtxDecoder& decoder, Bytes slot, std::uint64_t file_offset,
+               const EvtxHandlers& handlers, DecodedEvent& event) {
+  BeginChunk(decoder, slot, file_offset);
+  ++decoder.account.chunks;
+  decoder.account.empty_chunks += decoder.chunk.last_number == kNoRecords;
+  TraceChunk(decoder);
+  if (decoder.policy == Policy::kComplete) {
+    WalkAllRecords(decoder, handlers, event);
+  } else if (decoder.chunk.last_number != kNoRecords) {
+    WalkRecords(decoder, handlers, event);
+  }
+  EndChunk(decoder);
+}
+
 }  // namespace
 
 void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
@@ -86,23 +166,18 @@ void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
   DecodedEvent event;
   std::size_t offset = 0;
   for (; Fits(block, offset, kChunkSize); offset += kChunkSize) {
-    if (!HasChunkSignature(block, offset)) {
-      AddSkippedSlot(decoder.account, file_offset + offset,
-                     CountRecordHeads(block.subspan(offset, kChunkSize)));
-      continue;
-    }
-    BeginChunk(decoder, block.subspan(offset, kChunkSize), file_offset + offset);
-    ++decoder.account.chunks;
-    TraceChunk(decoder);
-    if (decoder.chunk.last_number == kNoRecords) {
-      ++decoder.account.empty_chunks;
+    const Bytes slot = block.subspan(offset, kChunkSize);
+    if (IsChunk(decoder, slot)) {
+      WalkChunk(decoder, slot, file_offset + offset, handlers, event);
     } else {
-      WalkRecords(decoder, handlers, event);
+      AddSkippedSlot(decoder.account, file_offset + offset, CountRecordHeads(slot));
     }
-    EndChunk(decoder);
   }
-  decoder.account.trailing_bytes = block.size() - offset;
-  decoder.account.trailing_heads = CountRecordHeads(block.subspan(offset));
+  const Bytes rest = block.subspan(offset);
+  const bool walked = IsChunk(decoder, rest);
+  if (walked) WalkChunk(decoder, rest, file_offset + offset, handlers, event);
+  decoder.account.trailing_bytes = rest.size();
+  decoder.account.trailing_heads = walked ? 0 : CountRecordHeads(rest);
 }
 
 }  // namespace tarnlex

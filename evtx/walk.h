@@ -18,7 +18,8 @@ struct EvtxHandlers {
 };
 
 // Walks every whole 64 KiB slot of `block`, which begins at `file_offset` of the file. Slots
-// without the chunk signature are passed over; bytes behind the last whole slot are left.
+// without the chunk signature are passed over; bytes behind the last whole slot are left. The
+// complete policy walks both wherever they hold a record, and goes on behind what ends a chunk.
 void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
                const EvtxHandlers& handlers);
 

@@ -6,6 +6,7 @@
 #include "evtx/plan_of.h"
 #include "evtx/walk.h"
 #include "fuzz/fuzz_target.h"
+#include "fuzz/whole_log.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace tarnlex;
@@ -16,6 +17,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::memset(chunk.data() + kChunkFirstNumber, 0, 8);
   std::memcpy(chunk.data() + kChunkLastNumber, &kLast, sizeof kLast);
   EvtxDecoder decoder;
+  if (AsksForComplete({data, size})) decoder.policy = Policy::kComplete;
   EvtxHandlers handlers;
   std::string scratch;
   handlers.record = [&scratch](EvtxDecoder& inner, DecodedEvent& event) {

@@ -9,7 +9,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::size_t end = std::min(input.find('\0'), size);
   const std::size_t begin = std::min(end + 1, size);
   LogInfo info;
-  ProbeLogFile(info, ExpandPathVariables(input.substr(0, end)),
-               FileOf({data + begin, size - begin}));
+  for (const Judgement judgement : {Judgement::kByName, Judgement::kByContents}) {
+    ProbeLogFile(info, ExpandPathVariables(input.substr(0, end)),
+                 FileOf({data + begin, size - begin}), judgement);
+  }
   return 0;
 }

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "logs/bytes.h"
 #include "logs/platform.h"
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
@@ -23,5 +24,9 @@ void RunQueries(const InputFile& file, const LogInfo& log, QueryList& queries,
 // for, to `out`. Without `keeps` every record is decoded as if it were the first of its kind.
 void DumpLog(const InputFile& file, RunOptions options, TextSink& out, TextSink* trace = nullptr,
              bool keeps = true);
+
+// Whether an EVTX input is to be read with -complete: the byte behind the seven that are compared
+// of a signature says so.
+inline bool AsksForComplete(Bytes log) { return log.size() > 7 && (log[7] & 1) != 0; }
 
 }  // namespace tarnlex

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "logs/bytes.h"
+#include "logs/platform.h"
 
 namespace tarnlex {
 
@@ -21,6 +22,10 @@ inline constexpr std::size_t kContentBytes = 8;
 
 // `head` are the first bytes of the file; fewer than kContentBytes are no log.
 LogContent ContentOf(Bytes head);
+
+// The same for an open file. A `complete` judgement also knows an EVTX log whose file header is
+// damaged, by the chunk behind it.
+LogContent ContentOf(const InputFile& file, bool complete);
 
 // The same for the file at `path`; kNone when it cannot be read.
 LogContent ContentOfFile(const std::string& path);

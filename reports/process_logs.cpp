@@ -32,7 +32,7 @@ bool RunLines(const RunOptions& options, RunState& run, const LogInfo& log,
 bool RunReport(const RunOptions& options, RunState& run, const BuiltinReport& report) {
   bool wrote = false;
   for (const auto& [path, log] : run.logs) {
-    if (!ReportFits(report, log)) continue;
+    if (!ReportFits(report, log, options.complete)) continue;
     run.current_log = &log;
     wrote |= RunLines(options, run, log, ReportLines(report, FormatOf(log)));
   }

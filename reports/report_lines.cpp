@@ -30,9 +30,10 @@ void AppendOption(std::string_view option, std::string_view value, std::string& 
 
 }  // namespace
 
-bool ReportFits(const BuiltinReport& report, const LogInfo& log) {
+bool ReportFits(const BuiltinReport& report, const LogInfo& log, bool complete) {
   if (report.evtx_only && !log.is_evtx) return false;
-  return KindFits(report, log.kind) && (report.kind_is_enough || NameFits(report, log.path));
+  return KindFits(report, log.kind) &&
+         (complete || report.kind_is_enough || NameFits(report, log.path));
 }
 
 std::string CommandLineOf(const BuiltinQuery& query) {

@@ -9,8 +9,9 @@
 
 namespace tarnlex {
 
-// Whether a report is for a log, by the log's kind, its file name and its format.
-bool ReportFits(const BuiltinReport& report, const LogInfo& log);
+// Whether a report is for a log, by the log's kind, its file name and its format; where kinds are
+// taken from what logs hold (`complete`), names do not count.
+bool ReportFits(const BuiltinReport& report, const LogInfo& log, bool complete);
 
 // One line of a report as it would stand in a command file: "!cmd, -enum_evtxlog, -id, ...".
 std::string CommandLineOf(const BuiltinQuery& query);

@@ -150,10 +150,9 @@ std::size_t MemoryFor(std::uint64_t log_size) {
 
 bool WalkLogFile(LogPass& pass, const InputFile& file) {
   pass.most_memory = MemoryFor(file.size);
-  FileBytes block;
-  const Bytes head = ReadInto(file, 0, kContentBytes, block);
-  if (head.empty()) return false;
-  switch (ContentOf(head)) {
+  std::uint8_t first = 0;
+  if (ReadFully(file, 0, {&first, 1}) == 0) return false;
+  switch (ContentOf(file, pass.options.complete)) {
     case LogContent::kEvtx: WalkEvtxFile(pass, file, kEvtxFileHeaderSize, kBlockSize); break;
     case LogContent::kChunks: WalkEvtxFile(pass, file, 0, file.size); break;  // one block
     case LogContent::kEvt: WalkEvtFile(pass, file); break;

@@ -11,6 +11,7 @@
 #include "tests/app/parsed_options.h"
 #include "tests/app/prepared_run.h"
 #include "tests/app/temp_directory.h"
+#include "tests/support/evtx_builder.h"
 
 namespace tarnlex {
 namespace {
@@ -231,6 +232,25 @@ TEST(ScanLogDirectory, GoesByWinevtInThePath) {
   EXPECT_EQ(PathsOf(table), std::vector<std::string>{directory.path + "/Config/b.EVT"});
   EXPECT_FALSE(ScanLogDirectory(table, directory.path + "/none"));
   EXPECT_TRUE(table.empty());
+}
+
+TEST(Partition, WithCompleteRecordsTellAKindBeforeTheName) {
+  support::EvtxBuilder log;
+  log.AddEvent({.event_id = 4624, .channel = "Security"});
+  const support::ByteString bytes = log.Build();
+  const TempDirectory directory;
+  const std::string logs = "Windows/System32/winevt/logs/";
+  directory.AddFile(logs + "System.evtx", EmptyEvtx());
+  directory.AddFile(logs + "Archive-1.evtx", std::string(bytes.begin(), bytes.end()));
+  const auto kinds = [&](std::vector<std::string> args) {
+    args.insert(args.end(), {"-partition", directory.path + "/"});
+    const PreparedRun run(args);
+    std::vector<std::string> found;
+    for (const auto& [path, info] : run.run.logs) found.push_back(info.kind);
+    return found;
+  };
+  EXPECT_EQ(kinds({}), (std::vector<std::string>{"archive-1", "system"}));
+  EXPECT_EQ(kinds({"-complete"}), (std::vector<std::string>{"security", "system"}));
 }
 
 }  // namespace

@@ -232,5 +232,87 @@ TEST(OpenLog, NothingOfAnEarlierLogRemains) {
   EXPECT_TRUE(info.format_unknown);
 }
 
+// The same, judged by what it holds.
+Judged OpenByContents(const std::string& name, const ByteString& content) {
+  const TempDirectory directory;
+  Judged judged;
+  judged.result =
+      ProbeLog(judged.info, directory.AddFile(name, Text(content)), Judgement::kByContents);
+  judged.opened = judged.result == OpenResult::kOpened;
+  return judged;
+}
+
+EvtxBuilder EvtxOfOneChunk(const std::string& channel) {
+  EvtxBuilder log;
+  log.AddEvent({.event_id = 1, .channel = channel});
+  return log;
+}
+
+TEST(OpenLogByContents, SizeAndNameDoNotCount) {
+  for (const char* name : {"x.evtx", "System.evtx", "x"}) {
+    const Judged judged = OpenByContents(name, EvtxOfOneChunk("Security").Build());
+    EXPECT_TRUE(judged.opened) << name;
+    EXPECT_EQ(judged.info.kind, "security") << name;
+    EXPECT_FALSE(judged.info.format_unknown);
+    EXPECT_EQ(OpenByContents(name, EvtxOfOneChunk("Security").BuildChunks()).info.kind, "security");
+  }
+  EXPECT_EQ(
+      OpenByContents("x", EvtxOfOneChunk("Microsoft-Windows-DriverFrameworks-UserMode/O").Build())
+          .info.kind,
+      "driverframeworks");
+}
+
+TEST(OpenLogByContents, TheFirstRecordThatHasAChannelTellsIt) {
+  EvtxBuilder log;
+  for (int i = 0; i < 3; ++i) {
+    log.AddRecord({.body = support::ElementsFragment({Element("Event")})});
+  }
+  for (int chunk = 0; chunk < 6; ++chunk) log.AddChunk();
+  log.AddEvent({.event_id = 1, .channel = ""});
+  log.AddEvent({.event_id = 1, .channel = "System"});
+  log.AddEvent({.event_id = 1, .channel = "Security"});
+  EXPECT_EQ(OpenByContents("copy1.evtx", log.Build()).info.kind, "system");
+}
+
+TEST(OpenLogByContents, DamageBeforeARecordHidesNoChannel) {
+  ByteString file = EvtxWithChannel("Security");
+  support::RemoveChunkMagic(file, 0);
+  EXPECT_EQ(OpenByContents("x", file).info.kind, "security");
+  support::Truncate(file, 4096 + 10'000);
+  EXPECT_EQ(OpenByContents("x", file).info.kind, "security");
+  file = EvtxOfOneChunk("Security").Build();
+  support::SetBytes(file, 0, ByteString(16));  // of the file's header
+  EXPECT_EQ(OpenByContents("x", file).info.kind, "security");
+  EXPECT_TRUE(OpenByContents("x", file).info.is_evtx);
+}
+
+TEST(OpenLogByContents, WithoutAChannelTheNameTellsIt) {
+  EvtxBuilder log;
+  log.AddRecord({.body = support::ElementsFragment({Element("Event")})});
+  EXPECT_EQ(OpenByContents("System.evtx", log.Build()).info.kind, "system");
+  const Judged judged = OpenByContents("copy1.evtx", log.Build());
+  EXPECT_TRUE(judged.opened);
+  EXPECT_EQ(judged.info.kind, "copy1.evtx");
+}
+
+TEST(OpenLogByContents, AnEvtIsASecurityLogByItsSource) {
+  EXPECT_EQ(OpenByContents("x.evt", EvtWithSource("Security")).info.kind, "security");
+  EXPECT_EQ(OpenByContents("x.evt", EvtWithSource("EventLog")).info.kind, "x.evt");
+  EXPECT_EQ(OpenByContents("SysEvent.Evt", EvtWithSource("EventLog")).info.kind, "system");
+  EXPECT_FALSE(OpenByContents("x.evt", EvtWithSource("Security")).info.is_evtx);
+}
+
+TEST(OpenLogByContents, OtherFilesAreNoLogs) {
+  for (const char* content : {"just some text", "ElfFile", "LfLe", ""}) {
+    const std::string text = content;
+    const Judged judged = OpenByContents("security.evtx", {text.begin(), text.end()});
+    EXPECT_EQ(judged.result, OpenResult::kNoEventLog) << content;
+    EXPECT_TRUE(judged.info.format_unknown);
+  }
+  const TempDirectory directory;
+  LogInfo info;
+  EXPECT_EQ(ProbeLog(info, directory.path, Judgement::kByContents), OpenResult::kCannotOpen);
+}
+
 }  // namespace
 }  // namespace tarnlex

@@ -209,6 +209,35 @@ ByteString DamagedLog() {
   return log.Build();
 }
 
+// A log that a name says nothing of, with three kinds of damage: a size of 0, a slot whose
+// signature is gone, and a last chunk that is cut.
+ByteString TornLog() {
+  EvtxBuilder log;
+  int hour = 0;
+  for (int chunk = 0; chunk < 3; ++chunk) {
+    log.AddChunk();
+    for (int i = 0; i < 2; ++i) {
+      const std::string user =
+          std::string(i == 0 ? "first" : "second") + " of " + std::to_string(chunk + 1);
+      log.AddEvent(Logon(user, 2, Filetime(2012, 3, 7, ++hour, 0, 0)));
+    }
+  }
+  ByteString file = log.Build();
+  support::SetRecordSize(file, 0, 0, 0);
+  support::RemoveChunkMagic(file, 1);
+  support::CutLastChunk(file, 4000);
+  return file;
+}
+
+ByteString SmallSecurityLog() {
+  EvtxBuilder log;
+  log.AddEvent(Logon("dave", 2, Filetime(2012, 3, 7, 9, 0, 0)));
+  Event clock = Logon("dave", 2, Filetime(2012, 3, 7, 9, 1, 0));
+  clock.event_id = 4616;
+  log.AddEvent(clock);
+  return log.Build();
+}
+
 ByteString SecurityLogOfXp() {
   EvtBuilder log;
   log.AddEntry({.time = UnixTime(2006, 11, 2, 8, 14, 9),
@@ -312,6 +341,8 @@ void WriteSampleFiles(const std::string& directory) {
       {"umdf/Microsoft-Windows-DriverFrameworks-UserMode%4Operational.evtx", UsbDriverLog()},
       {"times.evtx", TimesLog()},
       {"damaged.evtx", DamagedLog()},
+      {"torn.evtx", TornLog()},
+      {"archive-7.evtx", SmallSecurityLog()},
       {"SecEvent.Evt", SecurityLogOfXp()},
       {"SysEvent.Evt", SystemLogOfXp()},
       {"dirty/SecEvent.Evt", WithHeaderSize(SecurityLogOfXp(), 0x20)},

@@ -155,7 +155,7 @@ TEST(BuiltinReports, GiveTheirNameAndLabelsToEvtRecords) {
 }
 
 bool Fits(bool RunOptions::*selected, const LogInfo& log) {
-  return ReportFits(ReportOf(selected), log);
+  return ReportFits(ReportOf(selected), log, false);
 }
 
 TEST(ReportSelection, TakesSecurityLogsByKindWhateverTheirName) {
