@@ -70,7 +70,9 @@ bool TakeNameWork(Flattening& run, std::size_t work) {
     place = PlaceOf(run, numbered);
   } while (run.room.seen[place] != 0);
   const auto position = static_cast<std::uint32_t>(values.size());
-  values[std::exchange(repeats.last, position)].next_of_name = position;
+  PlanValue& before = values[repeats.last];
+  (repeats.last == first ? before.first_later : before.next_of_name) = position;
+  repeats.last = position;
   name = KeepText(run, std::move(numbered));
   return true;
 }
