@@ -262,6 +262,14 @@ TEST(Complete, TextOutsideOfAnyElementBelongsToTheElementItsStreamStandsIn) {
   }
 }
 
+TEST(Complete, AValueThatBeginsWithAProcessingInstructionKeepsItsElements) {
+  for (const bool header : {true, false}) {
+    EXPECT_EQ(
+        ValuesAround({ProcessingTarget("t"), ProcessingData("d"), TextElement("F", "f")}, header),
+        (Values{{"F", "f"}, {"E", "[d]"}}));
+  }
+}
+
 TEST(Complete, TextOfAnInstanceOutsideOfAnyElementGoesUpAsFarAsItMust) {
   const Instance inner = InstanceOf("inner", {Slot(0, support::kString)}, {StringValue("deep")});
   const Instance middle =
