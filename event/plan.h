@@ -42,6 +42,7 @@ struct Plan {
   std::deque<std::string> texts;  // names that no tree holds
   Document document;              // the same values where they stand, for forms that ask for it
   std::size_t literal_text = 0;   // bytes
+  std::size_t numbered_text = 0;  // bytes of the names that are made by a number
   std::uint32_t work = 0;         // what resolving the streams costs
   int event_id = -1;              // the value "EventID"
   int system_time = -1;           // the attribute "SystemTime" of "TimeCreated"
