@@ -138,7 +138,15 @@ std::size_t TerminatedSize(Bytes text, std::size_t unit) {
   return text.size();
 }
 
-// The bytes of the first element of what is left of an array; all of them when it cannot be told.
+// The bytes of every element of an array; 0 when they differ. Of pointers the array tells how wide
+// they are.
+std::size_t ElementWidth(std::uint8_t type, std::size_t array_size) {
+  if (HasSystemWidth(type)) return array_size % 8 == 0 ? 8 : 4;
+  return WidthOf(type);
+}
+
+// The bytes of the first element of what is left of an array whose elements differ; all of them
+// when it cannot be told.
 std::size_t ElementSize(std::uint8_t type, Bytes array) {
   switch (type) {
     case kEvtVarTypeString: return TerminatedSize(array, 2);
@@ -147,11 +155,8 @@ std::size_t ElementSize(std::uint8_t type, Bytes array) {
       return array.size() < kFixedSidPart
                  ? array.size()
                  : std::min(array.size(), kFixedSidPart + std::size_t{4} * array[1]);
-    default: break;
+    default: return array.size();
   }
-  if (HasSystemWidth(type)) return std::min<std::size_t>(array.size(), array.size() % 8 ? 4 : 8);
-  const std::size_t width = WidthOf(type);
-  return width == 0 ? array.size() : std::min(width, array.size());
 }
 
 // A list of the elements, as lists of texts are written.
@@ -183,7 +188,7 @@ bool IsReadable(const SubstitutionValue& value) {
 
 ArrayElements ElementsOf(Bytes bytes, const SubstitutionValue& array) {
   ArrayElements elements{bytes, array.offset, array.offset,
-                         static_cast<std::uint8_t>(array.type & ~kArrayBit)};
+                         static_cast<std::uint8_t>(array.type & ~kArrayBit), 0};
   if (!Fits(bytes, array.offset, array.size)) return elements;
   Bytes own = bytes.subspan(array.offset, array.size);
   // Lists of texts end in a zero of their own, and texts at the end that are empty are none.
@@ -193,13 +198,15 @@ ArrayElements ElementsOf(Bytes bytes, const SubstitutionValue& array) {
     own = own.first(2 * UnitsWithoutZerosAtEnd(own.data(), own.size() / 2));
   }
   elements.end += static_cast<std::uint32_t>(own.size());
+  elements.width = ElementWidth(elements.type, own.size());
   return elements;
 }
 
 bool NextElement(ArrayElements& elements, SubstitutionValue& element) {
   if (elements.at >= elements.end) return false;
   const Bytes rest = elements.bytes.subspan(elements.at, elements.end - elements.at);
-  const std::size_t size = std::max<std::size_t>(ElementSize(elements.type, rest), 1);
+  const std::size_t size = elements.width == 0 ? ElementSize(elements.type, rest)
+                                               : std::min(elements.width, rest.size());
   element = {elements.at, static_cast<std::uint32_t>(size), elements.type};
   elements.at += static_cast<std::uint32_t>(size);
   return true;

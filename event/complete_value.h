@@ -53,6 +53,7 @@ struct ArrayElements {
   std::uint32_t at = 0;
   std::uint32_t end = 0;
   std::uint8_t type = kEvtVarTypeNull;  // of the elements
+  std::size_t width = 0;                // of each in bytes; 0 when they differ
 };
 ArrayElements ElementsOf(Bytes bytes, const SubstitutionValue& array);
 

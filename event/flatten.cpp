@@ -56,6 +56,16 @@ bool TakeNameWork(Flattening& run, std::size_t work) {
   return enough;
 }
 
+bool TakeNumberedText(Flattening& run, std::size_t size) {
+  const bool enough = size <= run.budget.numbered_left;
+  if (enough) {
+    run.budget.numbered_left -= size;
+    run.plan.numbered_text += size;
+  }
+  run.budget.spent |= !enough;
+  return enough;
+}
+
 // Makes a name for a later value of the name that the value at `first` has, by the next number that
 // gives one of its own; `place` gets where that belongs among those seen. False when there is
 // nothing left to pay for it.
@@ -69,8 +79,11 @@ bool TakeNameWork(Flattening& run, std::size_t work) {
     numbered = NumberedName(name, ++repeats.number);
     place = PlaceOf(run, numbered);
   } while (run.room.seen[place] != 0);
+  if (!TakeNumberedText(run, numbered.size())) return false;
   const auto position = static_cast<std::uint32_t>(values.size());
-  values[std::exchange(repeats.last, position)].next_of_name = position;
+  PlanValue& before = values[repeats.last];
+  (repeats.last == first ? before.first_later : before.next_of_name) = position;
+  repeats.last = position;
   name = KeepText(run, std::move(numbered));
   return true;
 }
@@ -96,12 +109,17 @@ bool AllLiteral(const std::vector<PlanPart>& parts) {
                      [](const PlanPart& part) { return part.literal != nullptr; });
 }
 
-std::string_view JoinLiterals(Flattening& run, const std::vector<PlanPart>& parts) {
-  if (parts.empty()) return {};
-  if (parts.size() == 1) return {parts[0].literal, parts[0].size};
+// False when there is nothing left to pay for a name: few texts may be many parts, again and again.
+bool JoinLiterals(Flattening& run, const std::vector<PlanPart>& parts, std::string_view& name) {
+  if (parts.size() == 1) name = {parts[0].literal, parts[0].size};
+  if (parts.size() < 2) return true;
   std::string text;
-  for (const PlanPart& part : parts) text.append(part.literal, part.size);
-  return KeepText(run, std::move(text));
+  for (const PlanPart& part : parts) {
+    if (!TakeNameWork(run, part.size / kTextPerToken)) return false;
+    text.append(part.literal, part.size);
+  }
+  name = KeepText(run, std::move(text));
+  return true;
 }
 
 // False when there is nothing left to pay for a name.
@@ -165,20 +183,20 @@ void EndAttribute(Flattening& run, OpenStream& stream) {
 }
 
 void AddData(Flattening& run, OpenElement& element) {
+  std::string_view name;
   if (!element.named) {
     if (element.number == 0) element.number = ++run.room.unnamed_data;
     if (element.text.empty()) return;
-    AddValue(run, KeepText(run, UnnamedDataName(element.number)), element.text);
+    name = KeepText(run, UnnamedDataName(element.number));
   } else if (element.text.empty()) {
     return;
   } else if (AllLiteral(element.name_text)) {
-    const std::string_view name = JoinLiterals(run, element.name_text);
+    if (!JoinLiterals(run, element.name_text, name)) return;
     run.plan.odd_names |= !IsPrintable(name);
-    AddValue(run, name, element.text);
-  } else {
-    std::string_view name;
-    if (ComputeName(run, element.name_text, name)) AddValue(run, name, element.text);
+  } else if (!ComputeName(run, element.name_text, name)) {
+    return;
   }
+  AddValue(run, name, element.text);
 }
 
 void EndElement(Flattening& run, OpenStream& stream) {

@@ -23,8 +23,9 @@ namespace tarnlex {
 // kept for the rest of the log.
 struct NameBudget {
   std::uint32_t work_left = 0;
-  std::uint64_t text_left = 0;  // bytes of all that are made of values
-  bool spent = false;           // a name was refused
+  std::uint64_t text_left = 0;      // bytes of all that are made of values
+  std::uint64_t numbered_left = 0;  // bytes of all that are made by a number
+  bool spent = false;               // a name was refused
 };
 
 // An element whose end has not been met.

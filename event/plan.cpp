@@ -39,6 +39,7 @@ void ClearPlan(Plan& plan) {
   plan.texts.clear();
   ClearDocument(plan.document);
   plan.literal_text = 0;
+  plan.numbered_text = 0;
   plan.work = 0;
   plan.event_id = -1;
   plan.system_time = -1;

@@ -28,7 +28,9 @@ struct PlanValue {
   std::string_view name;
   std::uint32_t first_part = 0;
   std::uint32_t part_count = 0;
-  std::uint32_t next_of_name = 0;  // position of the next value that had the same name; 0: none
+  // Positions of later values; 0: none.
+  std::uint32_t first_later = 0;   // the first that stands under a number because of this one
+  std::uint32_t next_of_name = 0;  // the next that stands under a number of the same name
 };
 
 inline constexpr std::uint32_t kUnkeptPlan = ~std::uint32_t{0};
@@ -40,6 +42,7 @@ struct Plan {
   std::deque<std::string> texts;  // names that no tree holds
   Document document;              // the same values where they stand, for forms that ask for it
   std::size_t literal_text = 0;   // bytes
+  std::size_t numbered_text = 0;  // bytes of the names that are made by a number
   std::uint32_t work = 0;         // what resolving the streams costs
   int event_id = -1;              // the value "EventID"
   int system_time = -1;           // the attribute "SystemTime" of "TimeCreated"

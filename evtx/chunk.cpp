@@ -57,6 +57,7 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.resolved.clear();
   chunk.text_left = kMaxChunkText;
   chunk.made_names_left = kMaxChunkNameText;
+  chunk.numbered_left = kMaxChunkNumberedText;
   chunk.prepared_left = kMaxChunkPrepared;
   chunk.measured_left = kMaxChunkMeasured;
   chunk.traced_left = kMaxChunkTraced;

@@ -61,7 +61,8 @@ struct EvtxChunk {
   // What the map holds under the GUID of the definition at an offset, for offsets asked for before.
   std::unordered_map<std::uint32_t, const TemplateRef*> resolved;
   std::uint64_t text_left = kMaxChunkText;
-  std::uint64_t made_names_left = kMaxChunkNameText;  // bytes of names made of values
+  std::uint64_t made_names_left = kMaxChunkNameText;    // bytes of names made of values
+  std::uint64_t numbered_left = kMaxChunkNumberedText;  // and of those made by a number
   std::uint32_t prepared_left = kMaxChunkPrepared;
   std::uint64_t measured_left = kMaxChunkMeasured;
   std::uint32_t traced_left = kMaxChunkTraced;

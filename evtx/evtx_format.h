@@ -79,6 +79,9 @@ inline constexpr std::size_t kTextPerToken = 16;
 inline constexpr std::size_t kSearchedPerToken = 256;
 // Names that do not overlap cannot have more text than this in one chunk.
 inline constexpr std::uint64_t kMaxChunkNameText = std::uint64_t{256} << 10;
+// Names by a number, which a few bytes of nesting can make: they are columns for the rest of the
+// log.
+inline constexpr std::uint64_t kMaxChunkNumberedText = std::uint64_t{512} << 10;
 
 // Where the identifier of a registered template comes from (TemplateRef::origin_index).
 inline constexpr std::uint32_t kOriginRecord = 0x10000000;

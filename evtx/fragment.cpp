@@ -14,7 +14,7 @@ FragmentStart LookAtFragment(Bytes chunk, std::uint32_t offset, std::uint32_t si
   if ((token & 0x1F) == 0x0C) return FragmentStart::kInstance;
   const std::uint8_t kind = token & 0x0F;
   if (kind == 0x01) return FragmentStart::kElement;
-  const bool is_text = kind == 0x05 || (kind >= 0x07 && kind <= 0x09);
+  const bool is_text = kind == 0x05 || (kind >= 0x07 && kind <= 0x0A);
   return is_text ? FragmentStart::kText : FragmentStart::kOther;
 }
 

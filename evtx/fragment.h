@@ -9,7 +9,8 @@
 
 namespace tarnlex {
 
-// What a binary XML value or a whole record's binary XML begins with.
+// What a binary XML value or a whole record's binary XML begins with; a processing instruction is
+// text.
 enum class FragmentStart : std::uint8_t { kInstance, kElement, kText, kOther };
 
 // Looks at the stream at `offset` of `size` bytes; `first` gets the offset of its first token,

@@ -29,14 +29,17 @@ bool ScanInstance(NestedScan& scan, std::uint32_t token, int depth, std::uint32_
   DefinitionHead head;
   SubstitutionArray array;
   // At its bounds the scan ends quietly: what it has listed by then is sound.
-  if (depth == kMaxNesting) return true;
+  if (depth == kMaxNesting || scan.work_left == 0) return true;
   if (!LocateInstance(chunk.data, token, instance) ||
       !ReadDefinitionHead(chunk.data, instance.definition, head) ||
       !ParseSubstitutionArray(chunk.data, instance.array, scan.decoder.policy,
                               scan.event.structure.slots, array)) {
     return false;
   }
-  if (array.count > scan.work_left) return true;
+  if (array.count > scan.work_left) {
+    scan.work_left = 0;
+    return true;
+  }
   scan.work_left -= array.count;
   end = array.end;
   if (depth == 0) {

@@ -58,12 +58,15 @@ std::uint64_t CountedText(const DecodedEvent& event, const Plan& plan) {
 }
 
 // Whether a kept plan may serve the record, which then costs what its streams would.
-bool Serves(const Plan& plan, DecodedEvent& event) {
+bool Serves(EvtxDecoder& decoder, const Plan& plan, DecodedEvent& event) {
   const std::uint64_t counted = CountedText(event, plan);
   const std::uint64_t most = counted + plan.parts.size() * kMaxNumberRoom;
-  if (plan.work > event.work_bound || most > kMaxRecordText || counted > FreeText(event)) {
+  std::uint64_t& numbered_left = decoder.chunk.numbered_left;
+  if (plan.work > event.work_bound || most > kMaxRecordText || counted > FreeText(event) ||
+      plan.numbered_text > numbered_left) {
     return false;
   }
+  numbered_left -= plan.numbered_text;
   event.max_text = static_cast<std::size_t>(most);
   return true;
 }
@@ -75,10 +78,13 @@ bool SameText(const EventStructure& event, const PlanPart& a, const PlanPart& b)
   return left.offset == right.offset && left.size == right.size && left.type == right.type;
 }
 
+// What is larger than any number may be given as its bytes where every value is told.
 bool IsNumber(const EventStructure& event, const PlanPart& part) {
   if (part.literal) return false;
-  const std::uint8_t type = event.slots[part.slot].type;
-  return !IsFreeSlotText(event, type) && type != kEvtVarTypeBinary;
+  const SubstitutionValue& value = event.slots[part.slot];
+  constexpr std::size_t kMostNumberBytes = 16;
+  if (IsComplete(event) && value.size > kMostNumberBytes) return false;
+  return !IsFreeSlotText(event, value.type) && value.type != kEvtVarTypeBinary;
 }
 
 // What a plan's texts come to.
@@ -161,11 +167,13 @@ void ChargeSearches(EvtxDecoder& decoder, DecodedEvent& event) {
 
 void MakePlan(EvtxDecoder& decoder, DecodedEvent& event) {
   ResolveStreams(decoder, event);
-  NameBudget budget{event.work_left, decoder.chunk.made_names_left, false};
+  NameBudget budget{event.work_left, decoder.chunk.made_names_left, decoder.chunk.numbered_left,
+                    false};
   Flatten(event.structure, budget, event.room, event.own_plan);
   event.work_left = budget.work_left;
   event.own_plan.work = event.work_bound - event.work_left;
   decoder.chunk.made_names_left = budget.text_left;
+  decoder.chunk.numbered_left = budget.numbered_left;
   if (budget.spent) NoteFault(decoder, event, RecordFault::kLimit);
   if (event.own_plan.odd_names) NoteFault(decoder, event, RecordFault::kOddNames);
   if (!IsComplete(event.structure)) ChargeSearches(decoder, event);
@@ -198,7 +206,7 @@ const Plan& PlanOf(EvtxDecoder& decoder, DecodedEvent& event) {
   bool known = false;
   const bool has_kind = MakeKey(decoder, event, key) && decoder.keeps;
   const Plan* kept = has_kind ? FindPlan(decoder, key, known) : nullptr;
-  if (kept && Serves(*kept, event)) return *(event.plan = kept);
+  if (kept && Serves(decoder, *kept, event)) return *(event.plan = kept);
   MakePlan(decoder, event);
   BoundText(decoder, event);
   event.plan = &event.own_plan;

@@ -33,12 +33,12 @@ bool Holds(const Condition& condition, const EventStructure& event, const Plan& 
   if (!condition.given) return true;
   const PlanValue* value = FieldOf(plan, condition.field, fields);
   if (!value) return false;
+  if (ConditionHolds(condition, TextOf(event, plan, *value, scratch))) return true;
   // A name may have several values, of which any will do.
-  for (;;) {
-    if (ConditionHolds(condition, TextOf(event, plan, *value, scratch))) return true;
-    if (value->next_of_name == 0) return false;
-    value = &plan.values[value->next_of_name];
+  for (std::uint32_t i = value->first_later; i != 0; i = plan.values[i].next_of_name) {
+    if (ConditionHolds(condition, TextOf(event, plan, plan.values[i], scratch))) return true;
   }
+  return false;
 }
 
 bool AnyTextContains(const EventStructure& event, const Plan& plan,

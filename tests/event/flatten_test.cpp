@@ -263,22 +263,6 @@ TEST(Literal, DecodesAllInstancesAndElementsOfOneValue) {
   }
 }
 
-// The log's values, asked of a decoder that keeps plans and of one that does not.
-std::vector<Values> KeptAndFresh(const EvtxBuilder& log) {
-  std::vector<Values> all;
-  const support::ByteString chunks = log.BuildChunks();
-  for (const bool keeps : {true, false}) {
-    EvtxDecoder decoder;
-    decoder.keeps = keeps;
-    EvtxHandlers handlers;
-    handlers.record = [&all](EvtxDecoder& with, DecodedEvent& event) {
-      all.push_back(Collect(with, event).values);
-    };
-    for (int i = 0; i < 2; ++i) WalkSlots(decoder, chunks, 4096, handlers);
-  }
-  return all;
-}
-
 // Records of one template whose value holds one instance or two, in any order.
 TEST(Literal, TakesEachValueOutOfTheInstanceItStandsIn) {
   const auto instance = [](std::string_view text) {

@@ -199,5 +199,140 @@ TEST(Bounds, ManyRecordsThatRepeatLongStringsEnd) { DecodeRepeats(support::kStri
 
 TEST(Bounds, ManyRecordsThatRepeatUnboundedStringsEnd) { DecodeRepeats(support::kAnsiString, 1); }
 
+// The body of a record at 512: an event with the identifier 7 and an array of 500 instances, each
+// of which leads to one and the same array of 10,000 values.
+ByteString WideBody() {
+  constexpr std::uint32_t kInstances = 500;
+  constexpr std::uint32_t kValues = 10'000;
+  constexpr std::uint32_t kInstanceSize = 35;
+  support::ChunkImage image;
+  image.bytes.resize(512 + 24);
+  support::Fragment own;
+  own.instance.push_back(
+      {.definition = MakeTemplate("own", {Element("EventID", {}, {Text("7")})})});
+  support::WriteFragment(image, own);
+  ByteString& bytes = image.bytes;
+  bytes.erase(bytes.end() - 4, bytes.end());  // its empty array
+  support::PutU32(bytes, kInstances);
+  for (std::uint32_t i = 0; i < kInstances; ++i) {
+    support::PutBytes(bytes, {kInstanceSize, 0, support::kBinaryXml, 0});
+  }
+  const std::size_t array = bytes.size() + std::size_t{kInstances} * kInstanceSize;
+  for (std::uint32_t i = 0; i < kInstances; ++i) {
+    // A definition that stands inline, whose body reaches to the array.
+    support::PutBytes(bytes, {0x0C, 0x01, 0, 0, 0, 0});
+    support::PutU32(bytes, static_cast<std::uint32_t>(bytes.size() + 4));
+    support::PutBytes(bytes, ByteString(20));
+    support::PutU32(bytes, static_cast<std::uint32_t>(array - bytes.size() - 4));
+    support::PutU8(bytes, 0x00);
+  }
+  support::PutU32(bytes, kValues);
+  bytes.resize(bytes.size() + std::size_t{4} * kValues);
+  return {bytes.begin() + 512 + 24, bytes.end()};
+}
+
+TEST(Bounds, ArraysOfAnyLengthTakeNoMoreRoomThanARecordMayCost) {
+  EvtxBuilder log;
+  log.AddRecord({.raw_body = WideBody()});
+  EvtxDecoder decoder;
+  decoder.policy = Policy::kComplete;
+  EvtxHandlers handlers;
+  std::size_t room = 0;
+  handlers.record = [&room](EvtxDecoder& with, DecodedEvent& event) {
+    PlanOf(with, event);
+    room = event.structure.slots.room.size();
+    EXPECT_EQ(event.event_id, 7U);
+  };
+  WalkSlots(decoder, log.BuildChunks(), 4096, handlers);
+  EXPECT_GT(room, 10'000U);
+  EXPECT_LT(room, std::size_t{6} * kMaxRecordWork);
+  EXPECT_EQ(Count(decoder.account, RecordFault::kLimit), 1U);
+}
+
+// What is no number of its type is given as bytes, which are as many as the log likes.
+TEST(Bounds, BytesInPlaceOfNumbersCountAsText) {
+  const support::Template greedy =
+      MakeTemplate("greedy", {Element("Event", {}, Repeating(100, 1, support::kFileTime))});
+  for (const std::uint8_t type :
+       {support::kFileTime, support::kSid, support::kGuid, support::kSizeT, support::kNull}) {
+    support::Value claim = support::RawValue(type, ByteString(8, 0xFF));
+    claim.stated_size = type == support::kGuid ? 15 : 9000;
+    EvtxBuilder log;
+    for (int i = 0; i < 150; ++i) log.AddRecord({.body = InstanceFragment(greedy, {claim})});
+    const DecodedLog decoded = DecodeComplete(log);
+    std::size_t text = 0;
+    for (const DecodedRecord& record : decoded.records) text += TotalText(record.values);
+    EXPECT_LT(text, kMaxChunkText + 150 * (kTextSaidOnce + kTextPerByte * 100)) << int{type};
+  }
+}
+
+// Two levels of repetition in front of an element of the record's own name: a thousand columns for
+// some hundred bytes.
+TEST(Bounds, NamesByANumberAreSoMuchInAChunk) {
+  const auto nest = [](const char* name, std::size_t times, support::Instance inner) {
+    support::Instance instance;
+    instance.definition = MakeTemplate(
+        name, {Element("E", {}, std::vector<Node>(times, Slot(0, support::kBinaryXml)))});
+    instance.values = {support::InstanceValue(std::move(inner))};
+    return instance;
+  };
+  EvtxBuilder log;
+  constexpr std::size_t kRecords = 100;
+  for (std::size_t i = 0; i < kRecords; ++i) {
+    const std::string name = "aNameOfThisRecordAlone" + std::to_string(i + 100);
+    support::Instance inner;
+    inner.definition = MakeTemplate(name, {Element(name, {}, {Text("x")})});
+    support::Fragment body;
+    body.instance.push_back(nest("outer", 32, nest("middle", 32, std::move(inner))));
+    log.AddRecord({.body = body});
+  }
+  ASSERT_EQ(log.BuildChunks().size(), support::kEvtxChunkSize);
+  const DecodedLog decoded = DecodeComplete(log);
+  std::size_t names = 0;
+  for (const DecodedRecord& record : decoded.records) {
+    for (const std::string& name : record.names) names += name.size();
+    EXPECT_GE(record.names.size(), 1U);  // the first of the name costs nothing
+  }
+  EXPECT_EQ(decoded.records.at(0).names.size(), 1024U);
+  EXPECT_LT(names, kMaxChunkNumberedText + kRecords * 32);
+  EXPECT_GT(Count(decoded.account, RecordFault::kLimit), 50U);
+  const std::vector<Values> all = KeptAndFresh(log, Policy::kComplete);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    ASSERT_EQ(all[i], decoded.records[i % kRecords].values) << i;
+  }
+}
+
+TEST(Bounds, NumberedNamesOfAKeptPlanCostTheirChunkAsMuchAsFreshOnes) {
+  const auto shared = MakeTemplate(
+      "shared", {Element("Event", {},
+                         std::vector<Node>(600, Element("aNameOfSomeLength", {}, {Text("x")})))});
+  EvtxBuilder log;
+  for (int chunk = 0; chunk < 2; ++chunk) {
+    log.AddChunk();
+    for (int i = 0; i < 100; ++i) {
+      log.AddRecord({.body = InstanceFragment(shared, {})});
+    }
+  }
+  const std::vector<Values> all = KeptAndFresh(log, Policy::kComplete);
+  ASSERT_EQ(all.size(), 800U);
+  EXPECT_EQ(all[0].size(), 600U);
+  EXPECT_EQ(all[99].size(), 1U);
+  for (std::size_t i = 0; i < all.size(); ++i) ASSERT_EQ(all[i], all[i % 100]) << i;
+}
+
+TEST(Bounds, NamesOfManyLiteralPartsHaveABound) {
+  const std::string long_name(10'000, 'n');
+  std::vector<Node> parts(2000, support::EntityReference(long_name));
+  EvtxBuilder log;
+  log.AddRecord(
+      {.body = InstanceFragment(
+           MakeTemplate("t", {Element("Data", {support::Attribute("Name", parts)}, {Text("x")}),
+                              Element("Z", {}, {Text("last")})}),
+           {})});
+  const DecodedLog decoded = DecodeComplete(log);
+  EXPECT_EQ(decoded.records.at(0).values, (Values{{"Z", "last"}}));
+  EXPECT_EQ(Count(decoded.account, RecordFault::kLimit), 1U);
+}
+
 }  // namespace
 }  // namespace tarnlex
