@@ -1,12 +1,28 @@
 """What other readers write of EVTX logs, as records of named values."""
 
 import re
+import struct
 import subprocess
+import warnings
+from collections.abc import Iterator
 from dataclasses import dataclass, field
+from io import BytesIO
 from xml.parsers import expat
 
 # No XML can hold these; readers write them as they are, or leave them out.
 CONTROLS = re.compile("[\x00-\x08\x0b\x0c\x0e-\x1f\ufffe\uffff]")
+
+CHUNKS_AT = 4096
+CHUNK_SIZE = 65536
+RECORDS_AT = 512
+FREE_SPACE_OFFSET = 48
+RECORD_SIGNATURE = b"**\0\0"
+RECORD_HEAD = struct.Struct("<4sIQQ")
+SMALLEST_RECORD = RECORD_HEAD.size + 4
+# The identifier of a record that bridges what no reader gets over.
+BRIDGE = 2**63
+FRAGMENT = b"\x0f\x01\x01\x00"
+NOTHING = FRAGMENT + b"\x00"
 
 
 @dataclass
@@ -16,6 +32,7 @@ class Record:
     identifier: int
     values: list[tuple[str, str]]
     problem: str = ""
+    written: str = ""  # the time of its header, where a reader gives that
 
 
 @dataclass
@@ -91,3 +108,92 @@ def evtxexport_records(log: str) -> list[Record]:
     run = subprocess.run(["evtxexport", "-f", "xml", log], capture_output=True, check=False)
     text = run.stdout.decode("utf-8", "surrogateescape")
     return [record_of(part) for part in re.findall(r"<Event[ >].*?\n</Event>", text, re.DOTALL)]
+
+
+def evtx_records(log: str) -> list[Record]:
+    """What the package `evtx` reads of a log, of which it gets a mended copy."""
+    import evtx  # only where it is asked for: the other reader is enough for some
+
+    with open(log, "rb") as file:
+        copy = BytesIO(mended(file.read()))
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore")  # of slots that are no chunks
+        parser = evtx.PyEvtxParser(copy, number_of_threads=1, indent=False, skip_errors=True)
+        found = [record for record in iter(parser.records()) if record]
+    records = [record_of(each["data"], int(each["event_record_id"])) for each in found]
+    for record, each in zip(records, found):
+        record.written = each["timestamp"].removesuffix(" UTC")
+    return [record for record in records if record.identifier != BRIDGE]
+
+
+def stated_size(chunk: bytes, at: int, end: int) -> int:
+    """The size that the record at `at` states; 0 where there is none, or none that could be true."""
+    if at + SMALLEST_RECORD > end or chunk[at : at + 4] != RECORD_SIGNATURE:
+        return 0
+    (size,) = struct.unpack_from("<I", chunk, at + 4)
+    return size if size >= SMALLEST_RECORD and at + size <= end else 0
+
+
+def sound_size(chunk: bytes, at: int, end: int) -> int:
+    """The size of the record at `at` where its end repeats it; else 0."""
+    size = stated_size(chunk, at, end)
+    return size if size and struct.unpack_from("<I", chunk, at + size - 4)[0] == size else 0
+
+
+def next_sound(chunk: bytes, at: int, end: int) -> int:
+    """Where the next sound record begins; the end if there is none."""
+    following = chunk.find(RECORD_SIGNATURE, at, end)
+    while following >= 0 and not sound_size(chunk, following, end):
+        following = chunk.find(RECORD_SIGNATURE, following + 1, end)
+    return following if following >= 0 else end
+
+
+def gaps(chunk: bytes) -> Iterator[tuple[int, int]]:
+    """Where a chunk holds no records before its free space: (begin, end) of each such place.
+
+    A record whose end was overwritten is one, unless another one begins inside of it.
+    """
+    (free,) = struct.unpack_from("<I", chunk, FREE_SPACE_OFFSET)
+    end = min(free, len(chunk))
+    at = RECORDS_AT
+    while at < end:
+        size = sound_size(chunk, at, end)
+        if not size:
+            size = next_sound(chunk, at + 1, end) - at
+            cut = stated_size(chunk, at, end)
+            yield at + (cut if cut <= size else 0), at + size
+        at += size
+
+
+def bridge(size: int) -> bytes:
+    """A sound record of this size that holds nothing."""
+    head = RECORD_HEAD.pack(RECORD_SIGNATURE, size, BRIDGE, 0) + NOTHING
+    return head.ljust(size - 4, b"\0") + struct.pack("<I", size)
+
+
+def mend(slot: bytearray, begin: int, end: int) -> None:
+    """Makes one sound record of these bytes of a chunk: their own, where all but its size is there."""
+    if slot[begin : begin + 4] == RECORD_SIGNATURE and slot[begin + RECORD_HEAD.size :].startswith(FRAGMENT):
+        struct.pack_into("<I", slot, begin + 4, end - begin)
+        struct.pack_into("<I", slot, end - 4, end - begin)
+    else:
+        slot[begin:end] = bridge(end - begin)
+
+
+def mended(log: bytes) -> bytes:
+    """A copy of a log in which no broken record ends a walk from record to record.
+
+    A record of an impossible size gets the one that it has to have, and over what is no record a record
+    without contents is laid. So readers see the records behind such places, which are found here by
+    nothing but their signature and their size, stated at both ends.
+    """
+    copy = bytearray(log)
+    copy.extend(bytes(-(len(log) - CHUNKS_AT) % CHUNK_SIZE))  # a last slot that is cut
+    for slot in range(CHUNKS_AT, len(copy), CHUNK_SIZE):
+        chunk = copy[slot : slot + CHUNK_SIZE]
+        if chunk.startswith(b"ElfChnk\0"):
+            for begin, end in gaps(bytes(chunk)):
+                if end - begin >= SMALLEST_RECORD + len(NOTHING):
+                    mend(chunk, begin, end)
+            copy[slot : slot + CHUNK_SIZE] = chunk
+    return bytes(copy)
