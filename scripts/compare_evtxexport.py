@@ -10,15 +10,13 @@ by class, and makes the exit code 1.
 import collections
 import re
 import shutil
-import subprocess
 import sys
 import tempfile
-from xml.parsers import expat
 
 import comparing
+import event_xml
 
 ISO_TIME = re.compile(r"^(\d{4})-(\d\d)-(\d\d)T(\d\d:\d\d:\d\d)\.(\d{3,9})Z$")
-CONTROLS = re.compile("[\x00-\x08\x0b\x0c\x0e-\x1f\ufffe\uffff]")
 GUID = re.compile(r"^\{([0-9A-Fa-f]{8}(-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12})\}$")
 
 
@@ -33,64 +31,24 @@ def our_records(tarnlex, log, diags):
     return records
 
 
-def their_values(xml):
-    """Named values of one event's XML, the first of each name kept. Names keep their prefixes."""
-    values = {}
-    open_elements = []  # [key, texts, whether it has children]
-    unnamed = 0
-
-    def keep(name, text):
+def first_of_each(values):
+    """Named values as a table without -complete has them: the first of each name."""
+    found = {}
+    for name, text in values:
         if text:
-            values.setdefault(name, text)
-
-    def start(name, attributes):
-        nonlocal unnamed
-        if open_elements:
-            open_elements[-1][2] = True
-        key = name
-        for attribute, text in attributes.items():
-            if name == "Data" and attribute == "Name":
-                key = text
-            else:
-                keep("Provider " + attribute if name == "Provider" else attribute, text)
-        if name == "Data" and "Name" not in attributes:
-            unnamed += 1
-            key = "Data" if unnamed == 1 else f"Data_{unnamed:02}"
-        open_elements.append([key, [], False])
-
-    def text(data):
-        open_elements[-1][1].append(data)
-
-    def end(_):
-        key, texts, has_children = open_elements.pop()
-        joined = "".join(texts)
-        # Between children stands only the indentation.
-        if not has_children or joined.strip():
-            keep(key, joined)
-
-    parser = expat.ParserCreate()
-    parser.buffer_text = True
-    parser.StartElementHandler = start
-    parser.EndElementHandler = end
-    parser.CharacterDataHandler = text
-    parser.Parse(xml, True)
-    return values
+            found.setdefault(name, text)
+    return found
 
 
 def their_records(log):
-    run = subprocess.run(["evtxexport", "-f", "xml", log], capture_output=True, check=False)
-    text = run.stdout.decode("utf-8", "surrogateescape")
+    """What evtxexport reads of a log: (record id, event id, values), or (None, error, nothing)."""
     records = []
-    for part in re.findall(r"<Event[ >].*?\n</Event>", text, re.S):
-        part = part.replace("\r", "&#13;")
-        part = CONTROLS.sub("?", part)
-        try:
-            values = their_values(part)
-        except expat.ExpatError as error:
-            records.append((None, str(error), {}))
+    for record in event_xml.evtxexport_records(log):
+        if record.problem:
+            records.append((None, record.problem, {}))
             continue
-        records.append((int(values.get("EventRecordID", "-1")), int(values.get("EventID", "0")),
-                        values))
+        values = first_of_each(record.values)
+        records.append((record.identifier, int(values.get("EventID", "0")), values))
     return records
 
 
@@ -126,7 +84,7 @@ def explain(name, ours, theirs, our_values, their_values_, partial):
     """The known reason for a difference of one value, or None."""
     if partial:
         return partial
-    if CONTROLS.sub("?", ours) == our_form(theirs):
+    if event_xml.CONTROLS.sub("?", ours) == our_form(theirs):
         return "control characters: no XML can hold them"
     if ours.startswith("-") and theirs.isdigit() and int(ours) + 2**64 == int(theirs):
         return "UInt64 above the signed range: written signed here"

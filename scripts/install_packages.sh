@@ -19,6 +19,8 @@ packages_for() {
     zip) echo git cmake ninja-build g++-mingw-w64-x86-64-posix zip unzip bsdextrautils mandoc ;;
     package) echo lintian binutils binutils-mingw-w64-x86-64 "$(packages_for deb) $(packages_for tarball) $(packages_for zip)" ;;
     fuzz) echo clang libclang-rt-14-dev ;;
+    # Beside these a package of PyPI, which compare_readers.sh gets.
+    readers) echo libevtx-utils python3 python3-venv ;;
     bench) echo hyperfine valgrind libevtx-utils libevt-utils python3 ;;
     *) echo "install_packages.sh: no such task: $1" >&2; return 1 ;;
   esac
