@@ -1,8 +1,8 @@
 #include "evtx/first_record.h"
 
+#include "evtx/find_record.h"
 #include "evtx/plan_of.h"
 #include "evtx/record.h"
-#include "evtx/walk.h"
 
 namespace tarnlex {
 namespace {
@@ -45,14 +45,18 @@ bool FirstRecordChannel(Bytes bytes, std::string& channel) {
 
 bool FirstNamedChannel(Bytes slots, std::uint64_t file_offset, std::string& channel) {
   EvtxDecoder decoder;
+  DecodedEvent event;
   BeginLog(decoder, nullptr, Policy::kComplete);
-  channel.clear();
-  EvtxHandlers handlers;
-  handlers.record = [&channel](EvtxDecoder& inner, DecodedEvent& event) {
-    if (channel.empty() && !ChannelOf(inner, event, channel)) channel.clear();
-  };
-  WalkSlots(decoder, slots, file_offset, handlers);
-  return !channel.empty();
+  for (std::size_t offset = 0; offset < slots.size(); offset += kChunkSize) {
+    const Bytes slot = Clip(slots, offset, kChunkSize);
+    BeginChunk(decoder, slot, file_offset + offset);
+    RecordSearch search = SearchRecords(slot);
+    for (RecordPlace place; NextRecord(search, place);) {
+      if (!place.whole || !FrameRecord(decoder, place.offset, 0, event)) continue;
+      if (ChannelOf(decoder, event, channel) && !channel.empty()) return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace tarnlex
