@@ -1,13 +1,16 @@
 #!/usr/bin/env python3
 """Compares what tarnlex says of EVT logs with what evtexport (libevt) says, value by value.
 
-Usage: compare_evtexport.py TARNLEX LOG...
+Usage: compare_evtexport.py [--complete] TARNLEX LOG...
 
 The texts of evtexport are cleaned as cells are: carriage returns and tabs away, line feeds and
 commas to semicolons. What then differs is printed, by class, and makes the exit code 1. Two
 classes are only counted. The record that a log which came round has cut in two, its beginning at
 the end of the file and its rest behind the header, is no record to tarnlex. In a stale copy that
 was written over half way, evtexport goes on to read strings past the number the record states.
+
+With --complete the rows are those of -complete: the record that was cut in two is there, and of records that
+are the same in all that either reader shows there is one.
 """
 import collections
 import datetime
@@ -20,9 +23,9 @@ import comparing
 LEVELS = {0: "info", 1: "error", 2: "warn", 4: "info", 8: "a-pass", 10: "a-fail"}
 
 
-def our_records(tarnlex, log):
+def our_records(tarnlex, log, options):
     """Rows of a one-table dump, as dictionaries of texts."""
-    header, rows = comparing.our_rows(tarnlex, log)
+    header, rows = comparing.our_rows(tarnlex, log, *options)
     return [dict(zip(header[:-1], cells)) for cells in rows]
 
 
@@ -110,8 +113,14 @@ def take_pairs(theirs, by_number, same):
     return left
 
 
-def compare(tarnlex, log):
-    ours = [comparable(record) for record in our_records(tarnlex, log)]
+def once_each(records):
+    """The records without those that are the same as an earlier one."""
+    return list({tuple(sorted(record.items())): record for record in records}.values())
+
+
+def compare(tarnlex, log, complete):
+    options = ["-complete"] if complete else []
+    ours = [comparable(record) for record in our_records(tarnlex, log, options)]
     theirs = their_records(log)
     differences = comparing.Differences()
     # Logs that came round hold stale copies: one number may stand for several records.
@@ -119,6 +128,8 @@ def compare(tarnlex, log):
     for record in ours:
         by_number[record["Record#"]].append(record)
     theirs = [{name: text for name, text in record.items() if text} for record in theirs]
+    if complete:
+        theirs = once_each(theirs)
     unpaired = take_pairs(theirs, by_number, lambda a, b: a == b)
     left = take_pairs(unpaired, by_number, has_only_more_strings)
     missing = []
@@ -132,7 +143,7 @@ def compare(tarnlex, log):
             if a != b:
                 kind = "value " + re.sub(r"\d+", "", name)
                 differences.note(kind, (record["Record#"], name, a[:150], b[:150]))
-    torn = 1 if len(missing) == 1 and wraps(tarnlex, log) else 0
+    torn = 1 if not complete and len(missing) == 1 and wraps(tarnlex, log) else 0
     for number in missing[torn:]:
         differences.note("record missing", number)
     for records in by_number.values():
@@ -145,7 +156,9 @@ def compare(tarnlex, log):
 
 
 def main():
-    results = [compare(sys.argv[1], log) for log in sys.argv[2:]]
+    complete = sys.argv[1] == "--complete"
+    tarnlex, *logs = sys.argv[2:] if complete else sys.argv[1:]
+    results = [compare(tarnlex, log, complete) for log in logs]
     sys.exit(0 if results and all(results) else 1)
 
 
