@@ -155,13 +155,25 @@ void AddStream(Writing& run, std::uint32_t number) {
   while (run.depth > std::max<std::size_t>(depth, 1)) End(run);
 }
 
+// Values whose template is gone come without the elements that events have around theirs.
+void OpenMissingRoot(Writing& run) {
+  const Tree* const tree = run.event.streams[0].tree;
+  if (!tree || tree->nodes.empty() || tree->nodes[0].kind != NodeKind::kElement) return;
+  const std::string_view first = tree->nodes[0].text;
+  if (first == "Event") return;
+  Open(run, "Event");
+  if (first == "Data") Open(run, "EventData");
+}
+
 }  // namespace
 
 void MakeDocument(const EventStructure& event, Document& document) {
   ClearDocument(document);
   Writing run{event, document};
   run.used_slots.resize(event.slots.count);
-  if (!event.streams.empty()) AddStream(run, 0);
+  if (event.streams.empty()) return;
+  OpenMissingRoot(run);
+  AddStream(run, 0);
   while (!run.open.empty()) EndInnermost(run);
 }
 

@@ -41,6 +41,7 @@ struct Document {
 // complete policy. Elements that nothing ends are ended where their stream does, ends of nothing
 // are left out, texts before the root too, what follows the root goes into it, and what lies deeper
 // than 64 elements stands beside the one that it lies in.
+// An event without the element "Event" is given one.
 void MakeDocument(const EventStructure& event, Document& document);
 
 void ClearDocument(Document& document);

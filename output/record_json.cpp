@@ -208,7 +208,7 @@ void LayOutSystem(LayingOut& run, const ElementView& system, RecordJson& layout,
   if (const JsonMember* level = FindMember(layout.head, "Level")) layout.level = *level;
   if (const JsonMember* title = FindMember(layout.head, "Provider")) layout.title = *title;
   if (const JsonMember* id = FindMember(layout.head, "EventID")) layout.id = *id;
-  layout.has_record_id = FindMember(layout.middle, "EventRecordID") != nullptr;
+  if (const JsonMember* id = FindMember(layout.middle, "EventRecordID")) layout.record_id = *id;
   // What has no member of its own.
   for (const ElementView& element : elements) AddElement(run, element, element.name, rest);
 }
@@ -411,7 +411,7 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
   at = WriteRun(event, layout.head, at);
   at = WriteLevelName(event, layout, at);
   at = WriteRun(event, layout.middle, at);
-  if (!layout.has_record_id) at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
+  if (!HasValue(event, layout.record_id)) at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
   at = WriteWrittenTime(record.written_time, at);
   at = WriteRun(event, layout.tail, at);
   at = WriteNumber(",\"Offset\":", record.file_offset, at);

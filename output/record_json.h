@@ -30,7 +30,7 @@ struct RecordJson {
   JsonMember title;         // the same for "Provider"
   JsonMember id;            // and "EventID"
   std::size_t data_at = 0;  // in `tail`, where what the event holds begins
-  bool has_record_id = false;
+  JsonMember record_id;     // and "EventRecordID"
   std::size_t fixed_size = 0;
   bool made = false;
 };
