@@ -207,13 +207,19 @@ __m128i LowerBlock(const char* at) {
 }
 
 // Looks at sixteen beginnings at a time, of which only those are compared whole that have the first
-// and the last character of `lowered`. Stops before the last block of the text; `begin` says where.
+// and the last character of `lowered`. `begin` is where it stopped: behind the last beginning,
+// unless the text is too short for a block.
 bool FindInBlocks(std::string_view text, std::string_view lowered, std::size_t& begin) {
   constexpr std::size_t kBlock = 16;
+  const std::size_t shortest = lowered.size() + kBlock - 1;
+  if (text.size() < shortest) return false;
+  const std::size_t last_block = text.size() - shortest;
   const __m128i first = _mm_set1_epi8(lowered.front());
   const __m128i last = _mm_set1_epi8(lowered.back());
-  for (; begin + lowered.size() + kBlock <= text.size(); begin += kBlock) {
+  while (begin < last_block + kBlock) {
+    begin = std::min(begin, last_block);
     const char* at = text.data() + begin;
+    begin += kBlock;
     const __m128i both = _mm_and_si128(_mm_cmpeq_epi8(LowerBlock(at), first),
                                        _mm_cmpeq_epi8(LowerBlock(at + lowered.size() - 1), last));
     for (auto hits = static_cast<unsigned>(_mm_movemask_epi8(both)); hits != 0; hits &= hits - 1) {
