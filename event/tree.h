@@ -31,7 +31,7 @@ enum class NodeKind : std::uint8_t {
 struct Node {
   NodeKind kind = NodeKind::kUnknown;
   bool optional = false;       // kSlot: an empty slot may be left out
-  std::uint16_t slot = 0;      // kSlot; kCharacter: its number
+  std::uint32_t slot = 0;      // kSlot; kCharacter: its number
   std::uint32_t place = 0;     // kInstance: where its token stands in the container's bytes
   std::string_view text = {};  // UTF-8
 };

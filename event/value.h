@@ -43,8 +43,8 @@ enum EvtVarType : std::uint8_t {
 
 // One slot of a substitution array. Its text is rendered only when somebody asks for it.
 struct SubstitutionValue {
-  std::uint32_t offset = 0;  // of the value's bytes in the chunk
-  std::uint16_t size = 0;    // in bytes
+  std::uint32_t offset = 0;  // of the value's bytes in those of the event
+  std::uint32_t size = 0;    // in bytes
   std::uint8_t type = kEvtVarTypeNull;
 };
 

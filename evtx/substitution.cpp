@@ -59,7 +59,7 @@ bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, Policy policy, Sl
     const std::uint32_t size = fields & 0xFFFF;
     const auto type = static_cast<std::uint8_t>(fields >> 16);
     if (size > chunk_end - at) break;
-    values[taken] = {at, static_cast<std::uint16_t>(size), type};
+    values[taken] = {at, size, type};
     if (type == kEvtVarTypeEvtBXml) binary_xml |= std::uint64_t{1} << taken % kSlotBits;
     if (type == kEvtVarTypeAnsiString) has_ansi = true;
     at += size;
