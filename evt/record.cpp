@@ -235,6 +235,7 @@ bool ReadEvtRecord(const EvtLog& log, std::uint64_t offset, EvtRecord& record) {
   record.filetime = seconds == 0 ? 0 : (seconds + kUnixEpochSeconds) * kTicks;
   PlaceFields(record);
   record.texts_cut = false;
+  record.slots_filled = false;
   record.source_name = {};
   record.computer_name = {};
   record.strings.clear();

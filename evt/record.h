@@ -3,9 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <map>
 #include <vector>
 
+#include "event/plan.h"
+#include "event/structure.h"
+#include "event/tree.h"
 #include "evt/evt_format.h"
 #include "evt/evt_log.h"
 #include "logs/bytes.h"
@@ -16,6 +19,14 @@ namespace tarnlex {
 struct EvtSpare {
   std::uint64_t text = kEvtSpareText;  // bytes of UTF-8
   std::uint64_t strings = kEvtSpareStrings;
+};
+
+// What all records share that have as many strings.
+template <typename T>
+struct ByStrings {
+  std::map<std::uint32_t, T> kept;  // by the number of strings, or one made of it
+  std::size_t strings = 0;          // of all that are kept
+  T loose;                          // for one record, where no more are kept
 };
 
 // Views reach into the part of the log that was in memory when the record was read, or into the
@@ -50,7 +61,15 @@ struct EvtRecord {
   Bytes computer_name;
   std::vector<Bytes> strings;
 
+  // As an event: see structure.h. The values lie in `event_bytes`.
+  EventStructure structure;
+  bool slots_filled = false;
+  std::size_t max_text = 0;  // upper bound of the bytes of all its texts, each once
+  std::vector<std::uint8_t> event_bytes;
+
   // Of all records of the log so far.
+  ByStrings<Tree> trees;
+  ByStrings<Plan> plans;
   EvtSpare spare;
   std::uint64_t cut_records = 0;  // had more texts than a record may have
 

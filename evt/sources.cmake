@@ -1,7 +1,8 @@
 target_sources(tarnlex_core PRIVATE
   evt/account.cpp
   evt/evt_log.cpp
-  evt/fields.cpp
+  evt/plan.cpp
   evt/record.cpp
+  evt/structure.cpp
   evt/walk.cpp
 )

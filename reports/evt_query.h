@@ -1,43 +1,41 @@
 // EVT records against queries: whether a query takes a record, and the row it makes of it.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "evt/record.h"
 #include "output/event_rows.h"
 #include "reports/filter.h"
+#include "reports/plan_rows.h"
+#include "reports/plan_tests.h"
 #include "reports/query_spec.h"
 #include "reports/row_query.h"
 
 namespace tarnlex {
 
-// The shape of a row and where each of its cells comes from, in column order.
-struct EvtColumns {
-  const ColumnSet* set = nullptr;
-  std::vector<std::int32_t> sources;  // a string's number from 1, or one of the values below
-};
-inline constexpr std::int32_t kFromNothing = 0;  // written "-"
-inline constexpr std::int32_t kFromSourceName = -1;
-inline constexpr std::int32_t kFromComputerName = -2;
-
 // A query made ready for one EVT log.
 struct EvtQuery {
   const QuerySpec* spec = nullptr;
   std::uint32_t position = 0;
-  QueryTests tests;
-  std::string text;  // scratch of the tests
-
-  // What is remembered of the collection that the rows go to.
-  std::map<std::size_t, EvtColumns> columns;  // by number of strings; pulls have one shape, under 0
+  QueryTests tests;  // with the fields' names in plans
   RowQuery texts;
+  // What is known of kept plans, by their identifier.
+  FieldPlaces condition_fields;
+  FieldPlaces success_fields;
+  KeptLayouts layouts;
+};
+
+// The queries of one walk, with what they remember from record to record.
+struct EvtQueries {
+  std::vector<EvtQuery> queries;
+  PlanLayout loose;  // of the last record whose plan serves it alone
+  std::string scratch;
 };
 
 // For when the rows go to another collection from now on.
-void ForgetRows(EvtQuery& query);
+void ForgetRows(EvtQueries& all);
 
 // Rewrites a query's pull list for EVT, once per query: "source name", "computer name", then
 // "param_01" for string 1 and so on; labels go to their map, lower-cased, the first of a number
@@ -46,13 +44,14 @@ void ForgetRows(EvtQuery& query);
 void PrepareForEvt(QuerySpec& query);
 
 // Queries ready for a walk; `queries` are rewritten and must outlive the result.
-std::vector<EvtQuery> PrepareEvtQueries(QueryList& queries);
+EvtQueries PrepareEvtQueries(QueryList& queries);
 
-// Whether the query takes the record.
-bool EvtQueryTakes(EvtQuery& query, EvtRecord& record);
+// Whether the query takes the record. All records of a walk are read into the same one, since what
+// is remembered of plans goes by their identifiers.
+bool EvtQueryTakes(EvtQueries& all, EvtQuery& query, EvtRecord& record);
 
 // Adds the row that the query makes of a record. `rows` is the collection of this log, the same for
 // all records, since column sets are remembered.
-void AddEvtRow(EventRows& rows, EvtQuery& query, EvtRecord& record);
+void AddEvtRow(EventRows& rows, EvtQueries& all, EvtQuery& query, EvtRecord& record);
 
 }  // namespace tarnlex

@@ -13,50 +13,6 @@ namespace {
 
 constexpr std::string_view kProviderName = "Provider Name";
 
-const PlanValue* FieldOf(const Plan& plan, const std::string& name,
-                         std::vector<PlannedField>& fields) {
-  if (plan.id == kUnkeptPlan) return FindValueNoCase(plan, name);
-  if (fields.size() <= plan.id) fields.resize(plan.id + std::size_t{1});
-  PlannedField& field = fields[plan.id];
-  if (!field.known) {
-    const PlanValue* value = FindValueNoCase(plan, name);
-    field = {true, value ? static_cast<std::int32_t>(value - plan.values.data()) : -1};
-  }
-  return field.position < 0 ? nullptr : &plan.values[static_cast<std::size_t>(field.position)];
-}
-
-bool Holds(const Condition& condition, const EventStructure& event, const Plan& plan,
-           std::vector<PlannedField>& fields, std::string& scratch) {
-  if (!condition.given) return true;
-  const PlanValue* value = FieldOf(plan, condition.field, fields);
-  if (!value) return false;
-  // A name may have several values, of which any will do.
-  for (;;) {
-    if (ConditionHolds(condition, TextOf(event, plan, *value, scratch))) return true;
-    if (value->next_of_name == 0) return false;
-    value = &plan.values[value->next_of_name];
-  }
-}
-
-// The slot that is all of a value's text; null for any other value.
-const SubstitutionValue* OnlySlot(const EventStructure& event, const Plan& plan,
-                                  const PlanValue& value) {
-  const PlanPart& part = plan.parts[value.first_part];
-  return value.part_count == 1 && !part.literal ? &event.slots[part.slot] : nullptr;
-}
-
-bool AnyTextContains(const EventStructure& event, const Plan& plan, std::string_view lowered,
-                     std::string& scratch) {
-  // A text that stands in many elements, one behind the other, is searched once.
-  const SubstitutionValue* searched = nullptr;
-  return std::any_of(plan.values.begin(), plan.values.end(), [&](const PlanValue& value) {
-    const SubstitutionValue* slot = OnlySlot(event, plan, value);
-    if (slot && slot == searched) return false;
-    searched = slot;
-    return ContainsNoCase(TextOf(event, plan, value, scratch), lowered);
-  });
-}
-
 // Names that a query pulls and that become columns: those that have a column of their own anyway
 // are left out once each when the query looks events up.
 std::vector<std::string> PulledNames(const QuerySpec& query) {
@@ -151,31 +107,10 @@ void KeepHost(EventRows& rows, EvtxQueries& all, EvtxDecoder& decoder, DecodedEv
   rows.hosts.back() = InternText(rows, TextOf(event.structure, plan, *host, all.scratch));
 }
 
-// Where layouts of kept plans lie; null for a plan that gets none.
-PlanLayout* Place(std::vector<PlanLayout>& kept, const Plan& plan) {
+PlanLayout* PlaceOf(std::vector<PlanLayout>& kept, const Plan& plan) {
   if (plan.id == kUnkeptPlan) return nullptr;
   if (kept.size() <= plan.id) kept.resize(plan.id + std::size_t{1});
   return &kept[plan.id];
-}
-
-PlanLayout* Place(std::unordered_map<std::uint32_t, PlanLayout>& kept, const Plan& plan) {
-  constexpr std::size_t kMostKept = 1024;  // queries may be many, and plans too
-  if (plan.id == kUnkeptPlan || (kept.size() == kMostKept && !kept.contains(plan.id))) {
-    return nullptr;
-  }
-  return &kept[plan.id];
-}
-
-// The layout at `place`, made once by `lay_out`, or one for this record alone.
-template <typename LayOut>
-PlanLayout& LayoutOf(PlanLayout* place, PlanLayout& loose, const DecodedEvent& event,
-                     LayOut lay_out) {
-  if (place) {
-    if (!place->columns) lay_out(true, *place);
-    if (FitsFinished(event, *place)) return *place;
-  }
-  lay_out(false, loose);
-  return loose;
 }
 
 // The cells of a row that the query has described.
@@ -186,11 +121,12 @@ void AddRowOf(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& 
     return;
   }
   const Plan& plan = PlanOf(decoder, event);
+  const PlannedEvent planned{event.structure, plan, event.max_text};
   if (query.spec->all_data) {
     const auto lay_out = [&](bool finish, PlanLayout& layout) {
       LayOutAll(rows, all, plan, finish, layout);
     };
-    AddPlanRow(rows, LayoutOf(Place(all.layouts, plan), all.loose, event, lay_out), event, plan,
+    AddPlanRow(rows, LayoutOf(PlaceOf(all.layouts, plan), all.loose, planned, lay_out), planned,
                row);
     return;
   }
@@ -198,8 +134,8 @@ void AddRowOf(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& 
   const auto lay_out = [&](bool finish, PlanLayout& layout) {
     LayOutPulled(rows, query, plan, finish, layout);
   };
-  PlanLayout* const place = Place(query.pulled_layouts, plan);
-  AddPlanRow(rows, LayoutOf(place, all.loose, event, lay_out), event, plan, row);
+  PlanLayout* const place = PlaceOf(query.pulled_layouts, plan);
+  AddPlanRow(rows, LayoutOf(place, all.loose, planned, lay_out), planned, row);
 }
 
 }  // namespace
@@ -221,7 +157,8 @@ bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, De
   if (!tests.condition.given && !tests.success.given && tests.exists.empty()) return true;
   const Plan& plan = PlanOf(decoder, event);
   const EventStructure& structure = event.structure;
-  return (tests.exists.empty() || AnyTextContains(structure, plan, tests.exists, all.scratch)) &&
+  return (tests.exists.empty() ||
+          AnyTextContains(structure, plan, plan.values, tests.exists, all.scratch)) &&
          Holds(tests.condition, structure, plan, query.condition_fields, all.scratch) &&
          Holds(tests.success, structure, plan, query.success_fields, all.scratch);
 }

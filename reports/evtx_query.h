@@ -10,16 +10,11 @@
 #include "output/event_rows.h"
 #include "reports/filter.h"
 #include "reports/plan_rows.h"
+#include "reports/plan_tests.h"
 #include "reports/query_spec.h"
 #include "reports/row_query.h"
 
 namespace tarnlex {
-
-// Where a plan has the field that a query tests.
-struct PlannedField {
-  bool known = false;
-  std::int32_t position = -1;  // in the plan's values; -1 when none has that name
-};
 
 struct EvtxQuery {
   const QuerySpec* spec = nullptr;
@@ -28,9 +23,9 @@ struct EvtxQuery {
   RowQuery texts;
   const ColumnSet* pulled = nullptr;  // of a query that pulls; null until first used
   // What is known of kept plans, by their identifier.
-  std::vector<PlannedField> condition_fields;
-  std::vector<PlannedField> success_fields;
-  std::unordered_map<std::uint32_t, PlanLayout> pulled_layouts;
+  FieldPlaces condition_fields;
+  FieldPlaces success_fields;
+  KeptLayouts pulled_layouts;
 };
 
 // The columns of records that carry the same names in the same order.

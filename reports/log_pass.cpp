@@ -56,7 +56,7 @@ void BoundMemory(LogPass& pass) {
   pass.rows = MakeRows(pass);
   // These remember column sets and texts of the collection that is gone.
   if (pass.log.is_evtx) pass.evtx = PrepareEvtxQueries(pass.queries);
-  for (EvtQuery& query : pass.evt) ForgetRows(query);
+  ForgetRows(pass.evt);
   if (pass.options.stats_on) ForgetColumns(pass.run.statistics);
 }
 
@@ -101,9 +101,11 @@ void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
 
 void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
   CountAny(pass, record.event_id, record.filetime);
+  std::vector<EvtQuery>& queries = pass.evt.queries;
   Offer(
-      pass, record.event_id, [&](std::uint32_t at) { return EvtQueryTakes(pass.evt[at], record); },
-      [&](std::uint32_t at) { AddEvtRow(pass.rows, pass.evt[at], record); });
+      pass, record.event_id,
+      [&](std::uint32_t at) { return EvtQueryTakes(pass.evt, queries[at], record); },
+      [&](std::uint32_t at) { AddEvtRow(pass.rows, pass.evt, queries[at], record); });
   BoundMemory(pass);
 }
 

@@ -25,8 +25,8 @@ struct LogPass {
   LogInfo log;  // with the format that its content turned out to have
   QueryList& queries;
   QueryIndex index;
-  EvtxQueries evtx;           // prepared when the log is EVTX
-  std::vector<EvtQuery> evt;  // prepared when it is EVT
+  EvtxQueries evtx;  // prepared when the log is EVTX
+  EvtQueries evt;    // prepared when it is EVT
   EventRows rows;
   RecordStream stream;                               // prepared for the forms that are streams
   bool wrote = false;                                // a row has been handed to the writers

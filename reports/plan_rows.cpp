@@ -83,7 +83,7 @@ void FinishCell(EventRows& rows, const Plan& plan, const PlanValue* value, const
   finished.at = EndCell(finished.builder, end);
 }
 
-std::size_t MaxRowBytes(const DecodedEvent& event, const PlanLayout& layout) {
+std::size_t MaxRowBytes(const PlannedEvent& event, const PlanLayout& layout) {
   constexpr std::size_t kOverhead = kMaxCellOverhead + kUnresolved.size();
   return event.max_text + layout.fixed.size() + layout.cells.size() * kOverhead;
 }
@@ -93,6 +93,10 @@ char* WriteParts(const EventStructure& event, const Plan& plan, const PlanCell& 
   if (!cell.value) return text;
   if (IsUnresolved(event, plan, *cell.value)) return CopyText(unresolved, text);
   return WriteText(event, plan, *cell.value, text);
+}
+
+char* CleanedEnd(const PlanLayout& layout, char* text, char* end) {
+  return layout.clean ? layout.clean(text, end) : end;
 }
 
 // Takes what a row says of itself out of the text of one of its cells, as it was before cleaning.
@@ -147,16 +151,17 @@ char* WriteCells(EventRows& rows, PlanLayout& layout, const EventStructure& even
       at = EndPlainCell(end, separator);
     } else {
       BeginCell(builder, at);
-      at = plain ? EndPlainCell(builder, end) : EndCell(builder, end);
+      at = plain ? EndPlainCell(builder, end) : EndCell(builder, CleanedEnd(layout, text, end));
     }
   }
   return CopyFixed(fixed + layout.last_begin, layout.last_size, at);
 }
 
 template <Policy kPolicy>
-char* WriteRow(EventRows& rows, PlanLayout& layout, const DecodedEvent& event, const Plan& plan,
-               RowBuilder& builder, EventRecord& row) {
+char* WriteRow(EventRows& rows, PlanLayout& layout, const PlannedEvent& event, RowBuilder& builder,
+               EventRecord& row) {
   const EventStructure& structure = event.structure;
+  const Plan& plan = event.plan;
   return builder.form == CellForm::kJoined
              ? WriteCells<CellForm::kJoined, kPolicy>(rows, layout, structure, plan, builder, row)
              : WriteCells<CellForm::kPacked, kPolicy>(rows, layout, structure, plan, builder, row);
@@ -197,19 +202,26 @@ void MakeLayout(EventRows& rows, const Plan& plan, const ColumnSet& columns,
   layout.fixed.append(kCellBlock, '\0');
 }
 
-bool FitsFinished(const DecodedEvent& event, const PlanLayout& layout) {
+PlanLayout* PlaceOf(KeptLayouts& kept, const Plan& plan) {
+  constexpr std::size_t kMostKept = 1024;  // queries may be many, and plans too
+  if (plan.id == kUnkeptPlan || (kept.size() == kMostKept && !kept.contains(plan.id))) {
+    return nullptr;
+  }
+  return &kept[plan.id];
+}
+
+bool FitsFinished(const PlannedEvent& event, const PlanLayout& layout) {
   return MaxRowBytes(event, layout) <= kMostJoined;
 }
 
-void AddPlanRow(EventRows& rows, PlanLayout& layout, const DecodedEvent& event, const Plan& plan,
-                EventRecord& row) {
+void AddPlanRow(EventRows& rows, PlanLayout& layout, const PlannedEvent& event, EventRecord& row) {
   row.columns = layout.columns;
   row.providerName = layout.provider;
   row.level = layout.level;
   RowBuilder builder = BeginRow(rows, MaxRowBytes(event, layout));
   char* const end = event.structure.policy == Policy::kComplete
-                        ? WriteRow<Policy::kComplete>(rows, layout, event, plan, builder, row)
-                        : WriteRow<Policy::kLiteral>(rows, layout, event, plan, builder, row);
+                        ? WriteRow<Policy::kComplete>(rows, layout, event, builder, row)
+                        : WriteRow<Policy::kLiteral>(rows, layout, event, builder, row);
   EndRow(rows, builder, end, row);
 }
 

@@ -1,15 +1,16 @@
-// Rows of EVTX records, written from their plans. Which of a row's cells are the same for all
-// records of a kept plan is settled once, and those cells are copied as they will lie in the row.
+// Rows of records of both containers, written from their plans. Which of a row's cells are the same
+// for all records of a kept plan is settled once, and those cells are copied as they will lie in
+// the row.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "event/plan.h"
-#include "evtx/decoded_event.h"
 #include "output/event_rows.h"
 
 namespace tarnlex {
@@ -41,8 +42,24 @@ struct PlanLayout {
   std::string_view unresolved;     // the text of a value that empty slots leave out
   std::string_view provider;       // from a finished cell
   std::string_view last_provider;  // of the last record
-  std::uint32_t level = 0;         // from a finished cell
+  std::uint32_t level = 0;         // from a finished cell, or as the record has it
+  // Takes out of the text between two places what no row may hold; returns its new end. Null:
+  // nothing is taken out.
+  char* (*clean)(char* begin, char* end) = nullptr;
 };
+
+// An event with what says where its values are.
+struct PlannedEvent {
+  const EventStructure& structure;
+  const Plan& plan;
+  std::size_t max_text = 0;  // upper bound of the bytes of all texts of the plan
+};
+
+// Layouts of kept plans, by the plan's identifier.
+using KeptLayouts = std::unordered_map<std::uint32_t, PlanLayout>;
+
+// Where the layout of a plan lies; null for a plan that gets none.
+PlanLayout* PlaceOf(KeptLayouts& kept, const Plan& plan);
 
 // Lays out rows with those `columns` whose values are `values`, null for none; `unresolved` stands
 // for values that are left out. With `finish`, literal cells are finished: then no row may be added
@@ -52,10 +69,21 @@ void MakeLayout(EventRows& rows, const Plan& plan, const ColumnSet& columns,
                 bool finish, PlanLayout& layout);
 
 // Whether a row of the record goes with finished cells.
-bool FitsFinished(const DecodedEvent& event, const PlanLayout& layout);
+bool FitsFinished(const PlannedEvent& event, const PlanLayout& layout);
+
+// The layout at `place`, made once by `lay_out`, or one for this record alone.
+template <typename LayOut>
+PlanLayout& LayoutOf(PlanLayout* place, PlanLayout& loose, const PlannedEvent& event,
+                     LayOut lay_out) {
+  if (place) {
+    if (!place->columns) lay_out(true, *place);
+    if (FitsFinished(event, *place)) return *place;
+  }
+  lay_out(false, loose);
+  return loose;
+}
 
 // Adds the row of a record, whose plan made the layout.
-void AddPlanRow(EventRows& rows, PlanLayout& layout, const DecodedEvent& event, const Plan& plan,
-                EventRecord& row);
+void AddPlanRow(EventRows& rows, PlanLayout& layout, const PlannedEvent& event, EventRecord& row);
 
 }  // namespace tarnlex

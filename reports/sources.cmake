@@ -7,6 +7,7 @@ target_sources(tarnlex_core PRIVATE
   reports/filter.cpp
   reports/log_pass.cpp
   reports/plan_rows.cpp
+  reports/plan_tests.cpp
   reports/process_logs.cpp
   reports/query_index.cpp
   reports/record_stream.cpp

@@ -1,6 +1,7 @@
 target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/evt_log_test.cpp
-  ${CMAKE_CURRENT_SOURCE_DIR}/evt/fields_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evt/plan_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/record_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evt/structure_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/walk_test.cpp
 )

@@ -121,7 +121,8 @@ TEST(BuiltinReports, GiveTheirNameAndLabelsToEvtRecords) {
     QueryList queries;
     BuildQueries(ReportLines(report, LogFormat::EVT), Log("log", "security", false), {}, false,
                  queries);
-    std::vector<EvtQuery> prepared = PrepareEvtQueries(queries);
+    EvtQueries prepared = PrepareEvtQueries(queries);
+    EvtRecord record;
     for (const BuiltinQuery& line : report.queries) {
       if (line.format != LogFormat::EVT) continue;
       ++lines;
@@ -132,12 +133,12 @@ TEST(BuiltinReports, GiveTheirNameAndLabelsToEvtRecords) {
       }
       const support::ByteString bytes =
           support::EvtEntryBytes({.event_id = line.event_id, .strings = strings});
-      EvtRecord record;
       ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
       EventRows rows;
-      for (EvtQuery& query : prepared) {
-        if (!EvtQueryTakes(query, record)) continue;
-        AddEvtRow(rows, query, record);
+      ForgetRows(prepared);
+      for (EvtQuery& query : prepared.queries) {
+        if (!EvtQueryTakes(prepared, query, record)) continue;
+        AddEvtRow(rows, prepared, query, record);
         break;
       }
       ASSERT_EQ(rows.rows.size(), 1U) << line.name;

@@ -20,7 +20,7 @@ using Texts = std::vector<std::string>;
 // The query of one command line, ready for EVT.
 struct Prepared {
   QueryList list;
-  std::vector<EvtQuery> queries;
+  EvtQueries evt;
 };
 Prepared Prepare(const std::vector<std::string>& lines) {
   const LogInfo log{.path = "SecEvent.Evt", .is_evtx = false, .kind = "security"};
@@ -31,17 +31,17 @@ Prepared Prepare(const std::vector<std::string>& lines) {
   }
   Prepared prepared;
   BuildQueries(token_lists, log, {}, false, prepared.list);
-  prepared.queries = PrepareEvtQueries(prepared.list);
+  prepared.evt = PrepareEvtQueries(prepared.list);
   return prepared;
 }
 
 bool Takes(const std::string& line, const EvtEntry& entry) {
   Prepared prepared = Prepare({line});
-  EXPECT_EQ(prepared.queries.size(), 1U) << line;
+  EXPECT_EQ(prepared.evt.queries.size(), 1U) << line;
   const ByteString bytes = support::EvtEntryBytes(entry);
   EvtRecord record;
   EXPECT_TRUE(ReadEvtRecord(bytes, 0, record));
-  return EvtQueryTakes(prepared.queries.at(0), record);
+  return EvtQueryTakes(prepared.evt, prepared.evt.queries.at(0), record);
 }
 
 Cells CellsOf(const EventRecord& row) {
@@ -55,13 +55,13 @@ Cells CellsOf(const EventRecord& row) {
 // The values that the line takes from a record with source "src" and computer "host".
 Cells Taken(const std::string& line, const Texts& strings) {
   Prepared prepared = Prepare({line});
-  EXPECT_EQ(prepared.queries.size(), 1U) << line;
+  EXPECT_EQ(prepared.evt.queries.size(), 1U) << line;
   const ByteString bytes =
       support::EvtEntryBytes({.source = "src", .computer = "host", .strings = strings});
   EvtRecord record;
   EXPECT_TRUE(ReadEvtRecord(bytes, 0, record));
   EventRows rows;
-  AddEvtRow(rows, prepared.queries.at(0), record);
+  AddEvtRow(rows, prepared.evt, prepared.evt.queries.at(0), record);
   Cells cells = CellsOf(rows.rows.at(0));
   EXPECT_EQ(cells["source name"], "src");
   EXPECT_EQ(cells["computer name"], "host");
@@ -210,21 +210,6 @@ TEST(EvtRow, KeepsTheFirstValueOfAColumn) {
 
 TEST(EvtRow, HasOnlyTheNamesWithoutPulls) { EXPECT_EQ(Taken("-id, 12", {"a", "b"}), Cells{}); }
 
-TEST(EvtRow, WritesADashForAPullThatIsNoStringName) {
-  QueryList list(1);
-  std::vector<EvtQuery> queries(1);
-  queries[0].spec = &list[0];  // as it stands, not rewritten
-  list[0].pull = {"source name", "computer name", "nounderscore", "param_1"};
-  const ByteString bytes = support::EvtEntryBytes({.strings = {"a", "b"}});
-  EvtRecord record;
-  ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
-  EventRows rows;
-  AddEvtRow(rows, queries[0], record);
-  const Cells cells = CellsOf(rows.rows[0]);
-  EXPECT_EQ(cells.at("nounderscore"), "-");
-  EXPECT_EQ(cells.at("param_1"), "a");
-}
-
 TEST(EvtRow, CleansLineBreaksAndTabs) {
   EXPECT_EQ(Taken("-all_data", {"a\r\nb\tc", "\r\n\t", "plain", "\xC3\xA9\n\xE2\x82\xAC"}),
             (Cells{{"param_01", "a,bc"},
@@ -239,10 +224,10 @@ TEST(EvtRow, CarriesTheRecordsOwnFields) {
       {.number = 77, .time = support::UnixTime(2012, 3, 7), .event_id = 0x80000210, .type = 16});
   EvtRecord record;
   ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
-  EXPECT_FALSE(EvtQueryTakes(prepared.queries[0], record));
-  ASSERT_TRUE(EvtQueryTakes(prepared.queries[1], record));
+  EXPECT_FALSE(EvtQueryTakes(prepared.evt, prepared.evt.queries[0], record));
+  ASSERT_TRUE(EvtQueryTakes(prepared.evt, prepared.evt.queries[1], record));
   EventRows rows;
-  AddEvtRow(rows, prepared.queries[1], record);
+  AddEvtRow(rows, prepared.evt, prepared.evt.queries[1], record);
   const EventRecord& row = rows.rows[0];
   EXPECT_EQ(row.queryIndex, 1U);
   EXPECT_EQ(row.timeCreated, support::Filetime(2012, 3, 7));
@@ -261,10 +246,10 @@ TEST(EvtRow, SharesColumnsAmongRecordsOfOneShape) {
   for (const Texts& strings : {Texts{"a"}, Texts{"b"}, Texts{"c", "d"}}) {
     records.push_back(support::EvtEntryBytes({.strings = strings}));
   }
+  EvtRecord record;
   for (const ByteString& bytes : records) {
-    EvtRecord record;
     ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
-    AddEvtRow(rows, prepared.queries[0], record);
+    AddEvtRow(rows, prepared.evt, prepared.evt.queries[0], record);
   }
   EXPECT_EQ(rows.rows[0].columns, rows.rows[1].columns);
   EXPECT_NE(rows.rows[0].columns, rows.rows[2].columns);
@@ -277,9 +262,9 @@ TEST(EvtRow, StaysValidAfterTheRowsWereCleared) {
   const ByteString bytes = support::EvtEntryBytes({.strings = {"kept"}});
   EvtRecord record;
   ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
-  AddEvtRow(rows, prepared.queries[0], record);
+  AddEvtRow(rows, prepared.evt, prepared.evt.queries[0], record);
   ClearRows(rows);
-  AddEvtRow(rows, prepared.queries[0], record);
+  AddEvtRow(rows, prepared.evt, prepared.evt.queries[0], record);
   EXPECT_EQ(CellsOf(rows.rows.at(0)).at("param_01"), "kept");
 }
 
