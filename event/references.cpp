@@ -16,8 +16,8 @@ std::string_view EntityText(std::string_view name) {
 
 // The unit of the character reference at `i`; 0 when there is none.
 std::uint16_t UnitAt(std::span<const Node> nodes, std::size_t i) {
-  return i < nodes.size() && nodes[i].kind == NodeKind::kCharacter ? nodes[i].slot
-                                                                   : std::uint16_t{0};
+  const bool is_character = i < nodes.size() && nodes[i].kind == NodeKind::kCharacter;
+  return is_character ? static_cast<std::uint16_t>(nodes[i].slot) : std::uint16_t{0};
 }
 
 constexpr bool IsHighSurrogate(std::uint16_t unit) { return (unit & 0xFC00) == 0xD800; }
