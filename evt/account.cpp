@@ -13,6 +13,17 @@ void WriteAccount(TextSink& out, const EvtAccount& account) {
   if (account.cut_records > 0) {
     Append(out, "records cut at a limit of text: " + std::to_string(account.cut_records) + "\n");
   }
+  if (account.joined_records > 0) {
+    Append(out, "records joined across the end of the file: " +
+                    std::to_string(account.joined_records) + "\n");
+  }
+  if (account.copies > 0) {
+    Append(out, "copies of records left out: " + std::to_string(account.copies) + "\n");
+  }
+  if (account.not_kept > 0) {
+    Append(out,
+           "records too many to find their copies: " + std::to_string(account.not_kept) + "\n");
+  }
   if (account.torn_record) {
     Append(out, "walk ended at file offset 0x" + HexText(account.torn_offset) +
                     ": a record runs past the end\n");

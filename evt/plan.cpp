@@ -96,9 +96,10 @@ std::span<const PlanValue> EvtSearchedValues(const Plan& plan) {
   return std::span(plan.values).first(plan.values.size() - kValuesBehind + 1);
 }
 
-const PlanValue& EvtPulledValue(const Plan& plan, std::string_view column) {
+const PlanValue& EvtPulledValue(const Plan& plan, Policy policy, std::string_view column) {
   std::span<const PlanValue> values = EvtColumnValues(plan);
-  if (values.size() > kValuesBefore) values = values.first(values.size() - 1);
+  const bool without_last = policy == Policy::kLiteral && values.size() > kValuesBefore;
+  if (without_last) values = values.first(values.size() - 1);
   const auto found = std::find_if(values.begin(), values.end(), [column](const PlanValue& value) {
     return value.name == column;
   });

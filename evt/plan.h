@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "event/plan.h"
+#include "event/policy.h"
 #include "evt/record.h"
 
 namespace tarnlex {
@@ -31,9 +32,9 @@ std::span<const PlanValue> EvtColumnValues(const Plan& plan);
 // The values that a text is looked for in: the columns and "user_sid".
 std::span<const PlanValue> EvtSearchedValues(const Plan& plan);
 
-// What a report's column of that name gives: never the record's last string, and "-" for what is
-// not there.
-const PlanValue& EvtPulledValue(const Plan& plan, std::string_view column);
+// What a report's column of that name gives, "-" for what is not there. Under the literal policy
+// that is never the record's last string.
+const PlanValue& EvtPulledValue(const Plan& plan, Policy policy, std::string_view column);
 
 // The name in plans of what a condition calls `field`: "source_name", "user_sid", "success_type",
 // "string", or the decimal number of a string, counted from 1. Empty for any other.

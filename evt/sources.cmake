@@ -1,5 +1,6 @@
 target_sources(tarnlex_core PRIVATE
   evt/account.cpp
+  evt/copies.cpp
   evt/evt_log.cpp
   evt/plan.cpp
   evt/record.cpp

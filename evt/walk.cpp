@@ -1,5 +1,8 @@
 #include "evt/walk.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "evt/evt_format.h"
 
 namespace tarnlex {
@@ -7,6 +10,11 @@ namespace {
 
 constexpr std::uint64_t kHeader = 48;
 constexpr std::uint64_t kStep = 4;  // records begin on multiples of four in whole logs
+
+// Larger records are neither joined nor compared; real ones stay far below.
+constexpr std::uint32_t kLargestWhole = std::uint32_t{1} << 20;
+
+bool IsWhole(std::uint32_t length) { return length >= kEvtFixedSize && length <= kLargestWhole; }
 
 // Ends the walk where it stands.
 bool Stop(EvtCursor& cursor) {
@@ -34,6 +42,7 @@ bool ReadHeader(EvtCursor& cursor) {
     return false;
   }
   cursor.offset = header_size;
+  cursor.header_size = header_size;
   return signature == kEvtSignature;
 }
 
@@ -60,38 +69,110 @@ bool StopAtTornRecord(EvtCursor& cursor) {
   return Stop(cursor);
 }
 
-}  // namespace
-
-bool BeginEvtWalk(Bytes log, EvtCursor& cursor) {
-  cursor = {};
-  cursor.log = WholeEvtLog(log);
-  return ReadHeader(cursor);
+void Mark(EvtCursor& cursor) {
+  if (cursor.first_mark == 0) cursor.first_mark = cursor.offset;
 }
 
-bool BeginEvtFileWalk(const InputFile& file, EvtCursor& cursor) {
-  cursor = {};
-  cursor.log = {file.size, 0, {}, &file};
-  ShowInWindow(cursor.log, 0, kHeader, cursor.window);
-  return ReadHeader(cursor);
-}
-
-bool NextEvtRecord(EvtCursor& cursor, EvtRecord& record) {
+// The next record as the log has it; `torn` when it runs past the end.
+bool NextStoredRecord(EvtCursor& cursor, EvtRecord& record, bool& torn) {
   while (const std::uint8_t* at = FixedPart(cursor)) {
     const auto mark = Load<std::uint32_t>(at + 4);
     if (mark == kEvtSignature) {
-      if (!ReadRecord(cursor, Load<std::uint32_t>(at), record)) return StopAtTornRecord(cursor);
+      Mark(cursor);
+      torn = !ReadRecord(cursor, Load<std::uint32_t>(at), record);
+      if (torn) return false;
       StepOver(cursor, record.length);
-      ++cursor.account.records;
       return true;
     }
     if (mark == kEvtEndMark) {
+      Mark(cursor);
       StepOver(cursor, Load<std::uint32_t>(at));
       ++cursor.account.end_marks;
     } else {
       SkipBytes(cursor);
     }
   }
-  return Stop(cursor);
+  return false;
+}
+
+// The record that was just read, unless it is too large or too small to be compared.
+bool IsCopy(EvtCursor& cursor, const EvtRecord& record) {
+  if (!IsWhole(record.length)) return false;
+  const Bytes bytes = Clip(record.log.part, record.offset - record.log.begin, record.length);
+  const bool is_copy = IsCopy(cursor.copies, cursor.log, record.offset, bytes);
+  cursor.account.not_kept = cursor.copies.not_kept;
+  if (is_copy) ++cursor.account.copies;
+  return is_copy;
+}
+
+// Puts the piece at the end of the log and what follows it behind the header one behind the other.
+// They are one record if its length stands at its end too, and no record began in the second piece.
+bool JoinPieces(EvtCursor& cursor, Bytes& joined) {
+  FileBytes room;
+  const EvtLog& log = cursor.log;
+  const Bytes first = Stretch(log, cursor.offset, kLargestWhole, room);
+  std::uint32_t length = 0;
+  std::uint32_t signature = 0;
+  if (!ReadAt(first, 0, length) || !ReadAt(first, 4, signature)) return false;
+  if (signature != kEvtSignature || !IsWhole(length) || length <= first.size()) return false;
+  const std::uint64_t rest = length - first.size();
+  if (rest > std::max(cursor.first_mark, cursor.header_size) - cursor.header_size) return false;
+  FileBytes rest_room;
+  const Bytes second = Stretch(log, cursor.header_size, rest, rest_room);
+  std::uint32_t length_again = 0;
+  cursor.joined.assign(first.begin(), first.end());
+  cursor.joined.insert(cursor.joined.end(), second.begin(), second.end());
+  joined = cursor.joined;
+  return ReadAt(joined, length - sizeof length_again, length_again) && length_again == length;
+}
+
+// The record that the end of the log cuts in two, as if all of it lay there.
+bool ReadJoinedRecord(EvtCursor& cursor, EvtRecord& record) {
+  Bytes joined;
+  if (cursor.policy != Policy::kComplete || !JoinPieces(cursor, joined)) return false;
+  const std::uint64_t behind = joined.size() - (cursor.log.size - cursor.offset);
+  const EvtLog whole{cursor.offset + joined.size(), cursor.offset, joined, nullptr};
+  if (!ReadEvtRecord(whole, cursor.offset, record)) return false;
+  cursor.account.skipped_bytes -= std::min(cursor.account.skipped_bytes, behind);
+  cursor.offset = cursor.log.size;
+  return true;
+}
+
+}  // namespace
+
+bool BeginEvtWalk(Bytes log, EvtCursor& cursor, Policy policy) {
+  cursor = {};
+  cursor.log = WholeEvtLog(log);
+  cursor.policy = policy;
+  return ReadHeader(cursor);
+}
+
+bool BeginEvtFileWalk(const InputFile& file, EvtCursor& cursor, Policy policy) {
+  cursor = {};
+  cursor.log = {file.size, 0, {}, &file};
+  cursor.policy = policy;
+  ShowInWindow(cursor.log, 0, kHeader, cursor.window);
+  return ReadHeader(cursor);
+}
+
+bool NextEvtRecord(EvtCursor& cursor, EvtRecord& record) {
+  EvtAccount& account = cursor.account;
+  const bool complete = cursor.policy == Policy::kComplete;
+  record.structure.policy = cursor.policy;
+  bool torn = false;
+  while (NextStoredRecord(cursor, record, torn)) {
+    if (complete && IsCopy(cursor, record)) continue;
+    ++account.records;
+    return true;
+  }
+  if (ReadJoinedRecord(cursor, record)) {
+    torn = false;
+    const bool is_copy = IsCopy(cursor, record);
+    if (!is_copy) ++account.records;
+    ++account.joined_records;
+    if (!is_copy) return true;
+  }
+  return torn ? StopAtTornRecord(cursor) : Stop(cursor);
 }
 
 }  // namespace tarnlex

@@ -4,7 +4,10 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
+#include "event/policy.h"
+#include "evt/copies.h"
 #include "evt/evt_log.h"
 #include "evt/record.h"
 #include "logs/bytes.h"
@@ -20,24 +23,35 @@ struct EvtAccount {
   std::uint64_t cut_records = 0;     // had more texts than a record may have
   bool torn_record = false;          // the last record runs past the end of the log...
   std::uint64_t torn_offset = 0;     // ...from here
+  // With the complete policy:
+  std::uint64_t joined_records = 0;  // went on behind the header
+  std::uint64_t copies = 0;          // of records that the log has elsewhere; not given
+  std::uint64_t not_kept = 0;        // records that later ones were not compared with
 };
 
 struct EvtCursor {
   EvtLog log;
   FileBytes window;  // the part in memory of a log that is read as it is walked
+  Policy policy = Policy::kLiteral;
+  std::uint64_t header_size = 0;
   std::uint64_t offset = 0;
+  std::uint64_t first_mark = 0;  // where the first record began, or an end-of-file record
+  EvtCopies copies;
+  std::vector<std::uint8_t> joined;  // a record of which the log holds two pieces
   EvtAccount account;
 };
 
 // Starts a walk over the bytes of a whole log, which must stay as they are while the cursor is
 // used. False when they do not carry the signature; then there is nothing to walk.
-bool BeginEvtWalk(Bytes log, EvtCursor& cursor);
+bool BeginEvtWalk(Bytes log, EvtCursor& cursor, Policy policy = Policy::kLiteral);
 
 // The same over a file, which must stay open; a few megabytes of it are in memory at a time.
-bool BeginEvtFileWalk(const InputFile& file, EvtCursor& cursor);
+bool BeginEvtFileWalk(const InputFile& file, EvtCursor& cursor, Policy policy = Policy::kLiteral);
 
 // The next record, in file order; false at the end of the walk. `record` is overwritten; what it
-// views stays valid until the next call. The time is linear in the log.
+// views stays valid until the next call. The time is linear in the log. Under the complete policy
+// exact copies of earlier records are left out, and a record that the end of the file cuts in two
+// is joined with what lies of it behind the header, and comes last.
 bool NextEvtRecord(EvtCursor& cursor, EvtRecord& record);
 
 }  // namespace tarnlex

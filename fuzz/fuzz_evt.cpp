@@ -48,13 +48,16 @@ std::string Gather(EvtCursor& cursor) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const Bytes log{data, size};
   const InputFile file = FileOf(log);
-  EvtCursor whole;
-  EvtCursor windowed;
-  const bool begun = BeginEvtWalk(log, whole);
-  if (begun != BeginEvtFileWalk(file, windowed)) std::abort();
-  if (begun && Gather(whole) != Gather(windowed)) std::abort();
-  TextSink out = MakeSink([](std::string_view) { return true; });
-  RunOptions options;
-  DumpLog(file, options, out);
+  for (const Policy policy : {Policy::kLiteral, Policy::kComplete}) {
+    EvtCursor whole;
+    EvtCursor windowed;
+    const bool begun = BeginEvtWalk(log, whole, policy);
+    if (begun != BeginEvtFileWalk(file, windowed, policy)) std::abort();
+    if (begun && Gather(whole) != Gather(windowed)) std::abort();
+    TextSink out = MakeSink([](std::string_view) { return true; });
+    RunOptions options;
+    options.complete = policy == Policy::kComplete;
+    DumpLog(file, options, out);
+  }
   return 0;
 }

@@ -38,7 +38,7 @@ struct NamedValues {
   std::vector<const PlanValue*> values;
 };
 
-NamedValues RowValues(const QuerySpec& query, const Plan& plan) {
+NamedValues RowValues(const QuerySpec& query, const Plan& plan, Policy policy) {
   NamedValues row;
   const auto add = [&](std::string_view name, const PlanValue& value) {
     row.names.push_back(EvtColumnName(query, name));
@@ -47,15 +47,15 @@ NamedValues RowValues(const QuerySpec& query, const Plan& plan) {
   if (query.all_data) {
     for (const PlanValue& value : EvtColumnValues(plan)) add(value.name, value);
   } else {
-    for (const std::string& name : query.pull) add(name, EvtPulledValue(plan, name));
+    for (const std::string& name : query.pull) add(name, EvtPulledValue(plan, policy, name));
   }
   return row;
 }
 
 // A name that comes twice keeps its first value.
-void LayOut(EventRows& rows, const EvtQuery& query, const Plan& plan, bool finish,
+void LayOut(EventRows& rows, const EvtQuery& query, const Plan& plan, Policy policy, bool finish,
             PlanLayout& layout) {
-  const NamedValues row = RowValues(*query.spec, plan);
+  const NamedValues row = RowValues(*query.spec, plan, policy);
   std::vector<int> position_of;
   const ColumnSet* columns = AddColumnSet(rows, row.names, position_of);
   std::vector<const PlanValue*> values(columns->names.size());
@@ -126,7 +126,7 @@ void AddEvtRow(EventRows& rows, EvtQueries& all, EvtQuery& query, EvtRecord& rec
   const Plan& plan = EvtPlanOf(record);
   const PlannedEvent planned{record.structure, plan, record.max_text};
   const auto lay_out = [&](bool finish, PlanLayout& layout) {
-    LayOut(rows, query, plan, finish, layout);
+    LayOut(rows, query, plan, record.structure.policy, finish, layout);
   };
   PlanLayout& layout = LayoutOf(PlaceOf(query.layouts, plan), all.loose, planned, lay_out);
   layout.level = record.event_type;

@@ -24,11 +24,11 @@ struct LogPass {
   RunState& run;
   LogInfo log;  // with the format that its content turned out to have
   QueryList& queries;
-  QueryIndex index;
-  EvtxQueries evtx;  // prepared when the log is EVTX
-  EvtQueries evt;    // prepared when it is EVT
-  EventRows rows;
-  RecordStream stream;                               // prepared for the forms that are streams
+  QueryIndex index = {};
+  EvtxQueries evtx = {};  // prepared when the log is EVTX
+  EvtQueries evt = {};    // prepared when it is EVT
+  EventRows rows = {};
+  RecordStream stream = {};                          // prepared for the forms that are streams
   bool wrote = false;                                // a row has been handed to the writers
   std::size_t most_memory = std::size_t{512} << 20;  // of the rows; then they are written
 };

@@ -17,7 +17,7 @@ bool RunQueries(const RunOptions& options, RunState& run, const LogInfo& log, Qu
   // Behind a record that could not be written nothing is worth reading.
   if (queries.empty() || HasFailed(run.records)) return false;
   if (options.stats_on) BeginWalk(run.statistics, log, queries.size(), filters);
-  LogPass pass{options, run, log, queries, {}, {}, {}, {}, {}, false};
+  LogPass pass{options, run, log, queries};
   WalkLog(pass);
   return pass.wrote;
 }

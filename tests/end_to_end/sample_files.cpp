@@ -1,5 +1,6 @@
 #include "tests/end_to_end/sample_files.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <utility>
@@ -314,6 +315,24 @@ ByteString TimesLogOfXp() {
   return log.Build();
 }
 
+// A ring that has turned: of four records the third lies across the end of the file, and in front
+// of the first one is a copy of it that nothing has overwritten.
+ByteString RingOfXp() {
+  EvtBuilder log;
+  support::EvtEntry entry{.event_id = 101, .source = "Ring", .strings = {"one", "of four"}};
+  const std::uint32_t length = static_cast<std::uint32_t>(EvtEntryBytes(entry).size());
+  for (const char* text : {"one", "two", "three", "four"}) {
+    entry.strings[0] = text;
+    log.AddEntry(entry);
+  }
+  const std::uint32_t start = support::kEvtHeaderSize + 4 * length;
+  ByteString file = log.Build({.start = start,
+                               .file_size = start + 2 * length + 100,
+                               .flags = support::kEvtWrapped | support::kEvtDirty});
+  std::copy_n(file.begin() + start, length, file.begin() + start - length);
+  return file;
+}
+
 ByteString BareChunk() {
   EvtxBuilder log;
   const PlainEvent event{.provider = "Cut out", .id = 5, .data = {{"Text", "from memory"}}};
@@ -349,6 +368,7 @@ void WriteSampleFiles(const std::string& directory) {
       {"accounts/SecEvent.Evt", AccountsLogOfXp()},
       {"app/AppEvent.Evt", ApplicationLogOfXp()},
       {"times.evt", TimesLogOfXp()},
+      {"ring/SysEvent.Evt", RingOfXp()},
       {"volume/WINDOWS/System32/Config/sysevent.EVT", SystemLogOfXp()},
       {"chunk.bin", BareChunk()},
       {"empty.evtx", {}},

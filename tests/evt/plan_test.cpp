@@ -81,21 +81,29 @@ TEST(EvtPlan, MakesColumnsOfNamesAndStringsAndSearchesTheSidToo) {
   EXPECT_EQ(NamesOf(EvtSearchedValues(plan)), columns);
 }
 
-TEST(EvtPlan, PullsAllButTheLastString) {
+std::string Pulled(Policy policy, std::string_view column) {
   EvtRecord record;
   const ByteString bytes = Sample();
-  ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+  EXPECT_TRUE(ReadEvtRecord(bytes, 0, record));
   const Plan& plan = EvtPlanOf(record);
   std::string scratch;
-  const auto pulled = [&](std::string_view column) {
-    return std::string(TextOf(record.structure, plan, EvtPulledValue(plan, column), scratch));
-  };
-  EXPECT_EQ(pulled("source name"), "Security");
-  EXPECT_EQ(pulled("param_01"), "ab");
-  EXPECT_EQ(pulled("param_02"), "");
-  EXPECT_EQ(pulled("param_03"), "-");
-  EXPECT_EQ(pulled("param_04"), "-");
-  EXPECT_EQ(pulled("user_sid"), "-");
+  return std::string(TextOf(record.structure, plan, EvtPulledValue(plan, policy, column), scratch));
+}
+
+TEST(EvtPlan, PullsAllButTheLastString) {
+  EXPECT_EQ(Pulled(Policy::kLiteral, "source name"), "Security");
+  EXPECT_EQ(Pulled(Policy::kLiteral, "param_01"), "ab");
+  EXPECT_EQ(Pulled(Policy::kLiteral, "param_02"), "");
+  EXPECT_EQ(Pulled(Policy::kLiteral, "param_03"), "-");
+  EXPECT_EQ(Pulled(Policy::kLiteral, "param_04"), "-");
+  EXPECT_EQ(Pulled(Policy::kLiteral, "user_sid"), "-");
+}
+
+TEST(EvtPlan, PullsTheLastStringUnderTheCompletePolicy) {
+  EXPECT_EQ(Pulled(Policy::kComplete, "param_01"), "ab");
+  EXPECT_EQ(Pulled(Policy::kComplete, "param_03"), "c");
+  EXPECT_EQ(Pulled(Policy::kComplete, "param_04"), "-");
+  EXPECT_EQ(Pulled(Policy::kComplete, "user_sid"), "-");
 }
 
 TEST(EvtPlan, KeepsOnePlanForAllRecordsWithAsManyStrings) {

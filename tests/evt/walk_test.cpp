@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "logs/text.h"
 #include "tests/support/evt_builder.h"
 
 namespace tarnlex {
@@ -18,11 +19,12 @@ namespace {
 using support::ByteString;
 using support::EvtBuilder;
 
-std::vector<std::uint32_t> RecordNumbers(Bytes log, EvtAccount* account = nullptr) {
+std::vector<std::uint32_t> RecordNumbers(Bytes log, EvtAccount* account = nullptr,
+                                         Policy policy = Policy::kLiteral) {
   std::vector<std::uint32_t> numbers;
   EvtCursor cursor;
   EvtRecord record;
-  if (!BeginEvtWalk(log, cursor)) return numbers;
+  if (!BeginEvtWalk(log, cursor, policy)) return numbers;
   while (NextEvtRecord(cursor, record)) numbers.push_back(record.record_number);
   if (account != nullptr) *account = cursor.account;
   return numbers;
@@ -155,6 +157,109 @@ TEST(EvtWalk, FindsAllRecordsOfALogThatCameRound) {
   // The record that lies across the end of the file is two pieces; neither is a record.
   const Numbers numbers = RecordNumbers(file);
   EXPECT_GE(numbers.size(), 19U);
+}
+
+// A log of ten records as long as one another that came round, and of which the first piece of one
+// has `first` bytes.
+ByteString RoundLog(std::uint32_t first) {
+  EvtBuilder log;
+  for (int i = 0; i < 10; ++i) log.AddEntry({.strings = {"some text"}});
+  const auto length =
+      static_cast<std::uint32_t>(support::EvtEntryBytes({.strings = {"some text"}}).size());
+  const std::uint32_t start = support::kEvtHeaderSize + 8 * length;
+  return log.Build({.start = start,
+                    .file_size = start + 3 * length + first,
+                    .flags = support::kEvtWrapped | support::kEvtDirty});
+}
+
+Numbers CompleteNumbers(const ByteString& log, EvtAccount& account) {
+  return RecordNumbers(log, &account, Policy::kComplete);
+}
+
+TEST(EvtWalk, JoinsTheRecordThatLiesAcrossTheEnd) {
+  const ByteString file = RoundLog(80);
+  EvtAccount account;
+  EXPECT_EQ(RecordNumbers(file, &account), (Numbers{5, 6, 7, 8, 9, 10, 1, 2, 3}));
+  EXPECT_TRUE(account.torn_record);
+  EXPECT_EQ(account.joined_records, 0U);
+  const std::uint64_t skipped = account.skipped_bytes;
+  EXPECT_EQ(account.unwalked_bytes, 80U);
+  EXPECT_EQ(CompleteNumbers(file, account), (Numbers{5, 6, 7, 8, 9, 10, 1, 2, 3, 4}));
+  EXPECT_FALSE(account.torn_record);
+  EXPECT_EQ(account.joined_records, 1U);
+  EXPECT_EQ(account.records, 10U);
+  EXPECT_LT(account.skipped_bytes, skipped);
+  EXPECT_EQ(account.unwalked_bytes, 0U);
+}
+
+TEST(EvtWalk, JoinsPiecesOfEverySize) {
+  for (std::uint32_t first = support::kEvtFixedSize; first < 124; first += 4) {
+    EvtAccount account;
+    const Numbers numbers = CompleteNumbers(RoundLog(first), account);
+    EXPECT_EQ(numbers.size(), 10U) << first;
+    EXPECT_EQ(account.joined_records, 1U) << first;
+    EvtCursor cursor;
+    EvtRecord record;
+    const ByteString file = RoundLog(first);
+    ASSERT_TRUE(BeginEvtWalk(file, cursor, Policy::kComplete));
+    while (NextEvtRecord(cursor, record)) {
+    }
+    CutTexts(record);
+    EXPECT_EQ(record.record_number, 4U);
+    EXPECT_EQ(record.offset, file.size() - first);
+    ASSERT_EQ(record.strings.size(), 1U);
+    EXPECT_EQ(Utf16ToUtf8(record.strings[0]), "some text") << first;
+    EXPECT_EQ(Utf16ToUtf8(record.source_name), "Security") << first;
+  }
+}
+
+TEST(EvtWalk, JoinsNothingWhereTheSecondPieceIsNone) {
+  EvtAccount account;
+  // Its length does not stand at its end.
+  ByteString file = RoundLog(80);
+  const std::size_t length = support::GetU32(file, file.size() - 80);
+  support::SetU32(file, support::kEvtHeaderSize + length - 80 - 4, 1);
+  EXPECT_EQ(CompleteNumbers(file, account).size(), 9U);
+  EXPECT_TRUE(account.torn_record);
+  EXPECT_EQ(account.joined_records, 0U);
+  // A record begins in it.
+  file = RoundLog(80);
+  support::SetU32(file, support::kEvtHeaderSize, 0);
+  support::SetU32(file, support::kEvtHeaderSize + 4, support::GetU32(file, 4));
+  CompleteNumbers(file, account);
+  EXPECT_EQ(account.joined_records, 0U);
+  // The log begins with whole records.
+  EvtBuilder cut;
+  cut.AddEntry({}).AddEntry({.length = 4096});
+  EXPECT_EQ(CompleteNumbers(cut.Build(), account), (Numbers{1}));
+  EXPECT_TRUE(account.torn_record);
+}
+
+TEST(EvtWalk, GivesCopiesOnceUnderTheCompletePolicy) {
+  ByteString file = ThreeRecords().Build({.end_record = false});
+  const ByteString records(file.begin() + support::kEvtHeaderSize, file.end());
+  support::PutBytes(file, records);
+  file.back() = 1;  // the last one differs
+  EvtAccount account;
+  EXPECT_EQ(RecordNumbers(file, &account), (Numbers{1, 2, 3, 1, 2, 3}));
+  EXPECT_EQ(account.copies, 0U);
+  EXPECT_EQ(CompleteNumbers(file, account), (Numbers{1, 2, 3, 3}));
+  EXPECT_EQ(account.copies, 2U);
+  EXPECT_EQ(account.records, 4U);
+}
+
+TEST(EvtWalk, LeavesAJoinedRecordOutThatTheLogHasWhole) {
+  ByteString file = RoundLog(80);
+  const std::uint32_t length = support::GetU32(file, file.size() - 80);
+  const std::size_t start = support::kEvtHeaderSize + 8 * length;
+  ByteString whole(file.end() - 80, file.end());
+  whole.insert(whole.end(), file.begin() + support::kEvtHeaderSize,
+               file.begin() + support::kEvtHeaderSize + length - 80);
+  std::copy(whole.begin(), whole.end(), file.begin() + static_cast<std::ptrdiff_t>(start - length));
+  EvtAccount account;
+  EXPECT_EQ(CompleteNumbers(file, account), (Numbers{5, 6, 7, 8, 9, 10, 4, 1, 2, 3}));
+  EXPECT_EQ(account.copies, 1U);
+  EXPECT_FALSE(account.torn_record);
 }
 
 // Cutting a good log anywhere loses records from the end and nothing else.
