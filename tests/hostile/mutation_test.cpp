@@ -59,10 +59,11 @@ void Damage(ByteString& file, std::size_t begin, std::size_t end, Random& random
 // Everything a walk gives, record by record, keyed by the chunk's place in the file.
 using Told = std::map<std::uint64_t, std::string>;
 
-Told TellAll(Bytes file) {
+Told TellAll(Bytes file, Policy policy) {
   Told told;
   if (file.size() < kEvtxFileHeaderSize) return told;
   EvtxDecoder decoder;
+  decoder.policy = policy;
   EvtxHandlers handlers;
   std::string scratch;
   handlers.record = [&](EvtxDecoder& inner, DecodedEvent& event) {
@@ -125,14 +126,15 @@ ByteString ReadLog(const std::filesystem::path& path, std::size_t most) {
 }
 
 // Damages one chunk, or its neighbours' order, and compares the others.
-void ExpectOtherChunksUnchanged(const ByteString& file, const Told& before, Random& random) {
+void ExpectOtherChunksUnchanged(const ByteString& file, const Told& before, Policy policy,
+                                Random& random) {
   const std::size_t chunks = (file.size() - kEvtxFileHeaderSize) / kChunkSize;
   const std::size_t victim = Below(random, chunks);
   const std::size_t begin = support::ChunkOffset(victim);
   ByteString damaged = file;
   const std::size_t acts = Below(random, 8) + 1;
   for (std::size_t i = 0; i < acts; ++i) Damage(damaged, begin, begin + kChunkSize, random);
-  Told after = TellAll(damaged);
+  Told after = TellAll(damaged, policy);
   Told expected = before;
   after.erase(begin);
   expected.erase(begin);
@@ -145,6 +147,7 @@ void ExpectDumped(const ByteString& file, Random& random) {
   options.csvgen_form = Below(random, 3) == 0;
   options.bodyfile_form = Below(random, 4) == 0;
   options.all_params = true;
+  options.complete = Below(random, 2) == 0;
   std::size_t written = 0;
   TextSink out = MakeSink([&written](std::string_view text) {
     written += text.size();
@@ -178,11 +181,13 @@ void MutateWhole(const ByteString& file, Random& random) {
 
 void MutateEvtx(const ByteString& file, int variants, std::uint64_t seed) {
   Random random(seed);
-  const Told before = TellAll(file);
-  ASSERT_FALSE(before.empty());
+  const std::map<Policy, Told> before = {{Policy::kLiteral, TellAll(file, Policy::kLiteral)},
+                                         {Policy::kComplete, TellAll(file, Policy::kComplete)}};
+  ASSERT_FALSE(before.at(Policy::kLiteral).empty());
   for (int i = 0; i < variants && !testing::Test::HasFailure(); ++i) {
     SCOPED_TRACE("variant " + std::to_string(i));
-    ExpectOtherChunksUnchanged(file, before, random);
+    const Policy policy = i % 2 == 0 ? Policy::kLiteral : Policy::kComplete;
+    ExpectOtherChunksUnchanged(file, before.at(policy), policy, random);
     MutateWhole(file, random);
   }
 }
@@ -203,7 +208,7 @@ TEST(MutationRealLogs, OfEveryEvtxLog) {
     SCOPED_TRACE(path.string());
     // The first chunks of a log are like all of its others.
     const ByteString file = ReadLog(path, support::ChunkOffset(4));
-    if (file.size() < support::ChunkOffset(1) || TellAll(file).empty()) continue;
+    if (file.size() < support::ChunkOffset(1) || TellAll(file, Policy::kLiteral).empty()) continue;
     MutateEvtx(file, 40, seed++);
   }
 }
