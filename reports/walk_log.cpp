@@ -91,10 +91,6 @@ std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
   return static_cast<std::size_t>(std::min(log_size, kLargeFile) / small_record);
 }
 
-Policy PolicyOf(const RunOptions& options) {
-  return options.complete ? Policy::kComplete : Policy::kLiteral;
-}
-
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
                   std::uint64_t block_size) {
   EvtxDecoder& decoder = pass.run.evtx_decoder;

@@ -239,6 +239,102 @@ ByteString SmallSecurityLog() {
   return log.Build();
 }
 
+// Events as a log holds them that was exported from others: the record's header has another time
+// than the event. What tells a value apart from what tables make of it stands in one event each.
+support::Fragment ExportedEvent(std::uint32_t id, const char* system_time, Node data) {
+  return support::ElementsFragment({support::Element(
+      "Event", {},
+      {support::Element(
+           "System", {},
+           {support::Element("Provider", {support::Attribute("Name", "Exported")}),
+            TextElement("EventID", std::to_string(id)), TextElement("Level", "4"),
+            support::Element("TimeCreated", {support::Attribute("SystemTime", system_time)}),
+            TextElement("Channel", "System")}),
+       std::move(data)})});
+}
+
+// The log that was cleared is the second channel that such an event tells.
+Node ClearedLogData() {
+  return support::Element(
+      "UserData", {},
+      {support::Element(
+          "LogFileCleared", {support::Attribute("xmlns", "urn:cleared")},
+          {TextElement("SubjectUserName", "mallory"), TextElement("Channel", "Security"),
+           TextElement("BackupPath", "D:\\saved.evtx")})});
+}
+
+Node ReferenceData() {
+  return support::Element(
+      "EventData", {},
+      {support::Element("Data", {support::Attribute("Name", "Script")},
+                        {support::Text("if (a "), support::EntityReference("amp"),
+                         support::EntityReference("amp"), support::Text(" b "),
+                         support::EntityReference("lt"), support::Text(" 1) "),
+                         support::CData("{ <run/> }"), support::CharacterReference(0xD83D),
+                         support::CharacterReference(0xDE00), support::EntityReference("nbsp"),
+                         support::ProcessingTarget("pi"), support::ProcessingData("end")}),
+       support::Element("Data", {support::Attribute("Name", "Behind")}, {support::Text("&amp;")})});
+}
+
+// One value for each type whose text in tables is not what it is.
+support::Fragment TypedValues() {
+  const std::pair<const char*, support::Value> values[] = {
+      {"U64", support::UInt64Value(0xFFFFFFFFFFFFFFFF)},
+      {"S8", support::SByteValue(-1)},
+      {"Bool", support::RawValue(support::kBoolean, {0, 1, 0, 0})},
+      {"Zero", support::FileTimeValue(0)},
+      {"Double", support::DoubleValue(1e-7)},
+      {"Ansi", support::RawValue(support::kAnsiString, {'m', 0xFC, 'd', 'e'})},
+      {"List", support::RawValue(support::kUInt32 | 0x80, support::Hex("01000000 02000000"))},
+      {"Null", support::NullValue()}};
+  std::vector<Node> data = {support::Element("EventID", {}, {support::Text("3")})};
+  std::vector<support::Value> slots;
+  for (const auto& [name, value] : values) {
+    const auto slot = static_cast<std::uint16_t>(slots.size());
+    data.push_back(support::Element("Data", {support::Attribute("Name", name)},
+                                    {support::Slot(slot, value.type)}));
+    slots.push_back(value);
+  }
+  return support::InstanceFragment(
+      support::MakeTemplate("typed", {support::Element("Event", {}, data)}), slots);
+}
+
+// More values than tables take, whose texts one element holds together.
+support::Fragment ManyValues() {
+  std::vector<Node> parts;
+  std::vector<support::Value> values;
+  for (std::uint16_t i = 0; i < 100; ++i) {
+    parts.push_back(support::Slot(i, support::kString));
+    values.push_back(support::StringValue(std::to_string(i % 10)));
+  }
+  return support::InstanceFragment(
+      support::MakeTemplate(
+          "many", {support::Element(
+                      "Event", {},
+                      {support::Element("EventID", {}, {support::Text("4")}),
+                       support::Element("Data", {support::Attribute("Name", "Hundred")}, parts)})}),
+      values);
+}
+
+ByteString ExportedLog() {
+  const auto at = [](int minute) { return Filetime(2020, 5, 6, 12, minute, 0); };
+  EvtxBuilder log;
+  log.AddRecord(
+      {.time = at(1), .body = ExportedEvent(104, "2020-05-06T11:30:00.5Z", ClearedLogData())});
+  log.AddRecord({.time = at(2), .body = ExportedEvent(2, "2020-05-06T11:00:00Z", ReferenceData())});
+  log.AddRecord({.time = at(3), .body = TypedValues()});
+  log.AddRecord({.time = at(4), .body = ManyValues()});
+  const std::size_t last = support::ChunkOffset(0) + log.NextRecordOffset();
+  log.AddRecord({.time = at(5),
+                 .body = ExportedEvent(5, "2020-05-06T10:00:00Z",
+                                       support::Element("EventData", {},
+                                                        {TextElement("Data", "first"),
+                                                         TextElement("Data", "second")}))});
+  ByteString file = log.Build();
+  support::SetU64(file, last + 16, 0);  // no time in the header
+  return file;
+}
+
 ByteString SecurityLogOfXp() {
   EvtBuilder log;
   log.AddEntry({.time = UnixTime(2006, 11, 2, 8, 14, 9),
@@ -362,6 +458,7 @@ void WriteSampleFiles(const std::string& directory) {
       {"damaged.evtx", DamagedLog()},
       {"torn.evtx", TornLog()},
       {"archive-7.evtx", SmallSecurityLog()},
+      {"saved/exported.evtx", ExportedLog()},
       {"SecEvent.Evt", SecurityLogOfXp()},
       {"SysEvent.Evt", SystemLogOfXp()},
       {"dirty/SecEvent.Evt", WithHeaderSize(SecurityLogOfXp(), 0x20)},
