@@ -198,9 +198,10 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
     Say(console.err, UsageText());
     return kSuccess;
   }
-  const CommandLine line = ReadCommandLine(args);
+  const std::uint64_t now = CurrentFiletime();
+  const CommandLine line = ReadCommandLine(args, now);
   if (line.options.complete) KeepRecordsUtf8(run, console);
-  const std::string header = BuildRunHeader(args, CurrentFiletime());
+  const std::string header = BuildRunHeader(args, now);
   // Whoever reads a stream finds nothing but records in it.
   AppendNow(IsStream(line.options) ? console.err : console.out, header + "\n");
   const int result = Work(run, line, header, console);

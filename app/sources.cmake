@@ -1,4 +1,5 @@
 target_sources(tarnlex_core PRIVATE
+  app/event_ids.cpp
   app/input_discovery.cpp
   app/open_log.cpp
   app/output_options.cpp

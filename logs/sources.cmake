@@ -13,6 +13,7 @@ target_sources(tarnlex_core PRIVATE
   logs/status_line.cpp
   logs/text.cpp
   logs/text_sink.cpp
+  logs/time_bounds.cpp
   logs/utf8.cpp
   logs/windows_1252.cpp
 )
