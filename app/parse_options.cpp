@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "app/event_ids.h"
+#include "app/remarks.h"
 #include "logs/paths.h"
 #include "logs/text.h"
 #include "logs/time_bounds.h"
@@ -93,12 +94,14 @@ void ParseInputs(RunOptions& options, Arguments& args) {
 
 CommandLine ReadCommandLine(Arguments args, std::uint64_t now) {
   CommandLine line;
+  line.remarks = RemarksOn(args, now);
   line.complete = ParseOptions(line.options, args, now, line.complaints);
   return line;
 }
 
 bool ParseOptions(RunOptions& options, Arguments& args, std::uint64_t now,
                   std::string& complaints) {
+  if (FindFlag("-strict", args)) options.strict = true;
   if (!ParseOutputOptions(options, args, complaints)) return false;
   ParseFilters(options, args, now);
   ParseReports(options, args);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "logs/option_search.h"
 #include "logs/run_options.h"
@@ -13,8 +14,9 @@ namespace tarnlex {
 // What the arguments of a run say.
 struct CommandLine {
   RunOptions options;
-  std::string complaints;  // lines
-  bool complete = false;   // false: the run cannot go on, see ParseOptions
+  std::string complaints;            // lines
+  std::vector<std::string> remarks;  // what was asked for and will not be done; changes nothing
+  bool complete = false;             // false: the run cannot go on, see ParseOptions
 };
 
 // `now` is what bounds in time are counted back from.

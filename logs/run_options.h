@@ -70,6 +70,7 @@ struct RunOptions {
   bool complete = false;
 
   // How the run talks.
+  bool strict = false;  // what there is to remark ends the run
   bool show_status = true;
   bool diags_on = false;
 

@@ -3,6 +3,7 @@ target_sources(tarnlex_core PRIVATE
   logs/date_time_parse.cpp
   logs/date_time_text.cpp
   logs/iso_time.cpp
+  logs/known_options.cpp
   logs/log_content.cpp
   logs/option_search.cpp
   logs/output_guard.cpp

@@ -6,6 +6,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/app/parse_options_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/app/pipe_mode_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/app/prepare_run_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/app/remarks_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/app/run_header_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/app/run_test.cpp
 )

@@ -1,5 +1,6 @@
 target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/date_time_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/known_options_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/option_search_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/parse_number_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/paths_test.cpp
