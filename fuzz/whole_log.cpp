@@ -20,7 +20,7 @@ RunState RunInto(TextSink& out, TextSink* trace) {
 
 void RunQueries(const InputFile& file, const LogInfo& log, QueryList& queries,
                 const RunOptions& options, RunState& run) {
-  LogPass pass{options, run, log, queries, {}, {}, {}, {}, false};
+  LogPass pass{options, run, log, queries, {}, {}, {}, {}, {}, false};
   WalkLogFile(pass, file);
   Flush(*run.records.standard_output);
 }

@@ -47,7 +47,7 @@ Walked Walk(const std::string& name, const ByteString& content,
   }
   LogInfo log;
   log.path = path;
-  LogPass pass{options, run, log, queries, {}, {}, {}, {}, false};
+  LogPass pass{options, run, log, queries, {}, {}, {}, {}, {}, false};
   walked.opened = WalkLog(pass);
   walked.wrote = pass.wrote;
   walked.is_evtx = pass.log.is_evtx;
@@ -102,7 +102,7 @@ std::string Dump(const std::vector<EvtxBuilder>& logs, TextRun& text) {
     log.path = directory.AddFile("log", std::string(file.begin(), file.end()));
     QueryList queries(1);
     queries.front().all_data = true;
-    LogPass pass{options, text.run, log, queries, {}, {}, {}, {}, false};
+    LogPass pass{options, text.run, log, queries, {}, {}, {}, {}, {}, false};
     WalkLog(pass);
     for (std::size_t at; (at = text.written.find(log.path)) != std::string::npos;) {
       text.written.erase(at, log.path.size());
@@ -155,7 +155,7 @@ TEST(LogPass, CountsKeyValuesBehindRowsThatWentOutEarly) {
   options.event_ids = {kAnyEventId};
   const LogInfo read{.path = "x.evtx"};
   QueryList queries = PlainQueries(read, options);
-  LogPass pass{options, text.run, read, queries, {}, {}, {}, {}, false};
+  LogPass pass{options, text.run, read, queries, {}, {}, {}, {}, {}, false};
   BeginWalk(statistics, pass.log, queries.size(), true);
   PrepareEvtxPass(pass);
   pass.most_memory = 1;
