@@ -42,6 +42,8 @@ constexpr OptionEntry kTable[] = {
     {"-allparams", "", kLooks, "with -bodyfile: all values in the name", ""},
     {"-xml", "", kLooks, "accepted; rows look as they do without a form", ""},
     {"-multiline", "", kLooks, "each cell on a line of its own", ""},
+    {"-json", "", kLooks, "a line of JSON for each record, as it is read; everything that -complete gives", "0.34"},
+    {"-timesketch", "", kLooks, "with -json: what an import into Timesketch asks for", "0.34"},
     {"-csv_separator", "TEXT", kLooks, "what stands between cells; tab for a tab", ""},
     {"-no_whitespace", "", kLooks, "no blanks around separators", ""},
     {"-pair_datetime", "", kLooks, "date and time in one cell", ""},

@@ -89,7 +89,7 @@ std::vector<std::string> RemarksOn(const Arguments& args, std::uint64_t now) {
   RemarkLeftOver(scan);
   RemarkEventIds(scan);
   RemarkTimes(scan, now);
-  RemarkExcluded(scan, {"-multiline", "-xml", "-bodyfile", "-csvl2t", "-csvgen", "-csv"});
+  RemarkExcluded(scan, {"-json", "-multiline", "-xml", "-bodyfile", "-csvl2t", "-csvgen", "-csv"});
   RemarkExcluded(scan, {"-out", "-outfile"});
   // A run that goes on says so itself.
   if (UseOf(scan, "-strict") && UseOf(scan, "-pipe") && UseOf(scan, "-log")) {
@@ -98,6 +98,7 @@ std::vector<std::string> RemarksOn(const Arguments& args, std::uint64_t now) {
   RemarkExcluded(scan, {"-livesys", "-partition", "-vss"});
   RemarkWithout(scan, "-allparams", "-bodyfile");
   RemarkWithout(scan, "-hist", "-stats");
+  RemarkWithout(scan, "-timesketch", "-json");
   for (const std::string_view alone : {"-options", "-version", "--version"}) {
     if (UseOf(scan, alone)) Remark(scan, {"ignoring ", alone, ", it stands alone"});
   }

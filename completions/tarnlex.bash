@@ -6,7 +6,7 @@ _tarnlex() {
   local options='-log -livesys -vss -partition -pipe
     -pw -time -logon -startstop -creds -usb -cmdfile
     -eventid -string -start_time -stop_time
-    -complete -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline
+    -complete -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
     -csv_separator -no_whitespace -pair_datetime -dateformat -timeformat
     -alias -aliaspath -hostname -username
     -out -outfile -outdir -stats -hist -diags

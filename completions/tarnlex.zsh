@@ -25,6 +25,8 @@ _arguments \
   '-allparams[with -bodyfile: all values in the name]' \
   '-xml[accepted; rows look as they do without a form]' \
   '-multiline[each cell on a line of its own]' \
+  '-json[a line of JSON for each record, as it is read; everything that -complete gives (since 0.34)]' \
+  '-timesketch[with -json: what an import into Timesketch asks for (since 0.34)]' \
   '-csv_separator[what stands between cells; tab for a tab]:TEXT: ' \
   '-no_whitespace[no blanks around separators]' \
   '-pair_datetime[date and time in one cell]' \

@@ -57,6 +57,8 @@ TEST(Remarks, NameWhatHasNoEffectBesideOthers) {
             Texts{"ignoring -eventid, -cmdfile picks its own events"});
   EXPECT_EQ(Remarks({"-allparams"}), Texts{"ignoring -allparams, it goes with -bodyfile"});
   EXPECT_EQ(Remarks({"-hist", "x"}), Texts{"ignoring -hist, it goes with -stats"});
+  EXPECT_EQ(Remarks({"-timesketch"}), Texts{"ignoring -timesketch, it goes with -json"});
+  EXPECT_EQ(Remarks({"-csv", "-json"}), Texts{"ignoring -csv beside -json"});
   EXPECT_EQ(Remarks({"-csv", "-bodyfile"}), Texts{"ignoring -csv beside -bodyfile"});
   EXPECT_EQ(Remarks({"-outfile", "a", "-out", "b"}), Texts{"ignoring -outfile beside -out"});
   EXPECT_EQ(Remarks({"-vss", "1", "-partition", "/m"}), Texts{"ignoring -vss beside -partition"});
@@ -88,6 +90,7 @@ TEST(OptionTable, KnowsTheOptionsThatTheParserTakes) {
     Texts arguments = {std::string(entry.name)};
     if (!entry.value.empty()) arguments.emplace_back("12|13");
     if (entry.name == "-allparams") arguments.emplace_back("-bodyfile");
+    if (entry.name == "-timesketch") arguments.emplace_back("-json");
     if (entry.name == "-hist") arguments.insert(arguments.end(), {"-stats", "s"});
     const ParsedOptions run(arguments);
     EXPECT_EQ(run.rest.size(), 1U) << entry.name;
