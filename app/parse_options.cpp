@@ -5,10 +5,11 @@
 #include <utility>
 #include <vector>
 
-#include "logs/date_time.h"
-#include "logs/parse_number.h"
+#include "app/event_ids.h"
+#include "app/remarks.h"
 #include "logs/paths.h"
 #include "logs/text.h"
+#include "logs/time_bounds.h"
 
 namespace tarnlex {
 namespace {
@@ -24,38 +25,26 @@ constexpr ReportOption kReports[] = {
     {"-creds", &RunOptions::report_creds}, {"-usb", &RunOptions::report_usb},
 };
 
-// The strongest separator in the list cuts it; blanks only when there is no other.
-std::vector<std::uint64_t> ReadEventIds(const std::string& list) {
-  const char separators[] = {',', '|', ' '};
-  char chosen = ' ';
-  for (const char separator : separators) {
-    if (list.find(separator) == std::string::npos) continue;
-    chosen = separator;
-    break;
-  }
-  std::vector<std::string> pieces;
-  SplitList(list, chosen, true, pieces);
-  std::vector<std::uint64_t> ids;
-  for (const std::string& piece : pieces) {
-    std::uint64_t id = 0;
-    if (ParseNumber(piece, id)) ids.push_back(id);
-  }
-  return ids;
+void ParseTimeBounds(RunOptions& options, Arguments& args, std::uint64_t now) {
+  std::string start;
+  std::string stop;
+  FindValue("-start_time", args, start);
+  FindValue("-stop_time", args, stop);
+  const TimeBounds bounds = ReadTimeBounds(start, stop, now);
+  options.start_time = bounds.start;
+  options.stop_time = bounds.stop;
 }
 
-void ParseTimeBound(const char* name, Arguments& args, std::uint64_t& bound) {
-  std::string value;
-  std::uint64_t filetime = 0;
-  if (FindValue(name, args, value) && ParseTimeArgument(value, filetime)) bound = filetime;
-}
-
-void ParseFilters(RunOptions& options, Arguments& args) {
+void ParseFilters(RunOptions& options, Arguments& args, std::uint64_t now) {
   std::string value;
   if (options.bodyfile_form && FindFlag("-allparams", args)) options.all_params = true;
   options.event_ids = {kAnyEventId};
-  if (FindValue("-eventid", args, value)) options.event_ids = ReadEventIds(value);
-  ParseTimeBound("-start_time", args, options.start_time);
-  ParseTimeBound("-stop_time", args, options.stop_time);
+  if (FindValue("-eventid", args, value)) {
+    EventIdList list = ReadEventIds(value);
+    options.event_ids = std::move(list.ids);
+    options.event_ranges = std::move(list.ranges);
+  }
+  ParseTimeBounds(options, args, now);
   FindValue("-string", args, options.substring);
 }
 
@@ -103,15 +92,18 @@ void ParseInputs(RunOptions& options, Arguments& args) {
 
 }  // namespace
 
-CommandLine ReadCommandLine(Arguments args) {
+CommandLine ReadCommandLine(Arguments args, std::uint64_t now) {
   CommandLine line;
-  line.complete = ParseOptions(line.options, args, line.complaints);
+  line.remarks = RemarksOn(args, now);
+  line.complete = ParseOptions(line.options, args, now, line.complaints);
   return line;
 }
 
-bool ParseOptions(RunOptions& options, Arguments& args, std::string& complaints) {
+bool ParseOptions(RunOptions& options, Arguments& args, std::uint64_t now,
+                  std::string& complaints) {
+  if (FindFlag("-strict", args)) options.strict = true;
   if (!ParseOutputOptions(options, args, complaints)) return false;
-  ParseFilters(options, args);
+  ParseFilters(options, args, now);
   ParseReports(options, args);
   ParseInputs(options, args);
   return true;

@@ -1,9 +1,11 @@
 #include "app/run.h"
 
 #include <functional>
+#include <optional>
 #include <string_view>
 #include <utility>
 
+#include "app/option_table.h"
 #include "app/parse_options.h"
 #include "app/pipe_mode.h"
 #include "app/prepare_run.h"
@@ -14,6 +16,7 @@
 #include "output/utf8_output.h"
 #include "output/visible_text.h"
 #include "reports/command_file.h"
+#include "reports/command_remarks.h"
 #include "reports/process_logs.h"
 #include "reports/run_state.h"
 
@@ -160,16 +163,37 @@ int RunFixedList(Run& run, const RunOptions& options) {
   return kSuccess;
 }
 
+// Says what is odd about the command line and the command file. False when that ends the run, as
+// does a command file without commands then.
+bool PassRemarks(const CommandLine& line, const std::optional<std::string>& commands,
+                 TextSink& messages) {
+  const RunOptions& options = line.options;
+  std::vector<std::string> remarks = line.remarks;
+  if (commands) {
+    const auto more = RemarksOnCommands(*commands, options.cmd_file);
+    remarks.insert(remarks.end(), more.begin(), more.end());
+  }
+  for (const std::string& remark : remarks) Say(messages, remark + "\n");
+  if (!options.strict) return true;
+  Say(messages, line.complaints);
+  const bool no_report = options.have_cmd_file && CommandsOf(options, commands, messages).empty();
+  if (remarks.empty() && line.complaints.empty() && !no_report) return true;
+  Say(messages, "not run, as -strict is given\n");
+  return false;
+}
+
 // Everything behind the run header.
 int Work(Run& run, const CommandLine& line, const std::string& header, Console& console) {
   RunState& state = run.state;
   const RunOptions& options = line.options;
+  const std::optional<std::string> commands = LoadCommandFile(options);
+  if (!PassRemarks(line, commands, state.messages)) return kFailure;
   if (!PrepareRun(line, state)) return kFailure;
   Say(state.messages, "\n");
   if (!OpenStatistics(run, options, header)) return kFailure;
   ExpectRecords(run, options);
   if (run.out.lost && run.out.ends_run) return kSuccess;  // so far; see End
-  state.command_lines = LoadCommandFile(options, state.messages);
+  state.command_lines = CommandsOf(options, commands, state.messages);
   const int result =
       options.pipe ? RunFromInput(run, options, console) : RunFixedList(run, options);
   // Of a run that was cut short nobody knows which logs have no records.
@@ -194,13 +218,18 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
   GuardTerminals(run, console);
   DisableFsRedirection();
   if (!IsAdmin()) Say(console.err, "... running w/o admin privileges ...\n");
+  if (WantsOptions(args) || WantsVersion(args)) {
+    AppendNow(console.out, WantsOptions(args) ? OptionsText() : VersionText());
+    return kSuccess;
+  }
   if (WantsHelp(args)) {
     Say(console.err, UsageText());
     return kSuccess;
   }
-  const CommandLine line = ReadCommandLine(args);
+  const std::uint64_t now = CurrentFiletime();
+  const CommandLine line = ReadCommandLine(args, now);
   if (line.options.complete) KeepRecordsUtf8(run, console);
-  const std::string header = BuildRunHeader(args, CurrentFiletime());
+  const std::string header = BuildRunHeader(args, now);
   // Whoever reads a stream finds nothing but records in it.
   AppendNow(IsStream(line.options) ? console.err : console.out, header + "\n");
   const int result = Work(run, line, header, console);

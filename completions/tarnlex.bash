@@ -6,11 +6,12 @@ _tarnlex() {
   local options='-log -livesys -vss -partition -pipe
     -pw -time -logon -startstop -creds -usb -cmdfile
     -eventid -string -start_time -stop_time
-    -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline
+    -complete -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
     -csv_separator -no_whitespace -pair_datetime -dateformat -timeformat
     -alias -aliaspath -hostname -username
-    -out -outfile -outdir -stats -hist -diags -complete
-    -quiet -verbose -base10 -signal -sqlite -h -help --help'
+    -out -outfile -outdir -stats -hist -diags
+    -quiet -strict -verbose -base10 -signal -sqlite
+    -h -help --help -options -version --version'
   COMPREPLY=()
   case $before in
     -log | -cmdfile | -out | -outfile | -stats | -diags)

@@ -41,7 +41,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   TextSink nowhere = MakeSink([](std::string_view) { return true; });
   WantsHelp(args);
   CommandLineText(args);
-  const CommandLine line = ReadCommandLine(args);
+  const CommandLine line = ReadCommandLine(args, 133'000'000'000'000'000);
   const RunOptions& options = line.options;
   {
     RunState run{nowhere, MakeRecordOutput(nowhere, nowhere)};

@@ -40,8 +40,7 @@ QueryList QueriesFor(std::uint8_t byte, std::string_view commands, const LogInfo
   if ((byte & 8) != 0) options.hist_ids = {"targetusername", "1"};
   if ((byte & 1) != 0) {
     std::vector<TokenList> lines;
-    ReadCommandFile(
-        FileOf({reinterpret_cast<const std::uint8_t*>(commands.data()), commands.size()}), lines);
+    ParseCommandText(commands, lines);
     BuildQueries(lines, log, options, true, queries);
   }
   if ((byte & 2) != 0) {

@@ -27,4 +27,13 @@ bool IsDecimal(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
+bool IsWholeNumber(std::string_view number) {
+  const std::string lowered = ToLowerAscii(Trim(number));
+  std::string_view text = lowered;
+  if (text.starts_with('0') && text.find_first_of("xo") == 1) text.remove_prefix(1);
+  if (text.starts_with('o')) return IsDecimal(text.substr(1));
+  if (!text.starts_with('x')) return IsDecimal(text);
+  return text.find_first_not_of("0123456789abcdef", 1) == std::string_view::npos;
+}
+
 }  // namespace tarnlex

@@ -11,6 +11,9 @@ namespace tarnlex {
 // is ignored. False for text without digits in that place or for a number beyond 64 bits.
 bool ParseNumber(std::string_view text, std::uint64_t& number);
 
+// Whether nothing but digits stands in such a text, so that nothing of it is ignored.
+bool IsWholeNumber(std::string_view number);
+
 // Whether the text is decimal digits and nothing else; false for an empty text.
 bool IsDecimal(std::string_view text);
 

@@ -21,6 +21,13 @@ struct SeparatorClass {
   char character[5] = {};
 };
 
+// Identifiers from one to another, both included.
+struct IdRange {
+  std::uint64_t first = 0;
+  std::uint64_t last = 0;
+  bool operator==(const IdRange&) const = default;
+};
+
 struct RunOptions {
   // What was called.
   std::string cmdline;  // the arguments, each wrapped in '"', joined by blanks
@@ -63,6 +70,7 @@ struct RunOptions {
   bool complete = false;
 
   // How the run talks.
+  bool strict = false;  // what there is to remark ends the run
   bool show_status = true;
   bool diags_on = false;
 
@@ -78,6 +86,7 @@ struct RunOptions {
   std::uint64_t start_time = 0;  // FILETIME; 0 is no bound
   std::uint64_t stop_time = 0;
   std::vector<std::uint64_t> event_ids;
+  std::vector<IdRange> event_ranges;
   std::string substring;
   bool report_pw = false;
   bool report_time = false;

@@ -3,6 +3,7 @@ target_sources(tarnlex_core PRIVATE
   logs/date_time_parse.cpp
   logs/date_time_text.cpp
   logs/iso_time.cpp
+  logs/known_options.cpp
   logs/log_content.cpp
   logs/option_search.cpp
   logs/output_guard.cpp
@@ -13,6 +14,7 @@ target_sources(tarnlex_core PRIVATE
   logs/status_line.cpp
   logs/text.cpp
   logs/text_sink.cpp
+  logs/time_bounds.cpp
   logs/utf8.cpp
   logs/windows_1252.cpp
 )

@@ -7,6 +7,7 @@
 #include "logs/option_search.h"
 #include "logs/parse_number.h"
 #include "logs/text.h"
+#include "logs/time_bounds.h"
 #include "reports/filter.h"
 
 namespace tarnlex {
@@ -66,10 +67,7 @@ bool TakeType(TokenList& tokens, const LogInfo& log, QuerySpec& query) {
 bool ReadBound(std::string_view text, std::uint64_t& bound) {
   bound = 0;
   std::tm tm{};
-  if (!ReadTimeArgument(text, tm)) return false;
-  DateTimeFields fields;
-  if (MakeDateTimeFromTm(tm, fields)) bound = fields.filetime;
-  return true;
+  return ParseTimeByItself(text, bound) || ReadTimeArgument(text, tm);
 }
 
 bool TakeTimes(TokenList& tokens, QuerySpec& query) {
@@ -128,6 +126,21 @@ void InsertQuery(QuerySpec query, QueryList& queries) {
   queries.insert(at, std::move(query));
 }
 
+// Takes everything of one identifier, where `last` is 0, or of a range.
+QuerySpec PlainQuery(const LogInfo& log, const RunOptions& options, const IdRange& ids,
+                     std::size_t number) {
+  QuerySpec query;
+  query.log_path = log.path;
+  query.event_id = ids.first;
+  query.last_event_id = ids.last;
+  query.all_data = true;
+  query.format = FormatOf(log);
+  if (!options.hist_ids.empty()) SetHistogram(options.hist_ids, query);
+  if (query.histogram) query.histogram_number = static_cast<std::uint32_t>(number);
+  ApplyRunOverrides(options, query);
+  return query;
+}
+
 }  // namespace
 
 bool SplitCommandLine(std::string_view line, TokenList& tokens) {
@@ -157,15 +170,10 @@ bool BuildQueries(const std::vector<TokenList>& lines, const LogInfo& log,
 QueryList PlainQueries(const LogInfo& log, const RunOptions& options) {
   QueryList queries;
   for (const std::uint64_t event_id : options.event_ids) {
-    QuerySpec query;
-    query.log_path = log.path;
-    query.event_id = event_id;
-    query.all_data = true;
-    query.format = FormatOf(log);
-    if (!options.hist_ids.empty()) SetHistogram(options.hist_ids, query);
-    if (query.histogram) query.histogram_number = static_cast<std::uint32_t>(queries.size());
-    ApplyRunOverrides(options, query);
-    queries.push_back(std::move(query));
+    queries.push_back(PlainQuery(log, options, {event_id, 0}, queries.size()));
+  }
+  for (const IdRange& range : options.event_ranges) {
+    queries.push_back(PlainQuery(log, options, range, queries.size()));
   }
   return queries;
 }

@@ -22,6 +22,7 @@ bool ConditionHolds(const Condition& condition, std::string_view field_text) {
 
 QueryTests MakeQueryTests(const QuerySpec& query) {
   return {.event_id = query.event_id,
+          .last_event_id = query.last_event_id,
           .start_time = query.start_time,
           .stop_time = query.stop_time,
           .condition = ParseCondition(query.conditions),

@@ -29,6 +29,7 @@ bool ConditionHolds(const Condition& condition, std::string_view field_text);
 // One query's tests, taken apart once so that no event pays for it.
 struct QueryTests {
   std::uint64_t event_id = kAnyEventId;
+  std::uint64_t last_event_id = 0;
   std::uint64_t start_time = 0;
   std::uint64_t stop_time = 0;
   Condition condition;
@@ -38,7 +39,8 @@ struct QueryTests {
 QueryTests MakeQueryTests(const QuerySpec& query);
 
 inline bool IdPasses(const QueryTests& tests, std::uint64_t event_id) {
-  return tests.event_id == kAnyEventId || tests.event_id == event_id;
+  return tests.event_id == kAnyEventId || tests.event_id == event_id ||
+         (tests.event_id < event_id && event_id <= tests.last_event_id);
 }
 
 // Both ends belong to the window; a stop time of 0 is no bound.

@@ -8,7 +8,8 @@ QueryIndex IndexQueries(const QueryList& queries) {
   QueryIndex index;
   for (std::uint32_t position = 0; position < queries.size(); ++position) {
     const QuerySpec& query = queries[position];
-    auto& positions = query.event_id == kAnyEventId ? index.any : index.by_id[query.event_id];
+    const bool one_id = query.event_id != kAnyEventId && query.last_event_id == 0;
+    auto& positions = one_id ? index.by_id[query.event_id] : index.any;
     positions.push_back(position);
     if (query.histogram) index.histograms.push_back(position);
   }

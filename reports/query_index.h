@@ -13,7 +13,7 @@ namespace tarnlex {
 
 struct QueryIndex {
   std::map<std::uint64_t, std::vector<std::uint32_t>> by_id;  // positions that ask for the id
-  std::vector<std::uint32_t> any;                             // positions that ask for none
+  std::vector<std::uint32_t> any;                             // that ask for none or a range
   std::vector<std::uint32_t> histograms;                      // positions that keep a histogram
 };
 

@@ -15,6 +15,7 @@ namespace tarnlex {
 struct QuerySpec {
   std::string log_path;                  // -log, else the path of the log being processed
   std::uint64_t event_id = kAnyEventId;  // -id
+  std::uint64_t last_event_id = 0;       // of a range that begins with event_id
   std::string conditions;                // -conditions: "field|wanted" or "field"
   std::string name;                      // -name
   std::string type;                      // -type, lower-cased

@@ -2,6 +2,7 @@ target_sources(tarnlex_core PRIVATE
   reports/builtin_reports.cpp
   reports/command_file.cpp
   reports/command_language.cpp
+  reports/command_remarks.cpp
   reports/evt_query.cpp
   reports/evtx_query.cpp
   reports/filter.cpp

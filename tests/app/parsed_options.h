@@ -8,6 +8,8 @@
 
 namespace tarnlex {
 
+inline constexpr std::uint64_t kNow = 133'232'580'000'000'000;  // 2023-03-14 09:00:00
+
 struct ParsedOptions {
   std::string said;
   RunOptions options;
@@ -16,7 +18,7 @@ struct ParsedOptions {
 
   explicit ParsedOptions(const std::vector<std::string>& arguments) : rest{"/bin/tarnlex.exe"} {
     rest.insert(rest.end(), arguments.begin(), arguments.end());
-    parsed = ParseOptions(options, rest, said);
+    parsed = ParseOptions(options, rest, kNow, said);
   }
 };
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/prepare_run.h"
+#include "tests/app/parsed_options.h"
 
 namespace tarnlex {
 
@@ -18,7 +19,7 @@ struct PreparedRun {
 
   explicit PreparedRun(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "/bin/tarnlex.exe");
-    line = ReadCommandLine(std::move(arguments));
+    line = ReadCommandLine(std::move(arguments), kNow);
     prepared = PrepareRun(line, run);
     if (run.diags) Flush(*run.diags);
   }

@@ -22,8 +22,9 @@ def read(path):
         return file.read()
 
 
-def sources(*folders):
-    paths = [path for folder in folders for path in glob.glob(f"{source}/{folder}/*.cpp")]
+def sources(*folders, without=()):
+    paths = [path for folder in folders for path in sorted(glob.glob(f"{source}/{folder}/*.cpp"))
+             if not path.endswith(tuple(without))]
     assert paths, folders
     texts = []
     for path in paths:
@@ -48,13 +49,33 @@ def options_of_usage(usage):
 
 
 def options_of_program(usage):
-    found = {text for text in literals(sources("app")) if re.fullmatch(r"--?[a-z0-9_]+|/\?", text)}
+    looked_for = literals(sources("app", without=["/option_table.cpp", "/remarks.cpp"]))
+    looked_for += re.findall(r'IsOnly\(args, "([^"]*)"\)', sources("app"))
+    found = {text for text in looked_for if re.fullmatch(r"--?[a-z0-9_]+|/\?", text)}
     in_usage = options_of_usage(usage)
     if len(in_usage) < 25:
         problems.append(f"the usage text has only {len(in_usage)} options")
     for option in in_usage - found:
         problems.append(f"{option} stands in the usage text, but nothing looks for it")
+    compare("the table of options", set(option_table()), found)
     return found
+
+
+def option_table():
+    """The options that -options prints, with whether they have a value."""
+    text = subprocess.run([program, "-options"], capture_output=True, check=True, text=True).stdout
+    return {name: value != "" for name, value in
+            re.findall(r"^  (\S+)(?: (\S.*?)|) {2,}\S.*$", text, re.M)}
+
+
+def check_values(page):
+    """The page gives a value to the options that have one, and to no others."""
+    table = option_table()
+    for line in re.findall(r"^\.It (Fl .*)$", page, re.M):
+        for part in re.findall(r"Fl (-?[a-z0-9_]+( Ar)?)", line):
+            name = "-" + part[0].split()[0]
+            if table.get(name) not in (None, part[1] != ""):
+                problems.append(f"the manual page and the table differ on the value of {name}")
 
 
 def compare(where, theirs, ours):
@@ -73,6 +94,7 @@ def check_options(usage):
             described.update("-" + name for name in re.findall(r"Fl (-?[a-z0-9_]+)", line))
             described.update(re.findall(r"/\?", line))
     compare("the manual page", described, options)
+    check_values(page)
     not_in_usage = re.search(r"^The usage leaves out\n((?:\.Fl .*\n)+)", page, re.M)
     left_out = re.findall(r"(?<= )-?[a-z0-9_]+", not_in_usage[1]) if not_in_usage else []
     compare("what the usage leaves out, by the manual page,", {"-" + name for name in left_out},
@@ -83,8 +105,8 @@ def check_options(usage):
 
 
 def check_messages():
-    code = sources("app", "evtx", "reports", "output")
-    calls = re.findall(r"(?:\bSay|\bTraceLine|AppendNow)\((?:[^();]|\((?:[^();]|\([^()]*\))*\))*\)",
+    code = sources("app", "evtx", "logs", "reports", "output")
+    calls = re.findall(r"(?:\bSay|\bRemark|\bTraceLine|AppendNow)\((?:[^();]|\((?:[^();]|\([^()]*\))*\))*\)",
                        code)
     texts = [text for call in calls if "messages" in call or not call.startswith("AppendNow")
              for text in literals(call)]

@@ -17,6 +17,8 @@ if(TARNLEX_PYTHON AND TARNLEX_MANDOC)
     ${CMAKE_CURRENT_SOURCE_DIR}/docs/check_manual.py ${CMAKE_SOURCE_DIR} $<TARGET_FILE:tarnlex>)
 endif()
 if(TARNLEX_PYTHON)
+  add_test(NAME documented_options COMMAND ${TARNLEX_PYTHON}
+    ${CMAKE_CURRENT_SOURCE_DIR}/docs/check_options.py ${CMAKE_SOURCE_DIR} $<TARGET_FILE:tarnlex>)
   add_test(NAME documented_reports COMMAND ${TARNLEX_PYTHON}
     ${CMAKE_CURRENT_SOURCE_DIR}/docs/check_reports.py ${CMAKE_SOURCE_DIR})
 endif()

@@ -42,6 +42,52 @@ TEST_F(ProgramTest, EndsWithAllBitsSetAfterAFailure) {
   EXPECT_EQ(Shell("\"$TARNLEX\" -log gone.evtx").code, 0);
 }
 
+// Nothing of it changes what is read, and with -strict nothing is read at all.
+TEST_F(ProgramTest, RemarksOnMisuseAndEndsThereWhenStrict) {
+  directory.AddFile("c.txt", "!cmd, -enum_evtlog, -id, 12, -conditons, string|x\n");
+  for (const char* misuse : {"-evntid 7045", "--eventid 7045", "-eventid=7045", "-start-time X",
+                             "-start_time 2030-13-45", "-eventid 12 -eventid 13", "-log plain.evtx",
+                             "more.evtx", "-stats -csvgen", "-cmdfile c.txt"}) {
+    const std::string run =
+        std::string("\"$TARNLEX\" -log SysEvent.Evt -quiet -out o -diags d ") + misuse;
+    const Outcome lenient = Shell(run);
+    EXPECT_EQ(lenient.code, 0) << misuse;
+    // One line, and the empty one that every run begins with.
+    EXPECT_EQ(std::count(lenient.err.begin(), lenient.err.end(), '\n'), 2) << lenient.err;
+    EXPECT_NE(ReadFile(directory.path + "/o"), "") << misuse;
+    const Outcome strict = Shell("rm o d; " + run + " -strict");
+    EXPECT_EQ(strict.code, 255) << misuse;
+    EXPECT_EQ(strict.err,
+              lenient.err.substr(0, lenient.err.size() - 1) + "not run, as -strict is given\n");
+    EXPECT_FALSE(std::filesystem::exists(directory.path + "/o")) << misuse;
+    EXPECT_FALSE(std::filesystem::exists(directory.path + "/d")) << misuse;
+  }
+}
+
+TEST_F(ProgramTest, EndsWithoutItsCommandFileWhenStrict) {
+  const Outcome run = Shell("\"$TARNLEX\" -strict -log SysEvent.Evt -cmdfile gone.txt -out o");
+  EXPECT_EQ(run.code, 255);
+  EXPECT_NE(run.err.find("prob opening command file gone.txt, skipping\nnot run"),
+            std::string::npos);
+  EXPECT_FALSE(std::filesystem::exists(directory.path + "/o"));
+}
+
+TEST_F(ProgramTest, RunsAWellFormedCommandLineWhenStrict) {
+  const Outcome run = Shell("\"$TARNLEX\" -strict -log SysEvent.Evt -quiet -csvgen");
+  EXPECT_EQ(run.code, 0);
+  EXPECT_EQ(run.err, "\n");
+  EXPECT_NE(BehindRunHeader(run.out), "");
+}
+
+TEST_F(ProgramTest, TellsItsVersionCommitAndBuild) {
+  const Outcome run = Shell("\"$TARNLEX\" --version");
+  EXPECT_EQ(run.code, 0);
+  EXPECT_EQ(run.err, "");
+  EXPECT_TRUE(run.out.starts_with("tarnlex ver: 0.33\ncommit: ")) << run.out;
+  EXPECT_NE(run.out.find("\nbuild: "), std::string::npos) << run.out;
+  EXPECT_EQ(Shell("\"$TARNLEX\" -VERSION").out, run.out);
+}
+
 // Linux takes any bytes as the name of a file and as an argument.
 TEST_F(ProgramTest, WritesUtf8WhateverBytesItIsGivenWhenComplete) {
   const std::string run =

@@ -67,12 +67,12 @@ TEST(CommandFile, ReadsWholeFilesInWhateverPiecesTheyCome) {
   ASSERT_EQ(expected.size(), 5000U);
   for (const std::size_t most : {std::size_t{1000}, std::size_t{1} << 20}) {
     Lines lines;
-    ReadCommandFile(FileOf(text, most), lines);
+    ParseCommandText(ReadCommandFile(FileOf(text, most)), lines);
     EXPECT_EQ(lines, expected);
   }
   const std::string none;
   Lines lines;
-  ReadCommandFile(FileOf(none, 100), lines);
+  ParseCommandText(ReadCommandFile(FileOf(none, 100)), lines);
   EXPECT_TRUE(lines.empty());
 }
 

@@ -83,5 +83,16 @@ TEST(RunOverrides, KeepTheQuerysOwnWhereTheRunGivesNothing) {
   }
 }
 
+TEST(QueryTests, PassIdentifiersOfARangeWithBothItsEnds) {
+  QuerySpec query;
+  query.event_id = 4720;
+  query.last_event_id = 4767;
+  const QueryTests range = MakeQueryTests(query);
+  for (const std::uint64_t id : {4720U, 4740U, 4767U}) EXPECT_TRUE(IdPasses(range, id)) << id;
+  for (const std::uint64_t id : {0U, 4719U, 4768U}) EXPECT_FALSE(IdPasses(range, id)) << id;
+  query.last_event_id = 0;
+  EXPECT_FALSE(IdPasses(MakeQueryTests(query), 4721));
+}
+
 }  // namespace
 }  // namespace tarnlex

@@ -53,6 +53,14 @@ TEST(QueryIndex, FindsWhatTryingEveryQueryFinds) {
   }
 }
 
+TEST(QueryIndex, OffersEveryIdentifierToARange) {
+  QueryList queries = WithIds({7, 5, 8});
+  queries[1].last_event_id = 9;
+  EXPECT_EQ(PositionsFor(queries, 7), (Positions{0, 1}));
+  EXPECT_EQ(PositionsFor(queries, 5), (Positions{1}));
+  EXPECT_EQ(PositionsFor(queries, 8), (Positions{1, 2}));
+}
+
 TEST(QueryIndex, GivesTheHistogramsFromAMatchOn) {
   QueryList queries = WithIds({1, 2, 3, 4});
   queries[1].histogram = true;

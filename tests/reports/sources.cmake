@@ -2,6 +2,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/builtin_reports_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/command_file_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/command_language_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/reports/command_remarks_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/evt_query_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/evtx_query_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/filter_test.cpp

@@ -1,0 +1,57 @@
+#compdef tarnlex
+# Made of what tarnlex -options prints.
+_arguments \
+  '-log[these logs]:PATH:_files' \
+  '-pipe[the logs whose paths come in, one a line]' \
+  '-partition[the logs of a Windows volume: where it is mounted, or its drive letter]:VOLUME:_files -/' \
+  '-livesys[the logs of the running system (Windows)]' \
+  '-vss[the logs of a volume shadow copy (Windows)]:NUMBER: ' \
+  '-eventid[events of these identifiers]:ID: ' \
+  '-string[events one of whose values holds the text]:TEXT: ' \
+  '-start_time[events of this time on: 2023-03-14T11:00:00Z, "03/14/2023 11:00:00", -2d]:TIME: ' \
+  '-stop_time[events up to this time]:TIME: ' \
+  '-pw[changes of passwords]' \
+  '-time[changes of the system time]' \
+  '-logon[logons and logoffs]' \
+  '-startstop[starts and stops of the system]' \
+  '-creds[changes of accounts and privileges]' \
+  '-usb[USB devices]' \
+  '-cmdfile[a report of your own]:FILE:_files' \
+  '-complete[every value of every event (since 0.34)]' \
+  '-csv[CSV, a table for each kind of event]' \
+  '-csvgen[CSV, one table for each log]' \
+  '-csvl2t[log2timeline CSV]' \
+  '-bodyfile[lines for mactime]' \
+  '-allparams[with -bodyfile: all values in the name]' \
+  '-xml[accepted; rows look as they do without a form]' \
+  '-multiline[each cell on a line of its own]' \
+  '-json[a line of JSON for each record, as it is read; everything that -complete gives (since 0.34)]' \
+  '-timesketch[with -json: what an import into Timesketch asks for (since 0.34)]' \
+  '-csv_separator[what stands between cells; tab for a tab]:TEXT: ' \
+  '-no_whitespace[no blanks around separators]' \
+  '-pair_datetime[date and time in one cell]' \
+  '-dateformat[mm/dd/yyyy, yyyy-mm-dd and the like]:FORMAT: ' \
+  '-timeformat[hh:mm:ss, hh:mm:ss.xxx and the like]:FORMAT: ' \
+  '-alias[what a log is called]:ALIAS: ' \
+  '-aliaspath[what the folder of logs is called]:ALIAS: ' \
+  '-hostname[log2timeline: the host of events that name none]:NAME: ' \
+  '-username[log2timeline: the user]:NAME: ' \
+  '-out[all records into one file]:FILE:_files' \
+  '-outfile[the same]:FILE:_files' \
+  '-outdir[the records of each log into a file of its own]:FOLDER:_files -/' \
+  '-stats[what was counted]:FILE:_files' \
+  '-hist[with -stats: counts by the values of these columns]:NAME: ' \
+  '-diags[what was read and what was not]:FILE:_files' \
+  '-quiet[no status]' \
+  '-strict[a command line with anything to remark is not run (since 0.34)]' \
+  '-verbose[accepted, without effect]' \
+  '-base10[accepted, without effect]' \
+  '-signal[accepted, without effect]:TEXT: ' \
+  '-sqlite[refused: not offered]:FILE:_files' \
+  '-h[the usage]' \
+  '-help[the same]' \
+  '--help[the same]' \
+  '/?[the same]' \
+  '-options[all options; stands alone (since 0.34)]' \
+  '-version[version, commit and build; stands alone (since 0.34)]' \
+  '--version[the same (since 0.34)]'
