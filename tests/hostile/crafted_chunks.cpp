@@ -332,6 +332,28 @@ ByteString UnlikeEvtRecords() {
   return file;
 }
 
+// Two levels of repetition in front of an element of the record's own name, which is numbered where
+// later values of a name are told.
+ByteString NumberedNames() {
+  const auto nest = [](const char* name, std::size_t times, Instance inner) {
+    Instance instance;
+    instance.definition =
+        MakeTemplate(name, {Element("E", {}, std::vector<Node>(times, Slot(0, kBinaryXml)))});
+    instance.values = {InstanceValue(std::move(inner))};
+    return instance;
+  };
+  EvtxBuilder log;
+  for (int i = 0; i < 150; ++i) {
+    const std::string name = "n" + std::to_string(i);
+    Instance inner;
+    inner.definition = MakeTemplate(name, {Element(name, {}, {Text("x")})});
+    Fragment body;
+    body.instance.push_back(nest("outer", 64, nest("middle", 64, std::move(inner))));
+    log.AddRecord({.body = body});
+  }
+  return log.BuildChunks();
+}
+
 }  // namespace
 
 std::vector<CraftedChunk> CraftedChunks() {
@@ -365,7 +387,12 @@ std::vector<CraftedChunk> CraftedChunks() {
           {"times", ManyValues(FileTimeValue(Filetime(2012, 3, 7, 14, 5, 9, 1234567)))},
           {"calendar times", ManyValues(SysTimeValue({2012, 3, 3, 7, 14, 5, 9, 7}))},
           {"guids", ManyValues(GuidValue("54849625-5478-4994-a5ba-3e3b0328c30d"))},
-          {"sids", ManyValues(SidValue("S-1-5-21-4000000001-4000000002-4000000003-4000000004"))}};
+          {"sids", ManyValues(SidValue("S-1-5-21-4000000001-4000000002-4000000003-4000000004"))},
+          {"numbered names", NumberedNames()},
+          {"bytes of no time", OverATail(kFileTime, 0x7FFE, Hex("FF"), 500)},
+          {"single-byte text of two", OverATail(kAnsiString, 0x7FFE, Hex("80"), 500)},
+          {"list of bytes", OverATail(kSByte | 0x80, 0x7FFE, Hex("80"), 500)},
+          {"list of doubles", OverATail(kDouble | 0x80, 0x7FFE, Hex("FFFFFFFFFFFFEFFF"), 500)}};
 }
 
 std::vector<CraftedLog> CraftedLogs() {

@@ -48,6 +48,7 @@ TEST(CraftedLogs, CostLittleTimeAndMemory) {
                                                  {"-csvgen"},
                                                  {"-bodyfile", "-allparams"},
                                                  {"-csv", "-string", "needle"},
+                                                 {"-csv", "-complete"},
                                                  {"-csv", "-diags", directory.path + "/diags"}};
   // With a sanitizer, which makes every run many times as long, one form has to do.
   if (!kCountsMemory) forms.erase(forms.begin(), forms.end() - 1);
