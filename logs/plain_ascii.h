@@ -19,8 +19,8 @@ inline constexpr std::size_t kPlainAsciiBlock = 16;
 // read in blocks: such a text has to be written the long way.
 char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
 
-// The same for texts between quotes, which hold neither a quote nor a backslash; commas and bars are
-// plain there.
+// The same for texts between quotes, which hold neither a quote nor a backslash; commas and bars
+// are plain there.
 char* WriteQuotableAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
 
 }  // namespace tarnlex

@@ -411,7 +411,8 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
   at = WriteRun(event, layout.head, at);
   at = WriteLevelName(event, layout, at);
   at = WriteRun(event, layout.middle, at);
-  if (!HasValue(event, layout.record_id)) at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
+  if (!HasValue(event, layout.record_id))
+    at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
   at = WriteWrittenTime(record.written_time, at);
   at = WriteRun(event, layout.tail, at);
   at = WriteNumber(",\"Offset\":", record.file_offset, at);

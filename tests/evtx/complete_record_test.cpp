@@ -238,8 +238,8 @@ TEST(CompleteRecord, ATemplateThatNoTableNamesIsFoundByItsOffset) {
             (Values{{"E", "x"}}));
 }
 
-// A definition that has been overwritten has another beginning than the record states. What it called
-// the values is gone, the values are not.
+// A definition that has been overwritten has another beginning than the record states. What it
+// called the values is gone, the values are not.
 TEST(CompleteRecord, AForeignDefinitionAtTheStatedOffsetIsNotTaken) {
   const support::Template definition =
       MakeTemplate("t", {Element("E", {}, {Slot(0, support::kString)})});
