@@ -175,6 +175,21 @@ void MakeDocument(const EventStructure& event, Document& document) {
   OpenMissingRoot(run);
   AddStream(run, 0);
   while (!run.open.empty()) EndInnermost(run);
+  for (const Item& item : document.items) document.fixed_cost += ItemCost(item);
+}
+
+void CutDocument(Document& document, std::size_t size) {
+  std::vector<Item>& items = document.items;
+  items.resize(std::min(size, items.size()));
+  std::vector<std::size_t> open;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (items[i].kind == ItemKind::kElement) open.push_back(i);
+    if (items[i].kind == ItemKind::kEnd) open.pop_back();
+  }
+  for (; !open.empty(); open.pop_back()) {
+    items.emplace_back();
+    items[open.back()].next = static_cast<std::uint32_t>(items.size());
+  }
 }
 
 ElementView ViewElement(const Document& document, std::uint32_t at) {
@@ -208,6 +223,7 @@ void ClearDocument(Document& document) {
   document.items.clear();
   document.texts.clear();
   document.slots_once = true;
+  document.fixed_cost = 0;
 }
 
 }  // namespace tarnlex

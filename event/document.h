@@ -35,7 +35,15 @@ struct Document {
   std::vector<Item> items;        // one root element, or nothing at all
   std::deque<std::string> texts;  // what no tree holds
   bool slots_once = true;         // no slot stands in two places
+  std::uint64_t fixed_cost = 0;   // of all items, see ItemCost
 };
+
+// Bytes that an item costs whoever writes it, whatever its form: its marks and its text, a name's
+// twice. The text of a slot is not counted.
+inline std::uint64_t ItemCost(const Item& item) {
+  constexpr std::uint64_t kMarks = 16;
+  return kMarks + (item.kind == ItemKind::kElement ? 2 : 1) * item.text.size();
+}
 
 // Makes `document`, which is overwritten, of an event whose streams have been resolved under the
 // complete policy. Elements that nothing ends are ended where their stream does, ends of nothing
@@ -45,6 +53,9 @@ struct Document {
 void MakeDocument(const EventStructure& event, Document& document);
 
 void ClearDocument(Document& document);
+
+// Leaves out all items from `size` on; elements that are open there are ended.
+void CutDocument(Document& document, std::size_t size);
 
 // An element and what stands directly in it.
 struct AttributeView {

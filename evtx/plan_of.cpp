@@ -63,7 +63,7 @@ bool Serves(EvtxDecoder& decoder, const Plan& plan, DecodedEvent& event) {
   const std::uint64_t most = counted + plan.parts.size() * kMaxNumberRoom;
   std::uint64_t& numbered_left = decoder.chunk.numbered_left;
   if (plan.work > event.work_bound || most > kMaxRecordText || counted > FreeText(event) ||
-      plan.numbered_text > numbered_left) {
+      plan.document.fixed_cost + counted > FreeText(event) || plan.numbered_text > numbered_left) {
     return false;
   }
   numbered_left -= plan.numbered_text;
@@ -151,6 +151,29 @@ void BoundText(EvtxDecoder& decoder, DecodedEvent& event) {
   event.max_text = static_cast<std::size_t>(size.used);
 }
 
+// Holds the document of a plan that serves one record to the same bounds: it says again what
+// repeats itself, and the names of elements with it.
+void BoundDocument(EvtxDecoder& decoder, DecodedEvent& event) {
+  const EventStructure& structure = event.structure;
+  Document& document = event.own_plan.document;
+  std::uint64_t& shared = decoder.chunk.text_left;
+  const std::uint64_t free = FreeText(event);
+  const std::uint64_t limit = std::min(free + shared, kMaxRecordText);
+  std::uint64_t counted = 0;
+  for (std::size_t i = 0; i < document.items.size(); ++i) {
+    const Item& item = document.items[i];
+    counted += ItemCost(item);
+    if (item.kind == ItemKind::kSlot) {
+      counted += MaxProportionalText(structure, structure.slots[item.slot]);
+    }
+    if (counted <= limit) continue;
+    NoteFault(decoder, event, RecordFault::kLimit);
+    CutDocument(document, i);
+    break;
+  }
+  if (counted > free) shared -= std::min(shared, counted - free);
+}
+
 // A single-byte string has to be looked through to its end before anything is known of it, wherever
 // it ends. Those that the record cannot pay for any more are left out.
 void ChargeSearches(EvtxDecoder& decoder, DecodedEvent& event) {
@@ -209,6 +232,7 @@ const Plan& PlanOf(EvtxDecoder& decoder, DecodedEvent& event) {
   if (kept && Serves(decoder, *kept, event)) return *(event.plan = kept);
   MakePlan(decoder, event);
   BoundText(decoder, event);
+  if (decoder.makes_documents) BoundDocument(decoder, event);
   event.plan = &event.own_plan;
   if (has_kind && !known) {
     std::unique_ptr<Plan>& place = decoder.chunk.new_plans[key];

@@ -49,6 +49,7 @@ TEST(CraftedLogs, CostLittleTimeAndMemory) {
                                                  {"-bodyfile", "-allparams"},
                                                  {"-csv", "-string", "needle"},
                                                  {"-csv", "-complete"},
+                                                 {"-json", "-timesketch"},
                                                  {"-csv", "-diags", directory.path + "/diags"}};
   // With a sanitizer, which makes every run many times as long, one form has to do.
   if (!kCountsMemory) forms.erase(forms.begin(), forms.end() - 1);

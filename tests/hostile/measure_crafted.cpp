@@ -67,7 +67,9 @@ int main(int argc, char** argv) {
       {"-multiline", {"-multiline"}},
       {"-string", {"-csv", "-string", "needle"}},
       {"-stats", {"-csv", "-stats", folder + "/stats", "-hist", "n1|n2"}},
-      {"-diags", {"-csv", "-diags", folder + "/diags"}}};
+      {"-diags", {"-csv", "-diags", folder + "/diags"}},
+      {"-complete", {"-csv", "-complete"}},
+      {"-json", {"-json"}}};
   std::filesystem::create_directories(folder);
   std::printf("CPU ms, and peak MiB behind a slash\n%-26s", "crafted log");
   for (const Form& form : forms) std::printf(" %12s", form.name.c_str());
