@@ -192,6 +192,23 @@ void CutDocument(Document& document, std::size_t size) {
   }
 }
 
+namespace {
+
+// The attribute or instruction at `at` and the parts behind it, which end where `i` comes to stand.
+AttributeView ViewAttribute(const Document& document, std::uint32_t& i) {
+  const std::uint32_t at = i;
+  const auto is_part = [&](const Item& item) {
+    return document.items[at].kind == ItemKind::kInstruction
+               ? item.kind == ItemKind::kInstructionText
+               : item.in_start_tag &&
+                     (item.kind == ItemKind::kText || item.kind == ItemKind::kSlot);
+  };
+  while (i + 1 < document.items.size() && is_part(document.items[i + 1])) ++i;
+  return {document.items[at].text, std::span(document.items).subspan(at + 1, i - at)};
+}
+
+}  // namespace
+
 ElementView ViewElement(const Document& document, std::uint32_t at) {
   ElementView view;
   view.name = document.items[at].text;
@@ -203,16 +220,13 @@ ElementView ViewElement(const Document& document, std::uint32_t at) {
         view.children.push_back(i);
         i = item.next - 1;
         break;
-      case ItemKind::kAttribute: view.attributes.push_back({item.text, {}}); break;
-      case ItemKind::kInstruction: view.instructions.push_back({item.text, {}}); break;
-      case ItemKind::kInstructionText:
-        if (view.instructions.empty()) view.instructions.push_back({});
-        view.instructions.back().parts.push_back(item);
+      case ItemKind::kAttribute: view.attributes.push_back(ViewAttribute(document, i)); break;
+      case ItemKind::kInstruction: view.instructions.push_back(ViewAttribute(document, i)); break;
+      case ItemKind::kInstructionText:  // without a target
+        view.instructions.push_back({{}, std::span(document.items).subspan(i, 1)});
         break;
       case ItemKind::kText:
-      case ItemKind::kSlot:
-        (item.in_start_tag ? view.attributes.back().parts : view.parts).push_back(item);
-        break;
+      case ItemKind::kSlot: view.parts.push_back(item); break;
       case ItemKind::kEnd: break;
     }
   }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,7 +61,7 @@ void CutDocument(Document& document, std::size_t size);
 // An element and what stands directly in it.
 struct AttributeView {
   std::string_view name;
-  std::vector<Item> parts;
+  std::span<const Item> parts;  // of the document
 };
 struct ElementView {
   std::string_view name;

@@ -13,6 +13,8 @@
 namespace tarnlex {
 namespace {
 
+constexpr std::size_t kFewMembers = 16;  // are looked through one by one
+
 char* Copy(std::string_view text, char* out) {
   if (!text.empty()) std::memcpy(out, text.data(), text.size());
   return out + text.size();
@@ -95,30 +97,42 @@ bool HasValue(const EventStructure& event, const JsonMember& member) {
 
 JsonMember MakeMember(std::string_view name, JsonShape shape) {
   JsonMember member;
-  member.key = JsonString(name) + ":";
+  member.key = JsonString(name, ":");
   member.shape = shape;
   return member;
 }
 
-JsonObject MakeObject(std::string_view name) { return {MakeMember(name, JsonShape::kObject), {}}; }
+JsonObject MakeObject(std::string_view name) { return {MakeMember(name, JsonShape::kObject)}; }
+
+JsonMember* FindMember(JsonObject& object, std::string_view key) {
+  std::vector<JsonMember>& members = object.object.members;
+  if (members.size() <= kFewMembers) {
+    const auto found = std::find_if(members.begin(), members.end(),
+                                    [key](const JsonMember& member) { return member.key == key; });
+    return found == members.end() ? nullptr : &*found;
+  }
+  for (std::size_t i = object.places.size(); i < members.size(); ++i) {
+    object.places.emplace(members[i].key, i);
+  }
+  const auto place = object.places.find(key);
+  return place == object.places.end() ? nullptr : &members[place->second];
+}
 
 void AddMember(JsonObject& object, JsonMember member) {
-  std::vector<JsonMember>& members = object.object.members;
-  const auto [place, added] = object.places.try_emplace(member.key, members.size());
-  if (added) {
-    members.push_back(std::move(member));
+  JsonMember* const same = FindMember(object, member.key);
+  if (!same) {
+    object.object.members.push_back(std::move(member));
     return;
   }
-  JsonMember& same = members[place->second];
-  if (same.shape != JsonShape::kList) {
+  if (same->shape != JsonShape::kList) {
     JsonMember list;
-    list.key = std::exchange(same.key, {});
+    list.key = std::exchange(same->key, {});
     list.shape = JsonShape::kList;
-    list.members.push_back(std::move(same));
-    same = std::move(list);
+    list.members.push_back(std::move(*same));
+    *same = std::move(list);
   }
   member.key.clear();
-  same.members.push_back(std::move(member));
+  same->members.push_back(std::move(member));
 }
 
 std::size_t FixedSize(const JsonMember& member) {

@@ -46,9 +46,13 @@ JsonMember MakeMember(std::string_view name, JsonShape shape);
 // An object while it is made.
 struct JsonObject {
   JsonMember object;
-  std::map<std::string, std::size_t, std::less<>> places;  // of its members, by key
+  // Of its members, by key; filled once there are many.
+  std::map<std::string, std::size_t, std::less<>> places = {};
 };
 JsonObject MakeObject(std::string_view name);
+
+// The member of that key, or null.
+JsonMember* FindMember(JsonObject& object, std::string_view key);
 
 // Adds a member. One whose name is there already goes into a list with it, in order.
 void AddMember(JsonObject& object, JsonMember member);

@@ -29,6 +29,11 @@ char* WriteEscape(char c, char* out) {
   return WriteHex(static_cast<unsigned char>(c), 4, out);
 }
 
+char* WriteBlank(char* out) {
+  *out = ' ';
+  return out + 1;
+}
+
 // Which kind of JSON value a type is.
 enum class JsonKind : std::uint8_t { kString, kBare, kTime, kFloat };
 
@@ -56,14 +61,55 @@ bool IsFinite(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789+-.e") == text.npos;
 }
 
+// Units of plain ASCII at the beginning, which are written at `out`; returns how many.
+std::size_t CopyPlain(const std::uint8_t* units, std::size_t count, char* out) {
+  std::size_t done = 0;
+  for (; done < count; ++done) {
+    const auto unit = Load<std::uint16_t>(units + 2 * done);
+    if (unit < ' ' || unit >= 0x80 || unit == '"' || unit == '\\') break;
+    out[done] = static_cast<char>(unit);
+  }
+  return done;
+}
+
+std::size_t UnitsBeyondAscii(const std::uint8_t* units, std::size_t count) {
+  std::size_t size = 0;
+  while (size < count && Load<std::uint16_t>(units + 2 * size) >= 0x80) ++size;
+  return size;
+}
+
+// A text of UTF-16 units, escaped as it is converted.
+char* WriteEscaped(const std::uint8_t* units, std::size_t count, char* out) {
+  count = UnitsWithoutZerosAtEnd(units, count);
+  while (count > 0) {
+    std::size_t done = CopyPlain(units, count, out);
+    out += done;
+    if (done < count) {
+      const std::size_t beyond = UnitsBeyondAscii(units + 2 * done, count - done);
+      if (beyond > 0) {
+        out = WriteUtf8(units + 2 * done, beyond, out);
+        done += beyond;
+      } else {
+        const char c = static_cast<char>(units[2 * done++]);
+        out = c == 0 ? WriteBlank(out) : WriteEscape(c, out);
+      }
+    }
+    units += 2 * done;
+    count -= done;
+  }
+  return out;
+}
+
 char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
   *out = '"';
   if (value.type == kEvtVarTypeString) {
-    char* const end = WriteQuotableAscii(event.bytes, value.offset, value.size / 2, out + 1);
-    if (end) {
-      *end = '"';
-      return end + 1;
+    char* end = WriteQuotableAscii(event.bytes, value.offset, value.size / 2, out + 1);
+    if (!end && Fits(event.bytes, value.offset, value.size)) {
+      end = WriteEscaped(event.bytes.data() + value.offset, value.size / 2, out + 1);
     }
+    if (!end) end = out + 1;
+    *end = '"';
+    return end + 1;
   }
   char* end = WriteCompleteText(event.bytes, value, out + 1);
   if (IsFreeCompleteText(value.type)) end = EscapeJson(out + 1, end);
@@ -135,14 +181,20 @@ char* EscapeJson(char* begin, char* end) {
   return out;
 }
 
-std::string JsonString(std::string_view text) {
-  std::string string(2 + kJsonPerByte * text.size(), '"');
-  char* const begin = string.data() + 1;
-  std::copy(text.begin(), text.end(), begin);
-  char* const end = EscapeJson(begin, begin + text.size());
-  *end = '"';
-  string.resize(static_cast<std::size_t>(end + 1 - string.data()));
-  return string;
+std::string EscapedJson(std::string_view text) {
+  if (std::none_of(text.begin(), text.end(), NeedsEscape)) return std::string(text);
+  std::string escaped(kJsonPerByte * text.size(), '\0');
+  std::copy(text.begin(), text.end(), escaped.begin());
+  char* const end = EscapeJson(escaped.data(), escaped.data() + text.size());
+  escaped.resize(static_cast<std::size_t>(end - escaped.data()));
+  return escaped;
+}
+
+std::string JsonString(std::string_view text, std::string_view behind) {
+  const std::string escaped = EscapedJson(text);
+  std::string string;
+  string.reserve(escaped.size() + behind.size() + 2);
+  return string.append(1, '"').append(escaped).append(1, '"').append(behind);
 }
 
 char* QuoteJson(char* begin, char* end) {

@@ -17,8 +17,11 @@ inline constexpr std::size_t kJsonPerByte = 6;
 // for kJsonPerByte times the text.
 char* EscapeJson(char* begin, char* end);
 
-// A text as a JSON string, quotes included.
-std::string JsonString(std::string_view text);
+// A text as it stands between quotes.
+std::string EscapedJson(std::string_view text);
+
+// A text as a JSON string, quotes included, and `behind`.
+std::string JsonString(std::string_view text, std::string_view behind = {});
 
 // Puts a text that needs no escapes into quotes, in place; returns the new end.
 char* QuoteJson(char* begin, char* end);

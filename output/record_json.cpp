@@ -57,14 +57,13 @@ JsonPart PartOf(const Item& item) {
   JsonPart part;
   part.is_slot = item.kind == ItemKind::kSlot;
   part.slot = item.slot;
-  if (part.is_slot) return part;
-  const std::string string = JsonString(item.text);
-  part.literal = string.substr(1, string.size() - 2);
+  if (!part.is_slot) part.literal = EscapedJson(item.text);
   return part;
 }
 
 JsonMember ValueMember(std::string_view name, std::span<const Item> parts) {
   JsonMember member = MakeMember(name, JsonShape::kValue);
+  member.parts.reserve(parts.size());
   for (const Item& part : parts) member.parts.push_back(PartOf(part));
   return member;
 }
@@ -77,7 +76,7 @@ bool IsBlank(const std::vector<Item>& parts) {
 }
 
 // The text of parts as this one event has them.
-std::string TextOf(const EventStructure& event, const std::vector<Item>& parts) {
+std::string TextOf(const EventStructure& event, std::span<const Item> parts) {
   std::string text;
   for (const Item& part : parts) {
     if (part.kind == ItemKind::kText) {
@@ -107,9 +106,8 @@ void AddData(LayingOut& run, ElementView element, JsonObject& object) {
   JsonObject unnamed = MakeObject("");
   AddElement(run, element, "Data", unnamed);
   for (JsonMember& member : unnamed.object.members) {
-    if (!object.places.contains(member.key)) {
-      JsonMember list = MakeMember("Data", JsonShape::kList);
-      AddMember(object, std::move(list));
+    if (!FindMember(object, member.key)) {
+      AddMember(object, MakeMember("Data", JsonShape::kList));
     }
     AddMember(object, std::move(member));
   }
@@ -163,7 +161,8 @@ std::vector<Item> TakeField(std::vector<ElementView>& elements, const SystemFiel
     }
     for (AttributeView& attribute : element.attributes) {
       if (attribute.name != field.attribute || attribute.parts.empty()) continue;
-      std::vector<Item> parts = std::exchange(attribute.parts, {});
+      const std::span<const Item> taken = std::exchange(attribute.parts, {});
+      std::vector<Item> parts(taken.begin(), taken.end());
       std::erase_if(element.attributes, [](const AttributeView& a) { return a.parts.empty(); });
       return parts;
     }
@@ -185,11 +184,17 @@ void AddFields(std::vector<ElementView>& elements, std::span<const SystemField> 
   }
 }
 
-const JsonMember* FindMember(const JsonMember& object, std::string_view name) {
-  const std::string key = JsonString(name) + ":";
-  const auto found = std::find_if(object.members.begin(), object.members.end(),
-                                  [&key](const JsonMember& m) { return m.key == key; });
-  return found == object.members.end() ? nullptr : &*found;
+int PositionOf(const JsonMember& object, std::string_view key) {
+  const auto& members = object.members;
+  const auto found = std::find_if(members.begin(), members.end(),
+                                  [key](const JsonMember& member) { return member.key == key; });
+  return found == members.end() ? -1 : static_cast<int>(found - members.begin());
+}
+
+// The member at a position; one without any value for -1.
+const JsonMember& MemberAt(const JsonMember& object, int position) {
+  static const JsonMember kNone;
+  return position < 0 ? kNone : object.members[static_cast<std::size_t>(position)];
 }
 
 std::vector<ElementView> ChildrenOf(const Document& document, const ElementView& element) {
@@ -205,10 +210,10 @@ void LayOutSystem(LayingOut& run, const ElementView& system, RecordJson& layout,
   AddFields(elements, kHead, layout.head);
   AddFields(elements, kMiddle, layout.middle);
   AddFields(elements, kTail, layout.tail);
-  if (const JsonMember* level = FindMember(layout.head, "Level")) layout.level = *level;
-  if (const JsonMember* title = FindMember(layout.head, "Provider")) layout.title = *title;
-  if (const JsonMember* id = FindMember(layout.head, "EventID")) layout.id = *id;
-  if (const JsonMember* id = FindMember(layout.middle, "EventRecordID")) layout.record_id = *id;
+  layout.level = PositionOf(layout.head, "\"Level\":");
+  layout.title = PositionOf(layout.head, "\"Provider\":");
+  layout.id = PositionOf(layout.head, "\"EventID\":");
+  layout.record_id = PositionOf(layout.middle, "\"EventRecordID\":");
   // What has no member of its own.
   for (const ElementView& element : elements) AddElement(run, element, element.name, rest);
 }
@@ -271,9 +276,10 @@ std::string_view LevelName(std::string_view level) {
 }
 
 char* WriteLevelName(const EventStructure& event, const RecordJson& layout, char* out) {
-  if (layout.level.parts.empty()) return out;
+  if (layout.level < 0) return out;
   std::string scratch;
-  const std::string_view name = LevelName(PlainText(event, layout.level, scratch));
+  const JsonMember& level = MemberAt(layout.head, layout.level);
+  const std::string_view name = LevelName(PlainText(event, level, scratch));
   if (name.empty()) return out;
   out = Copy(",\"LevelName\":\"", out);
   out = Copy(name, out);
@@ -347,11 +353,11 @@ char* WriteMessage(const JsonRecord& record, const EventStructure& event, const 
                    char* out) {
   out = Copy(",\"message\":\"", out);
   if (record.report.empty()) {
-    out = WriteInLine(event, layout.title, out);
+    out = WriteInLine(event, MemberAt(layout.head, layout.title), out);
   } else {
     out = Copy(record.report.substr(1, record.report.size() - 2), out);
   }
-  out = WriteInLine(event, layout.id, Copy(" ", out));
+  out = WriteInLine(event, MemberAt(layout.head, layout.id), Copy(" ", out));
   std::string_view before = " ";
   for (std::size_t i = layout.data_at; i < layout.tail.members.size(); ++i) {
     const JsonMember& member = layout.tail.members[i];
@@ -411,7 +417,7 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
   at = WriteRun(event, layout.head, at);
   at = WriteLevelName(event, layout, at);
   at = WriteRun(event, layout.middle, at);
-  if (!HasValue(event, layout.record_id))
+  if (!HasValue(event, MemberAt(layout.middle, layout.record_id)))
     at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
   at = WriteWrittenTime(record.written_time, at);
   at = WriteRun(event, layout.tail, at);

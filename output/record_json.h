@@ -23,14 +23,15 @@ struct PulledValue {
 
 // What all records of a plan have in common in this form. The members between stand in three runs.
 struct RecordJson {
-  JsonMember head;          // "Channel" to "Level"
-  JsonMember middle;        // "Task" to "TimeCreated"
-  JsonMember tail;          // "UserID" to "RelatedActivityID", then what the event holds
-  JsonMember level;         // the member "Level" alone; no part without one
-  JsonMember title;         // the same for "Provider"
-  JsonMember id;            // and "EventID"
+  JsonMember head;    // "Channel" to "Level"
+  JsonMember middle;  // "Task" to "TimeCreated"
+  JsonMember tail;    // "UserID" to "RelatedActivityID", then what the event holds
+  // Positions in `head` and `middle`; -1 without such a member.
+  int level = -1;
+  int title = -1;           // "Provider"
+  int id = -1;              // "EventID"
+  int record_id = -1;       // "EventRecordID"
   std::size_t data_at = 0;  // in `tail`, where what the event holds begins
-  JsonMember record_id;     // and "EventRecordID"
   std::size_t fixed_size = 0;
   bool made = false;
 };
