@@ -10,8 +10,9 @@ packages_for() {
     build) echo g++ cmake ninja-build libgtest-dev ;;
     # Other readers of what the tests write; their tests are skipped without them.
     test) echo libevtx-utils libevt-utils sleuthkit python3 mandoc ;;
-    # What the documents' commands use beside that; they are left out without it.
-    docs) echo parallel python3-pandas ;;
+    # What the documents' commands use beside that; they are left out without it. Beside these packages of
+    # PyPI, which tests/docs/get_packages.sh gets.
+    docs) echo jq parallel python3-pandas python3-venv ;;
     check) echo git clang-format clang-tidy python3 ;;
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
     deb | source) echo git build-essential debhelper cmake ninja-build ;;

@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """Runs every command of the documents, in a place where the files they speak of exist.
 
-Usage: run_documented_commands.py SOURCE_DIR TARNLEX MAKE_SAMPLE_LOG [--required]
+Usage: run_documented_commands.py SOURCE_DIR TARNLEX MAKE_SAMPLE_LOG [--packages DIR] [--required]
+
+--packages names a virtual environment that has the Python packages of the documents; where there is none,
+this Python is used, and what it has.
 
 Every block of code in README.md, CONTRIBUTING.md, ARCHITECTURE.md and docs/*.md is fenced and says what it is:
 
@@ -10,6 +13,10 @@ Every block of code in README.md, CONTRIBUTING.md, ARCHITECTURE.md and docs/*.md
                 <!-- expect FILE: REGEX -->  a line of a file that it makes
                 <!-- expect every log: DIR -->  DIR holds of each log under /evidence what one run
                                              over that log alone writes, and nothing else
+                <!-- expect imported: FILE -->  the server https://timesketch.example has been sent each
+                                             event of FILE
+                <!-- expect bulk: FILE -->   FILE is what Elasticsearch takes in bulk, with each event
+                                             that the other files beside it ending in .jsonl hold
                 <!-- needs: TOOL ... -->     left out where a tool is missing ("python:MODULE" for a
                                              module), but a failure with --required
                 <!-- checked by: FILE -->    too big to be run here: FILE runs each command
@@ -19,8 +26,9 @@ Every block of code in README.md, CONTRIBUTING.md, ARCHITECTURE.md and docs/*.md
 The examples of the manual page are run too, and the calls in docs/examples. All run in a folder that has
 logs and, as the checkout and the packages have, docs/examples.
 """
+import datetime
 import glob
-import importlib.util
+import json
 import os
 import re
 import shutil
@@ -28,7 +36,10 @@ import subprocess
 import sys
 import tempfile
 
+import timesketch_server
+
 HOSTS = 10
+SKETCHES = timesketch_server.start()
 
 
 class Block:
@@ -72,7 +83,6 @@ def prepare(place, source, tarnlex, make_sample_log):
     """The world of the documents: logs here, a mounted volume, the evidence of some hosts."""
     os.makedirs(f"{place}/bin")
     os.symlink(tarnlex, f"{place}/bin/tarnlex")
-    os.symlink(sys.executable, f"{place}/bin/python3")  # the one whose modules are asked for
     work = f"{place}/work"
     subprocess.run([make_sample_log, work], check=True)
     for name in ("a.evtx", "b.evtx"):
@@ -106,9 +116,11 @@ def prepare(place, source, tarnlex, make_sample_log):
 def run(command, place, work):
     """Exit code and output of a command whose absolute paths are moved into the place."""
     environment = dict(os.environ, PATH=f"{place}/bin:{os.environ['PATH']}", HOME=place,
-                       LC_ALL="C.UTF-8")
+                       LC_ALL="C.UTF-8", TIMESKETCH_PASSWORD="secret")
     for root in ("/evidence", "/mnt/windows"):
         command = [re.sub(rf"(?<![\w/.]){root}\b", place + root, part) for part in command]
+    sketches = f"http://127.0.0.1:{SKETCHES.server_port}"
+    command = [part.replace("https://timesketch.example", sketches) for part in command]
     done = subprocess.run(command, cwd=work, env=environment, capture_output=True, check=False)
     text = (done.stdout + done.stderr).decode("utf-8", "replace")
     return done.returncode, text.replace(place, "")
@@ -143,11 +155,44 @@ def check_every_log(directory, place, work, tarnlex):
     shutil.rmtree(f"{work}/{directory}", ignore_errors=True)
 
 
+def read_events(path):
+    """Lines end with a line feed and with nothing else."""
+    with open(path, "rb") as file:
+        return [json.loads(line) for line in file.read().split(b"\n")[:-1]]
+
+
+def check_imported(path):
+    """Problems of what the server was sent of a file."""
+    sent, SKETCHES.events = SKETCHES.events, []
+    events = read_events(path)
+    if len(events) < 20 or len(sent) != len(events):
+        yield f"{len(sent)} of {len(events)} events were sent"
+        return
+    for got, event in zip(sent, events):
+        times = [datetime.datetime.fromisoformat(one.pop("datetime")) for one in (got, event)]
+        if times[0] != times[1] or not got.get("message") or not got.get("timestamp_desc"):
+            yield f"sent as {times[0]}, {got}, not as {times[1]}"
+        elif got != event:
+            yield f"sent as {got}, not as {event}"
+
+
+def check_bulk(path):
+    """Problems of a file whose every other line says what to do with the event behind it."""
+    lines = read_events(path)
+    others = glob.glob(f"{os.path.dirname(path)}/*.jsonl")
+    events = [event for other in others for event in read_events(other)]
+    actions = [line["index"] for line in lines[::2]]
+    if len(events) < 20 or len({(one["_index"], one["_id"]) for one in actions}) != len(events):
+        yield f"{len(actions)} actions for {len(events)} events, or some of one name"
+    missing = [event for event in events if event not in lines[1::2]]
+    if missing or len(lines) != 2 * len(events):
+        yield f"{len(missing)} events are missing from {len(lines)} lines, among them {missing[:1]}"
+
+
 def check_block(block, place, work, tarnlex):
     """Runs a sh or python block and yields what is wrong."""
     code = "\n".join(block.lines)
-    interpreter = ["bash", "-euo", "pipefail", "-c"] if block.language == "sh" \
-        else [sys.executable, "-c"]
+    interpreter = ["bash", "-euo", "pipefail", "-c"] if block.language == "sh" else ["python3", "-c"]
     status, output = run([*interpreter, code], place, work)
     if status != 0:
         yield f"ended with {status}: {output[-500:]}"
@@ -157,6 +202,10 @@ def check_block(block, place, work, tarnlex):
         where, pattern = (part.strip() for part in mark.split(":", 1))
         if where == "every log":
             yield from check_every_log(pattern, place, work, tarnlex)
+            continue
+        if where in ("imported", "bulk"):
+            check = check_imported if where == "imported" else check_bulk
+            yield from check(f"{work}/{pattern}")
             continue
         text = output
         if where:
@@ -249,13 +298,20 @@ def example_blocks(source):
 
 def is_missing(need):
     if need.startswith("python:"):
-        return importlib.util.find_spec(need[len("python:"):]) is None
+        found = ["python3", "-c", f"import {need[len('python:'):]}"]
+        return subprocess.run(found, capture_output=True, check=False).returncode != 0
     return shutil.which(need) is None
 
 
 def main():
     source, tarnlex, make_sample_log = (os.path.realpath(path) for path in sys.argv[1:4])
     required = "--required" in sys.argv
+    # "python3" is the one whose modules are asked for.
+    programs = os.path.dirname(sys.executable)
+    if "--packages" in sys.argv:
+        packages = os.path.realpath(sys.argv[sys.argv.index("--packages") + 1]) + "/bin"
+        programs = packages if os.path.exists(f"{packages}/python3") else programs
+    os.environ["PATH"] = f"{programs}:{os.environ['PATH']}"
     problems, counts = [], {"run": 0, "checked elsewhere": 0, "left out": 0}
     paths = [f"{source}/{name}.md" for name in ("README", "CONTRIBUTING", "ARCHITECTURE")]
     check_links(source, paths, problems)
