@@ -74,9 +74,19 @@ char* WriteValue(const EventStructure& event, const JsonMember& member, char* ou
              : WriteJsonValue(event, value, out);
 }
 
+// The array that is all of an entry of a list, and whose values are entries themselves; or null.
+const SubstitutionValue* ArrayEntry(const EventStructure& event, const JsonMember& member) {
+  if (!member.key.empty() || member.parts.size() != 1 || !member.parts[0].is_slot) return nullptr;
+  const SubstitutionValue& value = event.slots[member.parts[0].slot];
+  return IsArray(value) ? &value : nullptr;
+}
+
 // Writes a member, or nothing if it has no value.
 char* WriteMember(const EventStructure& event, const JsonMember& member, char* out) {
   if (member.shape == JsonShape::kValue && !HasValue(event, member)) return out;
+  if (const SubstitutionValue* array = ArrayEntry(event, member)) {
+    return WriteJsonEntries(event, *array, out);
+  }
   char* at = Copy(member.key, out);
   if (member.shape == JsonShape::kValue) return WriteValue(event, member, at);
   const bool is_list = member.shape == JsonShape::kList;

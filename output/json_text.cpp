@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "event/slot_text.h"
 #include "logs/iso_time.h"
@@ -11,9 +12,19 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint8_t kArrayBit = 0x80;
+// Characters that JSON allows between quotes, but that many readers of lines take for their ends.
+constexpr std::string_view kLineEnds[] = {"\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"};
+constexpr std::string_view kEscapedLineEnds[] = {"\\u0085", "\\u2028", "\\u2029"};
 
-bool NeedsEscape(char c) { return static_cast<unsigned char>(c) < ' ' || c == '"' || c == '\\'; }
+constexpr bool EndsLine(std::uint16_t unit) {
+  return unit == 0x85 || unit == 0x2028 || unit == 0x2029;
+}
+
+// Whether the character may have to be written otherwise; it begins a line end, or must.
+bool NeedsEscape(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < ' ' || c == '"' || c == '\\' || byte == 0xC2 || byte == 0xE2;
+}
 
 char* WriteEscape(char c, char* out) {
   *out++ = '\\';
@@ -27,6 +38,20 @@ char* WriteEscape(char c, char* out) {
   }
   *out++ = 'u';
   return WriteHex(static_cast<unsigned char>(c), 4, out);
+}
+
+// Takes the first character, or byte of one, off `rest` and writes it.
+char* EscapeFirst(std::string_view& rest, char* out) {
+  const char c = rest.front();
+  for (std::size_t i = 0; i < std::size(kLineEnds) && NeedsEscape(c); ++i) {
+    if (!rest.starts_with(kLineEnds[i])) continue;
+    rest.remove_prefix(kLineEnds[i].size());
+    return std::copy(kEscapedLineEnds[i].begin(), kEscapedLineEnds[i].end(), out);
+  }
+  rest.remove_prefix(1);
+  if (NeedsEscape(c) && static_cast<unsigned char>(c) < 0x80) return WriteEscape(c, out);
+  *out = c;
+  return out + 1;
 }
 
 char* WriteBlank(char* out) {
@@ -74,8 +99,20 @@ std::size_t CopyPlain(const std::uint8_t* units, std::size_t count, char* out) {
 
 std::size_t UnitsBeyondAscii(const std::uint8_t* units, std::size_t count) {
   std::size_t size = 0;
-  while (size < count && Load<std::uint16_t>(units + 2 * size) >= 0x80) ++size;
+  for (; size < count; ++size) {
+    const auto unit = Load<std::uint16_t>(units + 2 * size);
+    if (unit < 0x80 || EndsLine(unit)) break;
+  }
   return size;
+}
+
+// What does not stand for itself between quotes.
+char* WriteSpecial(std::uint16_t unit, char* out) {
+  if (unit == 0) return WriteBlank(out);
+  if (unit < 0x80) return WriteEscape(static_cast<char>(unit), out);
+  *out++ = '\\';
+  *out++ = 'u';
+  return WriteHex(unit, 4, out);
 }
 
 // A text of UTF-16 units, escaped as it is converted.
@@ -90,8 +127,7 @@ char* WriteEscaped(const std::uint8_t* units, std::size_t count, char* out) {
         out = WriteUtf8(units + 2 * done, beyond, out);
         done += beyond;
       } else {
-        const char c = static_cast<char>(units[2 * done++]);
-        out = c == 0 ? WriteBlank(out) : WriteEscape(c, out);
+        out = WriteSpecial(Load<std::uint16_t>(units + 2 * done++), out);
       }
     }
     units += 2 * done;
@@ -148,18 +184,6 @@ char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char
   return WriteString(event, value, out);
 }
 
-char* WriteList(const EventStructure& event, const SubstitutionValue& array, char* out) {
-  *out++ = '[';
-  ArrayElements elements = ElementsOf(event.bytes, array);
-  SubstitutionValue element;
-  for (bool first = true; NextElement(elements, element); first = false) {
-    if (!first) *out++ = ',';
-    out = WriteOne(event, element, out);
-  }
-  *out++ = ']';
-  return out;
-}
-
 }  // namespace
 
 char* EscapeJson(char* begin, char* end) {
@@ -169,15 +193,9 @@ char* EscapeJson(char* begin, char* end) {
   for (std::size_t i = 0; i < size; ++i) any |= NeedsEscape(begin[i]) ? 1U : 0U;
   if (any == 0) return end;
   char* const first = std::find_if(begin, end, NeedsEscape);
-  const std::string rest(first, end);
+  const std::string copy(first, end);
   char* out = first;
-  for (const char c : rest) {
-    if (NeedsEscape(c)) {
-      out = WriteEscape(c, out);
-    } else {
-      *out++ = c;
-    }
-  }
+  for (std::string_view rest = copy; !rest.empty();) out = EscapeFirst(rest, out);
   return out;
 }
 
@@ -205,7 +223,27 @@ char* QuoteJson(char* begin, char* end) {
 }
 
 char* WriteJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  return (value.type & kArrayBit) == 0 ? WriteOne(event, value, out) : WriteList(event, value, out);
+  if (!IsArray(value)) return WriteOne(event, value, out);
+  *out = '[';
+  char* const end = WriteJsonEntries(event, value, out + 1);
+  *end = ']';
+  return end + 1;
+}
+
+char* WriteJsonEntries(const EventStructure& event, const SubstitutionValue& array, char* out) {
+  SubstitutionValue own = array;
+  // Texts at the end that are empty are none.
+  if (array.type == kEvtVarTypeMultiWideString && Fits(event.bytes, array.offset, array.size)) {
+    const std::uint8_t* const units = event.bytes.data() + array.offset;
+    own.size = static_cast<std::uint32_t>(2 * UnitsWithoutZerosAtEnd(units, array.size / 2));
+  }
+  ArrayElements elements = ElementsOf(event.bytes, own);
+  SubstitutionValue element;
+  for (bool first = true; NextElement(elements, element); first = false) {
+    if (!first) *out++ = ',';
+    out = WriteOne(event, element, out);
+  }
+  return out;
 }
 
 char* WriteJsonTime(std::uint64_t filetime, char* out) {

@@ -14,7 +14,8 @@ namespace tarnlex {
 inline constexpr std::size_t kJsonPerByte = 6;
 
 // Escapes what stands from `begin` to `end`, UTF-8, in place; returns the new end. There is room
-// for kJsonPerByte times the text.
+// for kJsonPerByte times the text. Characters that only some readers take for the end of a line
+// (U+0085, U+2028, U+2029) are escaped too.
 char* EscapeJson(char* begin, char* end);
 
 // A text as it stands between quotes.
@@ -35,6 +36,9 @@ inline constexpr std::size_t kJsonOverhead = 8;
 // ("0x8020000000000000"), as are identifiers, binary data and numbers that JSON does not know;
 // times are ISO 8601 in UTC with seven digits; arrays are lists. A value without any text is "".
 char* WriteJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out);
+
+// The entries of an array without the brackets around them.
+char* WriteJsonEntries(const EventStructure& event, const SubstitutionValue& array, char* out);
 
 // Writes a time as text in quotes, "2023-03-14T09:26:53.5897932Z"; nothing for a number that is no
 // instant (above 2^63 - 1). Room for 40 characters.

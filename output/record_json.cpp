@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <span>
 #include <utility>
 
 #include "event/document.h"
+#include "event/names.h"
 #include "event/slot_text.h"
 #include "logs/date_time.h"
 #include "logs/iso_time.h"
@@ -295,6 +297,20 @@ char* WriteWrittenTime(std::uint64_t filetime, char* out) {
   return WriteJsonTime(filetime, Copy(",\"TimeWritten\":", out));
 }
 
+// The name of a child of the event: another one where that is a member of every record.
+std::string NameInEvent(std::string_view name) {
+  constexpr std::string_view kOthers[] = {
+      "Log",       "LevelName", "TimeWritten", "Offset",         "Report",
+      "Recovered", "message",   "datetime",    "timestamp_desc", "EventRecordID"};
+  const auto is_name = [name](const auto& field) { return field.name == name; };
+  const bool is_taken =
+      std::any_of(std::begin(kHead), std::end(kHead), is_name) ||
+      std::any_of(std::begin(kMiddle), std::end(kMiddle), is_name) ||
+      std::any_of(std::begin(kTail), std::end(kTail), is_name) ||
+      std::find(std::begin(kOthers), std::end(kOthers), name) != std::end(kOthers);
+  return is_taken ? NumberedName(name, 2) : std::string(name);
+}
+
 // More than all that is written beside the layout.
 constexpr std::size_t kRecordOverhead = 512;
 
@@ -318,7 +334,14 @@ char* WriteInLine(const EventStructure& event, const JsonMember& member, char* o
       out = Copy(part.literal, out);
       continue;
     }
-    char* const end = WriteSlotText(event, event.slots[part.slot], out);
+    const SubstitutionValue& value = event.slots[part.slot];
+    std::uint64_t time = 0;
+    if (value.type == kEvtVarTypeFileTime &&
+        ReadAt(Clip(event.bytes, value.offset, value.size), 0, time) && time >> 63 == 0) {
+      out = WriteIsoTime(time, out);
+      continue;
+    }
+    char* const end = WriteSlotText(event, value, out);
     std::replace_if(
         out, end, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
     out = EscapeJson(out, end);
@@ -357,7 +380,11 @@ char* WriteMessage(const JsonRecord& record, const EventStructure& event, const 
   } else {
     out = Copy(record.report.substr(1, record.report.size() - 2), out);
   }
-  out = WriteInLine(event, MemberAt(layout.head, layout.id), Copy(" ", out));
+  const JsonMember& id = MemberAt(layout.head, layout.id);
+  if (HasValue(event, MemberAt(layout.head, layout.title)) || !record.report.empty()) {
+    out = Copy(" ", out);
+  }
+  out = WriteInLine(event, id, out);
   std::string_view before = " ";
   for (std::size_t i = layout.data_at; i < layout.tail.members.size(); ++i) {
     const JsonMember& member = layout.tail.members[i];
@@ -395,7 +422,7 @@ RecordJson LayOutRecordJson(const EventStructure& event, const Document& documen
         has_system = true;
         LayOutSystem(run, child, layout, system);
       } else if (!pulled) {
-        AddElement(run, child, child.name, rest);
+        AddElement(run, child, NameInEvent(child.name), rest);
       }
     }
   }
