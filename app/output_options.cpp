@@ -33,6 +33,8 @@ constexpr FormOption kForms[] = {
     {"-xml", &RunOptions::xml_form, true, false, "", kNoReplacement},
     {"-multiline", &RunOptions::multiline_form, true, false, "", kNoReplacement},
     {"-json", &RunOptions::json_form, true, false, "", kNoReplacement},
+    {"-event_json", &RunOptions::event_json_form, true, false, "", kNoReplacement},
+    {"-event_xml", &RunOptions::event_xml_form, true, false, "", kNoReplacement},
 };
 
 std::string QuoteArguments(const Arguments& args) {

@@ -173,7 +173,7 @@ char* WriteArray(Bytes bytes, const SubstitutionValue& array, char* out) {
 }  // namespace
 
 char* WriteUncommonText(Bytes bytes, const SubstitutionValue& value, char* out) {
-  if (!Fits(bytes, value.offset, value.size)) return out;
+  if (value.type == kEvtVarTypeNull || !Fits(bytes, value.offset, value.size)) return out;
   if ((value.type & kArrayBit) == 0) return WriteOne(bytes, value, out);
   return value.type == kEvtVarTypeMultiWideString ? WriteValueText(bytes, value, out)
                                                   : WriteArray(bytes, value, out);
@@ -191,11 +191,9 @@ ArrayElements ElementsOf(Bytes bytes, const SubstitutionValue& array) {
                          static_cast<std::uint8_t>(array.type & ~kArrayBit), 0};
   if (!Fits(bytes, array.offset, array.size)) return elements;
   Bytes own = bytes.subspan(array.offset, array.size);
-  // Lists of texts end in a zero of their own, and texts at the end that are empty are none.
+  // A list of single-byte texts may end in a zero of its own; one of the others does not.
   if (elements.type == kEvtVarTypeAnsiString) {
     while (!own.empty() && own.back() == 0) own = own.first(own.size() - 1);
-  } else if (elements.type == kEvtVarTypeString) {
-    own = own.first(2 * UnitsWithoutZerosAtEnd(own.data(), own.size() / 2));
   }
   elements.end += static_cast<std::uint32_t>(own.size());
   elements.width = ElementWidth(elements.type, own.size());

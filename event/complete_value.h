@@ -47,6 +47,9 @@ constexpr bool IsFreeCompleteText(std::uint8_t type) {
   return type >= kTypeBits || (kFree >> type & 1) != 0;
 }
 
+// Whether a value is a list of values.
+constexpr bool IsArray(const SubstitutionValue& value) { return (value.type & 0x80) != 0; }
+
 // Steps through the values of an array, each as a value of its own.
 struct ArrayElements {
   Bytes bytes;

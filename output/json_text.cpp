@@ -56,13 +56,6 @@ bool IsFinite(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789+-.e") == text.npos;
 }
 
-char* Quote(char* begin, char* end) {
-  std::memmove(begin + 1, begin, static_cast<std::size_t>(end - begin));
-  *begin = '"';
-  end[1] = '"';
-  return end + 2;
-}
-
 char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
   *out = '"';
   if (value.type == kEvtVarTypeString) {
@@ -90,13 +83,13 @@ char* WriteTime(const EventStructure& event, const SubstitutionValue& value, cha
 // What could not be read as its type has become its bytes, which are a text.
 char* WriteBare(const EventStructure& event, const SubstitutionValue& value, char* out) {
   char* const end = WriteCompleteText(event.bytes, value, out);
-  return IsReadable(value) ? end : Quote(out, end);
+  return IsReadable(value) ? end : QuoteJson(out, end);
 }
 
 char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, char* out) {
   char* const end = WriteCompleteText(event.bytes, value, out);
   const bool is_number = IsReadable(value) && IsFinite({out, end});
-  return is_number ? end : Quote(out, end);
+  return is_number ? end : QuoteJson(out, end);
 }
 
 char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char* out) {
@@ -150,6 +143,13 @@ std::string JsonString(std::string_view text) {
   *end = '"';
   string.resize(static_cast<std::size_t>(end + 1 - string.data()));
   return string;
+}
+
+char* QuoteJson(char* begin, char* end) {
+  std::memmove(begin + 1, begin, static_cast<std::size_t>(end - begin));
+  *begin = '"';
+  end[1] = '"';
+  return end + 2;
 }
 
 char* WriteJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out) {

@@ -20,6 +20,9 @@ char* EscapeJson(char* begin, char* end);
 // A text as a JSON string, quotes included.
 std::string JsonString(std::string_view text);
 
+// Puts a text that needs no escapes into quotes, in place; returns the new end.
+char* QuoteJson(char* begin, char* end);
+
 // What a JSON value takes beside its text at most: quotes, and what is put between members.
 inline constexpr std::size_t kJsonOverhead = 8;
 

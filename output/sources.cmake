@@ -4,7 +4,10 @@ target_sources(tarnlex_core PRIVATE
   output/cell_writer.cpp
   output/display_name.cpp
   output/empty_cells.cpp
+  output/event_json.cpp
+  output/event_json_layout.cpp
   output/event_rows.cpp
+  output/event_text.cpp
   output/json_layout.cpp
   output/json_text.cpp
   output/log2timeline.cpp

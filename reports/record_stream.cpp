@@ -30,21 +30,52 @@ std::vector<PulledValue> EvtPulledValues(const Plan& plan, const QuerySpec& quer
   return values;
 }
 
-// Where the layout for records of a plan is kept; `loose` for a plan that is not.
+// Where the layout for whole events of a plan is kept; `loose` for a plan that is not.
+template <typename T>
+T& Place(Layouts<T>& layouts, const Plan& plan) {
+  if (plan.id == kUnkeptPlan || plan.id >= kMostLayouts) {
+    layouts.loose.made = false;
+    return layouts.loose;
+  }
+  if (layouts.kept.size() <= plan.id) layouts.kept.resize(plan.id + std::size_t{1});
+  return layouts.kept[plan.id];
+}
+
+// The same for what a query pulls.
 RecordJson& Place(RecordStream& stream, const QuerySpec& query, std::uint32_t position,
                   const Plan& plan) {
-  const bool is_whole = IsWhole(query);
-  if (plan.id == kUnkeptPlan || (is_whole && plan.id >= kMostLayouts)) {
-    stream.loose.made = false;
-    return stream.loose;
+  if (IsWhole(query) || plan.id == kUnkeptPlan) return Place(stream.json, plan);
+  auto& kept = stream.queries[position].pulled;
+  if (kept.size() >= kMostLayouts && !kept.contains(plan.id)) kept.clear();
+  return kept[plan.id];
+}
+
+// A record for the forms that keep an event's structure.
+struct StreamedEvent {
+  const EventStructure& structure;
+  const Plan& plan;  // with the event's document
+  std::uint64_t record_id = 0;
+  std::uint64_t written_time = 0;
+};
+
+void WriteEventJson(TextSink& out, Layouts<EventJson>& layouts, const StreamedEvent& event) {
+  const Document& document = event.plan.document;
+  if (document.items.empty()) {
+    WriteBareEventJson(out, event.record_id, event.written_time);
+    return;
   }
-  if (!is_whole) {
-    auto& kept = stream.queries[position].pulled;
-    if (kept.size() >= kMostLayouts && !kept.contains(plan.id)) kept.clear();
-    return kept[plan.id];
-  }
-  if (stream.layouts.size() <= plan.id) stream.layouts.resize(plan.id + std::size_t{1});
-  return stream.layouts[plan.id];
+  EventJson& layout = Place(layouts, event.plan);
+  if (!layout.made) layout = LayOutEventJson(event.structure, document, false);
+  if (WriteEventJson(out, event.structure, layout, false)) return;
+  layouts.loose = LayOutEventJson(event.structure, document, true);
+  WriteEventJson(out, event.structure, layouts.loose, true);
+}
+
+// Writes the record if that is the form that is asked for.
+bool WriteWhole(TextSink& out, RecordStream& stream, const RunOptions& options,
+                const StreamedEvent& event) {
+  if (options.event_json_form) WriteEventJson(out, stream.event_json, event);
+  return options.event_json_form;
 }
 
 // The document of an EVT record, which is that of all with as many strings.
@@ -73,6 +104,10 @@ void WriteEvtxStreamRecord(TextSink& out, RecordStream& stream, const RunOptions
                            const QuerySpec& query, std::uint32_t position, EvtxDecoder& decoder,
                            DecodedEvent& event) {
   const Plan& plan = PlanOf(decoder, event);
+  if (WriteWhole(out, stream, options,
+                 {event.structure, plan, event.record_id, event.written_time})) {
+    return;
+  }
   RecordJson& layout = Place(stream, query, position, plan);
   if (!layout.made) {
     const std::vector<PulledValue> pulled = PulledValues(plan, query);
@@ -89,6 +124,10 @@ void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions&
                           const QuerySpec& query, std::uint32_t position, EvtRecord& record) {
   const EventStructure& event = EvtSlotsOf(record);
   const Plan& plan = DocumentPlan(stream, record);
+  if (WriteWhole(out, stream, options,
+                 {event, plan, record.record_number, EvtFiletime(record.time_written)})) {
+    return;
+  }
   RecordJson& layout = Place(stream, query, position, plan);
   if (!layout.made) {
     const Plan& names = EvtPlanOf(record);

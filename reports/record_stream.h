@@ -11,6 +11,7 @@
 #include "evtx/decoder.h"
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
+#include "output/event_json.h"
 #include "output/record_json.h"
 #include "reports/query_spec.h"
 
@@ -22,12 +23,19 @@ struct QueryStream {
   std::unordered_map<std::uint32_t, RecordJson> pulled;  // by the plan's identifier
 };
 
+// Layouts of whole events in one form.
+template <typename T>
+struct Layouts {
+  std::vector<T> kept;  // by the plan's identifier
+  T loose;              // of the last record whose plan serves it alone
+};
+
 struct RecordStream {
   std::string log;                   // its path, as a JSON string
   std::vector<QueryStream> queries;  // as the pass has them
-  std::vector<RecordJson> layouts;   // of whole events, by the plan's identifier
-  RecordJson loose;                  // of the last record whose plan serves it alone
-  ByStrings<Plan> evt;               // of EVT records: their documents
+  Layouts<RecordJson> json;
+  Layouts<EventJson> event_json;
+  ByStrings<Plan> evt;  // of EVT records: their documents
 };
 
 RecordStream MakeRecordStream(const std::string& log_path, const QueryList& queries);

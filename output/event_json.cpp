@@ -1,0 +1,251 @@
+#include "output/event_json.h"
+
+#include <cstring>
+#include <span>
+#include <string_view>
+
+#include "event/slot_text.h"
+#include "output/event_text.h"
+#include "output/json_text.h"
+
+namespace tarnlex {
+namespace {
+
+using Kind = EventJsonStepKind;
+
+// What is being written of one event.
+struct Filling {
+  const EventStructure& event;
+  const EventJson& layout;
+  char* begin = nullptr;  // of attributes
+  bool has_attributes = false;
+  char* list = nullptr;  // where its first value stands
+  std::size_t values = 0;
+  bool met_array = false;  // of several values, where an element is to stand for each
+};
+
+char* Copy(std::string_view text, char* out) {
+  std::memcpy(out, text.data(), text.size());
+  return out + text.size();
+}
+
+std::string_view LiteralOf(const EventJson& layout, std::uint32_t at, std::uint32_t size) {
+  return {layout.literals.data() + at, size};
+}
+
+const SubstitutionValue& ValueOf(const Filling& run, const EventJsonPart& part) {
+  return part.is_element ? part.element : run.event.slots[part.slot];
+}
+
+std::span<const EventJsonPart> PartsOf(const Filling& run, const EventJsonStep& step) {
+  return {run.layout.parts.data() + step.first_part, step.part_count};
+}
+
+// The values of an array in one text; `count` of them.
+char* WriteJoined(const EventStructure& event, const SubstitutionValue& array, std::size_t& count,
+                  char* out) {
+  ArrayElements elements = ElementsOf(event.bytes, array);
+  SubstitutionValue element;
+  for (count = 0; NextElement(elements, element); ++count) {
+    if (count > 0) out = Copy(", ", out);
+    out = WriteEventText(event, element, out);
+  }
+  return out;
+}
+
+char* WriteArrayText(Filling& run, const SubstitutionValue& array, std::size_t& count, char* out) {
+  char* const end = WriteJoined(run.event, array, count, out);
+  run.met_array |= count > 1;
+  return end;
+}
+
+char* WriteText(Filling& run, const EventJsonPart& part, char* out) {
+  if (part.is_literal) return Copy(LiteralOf(run.layout, part.literal, part.literal_size), out);
+  const SubstitutionValue& value = ValueOf(run, part);
+  std::size_t count = 0;
+  char* const end = IsArray(value) ? WriteArrayText(run, value, count, out)
+                                   : WriteEventText(run.event, value, out);
+  return EscapeJson(out, end);
+}
+
+// An array is a text, even an empty one if it has a value.
+char* WriteArray(Filling& run, const SubstitutionValue& array, char* out) {
+  std::size_t count = 0;
+  char* end = WriteArrayText(run, array, count, out + 1);
+  if (count == 0) return out;
+  end = EscapeJson(out + 1, end);
+  *out = *end = '"';
+  return end + 1;
+}
+
+bool IsLeftOut(const Filling& run, const EventJsonPart& part) {
+  return part.optional && ValueOf(run, part).type == kEvtVarTypeNull;
+}
+
+// The part that is all of a value; null where there are more.
+const EventJsonPart* OnlyPart(const Filling& run, std::span<const EventJsonPart> parts) {
+  if (parts.size() == 1) return parts.data();
+  const EventJsonPart* only = nullptr;
+  for (const EventJsonPart& part : parts) {
+    if (IsLeftOut(run, part)) continue;
+    if (only) return nullptr;
+    only = &part;
+  }
+  return only;
+}
+
+// The value of a step; nothing without a text.
+char* WriteValue(Filling& run, const EventJsonStep& step, char* out) {
+  const auto parts = PartsOf(run, step);
+  const EventJsonPart* const only = OnlyPart(run, parts);
+  if (only && !only->is_literal) {
+    const SubstitutionValue& value = ValueOf(run, *only);
+    return IsArray(value) ? WriteArray(run, value, out)
+                          : WriteEventJsonValue(run.event, value, out);
+  }
+  char* end = out + 1;
+  for (const EventJsonPart& part : parts) end = WriteText(run, part, end);
+  if (end == out + 1) return out;
+  *out = *end = '"';
+  return end + 1;
+}
+
+char* WriteValueOr(Filling& run, const EventJsonStep& step, std::string_view empty, char* out) {
+  char* const end = WriteValue(run, step, out);
+  return end != out ? end : Copy(empty, out);
+}
+
+// A member with a comma in front or behind; nothing without a text.
+char* WriteMember(Filling& run, const EventJsonStep& step, std::string_view key, char* out) {
+  char* const at = Copy(key, out);
+  char* const end = WriteValue(run, step, at);
+  return end != at ? end : out;
+}
+
+char* BeginAttributes(Filling& run, char* out) {
+  run.begin = out;
+  run.has_attributes = false;
+  return Copy("{\"#attributes\":{", out);
+}
+
+// The step's literal, the attribute's name, is written here: only if it has a text.
+char* WriteAttribute(Filling& run, const EventJsonStep& step, char* out) {
+  char* at = out;
+  if (run.has_attributes) *at++ = ',';
+  at = Copy(LiteralOf(run.layout, step.literal, step.literal_size), at);
+  char* const end = WriteValue(run, step, at);
+  if (end == at) return out;
+  run.has_attributes = true;
+  return end;
+}
+
+char* EndAttributes(const Filling& run, char* out) {
+  return run.has_attributes ? Copy("}", out) : run.begin;
+}
+
+char* EndElement(Filling& run, const EventJsonStep& step, bool has_attributes,
+                 std::string_view empty, char* out) {
+  if (!has_attributes) return WriteValueOr(run, step, empty, out);
+  return Copy("}", WriteMember(run, step, ",\"#text\":", out));
+}
+
+char* WriteInnerText(Filling& run, const EventJsonStep& step, char* out) {
+  char* const end = WriteMember(run, step, "\"#text\":", out);
+  return end != out ? Copy(",", end) : out;
+}
+
+char* BeginList(Filling& run, char* out) {
+  *out = '[';
+  run.list = out + 1;
+  run.values = 0;
+  return out + 1;
+}
+
+char* BeginEntry(Filling& run, char* out) { return run.values++ > 0 ? Copy(",", out) : out; }
+
+char* WriteListValue(Filling& run, const EventJsonStep& step, char* out) {
+  const auto parts = PartsOf(run, step);
+  const bool is_array =
+      parts.size() == 1 && !parts[0].is_literal && IsArray(ValueOf(run, parts[0]));
+  ArrayElements elements;
+  if (is_array) elements = ElementsOf(run.event.bytes, ValueOf(run, parts[0]));
+  SubstitutionValue first;
+  SubstitutionValue element;
+  const bool several = is_array && NextElement(elements, first) && NextElement(elements, element);
+  if (!several) return WriteValueOr(run, step, "\"\"", BeginEntry(run, out));
+  elements = ElementsOf(run.event.bytes, ValueOf(run, parts[0]));
+  while (NextElement(elements, element)) {
+    out = BeginEntry(run, out);
+    char* const end = WriteEventJsonValue(run.event, element, out);
+    out = end != out ? end : Copy("\"\"", out);
+  }
+  return out;
+}
+
+char* EndList(const Filling& run, char* out) {
+  if (run.values != 1) return Copy("]", out);
+  std::memmove(run.list - 1, run.list, static_cast<std::size_t>(out - run.list));
+  return out - 1;
+}
+
+char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
+  if (step.kind == Kind::kAttribute) return WriteAttribute(run, step, out);
+  out = Copy(LiteralOf(run.layout, step.literal, step.literal_size), out);
+  switch (step.kind) {
+    case Kind::kValue: return WriteValueOr(run, step, "null", out);
+    case Kind::kDataValue: return WriteValueOr(run, step, "\"\"", out);
+    case Kind::kBeginAttributes: return BeginAttributes(run, out);
+    case Kind::kEndAttributes: return EndAttributes(run, out);
+    case Kind::kEnd: return EndElement(run, step, run.has_attributes, "null", out);
+    case Kind::kEndData: return EndElement(run, step, run.has_attributes, "\"\"", out);
+    case Kind::kEndFixed: return EndElement(run, step, true, "", out);
+    case Kind::kBeginContent: return Copy(run.has_attributes ? "," : "{", out);
+    case Kind::kText: return WriteInnerText(run, step, out);
+    case Kind::kBeginList: return BeginList(run, out);
+    case Kind::kEntry: return BeginEntry(run, out);
+    case Kind::kListValue: return WriteListValue(run, step, out);
+    case Kind::kEndList: return EndList(run, out);
+    case Kind::kAttribute:
+    case Kind::kNothing: break;
+  }
+  return out;
+}
+
+// More than a step takes beside its literal and the texts of its values.
+constexpr std::size_t kStepRoom = 32;
+
+std::size_t RoomFor(const EventStructure& event, const EventJson& layout) {
+  std::size_t size = layout.literals.size() + kStepRoom * (layout.steps.size() + 1);
+  for (const EventJsonPart& part : layout.parts) {
+    size += part.literal_size;
+    if (part.is_literal) continue;
+    size += MaxSlotText(event, part.is_element ? part.element : event.slots[part.slot]);
+  }
+  return size;
+}
+
+}  // namespace
+
+bool WriteEventJson(TextSink& out, const EventStructure& event, const EventJson& layout,
+                    bool repeats) {
+  Filling run{event, layout};
+  char* at = Reserve(out, RoomFor(event, layout));
+  for (const EventJsonStep& step : layout.steps) at = WriteStep(run, step, at);
+  if (run.met_array && !repeats) return false;
+  Commit(out, at);
+  return true;
+}
+
+void WriteBareEventJson(TextSink& out, std::uint64_t record_id, std::uint64_t written_time) {
+  Append(out, R"({"Event":{"System":{)");
+  char time[kMaxNumberRoom];
+  char* const end = WriteEventTime(written_time, time);
+  if (written_time != 0 && end != time) {
+    Append(out, R"("TimeCreated":{"#attributes":{"SystemTime":")");
+    Append(out, {time, static_cast<std::size_t>(end - time)});
+    Append(out, R"("}},)");
+  }
+  Append(out, R"("EventRecordID":)" + std::to_string(record_id) + "}}}\n");
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,332 @@
+// Makes the layouts that output/event_json.cpp follows.
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "event/slot_text.h"
+#include "output/event_json.h"
+#include "output/event_text.h"
+#include "output/json_text.h"
+
+namespace tarnlex {
+namespace {
+
+// An array that would repeat more than that is one text instead.
+constexpr std::size_t kMostRepeated = std::size_t{1} << 20;
+
+using Kind = EventJsonStepKind;
+using Parts = std::span<const Item>;
+// The value of an array that an element stands for.
+using OneOfArray = std::optional<SubstitutionValue>;
+
+struct LayingOut {
+  const EventStructure& event;
+  const Document& document;
+  EventJson& layout;
+  std::size_t repeatable = 0;  // bytes that arrays may still repeat
+  std::uint32_t literal = 0;   // where the literal of the next step begins
+};
+
+// An element on its way into the layout.
+struct Element {
+  ElementView view;
+  std::uint32_t at = 0;       // among the document's items
+  std::string name;           // of its member
+  bool named_data = false;    // that name is its attribute "Name"
+  bool unnamed_data = false;  // a value of the list "Data"
+  OneOfArray one = {};
+};
+
+// Names that are taken in an object.
+struct Names {
+  std::set<std::string, std::less<>> taken;
+  std::map<std::string, std::size_t, std::less<>> numbers;  // the last number behind a name
+};
+
+void Say(LayingOut& run, std::string_view text) { run.layout.literals += text; }
+
+std::uint32_t Said(const LayingOut& run) {
+  return static_cast<std::uint32_t>(run.layout.literals.size());
+}
+
+bool IsLiteral(Parts parts) {
+  return std::none_of(parts.begin(), parts.end(),
+                      [](const Item& part) { return part.kind == ItemKind::kSlot; });
+}
+
+std::string LiteralText(Parts parts) {
+  std::string text;
+  for (const Item& part : parts) text += part.text;
+  return text;
+}
+
+EventJsonPart MakePart(LayingOut& run, const Item& item, const OneOfArray& one) {
+  EventJsonPart part;
+  part.slot = item.slot;
+  part.optional = item.optional;
+  if (item.kind != ItemKind::kSlot) {
+    const std::string string = JsonString(item.text);
+    part.is_literal = true;
+    part.literal = Said(run);
+    part.literal_size = static_cast<std::uint32_t>(string.size() - 2);
+    Say(run, std::string_view(string).substr(1, string.size() - 2));
+  } else if (one && IsArray(run.event.slots[item.slot])) {
+    part.is_element = true;
+    part.element = *one;
+  }
+  return part;
+}
+
+// A step behind what has been said since the last one.
+void AddStep(LayingOut& run, Kind kind, Parts parts = {}, const OneOfArray& one = {}) {
+  EventJsonStep step;
+  step.kind = kind;
+  step.literal = run.literal;
+  step.literal_size = Said(run) - run.literal;
+  step.first_part = static_cast<std::uint32_t>(run.layout.parts.size());
+  step.part_count = static_cast<std::uint32_t>(parts.size());
+  for (const Item& item : parts) run.layout.parts.push_back(MakePart(run, item, one));
+  run.layout.steps.push_back(step);
+  run.literal = Said(run);
+}
+
+std::string FreeName(Names& names, std::string_view name) {
+  std::string free(name);
+  std::size_t& number = names.numbers[free];
+  while (!names.taken.insert(free).second) {
+    free = std::string(name) + "_" + std::to_string(++number);
+  }
+  return free;
+}
+
+void SayKey(LayingOut& run, Names& names, std::string_view name) {
+  Say(run, JsonString(FreeName(names, name)) + ":");
+}
+
+// Attributes that are said: those without any text are not.
+std::vector<const AttributeView*> AttributesOf(const Element& element) {
+  std::vector<const AttributeView*> said;
+  bool skips_name = element.named_data;
+  for (const AttributeView& attribute : element.view.attributes) {
+    const bool is_name = skips_name && attribute.name == "Name";
+    if (is_name) skips_name = false;
+    const bool is_empty = IsLiteral(attribute.parts) && LiteralText(attribute.parts).empty();
+    if (!is_name && !is_empty) said.push_back(&attribute);
+  }
+  return said;
+}
+
+enum class Attributes : std::uint8_t { kNone, kFixed, kPerhaps };
+
+void SayFixedAttributes(LayingOut& run, const std::vector<const AttributeView*>& attributes) {
+  Names names;
+  Say(run, "{\"#attributes\":{");
+  for (const AttributeView* attribute : attributes) {
+    if (attribute != attributes.front()) Say(run, ",");
+    SayKey(run, names, attribute->name);
+    Say(run, JsonString(LiteralText(attribute->parts)));
+  }
+  Say(run, "}");
+}
+
+Attributes LayOutAttributes(LayingOut& run, const Element& element) {
+  const std::vector<const AttributeView*> said = AttributesOf(element);
+  if (said.empty()) return Attributes::kNone;
+  const bool fixed = std::all_of(said.begin(), said.end(),
+                                 [](const AttributeView* a) { return IsLiteral(a->parts); });
+  if (fixed) {
+    SayFixedAttributes(run, said);
+    return Attributes::kFixed;
+  }
+  Names names;
+  AddStep(run, Kind::kBeginAttributes);
+  for (const AttributeView* attribute : said) {
+    SayKey(run, names, attribute->name);
+    AddStep(run, Kind::kAttribute, attribute->parts, element.one);
+  }
+  AddStep(run, Kind::kEndAttributes);
+  return Attributes::kPerhaps;
+}
+
+// The end of an element that holds no other.
+void LayOutText(LayingOut& run, const Element& element, Attributes attributes) {
+  const bool is_data = element.named_data || element.unnamed_data;
+  const Parts parts = element.view.parts;
+  switch (attributes) {
+    case Attributes::kNone:
+      AddStep(run, is_data ? Kind::kDataValue : Kind::kValue, parts, element.one);
+      break;
+    case Attributes::kFixed: AddStep(run, Kind::kEndFixed, parts, element.one); break;
+    case Attributes::kPerhaps:
+      AddStep(run, is_data ? Kind::kEndData : Kind::kEnd, parts, element.one);
+      break;
+  }
+}
+
+void LayOutElement(LayingOut& run, const Element& element, bool holds_data);
+
+Element MakeElement(const LayingOut& run, std::uint32_t at, bool by_name) {
+  Element element{ViewElement(run.document, at), at, {}};
+  element.name = element.view.name;
+  if (!by_name || element.name != "Data") return element;
+  const auto& attributes = element.view.attributes;
+  const auto found = std::find_if(attributes.begin(), attributes.end(),
+                                  [](const AttributeView& a) { return a.name == "Name"; });
+  std::string name;
+  if (found != attributes.end()) name = EventTextOf(run.event, found->parts);
+  element.named_data = !name.empty();
+  element.unnamed_data = name.empty();
+  if (element.named_data) element.name = std::move(name);
+  return element;
+}
+
+std::size_t CountValues(const EventStructure& event, const SubstitutionValue& array) {
+  ArrayElements elements = ElementsOf(event.bytes, array);
+  SubstitutionValue element;
+  std::size_t count = 0;
+  while (NextElement(elements, element)) ++count;
+  return count;
+}
+
+// The array of several values that an element's own texts hold; null without one, or with more.
+const SubstitutionValue* ArrayOf(const LayingOut& run, const ElementView& view) {
+  std::vector<const SubstitutionValue*> found;
+  const auto look = [&](Parts parts) {
+    for (const Item& part : parts) {
+      if (part.kind != ItemKind::kSlot) continue;
+      const SubstitutionValue& value = run.event.slots[part.slot];
+      if (IsArray(value) && CountValues(run.event, value) > 1) found.push_back(&value);
+    }
+  };
+  look(view.parts);
+  for (const AttributeView& attribute : view.attributes) look(attribute.parts);
+  return found.size() == 1 ? found.front() : nullptr;
+}
+
+// A bound of what an element takes to say.
+std::size_t CostOf(const LayingOut& run, std::uint32_t at) {
+  constexpr std::size_t kPerItem = 64;
+  std::size_t cost = 0;
+  for (std::uint32_t i = at; i < run.document.items[at].next; ++i) {
+    const Item& item = run.document.items[i];
+    cost += kPerItem + kJsonPerByte * item.text.size();
+    const bool is_value = item.kind == ItemKind::kSlot && !IsArray(run.event.slots[item.slot]);
+    if (is_value) cost += MaxSlotText(run.event, run.event.slots[item.slot]);
+  }
+  return cost;
+}
+
+// The elements that one of them becomes: one for each value of an array that it holds.
+std::vector<Element> Repeated(LayingOut& run, Element element) {
+  const SubstitutionValue* array = run.repeatable > 0 ? ArrayOf(run, element.view) : nullptr;
+  if (!array || element.unnamed_data) return {std::move(element)};
+  const std::size_t cost = CountValues(run.event, *array) * CostOf(run, element.at);
+  if (cost > run.repeatable) return {std::move(element)};
+  run.repeatable -= cost;
+  std::vector<Element> elements;
+  ArrayElements values = ElementsOf(run.event.bytes, *array);
+  SubstitutionValue value;
+  while (NextElement(values, value)) {
+    elements.push_back(element);
+    elements.back().one = value;
+  }
+  return elements;
+}
+
+bool IsBareValue(const Element& element) {
+  return element.view.children.empty() && element.view.attributes.empty() &&
+         element.view.instructions.empty();
+}
+
+// "Data" without names.
+void LayOutList(LayingOut& run, const std::vector<Element>& elements) {
+  Say(run, "{\"#text\":");
+  AddStep(run, Kind::kBeginList);
+  for (const Element& element : elements) {
+    if (!element.unnamed_data) continue;
+    if (IsBareValue(element)) {
+      AddStep(run, Kind::kListValue, element.view.parts);
+    } else {
+      AddStep(run, Kind::kEntry);
+      LayOutElement(run, element, false);
+    }
+  }
+  AddStep(run, Kind::kEndList);
+  Say(run, "}");
+}
+
+void LayOutInstructions(LayingOut& run, const Element& element, Names& names, bool first) {
+  for (const AttributeView& instruction : element.view.instructions) {
+    if (!first) Say(run, ",");
+    first = false;
+    SayKey(run, names, "?" + std::string(instruction.name));
+    AddStep(run, Kind::kValue, instruction.parts);
+  }
+}
+
+// Elements of an event whose "Data" are told by their names.
+bool HoldsData(std::string_view name) { return name == "EventData" || name == "UserData"; }
+
+// The members for the elements inside of one.
+void LayOutChildren(LayingOut& run, const Element& parent, bool holds_data) {
+  Names names;
+  if (!parent.view.attributes.empty()) names.taken.insert("#attributes");
+  if (!parent.view.parts.empty()) names.taken.insert("#text");
+  std::vector<Element> elements;
+  for (const std::uint32_t at : parent.view.children) {
+    for (Element& element : Repeated(run, MakeElement(run, at, holds_data))) {
+      elements.push_back(std::move(element));
+    }
+  }
+  bool first = true;
+  bool listed = false;
+  for (const Element& element : elements) {
+    if (element.unnamed_data && std::exchange(listed, true)) continue;
+    if (!first) Say(run, ",");
+    first = false;
+    SayKey(run, names, element.name);
+    if (element.unnamed_data) {
+      LayOutList(run, elements);
+    } else {
+      LayOutElement(run, element, parent.at == 0 && HoldsData(element.view.name));
+    }
+  }
+  LayOutInstructions(run, parent, names, first);
+}
+
+void LayOutElement(LayingOut& run, const Element& element, bool holds_data) {
+  const Attributes attributes = LayOutAttributes(run, element);
+  if (element.view.children.empty() && element.view.instructions.empty()) {
+    LayOutText(run, element, attributes);
+    return;
+  }
+  switch (attributes) {
+    case Attributes::kNone: Say(run, "{"); break;
+    case Attributes::kFixed: Say(run, ","); break;
+    case Attributes::kPerhaps: AddStep(run, Kind::kBeginContent); break;
+  }
+  if (!element.view.parts.empty()) AddStep(run, Kind::kText, element.view.parts, element.one);
+  LayOutChildren(run, element, holds_data);
+  Say(run, "}");
+}
+
+}  // namespace
+
+EventJson LayOutEventJson(const EventStructure& event, const Document& document, bool repeats) {
+  EventJson layout;
+  layout.made = true;
+  LayingOut run{event, document, layout, repeats ? kMostRepeated : 0};
+  const Element root = MakeElement(run, 0, false);
+  Say(run, "{" + JsonString(root.name) + ":");
+  LayOutElement(run, root, false);
+  Say(run, "}\n");
+  AddStep(run, Kind::kNothing);
+  return layout;
+}
+
+}  // namespace tarnlex

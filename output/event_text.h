@@ -1,0 +1,30 @@
+// The texts of typed values in the notation that hunting tools know from JSON dumps of event logs:
+// identifiers in capitals, times to the microsecond, pointers in hexadecimal.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "event/document.h"
+#include "event/structure.h"
+#include "event/value.h"
+
+namespace tarnlex {
+
+// Writes an instant, "2023-03-14T09:26:53.589793Z", at `out` (room for 32 characters); returns the
+// end. Nothing for a number that is none (above 2^63 - 1).
+char* WriteEventTime(std::uint64_t filetime, char* out);
+
+// Writes the text of a value that is no array at `out`, which has room for MaxSlotText; returns the
+// end. Nothing for a value without a text.
+char* WriteEventText(const EventStructure& event, const SubstitutionValue& value, char* out);
+
+// The text of parts of a document, in a string of its own.
+std::string EventTextOf(const EventStructure& event, std::span<const Item> parts);
+
+// The same as a JSON value, with room for kJsonOverhead more: integers are numbers, and truth
+// values what they are; all else is text in quotes. Nothing for a value without a text, or an empty
+// one.
+char* WriteEventJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out);
+
+}  // namespace tarnlex

@@ -1,0 +1,67 @@
+// Lines that the forms which are streams write of built logs.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "logs/run_options.h"
+#include "logs/text_sink.h"
+#include "output/record_output.h"
+#include "reports/command_language.h"
+#include "reports/log_pass.h"
+#include "reports/run_state.h"
+#include "reports/walk_log.h"
+#include "tests/support/evtx_builder.h"
+
+namespace tarnlex {
+
+// Everything that a form writes of a log; `trace` for what -diags says of it.
+inline std::string Streamed(const support::ByteString& log, bool RunOptions::*form,
+                            std::string* trace = nullptr) {
+  InputFile file;
+  file.size = log.size();
+  file.read = [&log](std::uint64_t offset, std::span<std::uint8_t> to) {
+    const Bytes part = Clip(log, offset, to.size());
+    std::copy(part.begin(), part.end(), to.begin());
+    return part.size();
+  };
+  RunOptions options;
+  options.*form = true;
+  options.complete = true;
+  options.show_status = false;
+  options.event_ids = {kAnyEventId};
+  const LogInfo info{.path = "log"};
+  QueryList queries = PlainQueries(info, options);
+  std::string text;
+  TextSink out = MakeStringSink(text);
+  RunState run{out, MakeRecordOutput(out, out)};
+  if (trace) run.diags = MakeStringSink(*trace);
+  LogPass pass{options, run, info, queries};
+  WalkLogFile(pass, file);
+  Flush(out);
+  if (run.diags) Flush(*run.diags);
+  return text;
+}
+
+// A log of one event whose "EventData" holds `nodes`.
+inline support::ByteString EventDataLog(std::vector<support::Node> nodes,
+                                        std::vector<support::Value> values) {
+  support::EvtxBuilder log;
+  log.AddRecord(
+      {.body = support::InstanceFragment(
+           support::MakeTemplate(
+               "event", {support::Element("Event", {},
+                                          {support::Element("EventData", {}, std::move(nodes))})}),
+           std::move(values))});
+  return log.Build();
+}
+
+// What stands between `front` and `back` in a line; the whole line where they do not.
+inline std::string Between(std::string line, std::string_view front, std::string_view back) {
+  if (!line.starts_with(front) || !line.ends_with(back)) return line;
+  return line.substr(front.size(), line.size() - front.size() - back.size());
+}
+
+}  // namespace tarnlex
