@@ -196,6 +196,7 @@ int Work(Run& run, const CommandLine& line, const std::string& header, Console& 
   state.command_lines = CommandsOf(options, commands, state.messages);
   const int result =
       options.pipe ? RunFromInput(run, options, console) : RunFixedList(run, options);
+  EndRecords(state.records, options);
   // Of a run that was cut short nobody knows which logs have no records.
   if (result == kSuccess && !FileFailed(run)) RemoveStaleFiles(state.records, options);
   return result;

@@ -7,6 +7,7 @@
 #include "event/slot_text.h"
 #include "output/event_text.h"
 #include "output/json_text.h"
+#include "output/repeated_array.h"
 
 namespace tarnlex {
 namespace {
@@ -41,20 +42,8 @@ std::span<const EventJsonPart> PartsOf(const Filling& run, const EventJsonStep& 
   return {run.layout.parts.data() + step.first_part, step.part_count};
 }
 
-// The values of an array in one text; `count` of them.
-char* WriteJoined(const EventStructure& event, const SubstitutionValue& array, std::size_t& count,
-                  char* out) {
-  ArrayElements elements = ElementsOf(event.bytes, array);
-  SubstitutionValue element;
-  for (count = 0; NextElement(elements, element); ++count) {
-    if (count > 0) out = Copy(", ", out);
-    out = WriteEventText(event, element, out);
-  }
-  return out;
-}
-
 char* WriteArrayText(Filling& run, const SubstitutionValue& array, std::size_t& count, char* out) {
-  char* const end = WriteJoined(run.event, array, count, out);
+  char* const end = WriteJoined(run.event, array, count, out, WriteEventText);
   run.met_array |= count > 1;
   return end;
 }

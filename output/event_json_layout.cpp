@@ -1,28 +1,22 @@
 // Makes the layouts that output/event_json.cpp follows.
 #include <algorithm>
 #include <map>
-#include <optional>
 #include <set>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "event/slot_text.h"
 #include "output/event_json.h"
 #include "output/event_text.h"
 #include "output/json_text.h"
+#include "output/repeated_array.h"
 
 namespace tarnlex {
 namespace {
 
-// An array that would repeat more than that is one text instead.
-constexpr std::size_t kMostRepeated = std::size_t{1} << 20;
-
 using Kind = EventJsonStepKind;
 using Parts = std::span<const Item>;
-// The value of an array that an element stands for.
-using OneOfArray = std::optional<SubstitutionValue>;
 
 struct LayingOut {
   const EventStructure& event;
@@ -185,55 +179,13 @@ Element MakeElement(const LayingOut& run, std::uint32_t at, bool by_name) {
   return element;
 }
 
-std::size_t CountValues(const EventStructure& event, const SubstitutionValue& array) {
-  ArrayElements elements = ElementsOf(event.bytes, array);
-  SubstitutionValue element;
-  std::size_t count = 0;
-  while (NextElement(elements, element)) ++count;
-  return count;
-}
-
-// The array of several values that an element's own texts hold; null without one, or with more.
-const SubstitutionValue* ArrayOf(const LayingOut& run, const ElementView& view) {
-  std::vector<const SubstitutionValue*> found;
-  const auto look = [&](Parts parts) {
-    for (const Item& part : parts) {
-      if (part.kind != ItemKind::kSlot) continue;
-      const SubstitutionValue& value = run.event.slots[part.slot];
-      if (IsArray(value) && CountValues(run.event, value) > 1) found.push_back(&value);
-    }
-  };
-  look(view.parts);
-  for (const AttributeView& attribute : view.attributes) look(attribute.parts);
-  return found.size() == 1 ? found.front() : nullptr;
-}
-
-// A bound of what an element takes to say.
-std::size_t CostOf(const LayingOut& run, std::uint32_t at) {
-  constexpr std::size_t kPerItem = 64;
-  std::size_t cost = 0;
-  for (std::uint32_t i = at; i < run.document.items[at].next; ++i) {
-    const Item& item = run.document.items[i];
-    cost += kPerItem + kJsonPerByte * item.text.size();
-    const bool is_value = item.kind == ItemKind::kSlot && !IsArray(run.event.slots[item.slot]);
-    if (is_value) cost += MaxSlotText(run.event, run.event.slots[item.slot]);
-  }
-  return cost;
-}
-
-// The elements that one of them becomes: one for each value of an array that it holds.
+// The elements that one of them becomes.
 std::vector<Element> Repeated(LayingOut& run, Element element) {
-  const SubstitutionValue* array = run.repeatable > 0 ? ArrayOf(run, element.view) : nullptr;
-  if (!array || element.unnamed_data) return {std::move(element)};
-  const std::size_t cost = CountValues(run.event, *array) * CostOf(run, element.at);
-  if (cost > run.repeatable) return {std::move(element)};
-  run.repeatable -= cost;
+  if (element.unnamed_data) return {std::move(element)};
   std::vector<Element> elements;
-  ArrayElements values = ElementsOf(run.event.bytes, *array);
-  SubstitutionValue value;
-  while (NextElement(values, value)) {
+  for (const OneOfArray& one : RepeatedFor(run.event, run.document, element.at, run.repeatable)) {
     elements.push_back(element);
-    elements.back().one = value;
+    elements.back().one = one;
   }
   return elements;
 }

@@ -106,6 +106,34 @@ char* WriteGuid(Bytes bytes, char* out) {
   return end;
 }
 
+char* WriteBracedGuid(Bytes bytes, char* out) {
+  if (bytes.size() < 16) return out;
+  *out = '{';
+  char* const end = WriteGuidText(bytes.data(), out + 1);
+  *end = '}';
+  return end + 1;
+}
+
+char* WriteLongTime(std::uint64_t filetime, char* out) {
+  return filetime >> 63 == 0 ? WriteIsoTime(filetime, out) : out;
+}
+
+// As WriteOwn.
+char* WriteOwnXml(std::uint8_t type, Bytes bytes, char* out) {
+  std::uint64_t filetime = 0;
+  switch (type) {
+    case kEvtVarTypeSizeT:
+    case kEvtVarTypeHexInt32:
+    case kEvtVarTypeHexInt64: return WriteHexNumber(bytes, out);
+    case kEvtVarTypeGuid: return WriteBracedGuid(bytes, out);
+    case kEvtVarTypeFileTime:
+      return ReadAt(bytes, 0, filetime) ? WriteLongTime(filetime, out) : out;
+    case kEvtVarTypeSysTime:
+      return ReadSystemTime(bytes, filetime) ? WriteLongTime(filetime, out) : out;
+    default: return out;
+  }
+}
+
 // Of types whose texts are not those of tables; nothing where the bytes are too few.
 char* WriteOwn(std::uint8_t type, Bytes bytes, char* out) {
   std::uint64_t filetime = 0;
@@ -150,6 +178,14 @@ char* WriteEventTime(std::uint64_t filetime, char* out) {
 char* WriteEventText(const EventStructure& event, const SubstitutionValue& value, char* out) {
   if (IsIn(kOwnTexts, value.type)) {
     char* const end = WriteOwn(value.type, Clip(event.bytes, value.offset, value.size), out);
+    if (end != out) return end;
+  }
+  return WriteCompleteText(event.bytes, value, out);
+}
+
+char* WriteXmlValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  if (IsIn(kOwnTexts, value.type)) {
+    char* const end = WriteOwnXml(value.type, Clip(event.bytes, value.offset, value.size), out);
     if (end != out) return end;
   }
   return WriteCompleteText(event.bytes, value, out);

@@ -1,5 +1,6 @@
-// The texts of typed values in the notation that hunting tools know from JSON dumps of event logs:
-// identifiers in capitals, times to the microsecond, pointers in hexadecimal.
+// The texts of typed values where an event keeps its structure, in two notations. JSON has the one
+// that hunting tools know: identifiers in capitals, times to the microsecond, pointers in
+// hexadecimal. XML has what Windows shows: identifiers in braces, times with seven digits.
 #pragma once
 
 #include <span>
@@ -18,6 +19,9 @@ char* WriteEventTime(std::uint64_t filetime, char* out);
 // Writes the text of a value that is no array at `out`, which has room for MaxSlotText; returns the
 // end. Nothing for a value without a text.
 char* WriteEventText(const EventStructure& event, const SubstitutionValue& value, char* out);
+
+// The same for XML.
+char* WriteXmlValue(const EventStructure& event, const SubstitutionValue& value, char* out);
 
 // The text of parts of a document, in a string of its own.
 std::string EventTextOf(const EventStructure& event, std::span<const Item> parts);

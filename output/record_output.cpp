@@ -8,6 +8,7 @@
 #include "logs/paths.h"
 #include "logs/platform.h"
 #include "logs/text.h"
+#include "output/event_xml.h"
 #include "output/table.h"
 
 namespace tarnlex {
@@ -117,8 +118,23 @@ bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& lo
 
 TextSink* RecordSink(RecordOutput& output, const LogInfo& log, const RunOptions& options) {
   OutputFile* const file = FileFor(output, log.path, options);
-  if (file == nullptr) return output.standard_output;
-  return OpenFile(output, *file, options) ? &output.sink : nullptr;
+  if (file && !OpenFile(output, *file, options)) return nullptr;
+  TextSink& sink = file ? output.sink : *output.standard_output;
+  bool& pending = file ? file->header_pending : output.header_pending;
+  if (options.event_xml_form && pending) Append(sink, kXmlBegin);
+  pending = false;
+  return &sink;
+}
+
+void EndRecords(RecordOutput& output, const RunOptions& options) {
+  if (!options.event_xml_form || HasFailed(output)) return;
+  if (options.to_file || !options.have_out_dir) {
+    if (TextSink* const sink = RecordSink(output, {}, options)) Append(*sink, kXmlEnd);
+    return;
+  }
+  for (auto& [log, file] : output.files) {
+    if (file.begun && OpenFile(output, file, options)) Append(output.sink, kXmlEnd);
+  }
 }
 
 bool HasFailed(const RecordOutput& output) {

@@ -25,7 +25,7 @@ struct OutputFile {
   std::string path;
   bool begun = false;
   bool failed = false;         // could not be opened, which was said once
-  bool header_pending = true;  // a timeline's header line is still to be written
+  bool header_pending = true;  // what stands in front of all records is still to be written
 };
 
 struct RecordOutput {
@@ -57,6 +57,10 @@ bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& lo
 // Where the next record of `log` goes, for forms that write records as they are read; null when the
 // file cannot be opened, which is said on `messages`.
 TextSink* RecordSink(RecordOutput& output, const LogInfo& log, const RunOptions& options);
+
+// Ends what was written, for forms that have something behind the last record; before the output is
+// closed. One that holds no records is whole as well: standard output, or the one file of the run.
+void EndRecords(RecordOutput& output, const RunOptions& options);
 
 // Whether a record could not be written; what follows it would be worthless.
 bool HasFailed(const RecordOutput& output);

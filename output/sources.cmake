@@ -8,14 +8,18 @@ target_sources(tarnlex_core PRIVATE
   output/event_json_layout.cpp
   output/event_rows.cpp
   output/event_text.cpp
+  output/event_xml.cpp
+  output/event_xml_layout.cpp
   output/json_layout.cpp
   output/json_text.cpp
   output/log2timeline.cpp
   output/record_json.cpp
   output/record_output.cpp
+  output/repeated_array.cpp
   output/statistics.cpp
   output/table.cpp
   output/table_columns.cpp
   output/utf8_output.cpp
   output/visible_text.cpp
+  output/xml_text.cpp
 )

@@ -71,11 +71,26 @@ void WriteEventJson(TextSink& out, Layouts<EventJson>& layouts, const StreamedEv
   WriteEventJson(out, event.structure, layouts.loose, true);
 }
 
+void WriteEventXml(TextSink& out, RecordStream& stream, const StreamedEvent& event) {
+  const Document& document = event.plan.document;
+  if (document.items.empty()) {
+    WriteBareEventXml(out, event.record_id, event.written_time);
+    return;
+  }
+  EventXml& layout = Place(stream.event_xml, event.plan);
+  if (!layout.made) layout = LayOutEventXml(event.structure, document, false);
+  if (WriteEventXml(out, event.structure, layout, false, stream.replaced)) return;
+  EventXml& own = stream.event_xml.loose;
+  own = LayOutEventXml(event.structure, document, true);
+  WriteEventXml(out, event.structure, own, true, stream.replaced);
+}
+
 // Writes the record if that is the form that is asked for.
 bool WriteWhole(TextSink& out, RecordStream& stream, const RunOptions& options,
                 const StreamedEvent& event) {
   if (options.event_json_form) WriteEventJson(out, stream.event_json, event);
-  return options.event_json_form;
+  if (options.event_xml_form) WriteEventXml(out, stream, event);
+  return options.event_json_form || options.event_xml_form;
 }
 
 // The document of an EVT record, which is that of all with as many strings.

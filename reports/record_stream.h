@@ -12,6 +12,7 @@
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
 #include "output/event_json.h"
+#include "output/event_xml.h"
 #include "output/record_json.h"
 #include "reports/query_spec.h"
 
@@ -35,7 +36,9 @@ struct RecordStream {
   std::vector<QueryStream> queries;  // as the pass has them
   Layouts<RecordJson> json;
   Layouts<EventJson> event_json;
-  ByStrings<Plan> evt;  // of EVT records: their documents
+  Layouts<EventXml> event_xml;
+  std::uint64_t replaced = 0;  // characters that XML cannot hold
+  ByStrings<Plan> evt;         // of EVT records: their documents
 };
 
 RecordStream MakeRecordStream(const std::string& log_path, const QueryList& queries);

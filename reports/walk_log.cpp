@@ -60,10 +60,17 @@ EvtxHandlers MakeHandlers(LogPass& pass, std::uint64_t& in_block) {
   return handlers;
 }
 
+// Nothing is known of these unless XML is written.
+void TraceReplaced(const LogPass& pass, TextSink& trace) {
+  const std::uint64_t count = pass.stream.replaced;
+  if (count > 0) TraceLine(trace, "characters that XML cannot hold: " + std::to_string(count));
+}
+
 void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
   if (!decoder.trace) return;
   TraceLine(*decoder.trace, "--- account of " + pass.log.path);
   WriteAccount(*decoder.trace, decoder.account);
+  TraceReplaced(pass, *decoder.trace);
   Flush(*decoder.trace);
 }
 
@@ -131,6 +138,7 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   cursor.account.cut_records = record.cut_records;
   TraceLine(*trace, "--- account of " + pass.log.path);
   WriteAccount(*trace, cursor.account);
+  TraceReplaced(pass, *trace);
   Flush(*trace);
 }
 

@@ -1,0 +1,128 @@
+#include "output/xml_text.h"
+
+#include <algorithm>
+
+namespace tarnlex {
+namespace {
+
+// What cannot stand as it is in every place, and the first byte of two characters that are none.
+bool NeedsLook(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < ' ' || c == '&' || c == '<' || c == '>' || c == '"' || byte == 0xEF;
+}
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+
+// U+FFFE and U+FFFF.
+bool IsNoCharacter(std::string_view text) {
+  return text.starts_with("\xEF\xBF\xBE") || text.starts_with("\xEF\xBF\xBF");
+}
+
+std::string_view EscapeOf(char c) {
+  switch (c) {
+    case '&': return "&amp;";
+    case '<': return "&lt;";
+    case '>': return "&gt;";
+    case '"': return "&quot;";
+    case '\t': return "&#9;";
+    case '\n': return "&#10;";
+    case '\r': return "&#13;";
+    default: return {};
+  }
+}
+
+struct Range {
+  char32_t first;
+  char32_t last;
+};
+
+// Letters beyond ASCII that are letters in every edition of XML 1.0.
+constexpr Range kLetters[] = {
+    {0xC0, 0xD6},     {0xD8, 0xF6},     {0xF8, 0x131},    {0x401, 0x40C},
+    {0x40E, 0x44F},   {0x451, 0x45C},   {0x45E, 0x481},   {0x3041, 0x3094},
+    {0x30A1, 0x30FA}, {0x4E00, 0x9FA5}, {0xAC00, 0xD7A3},
+};
+
+bool IsLetter(char32_t c) {
+  const bool is_ascii = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+  return is_ascii || std::any_of(std::begin(kLetters), std::end(kLetters),
+                                 [c](Range range) { return c >= range.first && c <= range.last; });
+}
+
+bool Begins(char32_t c) { return c == '_' || IsLetter(c); }
+
+bool Continues(char32_t c) { return Begins(c) || c == '-' || c == '.' || (c >= '0' && c <= '9'); }
+
+// Takes a character off the front of UTF-8 text, which is not empty.
+std::string_view TakeCharacter(std::string_view& text, char32_t& c) {
+  const auto lead = static_cast<unsigned char>(text[0]);
+  const std::size_t wanted = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  const std::string_view taken = text.substr(0, wanted);
+  c = wanted == 1 ? lead : lead & (0xFFU >> (wanted + 1));
+  for (const char byte : taken.substr(1)) c = c << 6 | (static_cast<unsigned char>(byte) & 0x3FU);
+  text.remove_prefix(taken.size());
+  return taken;
+}
+
+}  // namespace
+
+char* EscapeXml(char* begin, char* end, std::uint64_t& replaced) {
+  // Most texts need nothing; this loop has no way out early, so that it runs many bytes at a time.
+  const auto size = static_cast<std::size_t>(end - begin);
+  unsigned any = 0;
+  for (std::size_t i = 0; i < size; ++i) any |= NeedsLook(begin[i]) ? 1U : 0U;
+  if (any == 0) return end;
+  char* out = std::find_if(begin, end, NeedsLook);
+  const std::string rest = XmlPlainText({out, end}, replaced);
+  for (const char c : rest) {
+    const std::string_view escape = EscapeOf(c);
+    if (escape.empty()) {
+      *out++ = c;
+    } else {
+      out = std::copy(escape.begin(), escape.end(), out);
+    }
+  }
+  return out;
+}
+
+std::string XmlPlainText(std::string_view text, std::uint64_t& replaced) {
+  std::string plain;
+  plain.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool is_no_character = text[i] == '\xEF' && IsNoCharacter(text.substr(i));
+    const bool is_control = static_cast<unsigned char>(text[i]) < ' ' && EscapeOf(text[i]).empty();
+    if (is_control || is_no_character) {
+      plain += kReplacement;
+      ++replaced;
+      i += is_no_character ? 2 : 0;
+    } else {
+      plain += text[i];
+    }
+  }
+  return plain;
+}
+
+std::string XmlText(std::string_view text, std::uint64_t& replaced) {
+  std::string string(kXmlPerByte * text.size(), ' ');
+  std::copy(text.begin(), text.end(), string.begin());
+  const char* const end = EscapeXml(string.data(), string.data() + text.size(), replaced);
+  string.resize(static_cast<std::size_t>(end - string.data()));
+  return string;
+}
+
+std::string XmlName(std::string_view name) {
+  std::string made;
+  while (!name.empty()) {
+    char32_t c = 0;
+    const std::string_view taken = TakeCharacter(name, c);
+    if (!Continues(c)) {
+      made += '_';
+      continue;
+    }
+    if (made.empty() && !Begins(c)) made = "_";
+    made += taken;
+  }
+  return made.empty() ? "_" : made;
+}
+
+}  // namespace tarnlex
