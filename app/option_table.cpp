@@ -44,6 +44,8 @@ constexpr OptionEntry kTable[] = {
     {"-multiline", "", kLooks, "each cell on a line of its own", ""},
     {"-json", "", kLooks, "a line of JSON for each record, as it is read; everything that -complete gives", "0.34"},
     {"-timesketch", "", kLooks, "with -json: what an import into Timesketch asks for", "0.34"},
+    {"-event_json", "", kLooks, "events as JSON lines in their own structure, as hunting tools read them", "0.34"},
+    {"-event_xml", "", kLooks, "events as XML, as Windows shows them, one a line", "0.34"},
     {"-csv_separator", "TEXT", kLooks, "what stands between cells; tab for a tab", ""},
     {"-no_whitespace", "", kLooks, "no blanks around separators", ""},
     {"-pair_datetime", "", kLooks, "date and time in one cell", ""},

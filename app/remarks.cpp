@@ -89,7 +89,8 @@ std::vector<std::string> RemarksOn(const Arguments& args, std::uint64_t now) {
   RemarkLeftOver(scan);
   RemarkEventIds(scan);
   RemarkTimes(scan, now);
-  RemarkExcluded(scan, {"-json", "-multiline", "-xml", "-bodyfile", "-csvl2t", "-csvgen", "-csv"});
+  RemarkExcluded(scan, {"-event_xml", "-event_json", "-json", "-multiline", "-xml", "-bodyfile",
+                        "-csvl2t", "-csvgen", "-csv"});
   RemarkExcluded(scan, {"-out", "-outfile"});
   // A run that goes on says so itself.
   if (UseOf(scan, "-strict") && UseOf(scan, "-pipe") && UseOf(scan, "-log")) {

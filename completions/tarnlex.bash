@@ -7,6 +7,7 @@ _tarnlex() {
     -pw -time -logon -startstop -creds -usb -cmdfile
     -eventid -string -start_time -stop_time
     -complete -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
+    -event_json -event_xml
     -csv_separator -no_whitespace -pair_datetime -dateformat -timeformat
     -alias -aliaspath -hostname -username
     -out -outfile -outdir -stats -hist -diags

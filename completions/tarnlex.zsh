@@ -27,6 +27,8 @@ _arguments \
   '-multiline[each cell on a line of its own]' \
   '-json[a line of JSON for each record, as it is read; everything that -complete gives (since 0.34)]' \
   '-timesketch[with -json: what an import into Timesketch asks for (since 0.34)]' \
+  '-event_json[events as JSON lines in their own structure, as hunting tools read them (since 0.34)]' \
+  '-event_xml[events as XML, as Windows shows them, one a line (since 0.34)]' \
   '-csv_separator[what stands between cells; tab for a tab]:TEXT: ' \
   '-no_whitespace[no blanks around separators]' \
   '-pair_datetime[date and time in one cell]' \

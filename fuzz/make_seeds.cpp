@@ -66,6 +66,25 @@ Event EventOfAllTypes() {
   return event;
 }
 
+// What streams have to escape, to number and to rename.
+ByteString OddNames() {
+  const std::vector<Node> nodes = {
+      Element("a b", {Attribute("k", "1"), Attribute("k", "2"), Attribute("p:q", "\x01")},
+              {Text("]]>&<\""), ProcessingTarget("xml"), ProcessingData("a?>b")}),
+      Element("p:x", {Attribute("xmlns:p", "urn:p")}, {Element("p:y"), Element("#text")}),
+      Element("Data", {Attribute("Name", "X")}, {Slot(0, kStringArray)}),
+      Element("Data", {Attribute("Name", "X")}, {Slot(1, kString)}),
+      Element("Data", {}, {Slot(0, kStringArray), Slot(0, kStringArray)}),
+      Element("Y", {Attribute("k", OptionalSlot(2, kString))}, {OptionalSlot(2, kString)})};
+  EvtxBuilder log;
+  log.AddRecord(
+      {.body = InstanceFragment(
+           MakeTemplate("odd", {Element("Event", {}, {Element("EventData", {}, nodes)})}),
+           {StringArrayValue({"a", "", "b"}),
+            WideStringValue(std::u16string(u"\x01\"\xFFFF") + char16_t{0xD800}), NullValue()})});
+  return log.Build();
+}
+
 Template NestingTemplate() {
   return MakeTemplate("nesting",
                       {Element("Event", {},
@@ -104,6 +123,8 @@ EvtxBuilder SmallLog() {
 void SaveEvtxSeeds() {
   const ByteString small = SmallLog().Build();
   Save("evtx", "small", small);
+  Save("streams", "small", small);
+  Save("streams", "odd_names", OddNames());
   EvtxBuilder two = SmallLog();
   two.AddChunk().AddSlot().AddEvent(EventOfAllTypes());
   Save("evtx", "two_chunks_and_a_gap", two.Build());

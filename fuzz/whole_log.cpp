@@ -22,6 +22,7 @@ void RunQueries(const InputFile& file, const LogInfo& log, QueryList& queries,
                 const RunOptions& options, RunState& run) {
   LogPass pass{options, run, log, queries};
   WalkLogFile(pass, file);
+  EndRecords(run.records, options);
   Flush(*run.records.standard_output);
 }
 

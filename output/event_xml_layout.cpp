@@ -194,7 +194,8 @@ void LayOutAttributes(LayingOut& run, const std::vector<Attribute>& attributes, 
     }
   }
   for (const Attribute* attribute : renamed) {
-    const std::string name = TakeFree(taken, XmlName(attribute->name));
+    const std::string made = XmlName(attribute->name);
+    const std::string name = TakeFree(taken, made == "xmlns" ? "_" + made : made);
     LayOutValue(run, name, PartsOf(run, *attribute), one);
     SayAttribute(run, taken, name + "." + std::string(kOriginal), attribute->name);
   }

@@ -27,6 +27,9 @@ std::string JsonString(std::string_view text, std::string_view behind = {});
 // Puts a text that needs no escapes into quotes, in place; returns the new end.
 char* QuoteJson(char* begin, char* end);
 
+// Puts a text that needs no escapes into quotes, in place; returns the new end.
+char* QuoteJson(char* begin, char* end);
+
 // What a JSON value takes beside its text at most: quotes, and what is put between members.
 inline constexpr std::size_t kJsonOverhead = 8;
 

@@ -134,7 +134,7 @@ std::string RunGoldenCase(const GoldenCase& golden) {
   std::string_view err = outcome.err;
   if (err.starts_with(kRightsWarning)) err.remove_prefix(kRightsWarning.size());
   std::string result = "--- exit " + std::to_string(outcome.code) + "\n--- stdout\n" +
-                       WithoutRunHeader(outcome.out) + "--- stderr\n" + Visible(err);
+                       WithoutRunHeader(outcome.out) + "--- stderr\n" + WithoutRunHeader(err);
   const auto after = FilesBelow(directory.path);
   for (const auto& [name, content] : after) {
     const auto old = before.find(name);

@@ -194,6 +194,16 @@ TEST(EventJson, ARecordWithoutAnEventSaysWhatItsHeaderSays) {
             "\n");
 }
 
+TEST(EventJson, AValueThatIsRepeatedTooOftenIsLeftOutAndCounted) {
+  std::string trace;
+  const std::vector<Node> nodes(2000, Element("D", {}, {Slot(0, support::kString)}));
+  const auto log = EventDataLog(nodes, {support::StringValue(std::string(8000, '<'))});
+  const std::string line = Streamed(log, &RunOptions::event_json_form, &trace);
+  EXPECT_LT(line.size(), std::size_t{4} << 20);
+  EXPECT_NE(line.find("\"D_1999\":null}"), std::string::npos);
+  EXPECT_NE(trace.find("records cut at a limit of nesting, work or text: 1\n"), std::string::npos);
+}
+
 TEST(EventJson, DeepNestingEndsBesideWhatItIsIn) {
   Node node = Element("E", {}, {Text("deepest")});
   for (int i = 0; i < 200; ++i) node = Element("E", {}, {node});

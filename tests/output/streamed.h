@@ -40,6 +40,7 @@ inline std::string Streamed(const support::ByteString& log, bool RunOptions::*fo
   if (trace) run.diags = MakeStringSink(*trace);
   LogPass pass{options, run, info, queries};
   WalkLogFile(pass, file);
+  EndRecords(run.records, options);
   Flush(out);
   if (run.diags) Flush(*run.diags);
   return text;

@@ -1,0 +1,65 @@
+#include "output/record_json.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/output/streamed.h"
+
+namespace tarnlex {
+namespace {
+
+using support::Attribute;
+using support::Element;
+using support::Node;
+using support::Slot;
+using support::Text;
+using support::Value;
+
+std::string Line(std::vector<Node> nodes, std::vector<Value> values = {}) {
+  return Streamed(EventDataLog(std::move(nodes), std::move(values)), &RunOptions::json_form);
+}
+
+// What the line has under "EventData".
+std::string Data(std::vector<Node> nodes, std::vector<Value> values = {}) {
+  const std::string line = Line(std::move(nodes), std::move(values));
+  const std::size_t begin = line.find("\"EventData\":");
+  const std::size_t end = line.find(",\"Offset\":");
+  return begin == line.npos || end == line.npos ? line : line.substr(begin + 12, end - begin - 12);
+}
+
+TEST(RecordJson, RepeatedNamesAreAList) {
+  const Node named = Element("Data", {Attribute("Name", "X")}, {Slot(0, support::kUInt32)});
+  EXPECT_EQ(Data({named, named, Element("X", {}, {Text("t")})}, {support::UInt32Value(5)}),
+            R"({"X":[5,5,"t"]})");
+}
+
+TEST(RecordJson, DataWithoutNamesAreAListEvenOfOne) {
+  EXPECT_EQ(Data({Element("Data", {}, {Text("a")})}), R"({"Data":["a"]})");
+  EXPECT_EQ(Data({Element("Data", {}, {Text("a")}), Element("Data", {}, {Text("b")})}),
+            R"({"Data":["a","b"]})");
+}
+
+TEST(RecordJson, AnArrayKeepsItsEmptyValues) {
+  EXPECT_EQ(Data({Element("X", {}, {Slot(0, support::kStringArray)})},
+                 {support::StringArrayValue({"a", "", "b", ""})}),
+            R"({"X":["a","","b",""]})");
+}
+
+TEST(RecordJson, ElementsKeepTheirAttributesAndWhatTheyHold) {
+  EXPECT_EQ(Data({Element("X", {Attribute("k", "v")}, {Text("t"), Element("Y", {}, {Text("u")})})}),
+            R"({"X":{"k":"v","Y":"u","#text":"t"}})");
+}
+
+TEST(RecordJson, AValueOfTypeNullIsAbsent) {
+  EXPECT_EQ(
+      Line({Element("X", {}, {Slot(0, support::kString)})}, {support::NullValue()}).find("\"X\""),
+      std::string::npos);
+}
+
+TEST(RecordJson, TextsAreEscaped) {
+  EXPECT_EQ(Data({Element("a\"b", {}, {Slot(0, support::kString)})},
+                 {support::WideStringValue(u"\"\\\x01\r\n\x1f\x7f")}),
+            "{\"a\\\"b\":\"\\\"\\\\\\u0001\\r\\n\\u001f\x7f\"}");
+}
+
+}  // namespace
+}  // namespace tarnlex
