@@ -61,7 +61,9 @@ TEST(CraftedLogs, CostLittleTimeAndMemory) {
       EXPECT_EQ(run.exit_code, 0) << what << run.err;
       EXPECT_LT(run.seconds, kMostSeconds) << what;
       if (kCountsMemory) {
-        EXPECT_LT(run.peak_kib - base.peak_kib, 64 << 10) << what;
+        // A line holds what an EVT record says twice over, beside the record: 16 MiB each.
+        const bool is_stream = !form.empty() && form.front() == "-json";
+        EXPECT_LT(run.peak_kib - base.peak_kib, (is_stream ? 96 : 64) << 10) << what;
       }
     }
   }

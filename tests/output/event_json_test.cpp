@@ -200,7 +200,7 @@ TEST(EventJson, AValueThatIsRepeatedTooOftenIsLeftOutAndCounted) {
   const auto log = EventDataLog(nodes, {support::StringValue(std::string(8000, '<'))});
   const std::string line = Streamed(log, &RunOptions::event_json_form, &trace);
   EXPECT_LT(line.size(), std::size_t{4} << 20);
-  EXPECT_NE(line.find("\"D_1999\":null}"), std::string::npos);
+  EXPECT_TRUE(line.ends_with("}}}\n")) << line.substr(line.size() - 20);
   EXPECT_NE(trace.find("records cut at a limit of nesting, work or text: 1\n"), std::string::npos);
 }
 

@@ -38,10 +38,30 @@ TEST(RecordJson, DataWithoutNamesAreAListEvenOfOne) {
             R"({"Data":["a","b"]})");
 }
 
-TEST(RecordJson, AnArrayKeepsItsEmptyValues) {
+TEST(RecordJson, AnArrayEndsWithItsLastText) {
   EXPECT_EQ(Data({Element("X", {}, {Slot(0, support::kStringArray)})},
                  {support::StringArrayValue({"a", "", "b", ""})}),
-            R"({"X":["a","","b",""]})");
+            R"({"X":["a","","b"]})");
+}
+
+TEST(RecordJson, AnArrayInUnnamedDataGivesAnEntryForEachOfItsValues) {
+  EXPECT_EQ(Data({Element("Data", {}, {Slot(0, support::kStringArray)}),
+                  Element("Data", {}, {Text("c")})},
+                 {support::StringArrayValue({"a", "b"})}),
+            R"({"Data":["a","b","c"]})");
+}
+
+// Readers of lines cut at these, and what stands behind them would be hidden.
+TEST(RecordJson, NoCharacterThatMayEndALineStandsForItself) {
+  const std::string text =
+      "a\xC2\x85"
+      "b\xE2\x80\xA8"
+      "c\xE2\x80\xA9"
+      "d\xC2\xA0\xE2\x80\x99";
+  const std::string written = "\"a\\u0085b\\u2028c\\u2029d\xC2\xA0\xE2\x80\x99\"";
+  EXPECT_EQ(Data({Element("X", {}, {Slot(0, support::kString)}), Element("Y", {}, {Text(text)})},
+                 {support::StringValue(text)}),
+            "{\"X\":" + written + ",\"Y\":" + written + "}");
 }
 
 TEST(RecordJson, ElementsKeepTheirAttributesAndWhatTheyHold) {
