@@ -51,6 +51,14 @@ TEST(SameOutput, InEveryForm) {
       {"-csv", "-csv_separator", "|"},
       {"-dateformat", "yyyy-mm-dd", "-timeformat", "hh:mm:ss.xxxxxx"},
       {"-alias", "Сервер|logs/Security.evtx", "-aliaspath", "fall 7|logs"},
+      {"-csv", "-complete"},
+      {"-csvgen", "-no_whitespace", "-complete"},
+      {"-csvl2t", "-complete"},
+      {"-bodyfile", "-complete"},
+      {"-json"},
+      {"-json", "-timesketch"},
+      {"-event_json"},
+      {"-event_xml"},
   };
   for (const Args& form : forms) {
     SCOPED_TRACE(testing::PrintToString(form));
