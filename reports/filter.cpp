@@ -21,13 +21,16 @@ bool ConditionHolds(const Condition& condition, std::string_view field_text) {
 }
 
 QueryTests MakeQueryTests(const QuerySpec& query) {
-  return {.event_id = query.event_id,
-          .last_event_id = query.last_event_id,
-          .start_time = query.start_time,
-          .stop_time = query.stop_time,
-          .condition = ParseCondition(query.conditions),
-          .success = ParseCondition(query.success_condition),
-          .exists = ToLowerAscii(query.string_exists)};
+  QueryTests tests{.event_id = query.event_id,
+                   .last_event_id = query.last_event_id,
+                   .start_time = query.start_time,
+                   .stop_time = query.stop_time,
+                   .condition = ParseCondition(query.conditions),
+                   .success = ParseCondition(query.success_condition),
+                   .exists = ToLowerAscii(query.string_exists)};
+  // A level is the event's own, not what its data calls so.
+  tests.success.first_only = true;
+  return tests;
 }
 
 void ApplyRunOverrides(const RunOptions& options, QuerySpec& query) {

@@ -16,7 +16,8 @@ struct Condition {
   std::string field;
   std::string wanted;  // lower-cased
   bool any_text = false;
-  bool given = false;  // an absent condition lets everything pass
+  bool given = false;       // an absent condition lets everything pass
+  bool first_only = false;  // of several values of the field the first counts, else any
 };
 
 // Cuts at the first "|". An empty text is an absent condition.

@@ -34,6 +34,7 @@ bool Holds(const Condition& condition, const EventStructure& event, const Plan& 
   const PlanValue* value = FieldOf(plan, condition.field, fields);
   if (!value) return false;
   if (ConditionHolds(condition, TextOf(event, plan, *value, scratch))) return true;
+  if (condition.first_only) return false;
   // A name may have several values, of which any will do.
   for (std::uint32_t i = value->first_later; i != 0; i = plan.values[i].next_of_name) {
     if (ConditionHolds(condition, TextOf(event, plan, plan.values[i], scratch))) return true;

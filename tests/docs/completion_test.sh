@@ -29,7 +29,7 @@ expect() {
   failures=$((failures + 1))
 }
 
-expect '-eventid' -ev
+expect '-eventid -event_json -event_xml' -ev
 expect '-csv -csvgen -csvl2t -csv_separator' -log Security.evtx -csv
 expect '-log -logon' -lo
 expect 'Security.evtx' -log Sec
@@ -39,7 +39,7 @@ expect 'folder' -partition fol
 expect 'tab' -csv_separator ''
 expect 'yyyy-mm-dd yyyy/mm/dd' -dateformat y
 expect '' -string -ev
-expect '-eventid' -quiet -ev
+expect '-eventid' -quiet -eventi
 expect '' nothing_of_this_name
 [ "$(complete -p tarnlex)" = 'complete -F _tarnlex tarnlex' ]
 exit "$failures"
