@@ -63,7 +63,7 @@ void ReadEventId(const std::vector<Node>& nodes, std::size_t i, TreeExtent& exte
       !IsAt(nodes, i + 2, NodeKind::kElementEnd)) {
     return;
   }
-  place.slot = nodes[i + 1].slot;
+  place.slot = static_cast<int>(nodes[i + 1].slot);
   place.nodes = static_cast<std::uint32_t>(i + 3);
   NoteSlot(nodes[i + 1], place.slots_before);
 }
@@ -97,7 +97,7 @@ void FindSystemTime(const std::vector<Node>& nodes, TreeExtent& extent) {
     }
     if (!in_start_tag || !IsAttribute(node, "SystemTime")) continue;
     if (!IsAt(nodes, i + 1, NodeKind::kSlot) || IsPart(nodes, i + 2)) return;
-    place.slot = nodes[i + 1].slot;
+    place.slot = static_cast<int>(nodes[i + 1].slot);
     place.nodes = static_cast<std::uint32_t>(i + 2);
     return;
   }

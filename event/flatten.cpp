@@ -182,21 +182,23 @@ void EndAttribute(Flattening& run, OpenStream& stream) {
   }
 }
 
-void AddData(Flattening& run, OpenElement& element) {
-  std::string_view name;
+// What a "Data" element calls its text; false when there is nothing left to pay for the name.
+bool NameData(Flattening& run, const OpenElement& element, std::string_view& name) {
   if (!element.named) {
-    if (element.number == 0) element.number = ++run.room.unnamed_data;
-    if (element.text.empty()) return;
     name = KeepText(run, UnnamedDataName(element.number));
-  } else if (element.text.empty()) {
-    return;
-  } else if (AllLiteral(element.name_text)) {
-    if (!JoinLiterals(run, element.name_text, name)) return;
-    run.plan.odd_names |= !IsPrintable(name);
-  } else if (!ComputeName(run, element.name_text, name)) {
-    return;
+    return true;
   }
-  AddValue(run, name, element.text);
+  if (!AllLiteral(element.name_text)) return ComputeName(run, element.name_text, name);
+  if (!JoinLiterals(run, element.name_text, name)) return false;
+  run.plan.odd_names |= !IsPrintable(name);
+  return true;
+}
+
+void AddData(Flattening& run, OpenElement& element) {
+  if (!element.named && element.number == 0) element.number = ++run.room.unnamed_data;
+  if (element.text.empty()) return;
+  std::string_view name;
+  if (NameData(run, element, name)) AddValue(run, name, element.text);
 }
 
 void EndElement(Flattening& run, OpenStream& stream) {

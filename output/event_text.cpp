@@ -9,7 +9,6 @@
 #include "event/complete_value.h"
 #include "event/slot_text.h"
 #include "logs/iso_time.h"
-#include "logs/plain_ascii.h"
 #include "logs/text.h"
 #include "output/json_text.h"
 
@@ -213,9 +212,8 @@ char* WriteEventJsonValue(const EventStructure& event, const SubstitutionValue& 
   }
   char* end = nullptr;
   if (value.type == kEvtVarTypeString) {
-    end = WriteQuotableAscii(event.bytes, value.offset, value.size / 2, out + 1);
-  }
-  if (!end) {
+    end = WriteJsonText(event.bytes, value, out + 1);
+  } else {
     end = WriteEventText(event, value, out + 1);
     if (IsFreeCompleteText(value.type)) end = EscapeJson(out + 1, end);
   }

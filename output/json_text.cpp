@@ -86,17 +86,6 @@ bool IsFinite(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789+-.e") == text.npos;
 }
 
-// Units of plain ASCII at the beginning, which are written at `out`; returns how many.
-std::size_t CopyPlain(const std::uint8_t* units, std::size_t count, char* out) {
-  std::size_t done = 0;
-  for (; done < count; ++done) {
-    const auto unit = Load<std::uint16_t>(units + 2 * done);
-    if (unit < ' ' || unit >= 0x80 || unit == '"' || unit == '\\') break;
-    out[done] = static_cast<char>(unit);
-  }
-  return done;
-}
-
 std::size_t UnitsBeyondAscii(const std::uint8_t* units, std::size_t count) {
   std::size_t size = 0;
   for (; size < count; ++size) {
@@ -119,7 +108,7 @@ char* WriteSpecial(std::uint16_t unit, char* out) {
 char* WriteEscaped(const std::uint8_t* units, std::size_t count, char* out) {
   count = UnitsWithoutZerosAtEnd(units, count);
   while (count > 0) {
-    std::size_t done = CopyPlain(units, count, out);
+    std::size_t done = CopyQuotableAscii(units, count, out);
     out += done;
     if (done < count) {
       const std::size_t beyond = UnitsBeyondAscii(units + 2 * done, count - done);
@@ -139,11 +128,7 @@ char* WriteEscaped(const std::uint8_t* units, std::size_t count, char* out) {
 char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
   *out = '"';
   if (value.type == kEvtVarTypeString) {
-    char* end = WriteQuotableAscii(event.bytes, value.offset, value.size / 2, out + 1);
-    if (!end && Fits(event.bytes, value.offset, value.size)) {
-      end = WriteEscaped(event.bytes.data() + value.offset, value.size / 2, out + 1);
-    }
-    if (!end) end = out + 1;
+    char* const end = WriteJsonText(event.bytes, value, out + 1);
     *end = '"';
     return end + 1;
   }
@@ -185,6 +170,12 @@ char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char
 }
 
 }  // namespace
+
+char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
+  char* const end = WriteQuotableAscii(bytes, text.offset, text.size / 2, out);
+  if (end || !Fits(bytes, text.offset, text.size)) return end ? end : out;
+  return WriteEscaped(bytes.data() + text.offset, text.size / 2, out);
+}
 
 char* EscapeJson(char* begin, char* end) {
   // Most texts need nothing; this loop has no way out early, so that it runs many bytes at a time.

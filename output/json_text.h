@@ -18,6 +18,10 @@ inline constexpr std::size_t kJsonPerByte = 6;
 // (U+0085, U+2028, U+2029) are escaped too.
 char* EscapeJson(char* begin, char* end);
 
+// Writes a value of type kEvtVarTypeString as it stands between quotes; returns the end. There is
+// room for kJsonPerByte times its bytes.
+char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out);
+
 // A text as it stands between quotes.
 std::string EscapedJson(std::string_view text);
 
@@ -27,17 +31,14 @@ std::string JsonString(std::string_view text, std::string_view behind = {});
 // Puts a text that needs no escapes into quotes, in place; returns the new end.
 char* QuoteJson(char* begin, char* end);
 
-// Puts a text that needs no escapes into quotes, in place; returns the new end.
-char* QuoteJson(char* begin, char* end);
-
 // What a JSON value takes beside its text at most: quotes, and what is put between members.
 inline constexpr std::size_t kJsonOverhead = 8;
 
 // Writes a slot's value at `out`, which has room for MaxSlotText and kJsonOverhead; returns the
-// end. Integers, floating point numbers and truth values are JSON's own; the hexadecimal types are
-// texts
-// ("0x8020000000000000"), as are identifiers, binary data and numbers that JSON does not know;
-// times are ISO 8601 in UTC with seven digits; arrays are lists. A value without any text is "".
+// end. Integers, floating point numbers and truth values are JSON's own. The hexadecimal types are
+// texts ("0x8020000000000000"), as are identifiers, binary data and numbers that JSON does not
+// know. Times are ISO 8601 in UTC with seven digits; arrays are lists. A value without any text is
+// "".
 char* WriteJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out);
 
 // The entries of an array without the brackets around them.
