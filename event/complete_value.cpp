@@ -14,11 +14,6 @@ namespace {
 constexpr std::uint8_t kArrayBit = 0x80;
 constexpr std::size_t kFixedSidPart = 8;
 
-char* WriteLiteral(std::string_view text, char* out) {
-  std::memcpy(out, text.data(), text.size());
-  return out + text.size();
-}
-
 // The shortest text that reads back as the same number.
 template <typename T>
 char* WriteFloat(const std::uint8_t* at, char* out) {
@@ -26,7 +21,7 @@ char* WriteFloat(const std::uint8_t* at, char* out) {
 }
 
 char* WriteHexNumber(Bytes number, char* out) {
-  out = WriteLiteral("0x", out);
+  out = CopyText("0x", out);
   return number.size() == 4 ? WriteHex8(Load<std::uint32_t>(number.data()), out)
                             : WriteHex16(Load<std::uint64_t>(number.data()), out);
 }
@@ -42,7 +37,7 @@ char* WriteHexBytes(Bytes bytes, char* out) {
 char* WriteTruth(Bytes bytes, char* out) {
   const bool is_true =
       std::any_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte != 0; });
-  return WriteLiteral(is_true ? "true" : "false", out);
+  return CopyText(is_true ? "true" : "false", out);
 }
 
 // The bytes that one number of the type takes; 0 when it is none, or may take several numbers of
@@ -164,7 +159,7 @@ char* WriteArray(Bytes bytes, const SubstitutionValue& array, char* out) {
   ArrayElements elements = ElementsOf(bytes, array);
   SubstitutionValue element;
   for (bool first = true; NextElement(elements, element); first = false) {
-    if (!first) out = WriteLiteral(", ", out);
+    if (!first) out = CopyText(", ", out);
     out = WriteOne(bytes, element, out);
   }
   return out;

@@ -73,11 +73,6 @@ template <typename T>
   return out + size;
 }
 
-char* WriteText(std::string_view text, char* out) {
-  if (!text.empty()) std::memcpy(out, text.data(), text.size());
-  return out + text.size();
-}
-
 // Single-byte strings carry their own end; the size in the descriptor does not bound them.
 std::string_view AnsiText(Bytes chunk, const SubstitutionValue& value) {
   if (value.size == 0) return {};
@@ -115,7 +110,7 @@ char* WriteBinary(Bytes value, char* out) {
   std::uint16_t fields[8];
   if (value.size() < sizeof fields) return out;
   std::memcpy(fields, value.data(), sizeof fields);
-  return WriteText(FormatSystemTime(fields), out);
+  return CopyText(FormatSystemTime(fields), out);
 }
 
 }  // namespace
@@ -190,8 +185,8 @@ std::size_t AnsiTextSize(Bytes chunk, const SubstitutionValue& value) {
 }
 
 char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out) {
-  if (value.type == kEvtVarTypeNull) return WriteText("0", out);
-  if (value.type == kEvtVarTypeAnsiString) return WriteText(AnsiText(chunk, value), out);
+  if (value.type == kEvtVarTypeNull) return CopyText("0", out);
+  if (value.type == kEvtVarTypeAnsiString) return CopyText(AnsiText(chunk, value), out);
   if (!Fits(chunk, value.offset, value.size)) return out;
   const Bytes bytes = chunk.subspan(value.offset, value.size);
   switch (value.type) {
@@ -210,7 +205,7 @@ char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out) {
     case kEvtVarTypeSingle: return WriteFloat<float>(bytes, out);
     case kEvtVarTypeDouble: return WriteFloat<double>(bytes, out);
     case kEvtVarTypeBoolean:
-      return bytes.empty() ? out : WriteText(bytes[0] != 0 ? "true" : "false", out);
+      return bytes.empty() ? out : CopyText(bytes[0] != 0 ? "true" : "false", out);
     case kEvtVarTypeBinary: return WriteBinary(bytes, out);
     case kEvtVarTypeGuid: return bytes.size() < 16 ? out : WriteGuidText(bytes.data(), out);
     case kEvtVarTypeFileTime:

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -74,6 +75,12 @@ char* WriteHex16(std::uint64_t value, char* out);
 
 // Hexadecimal text without leading zeros.
 std::string HexText(std::uint64_t value);
+
+// Copies a text to `out`, which has room for it; returns the end.
+inline char* CopyText(std::string_view text, char* out) {
+  if (!text.empty()) std::memcpy(out, text.data(), text.size());
+  return out + text.size();
+}
 
 // Number of code points in UTF-8 text: bytes that do not continue a character.
 std::size_t CountCodePoints(std::string_view text);

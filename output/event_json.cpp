@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "event/slot_text.h"
+#include "logs/text.h"
 #include "output/event_text.h"
 #include "output/json_text.h"
 #include "output/repeated_array.h"
@@ -25,11 +26,6 @@ struct Filling {
   bool met_array = false;  // of several values, where an element is to stand for each
 };
 
-char* Copy(std::string_view text, char* out) {
-  std::memcpy(out, text.data(), text.size());
-  return out + text.size();
-}
-
 std::string_view LiteralOf(const EventJson& layout, std::uint32_t at, std::uint32_t size) {
   return {layout.literals.data() + at, size};
 }
@@ -49,7 +45,7 @@ char* WriteArrayText(Filling& run, const SubstitutionValue& array, std::size_t& 
 }
 
 char* WriteText(Filling& run, const EventJsonPart& part, char* out) {
-  if (part.is_literal) return Copy(LiteralOf(run.layout, part.literal, part.literal_size), out);
+  if (part.is_literal) return CopyText(LiteralOf(run.layout, part.literal, part.literal_size), out);
   const SubstitutionValue& value = ValueOf(run, part);
   std::size_t count = 0;
   char* const end = IsArray(value) ? WriteArrayText(run, value, count, out)
@@ -101,12 +97,12 @@ char* WriteValue(Filling& run, const EventJsonStep& step, char* out) {
 
 char* WriteValueOr(Filling& run, const EventJsonStep& step, std::string_view empty, char* out) {
   char* const end = WriteValue(run, step, out);
-  return end != out ? end : Copy(empty, out);
+  return end != out ? end : CopyText(empty, out);
 }
 
 // A member with a comma in front or behind; nothing without a text.
 char* WriteMember(Filling& run, const EventJsonStep& step, std::string_view key, char* out) {
-  char* const at = Copy(key, out);
+  char* const at = CopyText(key, out);
   char* const end = WriteValue(run, step, at);
   return end != at ? end : out;
 }
@@ -114,14 +110,14 @@ char* WriteMember(Filling& run, const EventJsonStep& step, std::string_view key,
 char* BeginAttributes(Filling& run, char* out) {
   run.begin = out;
   run.has_attributes = false;
-  return Copy("{\"#attributes\":{", out);
+  return CopyText("{\"#attributes\":{", out);
 }
 
 // The step's literal, the attribute's name, is written here: only if it has a text.
 char* WriteAttribute(Filling& run, const EventJsonStep& step, char* out) {
   char* at = out;
   if (run.has_attributes) *at++ = ',';
-  at = Copy(LiteralOf(run.layout, step.literal, step.literal_size), at);
+  at = CopyText(LiteralOf(run.layout, step.literal, step.literal_size), at);
   char* const end = WriteValue(run, step, at);
   if (end == at) return out;
   run.has_attributes = true;
@@ -129,18 +125,18 @@ char* WriteAttribute(Filling& run, const EventJsonStep& step, char* out) {
 }
 
 char* EndAttributes(const Filling& run, char* out) {
-  return run.has_attributes ? Copy("}", out) : run.begin;
+  return run.has_attributes ? CopyText("}", out) : run.begin;
 }
 
 char* EndElement(Filling& run, const EventJsonStep& step, bool has_attributes,
                  std::string_view empty, char* out) {
   if (!has_attributes) return WriteValueOr(run, step, empty, out);
-  return Copy("}", WriteMember(run, step, ",\"#text\":", out));
+  return CopyText("}", WriteMember(run, step, ",\"#text\":", out));
 }
 
 char* WriteInnerText(Filling& run, const EventJsonStep& step, char* out) {
   char* const end = WriteMember(run, step, "\"#text\":", out);
-  return end != out ? Copy(",", end) : out;
+  return end != out ? CopyText(",", end) : out;
 }
 
 char* BeginList(Filling& run, char* out) {
@@ -150,7 +146,7 @@ char* BeginList(Filling& run, char* out) {
   return out + 1;
 }
 
-char* BeginEntry(Filling& run, char* out) { return run.values++ > 0 ? Copy(",", out) : out; }
+char* BeginEntry(Filling& run, char* out) { return run.values++ > 0 ? CopyText(",", out) : out; }
 
 char* WriteListValue(Filling& run, const EventJsonStep& step, char* out) {
   const auto parts = PartsOf(run, step);
@@ -166,20 +162,20 @@ char* WriteListValue(Filling& run, const EventJsonStep& step, char* out) {
   while (NextElement(elements, element)) {
     out = BeginEntry(run, out);
     char* const end = WriteEventJsonValue(run.event, element, out);
-    out = end != out ? end : Copy("\"\"", out);
+    out = end != out ? end : CopyText("\"\"", out);
   }
   return out;
 }
 
 char* EndList(const Filling& run, char* out) {
-  if (run.values != 1) return Copy("]", out);
+  if (run.values != 1) return CopyText("]", out);
   std::memmove(run.list - 1, run.list, static_cast<std::size_t>(out - run.list));
   return out - 1;
 }
 
 char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
   if (step.kind == Kind::kAttribute) return WriteAttribute(run, step, out);
-  out = Copy(LiteralOf(run.layout, step.literal, step.literal_size), out);
+  out = CopyText(LiteralOf(run.layout, step.literal, step.literal_size), out);
   switch (step.kind) {
     case Kind::kValue: return WriteValueOr(run, step, "null", out);
     case Kind::kDataValue: return WriteValueOr(run, step, "\"\"", out);
@@ -188,7 +184,7 @@ char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
     case Kind::kEnd: return EndElement(run, step, run.has_attributes, "null", out);
     case Kind::kEndData: return EndElement(run, step, run.has_attributes, "\"\"", out);
     case Kind::kEndFixed: return EndElement(run, step, true, "", out);
-    case Kind::kBeginContent: return Copy(run.has_attributes ? "," : "{", out);
+    case Kind::kBeginContent: return CopyText(run.has_attributes ? "," : "{", out);
     case Kind::kText: return WriteInnerText(run, step, out);
     case Kind::kBeginList: return BeginList(run, out);
     case Kind::kEntry: return BeginEntry(run, out);

@@ -15,27 +15,22 @@
 namespace tarnlex {
 namespace {
 
-char* Copy(std::string_view text, char* out) {
-  std::memcpy(out, text.data(), text.size());
-  return out + text.size();
-}
-
 // Digits of a number around a decimal point that stands behind the first `whole` of them.
 char* WriteFixed(std::string_view digits, int whole, char* out) {
   if (whole <= 0) {
-    out = Copy("0.", out);
+    out = CopyText("0.", out);
     out = std::fill_n(out, -whole, '0');
-    return Copy(digits, out);
+    return CopyText(digits, out);
   }
   const auto count = static_cast<std::size_t>(whole);
   if (digits.size() > count) {
-    out = Copy(digits.substr(0, count), out);
+    out = CopyText(digits.substr(0, count), out);
     *out++ = '.';
-    return Copy(digits.substr(count), out);
+    return CopyText(digits.substr(count), out);
   }
-  out = Copy(digits, out);
+  out = CopyText(digits, out);
   out = std::fill_n(out, count - digits.size(), '0');
-  return Copy(".0", out);
+  return CopyText(".0", out);
 }
 
 // Exponents of ten between which a number is written without one.
@@ -60,7 +55,7 @@ char* RewriteNumber(std::string_view text, FixedRange range, char* out) {
     const char* const end = std::remove_copy(text.begin(), text.begin() + e, digits, '.');
     return WriteFixed({digits, static_cast<std::size_t>(end - digits)}, exponent + 1, out);
   }
-  out = Copy(text.substr(0, e + 1), out);
+  out = CopyText(text.substr(0, e + 1), out);
   if (exponent > 0) *out++ = '+';
   return WriteDecimal(std::int64_t{exponent}, out);
 }
@@ -69,8 +64,8 @@ template <typename T>
 char* WriteFloat(Bytes bytes, FixedRange range, char* out) {
   T number = 0;
   if (!ReadAt(bytes, 0, number)) return out;
-  if (std::isnan(number)) return Copy("NaN", out);
-  if (std::isinf(number)) return Copy(number < 0 ? "-inf" : "inf", out);
+  if (std::isnan(number)) return CopyText("NaN", out);
+  if (std::isinf(number)) return CopyText(number < 0 ? "-inf" : "inf", out);
   char text[kMaxNumberRoom];
   const char* const end =
       std::to_chars(text, text + sizeof text, number, std::chars_format::scientific).ptr;
@@ -82,7 +77,7 @@ char* WriteHexNumber(Bytes bytes, char* out) {
   if (bytes.size() != 4 && bytes.size() != 8) return out;
   const std::uint64_t number =
       bytes.size() == 4 ? Load<std::uint32_t>(bytes.data()) : Load<std::uint64_t>(bytes.data());
-  out = Copy("0x", out);
+  out = CopyText("0x", out);
   return std::to_chars(out, out + 16, number, 16).ptr;
 }
 
@@ -93,7 +88,7 @@ char* WriteTruth(Bytes bytes, char* out) {
     if (bytes.empty()) return out;
     number = bytes[0];
   }
-  if (number == 0 || number == 1) return Copy(number == 0 ? "false" : "true", out);
+  if (number == 0 || number == 1) return CopyText(number == 0 ? "false" : "true", out);
   return WriteDecimal(std::int64_t{number}, out);
 }
 

@@ -6,6 +6,7 @@
 
 #include "event/slot_text.h"
 #include "logs/iso_time.h"
+#include "logs/text.h"
 #include "output/event_text.h"
 #include "output/repeated_array.h"
 #include "output/xml_text.h"
@@ -22,11 +23,6 @@ struct Filling {
   std::uint64_t replaced = 0;
   bool met_array = false;  // of several values, where an element is to stand for each
 };
-
-char* Copy(std::string_view text, char* out) {
-  std::memcpy(out, text.data(), text.size());
-  return out + text.size();
-}
 
 std::string_view LiteralOf(const EventXml& layout, std::uint32_t at, std::uint32_t size) {
   return {layout.literals.data() + at, size};
@@ -70,7 +66,7 @@ char* WriteSteps(Filling& run, char* out) {
   const std::vector<EventXmlStep>& steps = run.layout.steps;
   for (std::size_t i = 0; i < steps.size(); ++i) {
     const EventXmlStep& step = steps[i];
-    out = Copy(LiteralOf(run.layout, step.literal, step.literal_size), out);
+    out = CopyText(LiteralOf(run.layout, step.literal, step.literal_size), out);
     if (HasValue(step)) out = WriteValue(run, ValueOf(run, step), out);
     if (step.kind == Kind::kPerhapsAttribute && IsLeftOut(run, step)) i += step.skip;
   }

@@ -15,16 +15,11 @@ namespace {
 
 constexpr std::size_t kFewMembers = 16;  // are looked through one by one
 
-char* Copy(std::string_view text, char* out) {
-  if (!text.empty()) std::memcpy(out, text.data(), text.size());
-  return out + text.size();
-}
-
 // The text between quotes; returns the end.
 char* WriteParts(const EventStructure& event, const JsonMember& member, char* out) {
   for (const JsonPart& part : member.parts) {
     if (!part.is_slot) {
-      out = Copy(part.literal, out);
+      out = CopyText(part.literal, out);
       continue;
     }
     char* const end = WriteCompleteText(event.bytes, event.slots[part.slot], out);
@@ -87,7 +82,7 @@ char* WriteMember(const EventStructure& event, const JsonMember& member, char* o
   if (const SubstitutionValue* array = ArrayEntry(event, member)) {
     return WriteJsonEntries(event, *array, out);
   }
-  char* at = Copy(member.key, out);
+  char* at = CopyText(member.key, out);
   if (member.shape == JsonShape::kValue) return WriteValue(event, member, at);
   const bool is_list = member.shape == JsonShape::kList;
   *at++ = is_list ? '[' : '{';

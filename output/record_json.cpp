@@ -242,11 +242,6 @@ JsonMember PulledData(const Plan& plan, const std::vector<PulledValue>& pulled) 
   return std::move(data.object);
 }
 
-char* Copy(std::string_view text, char* out) {
-  if (!text.empty()) std::memcpy(out, text.data(), text.size());
-  return out + text.size();
-}
-
 // The run's members behind others.
 char* WriteRun(const EventStructure& event, const JsonMember& run, char* out) {
   return WriteMembers(event, run, false, out);
@@ -283,18 +278,18 @@ char* WriteLevelName(const EventStructure& event, const RecordJson& layout, char
   const JsonMember& level = MemberAt(layout.head, layout.level);
   const std::string_view name = LevelName(PlainText(event, level, scratch));
   if (name.empty()) return out;
-  out = Copy(",\"LevelName\":\"", out);
-  out = Copy(name, out);
-  return Copy("\"", out);
+  out = CopyText(",\"LevelName\":\"", out);
+  out = CopyText(name, out);
+  return CopyText("\"", out);
 }
 
 char* WriteNumber(std::string_view key, std::uint64_t number, char* out) {
-  return WriteDecimal(number, Copy(key, out));
+  return WriteDecimal(number, CopyText(key, out));
 }
 
 char* WriteWrittenTime(std::uint64_t filetime, char* out) {
   if (filetime == 0 || filetime >> 63 != 0) return out;
-  return WriteJsonTime(filetime, Copy(",\"TimeWritten\":", out));
+  return WriteJsonTime(filetime, CopyText(",\"TimeWritten\":", out));
 }
 
 // The name of a child of the event: another one where that is a member of every record.
@@ -331,7 +326,7 @@ std::size_t SlotTexts(const EventStructure& event, const Document& document) {
 char* WriteInLine(const EventStructure& event, const JsonMember& member, char* out) {
   for (const JsonPart& part : member.parts) {
     if (!part.is_slot) {
-      out = Copy(part.literal, out);
+      out = CopyText(part.literal, out);
       continue;
     }
     const SubstitutionValue& value = event.slots[part.slot];
@@ -366,23 +361,23 @@ char* WritePairs(const EventStructure& event, const JsonMember& member, std::str
   if (member.shape != JsonShape::kValue || !HasValue(event, member) || name.starts_with("xmlns")) {
     return out;
   }
-  out = Copy(std::exchange(before, ", "), out);
-  if (!name.empty()) out = Copy(": ", Copy(name, out));
+  out = CopyText(std::exchange(before, ", "), out);
+  if (!name.empty()) out = CopyText(": ", CopyText(name, out));
   return WriteInLine(event, member, out);
 }
 
 // What happened, in a line that a person reads.
 char* WriteMessage(const JsonRecord& record, const EventStructure& event, const RecordJson& layout,
                    char* out) {
-  out = Copy(",\"message\":\"", out);
+  out = CopyText(",\"message\":\"", out);
   if (record.report.empty()) {
     out = WriteInLine(event, MemberAt(layout.head, layout.title), out);
   } else {
-    out = Copy(record.report.substr(1, record.report.size() - 2), out);
+    out = CopyText(record.report.substr(1, record.report.size() - 2), out);
   }
   const JsonMember& id = MemberAt(layout.head, layout.id);
   if (HasValue(event, MemberAt(layout.head, layout.title)) || !record.report.empty()) {
-    out = Copy(" ", out);
+    out = CopyText(" ", out);
   }
   out = WriteInLine(event, id, out);
   std::string_view before = " ";
@@ -390,7 +385,7 @@ char* WriteMessage(const JsonRecord& record, const EventStructure& event, const 
     const JsonMember& member = layout.tail.members[i];
     out = WritePairs(event, member, NameOf(member), before, out);
   }
-  return Copy("\"", out);
+  return CopyText("\"", out);
 }
 
 // The columns that Timesketch asks for. A record without any time has to have one there.
@@ -400,8 +395,8 @@ char* WriteTimesketch(const JsonRecord& record, const EventStructure& event,
   out = WriteMessage(record, event, layout, out);
   char time[40];
   WriteIsoTime(IsValidFiletime(record.time) ? record.time : kUnixEpochFiletime, time);
-  out = Copy({time, kToMicroseconds}, Copy(",\"datetime\":\"", out));
-  return Copy("+00:00\",\"timestamp_desc\":\"Event Logged\"", out);
+  out = CopyText({time, kToMicroseconds}, CopyText(",\"datetime\":\"", out));
+  return CopyText("+00:00\",\"timestamp_desc\":\"Event Logged\"", out);
 }
 
 }  // namespace
@@ -440,7 +435,7 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
   const std::size_t bound = (record.timesketch ? 3 : 1) * once + record.log.size() +
                             2 * record.report.size() + kRecordOverhead;
   char* at = Reserve(out, bound);
-  at = Copy(record.log, Copy("{\"Log\":", at));
+  at = CopyText(record.log, CopyText("{\"Log\":", at));
   at = WriteRun(event, layout.head, at);
   at = WriteLevelName(event, layout, at);
   at = WriteRun(event, layout.middle, at);
@@ -449,9 +444,9 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
   at = WriteWrittenTime(record.written_time, at);
   at = WriteRun(event, layout.tail, at);
   at = WriteNumber(",\"Offset\":", record.file_offset, at);
-  if (!record.report.empty()) at = Copy(record.report, Copy(",\"Report\":", at));
+  if (!record.report.empty()) at = CopyText(record.report, CopyText(",\"Report\":", at));
   if (record.timesketch) at = WriteTimesketch(record, event, layout, at);
-  Commit(out, Copy("}\n", at));
+  Commit(out, CopyText("}\n", at));
 }
 
 }  // namespace tarnlex

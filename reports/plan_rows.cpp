@@ -12,11 +12,6 @@
 namespace tarnlex {
 namespace {
 
-char* CopyText(std::string_view text, char* at) {
-  if (!text.empty()) std::memcpy(at, text.data(), text.size());
-  return at + text.size();
-}
-
 std::uint32_t SizeOf(const char* begin, const char* end) {
   return static_cast<std::uint32_t>(end - begin);
 }
