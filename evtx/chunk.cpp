@@ -50,6 +50,8 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.trees.clear();
   chunk.new_templates.clear();
   chunk.own_trees.clear();
+  chunk.new_kinds.clear();
+  chunk.new_kind_bytes = 0;
   chunk.names_of_fragments = {};
   chunk.new_plans.clear();
   chunk.new_plan_values = 0;

@@ -53,6 +53,8 @@ struct EvtxChunk {
   std::unordered_map<std::uint32_t, const Tree*> trees;
   std::vector<StoredTemplate> new_templates;     // that can be kept for the chunks to come
   std::vector<std::unique_ptr<Tree>> own_trees;  // that cannot
+  KindTable new_kinds;
+  std::size_t new_kind_bytes = 0;  // of their keys
   ChunkNames names_of_fragments;
   PlanTable new_plans;
   std::size_t new_plan_values = 0;  // of these

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "event/flatten.h"
@@ -14,14 +15,21 @@
 
 namespace tarnlex {
 
-// The binary XML value among the record's own values, when it is the only one and holds one
-// template instance whose array could be parsed and nests no further. Its values stand behind the
-// own ones.
+// The binary XML value among the record's own values, when it is the only one and holds either one
+// template instance whose array could be parsed and nests no further, or elements of a kind. Its
+// values stand behind the own ones.
 struct NestedValues {
   bool usable = false;
+  const Tree* tree = nullptr;  // of the elements' kind; null: of the template
   std::uint32_t definition = 0;
   std::uint32_t definition_size = 0;
   SubstitutionArray array;
+};
+
+// Room for telling kinds of elements apart (see element_kind.h).
+struct KindRoom {
+  std::string key;                   // what the stream holds beside texts
+  std::vector<std::uint32_t> nodes;  // the nodes whose texts are the event's own
 };
 
 // One of these serves all records of a walk. What it views stays valid until the next record is
@@ -52,6 +60,7 @@ struct DecodedEvent {
   // Room for what no chunk keeps.
   Plan own_plan;
   FlattenRoom room;
+  KindRoom kind_room;
   std::vector<std::unique_ptr<Tree>> fragments;  // streams that belong to no definition
   std::size_t fragments_used = 0;
 };

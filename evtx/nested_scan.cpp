@@ -44,7 +44,7 @@ bool ScanInstance(NestedScan& scan, std::uint32_t token, int depth, std::uint32_
   end = array.end;
   if (depth == 0) {
     const bool only = HoldsOneBinaryXml(scan.event.array) && !HoldsBinaryXml(array);
-    scan.event.nested = {only, instance.definition, head.size, array};
+    scan.event.nested = {only, nullptr, instance.definition, head.size, array};
   }
   if (!chunk.resolved.contains(instance.definition)) {
     scan.met.push_back({chunk.file_offset + instance.definition, chunk.file_offset,

@@ -21,7 +21,9 @@ bool MakeKey(EvtxDecoder& decoder, DecodedEvent& event, PlanKey& key) {
   if (event.array.binary_xml == 0) return true;
   const NestedValues& nested = event.nested;
   if (!nested.usable || IsUnbounded(event, nested.array) || nested.array.cut) return false;
-  key.nested = TemplateTree(decoder, event, nested.definition, nested.definition_size);
+  key.nested = nested.tree
+                   ? nested.tree
+                   : TemplateTree(decoder, event, nested.definition, nested.definition_size);
   key.nested_count = nested.array.count;
   return key.nested && key.nested->keepable;
 }

@@ -4,6 +4,7 @@
 
 #include "event/slot_text.h"
 #include "event/system_time.h"
+#include "evtx/element_kind.h"
 #include "evtx/nested_scan.h"
 #include "evtx/plan_of.h"
 #include "evtx/resolve.h"
@@ -34,6 +35,7 @@ void BeginRecord(const EvtxDecoder& decoder, DecodedEvent& event) {
   event.tree = nullptr;
   event.array = {};
   event.nested.usable = false;
+  event.nested.tree = nullptr;
   event.structure.policy = decoder.policy;
   event.structure.bytes = decoder.chunk.data;
   event.structure.slots.count = 0;
@@ -129,6 +131,7 @@ void FrameInstance(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t def
   Charge(event, event.array.count);
   if (readable && (HoldsBinaryXml(event.array) || !reference)) {
     RegisterNestedTemplates(decoder, record, head, reference != nullptr, event);
+    FindNestedKind(decoder, event);
   }
   if (!reference) {
     NoteNoTemplate(decoder, event);
@@ -166,6 +169,7 @@ void FrameWhateverIsThere(EvtxDecoder& decoder, std::uint32_t record, std::uint3
   Charge(event, event.array.count);
   if (readable && HoldsBinaryXml(event.array)) {
     RegisterNestedTemplates(decoder, record, head, true, event);
+    FindNestedKind(decoder, event);
   }
   if (!readable) NoteUnreadableValues(decoder, event);
   if (event.array.cut) NoteFault(decoder, event, RecordFault::kValuesCut);
@@ -178,7 +182,10 @@ void FrameElements(EvtxDecoder& decoder, std::uint32_t record, DecodedEvent& eve
   // Behind the elements stands a copy of the size, which must not be read as a token.
   const std::uint64_t body_end = std::max(event.size, kHeaders + kRecordSizeCopy) - kRecordSizeCopy;
   const std::uint64_t end = std::min(record + body_end, std::uint64_t{decoder.chunk.data.size()});
-  event.tree = FragmentTree(decoder, event, record + kHeaders, static_cast<std::uint32_t>(end));
+  const std::uint32_t begin = record + kHeaders;
+  const auto stream_end = static_cast<std::uint32_t>(end);
+  event.tree = TreeOfKind(decoder, event, begin, stream_end, event.array);
+  if (!event.tree) event.tree = FragmentTree(decoder, event, begin, stream_end);
 }
 
 bool IsElementRecord(Bytes chunk, std::uint32_t record) {
@@ -271,6 +278,7 @@ void EndChunk(EvtxDecoder& decoder) {
   EvtxChunk& chunk = decoder.chunk;
   if (!decoder.keeps) return;
   for (StoredTemplate& stored : chunk.new_templates) KeepTemplate(decoder.store, stored);
+  KeepKinds(decoder.store, chunk.new_kinds);
   decoder.store.plans_made += static_cast<std::uint32_t>(chunk.new_plans.size());
   KeepPlans(decoder.store, chunk.new_plans);
   chunk.new_plans.clear();

@@ -130,8 +130,17 @@ std::uint32_t AddInstance(Resolution& run, std::uint32_t token, int depth) {
   return readable && !array.cut ? array.end : kChunkSize;
 }
 
+// Elements whose kind has been found; false for any other value.
+bool AddElementsOfKind(Resolution& run, int depth) {
+  const NestedValues& nested = run.event.nested;
+  if (depth != 1 || !nested.usable || !nested.tree) return false;
+  if (MayNest(run, depth)) AddStream(run, nested.tree, nested.array);
+  return true;
+}
+
 // The streams of one binary XML value: instances and elements, one behind the other.
 void AddValueStreams(Resolution& run, SubstitutionValue value, int depth) {
+  if (AddElementsOfKind(run, depth)) return;
   const Bytes chunk = run.decoder.chunk.data;
   const std::uint32_t end = value.offset + value.size;
   std::uint32_t token = 0;
@@ -293,6 +302,7 @@ void ResolveStreams(EvtxDecoder& decoder, DecodedEvent& event) {
   event.resolved = true;
   EventStructure& structure = event.structure;
   structure.slots.count = event.array.count;  // the scan may have left a nested array
+  if (event.nested.tree) structure.slots.count += event.nested.array.count;
   structure.streams.clear();
   structure.groups.clear();
   Resolution run{decoder, event};

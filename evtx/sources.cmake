@@ -3,6 +3,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/binary_xml.cpp
   evtx/chunk.cpp
   evtx/compile.cpp
+  evtx/element_kind.cpp
   evtx/find_record.cpp
   evtx/first_record.cpp
   evtx/fragment.cpp

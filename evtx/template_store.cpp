@@ -112,6 +112,16 @@ void KeepTemplate(TemplateStore& store, StoredTemplate& stored) {
   variants.push_back(std::move(stored));
 }
 
+void KeepKinds(TemplateStore& store, KindTable& kinds) {
+  for (auto& [key, tree] : kinds) {
+    if (store.bytes > kMaxStoreBytes) return;
+    store.bytes += key.size() + sizeof(Tree) + tree->literals.size() + tree->name_text +
+                   tree->nodes.size() * sizeof(Node);
+    tree->kept = true;
+    store.kinds.emplace(key, std::move(tree));
+  }
+}
+
 void KeepPlans(TemplateStore& store, PlanTable& plans) {
   for (auto& [key, plan] : plans) {
     if (!key.own->kept || (key.nested && !key.nested->kept)) continue;

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "event/plan.h"
@@ -47,10 +48,14 @@ struct PlanKey {
 // A null plan stands for records that need one each.
 using PlanTable = std::map<PlanKey, std::unique_ptr<Plan>>;
 
+// Trees of streams of elements, by what these hold beside their texts (see element_kind.h).
+using KindTable = std::map<std::string, std::unique_ptr<Tree>>;
+
 struct TemplateStore {
   std::map<Guid, std::vector<StoredTemplate>> by_guid;
+  KindTable kinds;
   PlanTable plans;
-  std::size_t bytes = 0;         // roughly what all templates take
+  std::size_t bytes = 0;         // roughly what all templates and kinds take
   std::size_t plan_values = 0;   // of all plans
   std::uint32_t plans_made = 0;  // with those that did not outlive their chunk
 };
@@ -67,6 +72,9 @@ bool DescribeTemplate(const Guid& guid, Bytes chunk, std::uint32_t begin, std::u
 // Takes a template over, and marks its tree as kept, unless there is no room for it; `stored` keeps
 // it then.
 void KeepTemplate(TemplateStore& store, StoredTemplate& stored);
+
+// Takes over the trees of kinds, as far as there is room for them.
+void KeepKinds(TemplateStore& store, KindTable& kinds);
 
 // Takes over the plans whose trees are kept.
 void KeepPlans(TemplateStore& store, PlanTable& plans);

@@ -58,7 +58,7 @@ TEST(Plan, KeptForAKindGivesWhatEachRecordGivesByItself) {
   std::size_t kept = 0;
   std::size_t none = 0;
   EXPECT_EQ(ValuesOfAll(Mixed(), true, kept), ValuesOfAll(Mixed(), false, none));
-  EXPECT_EQ(kept, 2U);  // that of the events, and that of "parts"
+  EXPECT_EQ(kept, 3U);  // that of the events, that of "parts", and that of the elements
   EXPECT_EQ(none, 0U);
 }
 

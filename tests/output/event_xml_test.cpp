@@ -155,5 +155,20 @@ TEST(EventXml, ARecordWithoutAnEventSaysWhatItsHeaderSays) {
             "<EventRecordID>7</EventRecordID></System></Event>\n</Events>\n");
 }
 
+// Events without a template are laid out as the first of their kind was.
+TEST(EventXml, NamespacesOfOneEventAreNotThoseOfTheNext) {
+  const std::string kNamespace = " xmlns=\"http://schemas.microsoft.com/win/2004/08/events/event\"";
+  support::EvtxBuilder log;
+  for (const char* uri : {"urn:a", "urn:b"}) {
+    log.AddRecord({.body = support::ElementsFragment({Element(
+                       "Event", {Attribute("xmlns:p", uri)}, {Element("p:X", {}, {Text("t")})})})});
+  }
+  EXPECT_EQ(Streamed(log.Build(), &RunOptions::event_xml_form),
+            "<Events>\n"
+            "<Event xmlns:p=\"urn:a\"" +
+                kNamespace + "><p:X>t</p:X></Event>\n<Event xmlns:p=\"urn:b\"" + kNamespace +
+                "><p:X>t</p:X></Event>\n</Events>\n");
+}
+
 }  // namespace
 }  // namespace tarnlex
