@@ -82,6 +82,18 @@ inline char* CopyText(std::string_view text, char* out) {
   return out + text.size();
 }
 
+// Bytes behind a text, and behind the place where it goes, that CopyPadded may read and overwrite.
+inline constexpr std::size_t kCopyBlock = 32;
+
+// The same for texts of which most are shorter than a block, and which have one behind them.
+inline char* CopyPadded(std::string_view text, char* out) {
+  std::memcpy(out, text.data(), kCopyBlock);
+  if (text.size() > kCopyBlock) {
+    std::memcpy(out + kCopyBlock, text.data() + kCopyBlock, text.size() - kCopyBlock);
+  }
+  return out + text.size();
+}
+
 // Number of code points in UTF-8 text: bytes that do not continue a character.
 std::size_t CountCodePoints(std::string_view text);
 

@@ -1,5 +1,5 @@
-// JSON objects whose shape is known before their values: what all records of a plan have in common
-// is made once, and their values are filled in.
+// JSON objects whose shape is known before their values, while they are made (json_steps.h is what
+// records are written by).
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "event/structure.h"
 
 namespace tarnlex {
 
@@ -56,15 +54,5 @@ JsonMember* FindMember(JsonObject& object, std::string_view key);
 
 // Adds a member. One whose name is there already goes into a list with it, in order.
 void AddMember(JsonObject& object, JsonMember member);
-
-// Whether any of a value's parts has a text in this event.
-bool HasValue(const EventStructure& event, const JsonMember& member);
-
-// Bytes that writing `member` takes at most, beside the texts of slots.
-std::size_t FixedSize(const JsonMember& member);
-
-// Writes an object's members, with commas between, at `out`; returns the end. `first`: nothing
-// stands in front of them. There is room for FixedSize and the texts of all slots.
-char* WriteMembers(const EventStructure& event, const JsonMember& object, bool first, char* out);
 
 }  // namespace tarnlex

@@ -12,6 +12,7 @@
 #include "logs/date_time.h"
 #include "logs/iso_time.h"
 #include "logs/text.h"
+#include "output/json_layout.h"
 #include "output/json_text.h"
 
 namespace tarnlex {
@@ -186,17 +187,29 @@ void AddFields(std::vector<ElementView>& elements, std::span<const SystemField> 
   }
 }
 
-int PositionOf(const JsonMember& object, std::string_view key) {
-  const auto& members = object.members;
-  const auto found = std::find_if(members.begin(), members.end(),
-                                  [key](const JsonMember& member) { return member.key == key; });
-  return found == members.end() ? -1 : static_cast<int>(found - members.begin());
+// Members that stand before and between what is said beside the event.
+struct Runs {
+  JsonMember head;
+  JsonMember middle;
+  JsonMember tail;
+};
+
+// Where the member of that name stands among the steps of a range; -1 without one.
+int PositionOf(const JsonSteps& layout, JsonStepRange range, std::string_view name) {
+  for (std::uint32_t i = range.begin; i < range.end; ++i) {
+    if (NameOf(layout, layout.steps[i]) == name) return static_cast<int>(i);
+  }
+  return -1;
 }
 
 // The member at a position; one without any value for -1.
-const JsonMember& MemberAt(const JsonMember& object, int position) {
-  static const JsonMember kNone;
-  return position < 0 ? kNone : object.members[static_cast<std::size_t>(position)];
+const JsonStep& StepAt(const RecordJson& layout, int position) {
+  static const JsonStep kNone;
+  return position < 0 ? kNone : layout.steps.steps[static_cast<std::size_t>(position)];
+}
+
+bool HasValueAt(const EventStructure& event, const RecordJson& layout, int position) {
+  return position >= 0 && HasValue(event, layout.steps, StepAt(layout, position));
 }
 
 std::vector<ElementView> ChildrenOf(const Document& document, const ElementView& element) {
@@ -207,15 +220,11 @@ std::vector<ElementView> ChildrenOf(const Document& document, const ElementView&
   return children;
 }
 
-void LayOutSystem(LayingOut& run, const ElementView& system, RecordJson& layout, JsonObject& rest) {
+void LayOutSystem(LayingOut& run, const ElementView& system, Runs& runs, JsonObject& rest) {
   std::vector<ElementView> elements = ChildrenOf(run.document, system);
-  AddFields(elements, kHead, layout.head);
-  AddFields(elements, kMiddle, layout.middle);
-  AddFields(elements, kTail, layout.tail);
-  layout.level = PositionOf(layout.head, "\"Level\":");
-  layout.title = PositionOf(layout.head, "\"Provider\":");
-  layout.id = PositionOf(layout.head, "\"EventID\":");
-  layout.record_id = PositionOf(layout.middle, "\"EventRecordID\":");
+  AddFields(elements, kHead, runs.head);
+  AddFields(elements, kMiddle, runs.middle);
+  AddFields(elements, kTail, runs.tail);
   // What has no member of its own.
   for (const ElementView& element : elements) AddElement(run, element, element.name, rest);
 }
@@ -242,27 +251,14 @@ JsonMember PulledData(const Plan& plan, const std::vector<PulledValue>& pulled) 
   return std::move(data.object);
 }
 
-// The run's members behind others.
-char* WriteRun(const EventStructure& event, const JsonMember& run, char* out) {
-  return WriteMembers(event, run, false, out);
-}
-
-// A value's text without quotes and escapes; `scratch` holds it.
-std::string_view PlainText(const EventStructure& event, const JsonMember& member,
-                           std::string& scratch) {
-  scratch.clear();
-  for (const JsonPart& part : member.parts) {
-    if (!part.is_slot) {
-      scratch += part.literal;
-      continue;
-    }
-    const SubstitutionValue& value = event.slots[part.slot];
-    const std::size_t before = scratch.size();
-    scratch.resize(before + MaxSlotText(event, value));
-    const char* const end = WriteSlotText(event, value, scratch.data() + before);
-    scratch.resize(static_cast<std::size_t>(end - scratch.data()));
+// A value's text without quotes and escapes; returns the end.
+char* WritePlainText(const EventStructure& event, const RecordJson& layout, const JsonStep& step,
+                     char* out) {
+  for (const JsonStepPart& part : PartsOf(layout.steps, step)) {
+    out = part.is_slot ? WriteSlotText(event, event.slots[part.slot], out)
+                       : CopyText(LiteralOf(layout.steps, part), out);
   }
-  return scratch;
+  return out;
 }
 
 std::string_view LevelName(std::string_view level) {
@@ -273,10 +269,9 @@ std::string_view LevelName(std::string_view level) {
 }
 
 char* WriteLevelName(const EventStructure& event, const RecordJson& layout, char* out) {
-  if (layout.level < 0) return out;
-  std::string scratch;
-  const JsonMember& level = MemberAt(layout.head, layout.level);
-  const std::string_view name = LevelName(PlainText(event, level, scratch));
+  // What the level says is looked at where its name belongs.
+  const char* const end = WritePlainText(event, layout, StepAt(layout, layout.level), out);
+  const std::string_view name = LevelName({out, static_cast<std::size_t>(end - out)});
   if (name.empty()) return out;
   out = CopyText(",\"LevelName\":\"", out);
   out = CopyText(name, out);
@@ -322,48 +317,53 @@ std::size_t SlotTexts(const EventStructure& event, const Document& document) {
   return size;
 }
 
-// A value's text as a part of a line between quotes.
-char* WriteInLine(const EventStructure& event, const JsonMember& member, char* out) {
-  for (const JsonPart& part : member.parts) {
-    if (!part.is_slot) {
-      out = CopyText(part.literal, out);
-      continue;
-    }
-    const SubstitutionValue& value = event.slots[part.slot];
-    std::uint64_t time = 0;
-    if (value.type == kEvtVarTypeFileTime &&
-        ReadAt(Clip(event.bytes, value.offset, value.size), 0, time) && time >> 63 == 0) {
-      out = WriteIsoTime(time, out);
-      continue;
-    }
-    char* const end = WriteSlotText(event, value, out);
-    std::replace_if(
-        out, end, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
-    out = EscapeJson(out, end);
+// A slot's text as a part of a line between quotes.
+char* WriteSlotInLine(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  std::uint64_t time = 0;
+  if (value.type == kEvtVarTypeFileTime &&
+      ReadAt(Clip(event.bytes, value.offset, value.size), 0, time) && time >> 63 == 0) {
+    return WriteIsoTime(time, out);
+  }
+  char* const end = WriteSlotText(event, value, out);
+  std::replace_if(
+      out, end, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+  return EscapeJson(out, end);
+}
+
+char* WriteInLine(const EventStructure& event, const RecordJson& layout, const JsonStep& step,
+                  char* out) {
+  for (const JsonStepPart& part : PartsOf(layout.steps, step)) {
+    out = part.is_slot ? WriteSlotInLine(event, event.slots[part.slot], out)
+                       : CopyText(LiteralOf(layout.steps, part), out);
   }
   return out;
 }
 
-std::string_view NameOf(const JsonMember& member) {
-  // A key is the name between quotes, and a colon.
-  return std::string_view(member.key).substr(1, member.key.size() - 3);
-}
+// "name: value" pairs on their way into a message.
+struct Pairs {
+  const EventStructure& event;
+  const RecordJson& layout;
+  std::string_view before;  // what stands before the next pair: a comma from the second on
+};
 
-// "name: value" pairs of what is there, each behind `before`, which is a comma from then on. Of a
-// list the first value has the name. Namespaces say nothing of what happened.
-char* WritePairs(const EventStructure& event, const JsonMember& member, std::string_view name,
-                 std::string_view& before, char* out) {
-  const bool is_list = member.shape == JsonShape::kList;
-  for (const JsonMember& inner : member.members) {
-    const std::string_view own = inner.key.empty() ? std::string_view() : NameOf(inner);
-    out = WritePairs(event, inner, is_list ? std::exchange(name, {}) : own, before, out);
+// The pairs of what is there in a range; the first value of a list, which is what `name` is given
+// for, has that name. Namespaces say nothing of what happened.
+char* WritePairs(Pairs& run, JsonStepRange range, std::string_view name, char* out) {
+  const JsonSteps& steps = run.layout.steps;
+  for (std::uint32_t i = range.begin; i < range.end; i = steps.steps[i].next) {
+    const JsonStep& step = steps.steps[i];
+    const std::string_view own = NameOf(steps, step);
+    const std::string_view called = own.empty() ? std::exchange(name, {}) : own;
+    if (step.kind == JsonStepKind::kBegin) {
+      out = WritePairs(run, {i + 1, step.next}, step.is_list ? called : std::string_view(), out);
+      continue;
+    }
+    if (!HasValue(run.event, steps, step) || called.starts_with("xmlns")) continue;
+    out = CopyText(std::exchange(run.before, ", "), out);
+    if (!called.empty()) out = CopyText(": ", CopyText(called, out));
+    out = WriteInLine(run.event, run.layout, step, out);
   }
-  if (member.shape != JsonShape::kValue || !HasValue(event, member) || name.starts_with("xmlns")) {
-    return out;
-  }
-  out = CopyText(std::exchange(before, ", "), out);
-  if (!name.empty()) out = CopyText(": ", CopyText(name, out));
-  return WriteInLine(event, member, out);
+  return out;
 }
 
 // What happened, in a line that a person reads.
@@ -371,20 +371,14 @@ char* WriteMessage(const JsonRecord& record, const EventStructure& event, const 
                    char* out) {
   out = CopyText(",\"message\":\"", out);
   if (record.report.empty()) {
-    out = WriteInLine(event, MemberAt(layout.head, layout.title), out);
+    out = WriteInLine(event, layout, StepAt(layout, layout.title), out);
   } else {
     out = CopyText(record.report.substr(1, record.report.size() - 2), out);
   }
-  const JsonMember& id = MemberAt(layout.head, layout.id);
-  if (HasValue(event, MemberAt(layout.head, layout.title)) || !record.report.empty()) {
-    out = CopyText(" ", out);
-  }
-  out = WriteInLine(event, id, out);
-  std::string_view before = " ";
-  for (std::size_t i = layout.data_at; i < layout.tail.members.size(); ++i) {
-    const JsonMember& member = layout.tail.members[i];
-    out = WritePairs(event, member, NameOf(member), before, out);
-  }
+  if (HasValueAt(event, layout, layout.title) || !record.report.empty()) out = CopyText(" ", out);
+  out = WriteInLine(event, layout, StepAt(layout, layout.id), out);
+  Pairs pairs{event, layout, " "};
+  out = WritePairs(pairs, layout.data, {}, out);
   return CopyText("\"", out);
 }
 
@@ -399,6 +393,20 @@ char* WriteTimesketch(const JsonRecord& record, const EventStructure& event,
   return CopyText("+00:00\",\"timestamp_desc\":\"Event Logged\"", out);
 }
 
+void FillSteps(const Runs& runs, const JsonMember& data, RecordJson& layout) {
+  JsonSteps& steps = layout.steps;
+  layout.head = AddSteps(runs.head, steps);
+  layout.middle = AddSteps(runs.middle, steps);
+  layout.tail = AddSteps(runs.tail, steps);
+  layout.data = AddSteps(data, steps);
+  layout.tail.end = layout.data.end;
+  EndSteps(steps);
+  layout.level = PositionOf(steps, layout.head, "Level");
+  layout.title = PositionOf(steps, layout.head, "Provider");
+  layout.id = PositionOf(steps, layout.head, "EventID");
+  layout.record_id = PositionOf(steps, layout.middle, "EventRecordID");
+}
+
 }  // namespace
 
 RecordJson LayOutRecordJson(const EventStructure& event, const Document& document, const Plan& plan,
@@ -406,6 +414,7 @@ RecordJson LayOutRecordJson(const EventStructure& event, const Document& documen
   RecordJson layout;
   layout.made = true;
   LayingOut run{event, document};
+  Runs runs;
   JsonObject system = MakeObject("System");
   JsonObject rest = MakeObject("");
   if (!document.items.empty()) {
@@ -415,34 +424,35 @@ RecordJson LayOutRecordJson(const EventStructure& event, const Document& documen
       const ElementView child = ViewElement(document, at);
       if (!has_system && child.name == "System") {
         has_system = true;
-        LayOutSystem(run, child, layout, system);
+        LayOutSystem(run, child, runs, system);
       } else if (!pulled) {
         AddElement(run, child, NameInEvent(child.name), rest);
       }
     }
   }
-  if (!system.object.members.empty()) layout.tail.members.push_back(std::move(system.object));
-  layout.data_at = layout.tail.members.size();
-  if (pulled) layout.tail.members.push_back(PulledData(plan, *pulled));
-  for (JsonMember& member : rest.object.members) layout.tail.members.push_back(std::move(member));
-  layout.fixed_size = FixedSize(layout.head) + FixedSize(layout.middle) + FixedSize(layout.tail);
+  JsonMember data;
+  if (pulled) data.members.push_back(PulledData(plan, *pulled));
+  for (JsonMember& member : rest.object.members) data.members.push_back(std::move(member));
+  if (!system.object.members.empty()) runs.tail.members.push_back(std::move(system.object));
+  FillSteps(runs, data, layout);
   return layout;
 }
 
 void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructure& event,
                      const Document& document, const RecordJson& layout) {
-  const std::size_t once = layout.fixed_size + SlotTexts(event, document);
+  const std::size_t once = FixedSize(layout.steps) + SlotTexts(event, document);
   const std::size_t bound = (record.timesketch ? 3 : 1) * once + record.log.size() +
                             2 * record.report.size() + kRecordOverhead;
   char* at = Reserve(out, bound);
   at = CopyText(record.log, CopyText("{\"Log\":", at));
-  at = WriteRun(event, layout.head, at);
+  at = WriteSteps(event, layout.steps, layout.head, false, at);
   at = WriteLevelName(event, layout, at);
-  at = WriteRun(event, layout.middle, at);
-  if (!HasValue(event, MemberAt(layout.middle, layout.record_id)))
+  at = WriteSteps(event, layout.steps, layout.middle, false, at);
+  if (!HasValueAt(event, layout, layout.record_id)) {
     at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
+  }
   at = WriteWrittenTime(record.written_time, at);
-  at = WriteRun(event, layout.tail, at);
+  at = WriteSteps(event, layout.steps, layout.tail, false, at);
   at = WriteNumber(",\"Offset\":", record.file_offset, at);
   if (!record.report.empty()) at = CopyText(record.report, CopyText(",\"Report\":", at));
   if (record.timesketch) at = WriteTimesketch(record, event, layout, at);

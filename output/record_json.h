@@ -11,7 +11,7 @@
 #include "event/plan.h"
 #include "event/structure.h"
 #include "logs/text_sink.h"
-#include "output/json_layout.h"
+#include "output/json_steps.h"
 
 namespace tarnlex {
 
@@ -21,18 +21,19 @@ struct PulledValue {
   const PlanValue* value = nullptr;  // null: the event has none
 };
 
-// What all records of a plan have in common in this form. The members between stand in three runs.
+// What all records of a plan have in common in this form. What is said beside the event stands
+// between three runs of members.
 struct RecordJson {
-  JsonMember head;    // "Channel" to "Level"
-  JsonMember middle;  // "Task" to "TimeCreated"
-  JsonMember tail;    // "UserID" to "RelatedActivityID", then what the event holds
-  // Positions in `head` and `middle`; -1 without such a member.
+  JsonSteps steps;
+  JsonStepRange head;    // "Channel" to "Level"
+  JsonStepRange middle;  // "Task" to "TimeCreated"
+  JsonStepRange tail;    // "UserID" to "RelatedActivityID", then what the event holds
+  JsonStepRange data;    // in `tail`: what the event holds
+  // Positions of members; -1 without such a member.
   int level = -1;
-  int title = -1;           // "Provider"
-  int id = -1;              // "EventID"
-  int record_id = -1;       // "EventRecordID"
-  std::size_t data_at = 0;  // in `tail`, where what the event holds begins
-  std::size_t fixed_size = 0;
+  int title = -1;      // "Provider"
+  int id = -1;         // "EventID"
+  int record_id = -1;  // "EventRecordID"
   bool made = false;
 };
 

@@ -11,6 +11,7 @@ target_sources(tarnlex_core PRIVATE
   output/event_xml.cpp
   output/event_xml_layout.cpp
   output/json_layout.cpp
+  output/json_steps.cpp
   output/json_text.cpp
   output/log2timeline.cpp
   output/record_json.cpp
