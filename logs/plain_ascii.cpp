@@ -24,30 +24,28 @@ __m128i PackUnits(const std::uint8_t* at) {
 
 // Bits of the characters that are not plain. A unit above 0xFF has become 0xFF or 0 when it was
 // packed, and what is above 0x7F is less than a blank when bytes are signed.
-template <char kFirst, char kSecond>
+template <char... kOthers>
 unsigned NotPlain(__m128i characters) {
-  const __m128i control = _mm_cmplt_epi8(characters, _mm_set1_epi8(' '));
-  const __m128i first = _mm_cmpeq_epi8(characters, _mm_set1_epi8(kFirst));
-  const __m128i second = _mm_cmpeq_epi8(characters, _mm_set1_epi8(kSecond));
-  return static_cast<unsigned>(
-      _mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(first, second))));
+  __m128i found = _mm_cmplt_epi8(characters, _mm_set1_epi8(' '));
+  ((found = _mm_or_si128(found, _mm_cmpeq_epi8(characters, _mm_set1_epi8(kOthers)))), ...);
+  return static_cast<unsigned>(_mm_movemask_epi8(found));
 }
 
-// Texts without the two characters.
-template <char kFirst, char kSecond>
+// Texts without the characters.
+template <char... kOthers>
 char* WriteAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
   if (!Fits(bytes, offset, 2 * (count + kPlainAsciiBlock))) return nullptr;
   const std::uint8_t* from = bytes.data() + offset;
   count = UnitsWithoutZerosAtEnd(from, count);
   for (; count > kPlainAsciiBlock; count -= kPlainAsciiBlock) {
     const __m128i characters = PackUnits(from);
-    if (NotPlain<kFirst, kSecond>(characters) != 0) return nullptr;
+    if (NotPlain<kOthers...>(characters) != 0) return nullptr;
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), characters);
     from += 2 * kPlainAsciiBlock;
     out += kPlainAsciiBlock;
   }
   const __m128i characters = PackUnits(from);
-  if ((NotPlain<kFirst, kSecond>(characters) & ((1U << count) - 1)) != 0) return nullptr;
+  if ((NotPlain<kOthers...>(characters) & ((1U << count) - 1)) != 0) return nullptr;
   _mm_storeu_si128(reinterpret_cast<__m128i*>(out), characters);
   return out + count;
 }
@@ -58,14 +56,14 @@ char* WriteAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) 
 
 namespace {
 
-template <char kFirst, char kSecond>
+template <char... kOthers>
 char* WriteAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
   if (!Fits(bytes, offset, 2 * count)) return nullptr;
   const std::uint8_t* from = bytes.data() + offset;
   count = UnitsWithoutZerosAtEnd(from, count);
   for (std::size_t i = 0; i < count; ++i) {
     const std::uint16_t unit = Load<std::uint16_t>(from + 2 * i);
-    if (unit < ' ' || unit >= 0x80 || unit == kFirst || unit == kSecond) return nullptr;
+    if (unit < ' ' || unit >= 0x80 || ((unit == kOthers) || ...)) return nullptr;
     out[i] = static_cast<char>(unit);
   }
   return out + count;
@@ -95,6 +93,10 @@ std::size_t CopyQuotableAscii(const std::uint8_t* units, std::size_t count, char
 
 char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
   return WriteAscii<',', '|'>(bytes, offset, count, out);
+}
+
+char* WriteXmlAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
+  return WriteAscii<'&', '<', '>', '"'>(bytes, offset, count, out);
 }
 
 char* WriteQuotableAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {

@@ -23,6 +23,9 @@ char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* 
 // are plain there.
 char* WriteQuotableAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
 
+// The same for texts of XML, which hold no character that markup has a meaning for.
+char* WriteXmlAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
+
 // Writes units up to the first that is not plain between quotes, `count` at most, at `out`, which
 // has room for so many; returns how many were written. Zero units are not plain.
 std::size_t CopyQuotableAscii(const std::uint8_t* units, std::size_t count, char* out);

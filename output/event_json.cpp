@@ -79,8 +79,8 @@ const EventJsonPart* OnlyPart(const Filling& run, std::span<const EventJsonPart>
   return only;
 }
 
-// The value of a step; nothing without a text.
-char* WriteValue(Filling& run, const EventJsonStep& step, char* out) {
+// A value of any number of parts; nothing without a text.
+[[gnu::noinline]] char* WriteParts(Filling& run, const EventJsonStep& step, char* out) {
   const auto parts = PartsOf(run, step);
   const EventJsonPart* const only = OnlyPart(run, parts);
   if (only && !only->is_literal) {
@@ -93,6 +93,14 @@ char* WriteValue(Filling& run, const EventJsonStep& step, char* out) {
   if (end == out + 1) return out;
   *out = *end = '"';
   return end + 1;
+}
+
+// The value of a step, which mostly is one slot.
+char* WriteValue(Filling& run, const EventJsonStep& step, char* out) {
+  if (step.slot != kNoSlot && !IsArray(run.event.slots[step.slot])) {
+    return WriteEventJsonValue(run.event, run.event.slots[step.slot], out);
+  }
+  return WriteParts(run, step, out);
 }
 
 char* WriteValueOr(Filling& run, const EventJsonStep& step, std::string_view empty, char* out) {
@@ -117,7 +125,7 @@ char* BeginAttributes(Filling& run, char* out) {
 char* WriteAttribute(Filling& run, const EventJsonStep& step, char* out) {
   char* at = out;
   if (run.has_attributes) *at++ = ',';
-  at = CopyText(LiteralOf(run.layout, step.literal, step.literal_size), at);
+  at = CopyPadded(LiteralOf(run.layout, step.literal, step.literal_size), at);
   char* const end = WriteValue(run, step, at);
   if (end == at) return out;
   run.has_attributes = true;
@@ -175,7 +183,7 @@ char* EndList(const Filling& run, char* out) {
 
 char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
   if (step.kind == Kind::kAttribute) return WriteAttribute(run, step, out);
-  out = CopyText(LiteralOf(run.layout, step.literal, step.literal_size), out);
+  out = CopyPadded(LiteralOf(run.layout, step.literal, step.literal_size), out);
   switch (step.kind) {
     case Kind::kValue: return WriteValueOr(run, step, "null", out);
     case Kind::kDataValue: return WriteValueOr(run, step, "\"\"", out);
@@ -196,15 +204,15 @@ char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
   return out;
 }
 
-// More than a step takes beside its literal and the texts of its values.
-constexpr std::size_t kStepRoom = 32;
-
-std::size_t RoomFor(const EventStructure& event, const EventJson& layout) {
-  std::size_t size = layout.literals.size() + kStepRoom * (layout.steps.size() + 1);
+// Room for the texts of all slots that the layout has.
+std::size_t RoomForSlots(const EventStructure& event, const EventJson& layout) {
+  std::size_t size = 0;
+  if (layout.slots_once) {
+    for (std::size_t i = 0; i < event.slots.count; ++i) size += MaxSlotText(event, event.slots[i]);
+    return size;
+  }
   for (const EventJsonPart& part : layout.parts) {
-    size += part.literal_size;
-    if (part.is_literal) continue;
-    size += MaxSlotText(event, part.is_element ? part.element : event.slots[part.slot]);
+    if (!part.is_literal && !part.is_element) size += MaxSlotText(event, event.slots[part.slot]);
   }
   return size;
 }
@@ -214,7 +222,7 @@ std::size_t RoomFor(const EventStructure& event, const EventJson& layout) {
 bool WriteEventJson(TextSink& out, const EventStructure& event, const EventJson& layout,
                     bool repeats) {
   Filling run{event, layout};
-  char* at = Reserve(out, RoomFor(event, layout));
+  char* at = Reserve(out, layout.room + RoomForSlots(event, layout));
   for (const EventJsonStep& step : layout.steps) at = WriteStep(run, step, at);
   if (run.met_array && !repeats) return false;
   Commit(out, at);

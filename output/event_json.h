@@ -44,19 +44,24 @@ struct EventJsonPart {
   SubstitutionValue element = {};
 };
 
+inline constexpr std::uint32_t kNoSlot = ~std::uint32_t{0};
+
 struct EventJsonStep {
   EventJsonStepKind kind = EventJsonStepKind::kNothing;
   std::uint32_t literal = 0;  // in EventJson::literals: what stands in front
   std::uint32_t literal_size = 0;
   std::uint32_t first_part = 0;
   std::uint32_t part_count = 0;
+  std::uint32_t slot = kNoSlot;  // the slot that is all of its value
 };
 
 // What the records of a plan have in common in this form: made once, then followed step by step.
 struct EventJson {
-  std::string literals;
+  std::string literals;  // and behind them a block that may be read
   std::vector<EventJsonStep> steps;
   std::vector<EventJsonPart> parts;
+  std::size_t room = 0;     // bytes that a line takes at most, beside the texts of slots
+  bool slots_once = false;  // no slot stands in two places
   bool made = false;
 };
 

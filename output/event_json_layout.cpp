@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "event/slot_text.h"
+#include "logs/text.h"
 #include "output/event_json.h"
 #include "output/event_text.h"
 #include "output/json_text.h"
@@ -85,6 +87,8 @@ void AddStep(LayingOut& run, Kind kind, Parts parts = {}, const OneOfArray& one 
   step.first_part = static_cast<std::uint32_t>(run.layout.parts.size());
   step.part_count = static_cast<std::uint32_t>(parts.size());
   for (const Item& item : parts) run.layout.parts.push_back(MakePart(run, item, one));
+  const bool is_slot = parts.size() == 1 && parts[0].kind == ItemKind::kSlot;
+  if (is_slot && !run.layout.parts.back().is_element) step.slot = parts[0].slot;
   run.layout.steps.push_back(step);
   run.literal = Said(run);
 }
@@ -267,6 +271,19 @@ void LayOutElement(LayingOut& run, const Element& element, bool holds_data) {
   Say(run, "}");
 }
 
+// More than a step takes beside its literal and the texts of its values.
+constexpr std::size_t kStepRoom = 32;
+
+// Bytes of a line but for the texts of slots.
+std::size_t RoomFor(const EventStructure& event, const EventJson& layout) {
+  std::size_t size = layout.literals.size() + kCopyBlock + kStepRoom * (layout.steps.size() + 1);
+  for (const EventJsonPart& part : layout.parts) {
+    size += part.literal_size;
+    if (part.is_element) size += MaxSlotText(event, part.element);
+  }
+  return size;
+}
+
 }  // namespace
 
 EventJson LayOutEventJson(const EventStructure& event, const Document& document, bool repeats) {
@@ -278,6 +295,9 @@ EventJson LayOutEventJson(const EventStructure& event, const Document& document,
   LayOutElement(run, root, false);
   Say(run, "}\n");
   AddStep(run, Kind::kNothing);
+  layout.literals.append(kCopyBlock, ' ');
+  layout.room = RoomFor(event, layout);
+  layout.slots_once = document.slots_once && !repeats;
   return layout;
 }
 

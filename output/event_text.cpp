@@ -177,6 +177,17 @@ char* WriteEventText(const EventStructure& event, const SubstitutionValue& value
   return WriteCompleteText(event.bytes, value, out);
 }
 
+namespace {
+
+char* WriteBare(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  const bool is_truth = value.type == kEvtVarTypeBoolean;
+  if (!is_truth && IsReadable(value)) return WriteJsonValue(event, value, out);
+  char* const end = WriteEventText(event, value, out);
+  return end == out || is_truth ? end : QuoteJson(out, end);
+}
+
+}  // namespace
+
 char* WriteXmlValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
   if (IsIn(kOwnTexts, value.type)) {
     char* const end = WriteOwnXml(value.type, Clip(event.bytes, value.offset, value.size), out);
@@ -200,14 +211,11 @@ std::string EventTextOf(const EventStructure& event, std::span<const Item> parts
 }
 
 char* WriteEventJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  if (IsIn(kBare, value.type)) {
-    char* const end = WriteEventText(event, value, out);
-    const bool is_bare = end == out || IsReadable(value) || value.type == kEvtVarTypeBoolean;
-    return is_bare ? end : QuoteJson(out, end);
-  }
   char* end = nullptr;
   if (value.type == kEvtVarTypeString) {
     end = WriteJsonText(event.bytes, value, out + 1);
+  } else if (IsIn(kBare, value.type)) {
+    return WriteBare(event, value, out);
   } else {
     end = WriteEventText(event, value, out + 1);
     if (IsFreeCompleteText(value.type)) end = EscapeJson(out + 1, end);

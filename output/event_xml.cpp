@@ -6,6 +6,7 @@
 
 #include "event/slot_text.h"
 #include "logs/iso_time.h"
+#include "logs/plain_ascii.h"
 #include "logs/text.h"
 #include "output/event_text.h"
 #include "output/repeated_array.h"
@@ -49,6 +50,10 @@ char* WriteArray(Filling& run, const SubstitutionValue& array, char* out) {
 }
 
 char* WriteValue(Filling& run, const SubstitutionValue& value, char* out) {
+  if (value.type == kEvtVarTypeString) {
+    char* const end = WriteXmlAscii(run.event.bytes, value.offset, value.size / 2, out);
+    if (end) return end;
+  }
   char* const end =
       IsArray(value) ? WriteArray(run, value, out) : WriteXmlValue(run.event, value, out);
   return NeedsEscape(value) ? EscapeXml(out, end, run.replaced) : end;
@@ -66,7 +71,7 @@ char* WriteSteps(Filling& run, char* out) {
   const std::vector<EventXmlStep>& steps = run.layout.steps;
   for (std::size_t i = 0; i < steps.size(); ++i) {
     const EventXmlStep& step = steps[i];
-    out = CopyText(LiteralOf(run.layout, step.literal, step.literal_size), out);
+    out = CopyPadded(LiteralOf(run.layout, step.literal, step.literal_size), out);
     if (HasValue(step)) out = WriteValue(run, ValueOf(run, step), out);
     if (step.kind == Kind::kPerhapsAttribute && IsLeftOut(run, step)) i += step.skip;
   }
@@ -74,7 +79,7 @@ char* WriteSteps(Filling& run, char* out) {
 }
 
 std::size_t RoomFor(const Filling& run) {
-  std::size_t size = run.layout.literals.size();
+  std::size_t size = run.layout.literals.size() + kCopyBlock;
   for (const EventXmlStep& step : run.layout.steps) {
     if (HasValue(step)) size += MaxSlotText(run.event, ValueOf(run, step));
   }

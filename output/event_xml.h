@@ -35,7 +35,7 @@ struct EventXmlStep {
 
 // What the records of a plan have in common in this form: made once, then followed step by step.
 struct EventXml {
-  std::string literals;
+  std::string literals;  // and behind them a block that may be read
   std::vector<EventXmlStep> steps;
   std::uint64_t replaced = 0;  // characters of literals that XML cannot hold
   bool made = false;

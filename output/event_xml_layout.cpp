@@ -285,6 +285,7 @@ EventXml LayOutEventXml(const EventStructure& event, const Document& document, b
   LayOutElement(run, 0, {});
   Say(run, "\n");
   AddStep(run, Kind::kNothing);
+  layout.literals.append(kCopyBlock, ' ');
   return layout;
 }
 

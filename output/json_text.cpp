@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <type_traits>
 
 #include "event/slot_text.h"
 #include "logs/iso_time.h"
@@ -59,29 +60,6 @@ char* WriteBlank(char* out) {
   return out + 1;
 }
 
-// Which kind of JSON value a type is.
-enum class JsonKind : std::uint8_t { kString, kBare, kTime, kFloat };
-
-JsonKind KindOf(std::uint8_t type) {
-  switch (type) {
-    case kEvtVarTypeSByte:
-    case kEvtVarTypeByte:
-    case kEvtVarTypeInt16:
-    case kEvtVarTypeUInt16:
-    case kEvtVarTypeInt32:
-    case kEvtVarTypeUInt32:
-    case kEvtVarTypeInt64:
-    case kEvtVarTypeUInt64:
-    case kEvtVarTypeSizeT:
-    case kEvtVarTypeBoolean: return JsonKind::kBare;
-    case kEvtVarTypeSingle:
-    case kEvtVarTypeDouble: return JsonKind::kFloat;
-    case kEvtVarTypeFileTime:
-    case kEvtVarTypeSysTime: return JsonKind::kTime;
-    default: return JsonKind::kString;
-  }
-}
-
 bool IsFinite(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789+-.e") == text.npos;
 }
@@ -95,8 +73,12 @@ std::size_t UnitsBeyondAscii(const std::uint8_t* units, std::size_t count) {
   return size;
 }
 
-// What does not stand for itself between quotes.
+// What does not stand for itself between quotes: mostly the backslash of a path.
 char* WriteSpecial(std::uint16_t unit, char* out) {
+  if (unit == '\\') {
+    out[0] = out[1] = '\\';
+    return out + 2;
+  }
   if (unit == 0) return WriteBlank(out);
   if (unit < 0x80) return WriteEscape(static_cast<char>(unit), out);
   *out++ = '\\';
@@ -111,18 +93,36 @@ char* WriteEscaped(const std::uint8_t* units, std::size_t count, char* out) {
     std::size_t done = CopyQuotableAscii(units, count, out);
     out += done;
     if (done < count) {
-      const std::size_t beyond = UnitsBeyondAscii(units + 2 * done, count - done);
-      if (beyond > 0) {
+      const auto unit = Load<std::uint16_t>(units + 2 * done);
+      if (unit < 0x80 || EndsLine(unit)) {
+        out = WriteSpecial(unit, out);
+        ++done;
+      } else {
+        const std::size_t beyond = UnitsBeyondAscii(units + 2 * done, count - done);
         out = WriteUtf8(units + 2 * done, beyond, out);
         done += beyond;
-      } else {
-        out = WriteSpecial(Load<std::uint16_t>(units + 2 * done++), out);
       }
     }
     units += 2 * done;
     count -= done;
   }
   return out;
+}
+
+// What could not be read as its type has become its bytes, which are a text.
+char* WriteBare(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  char* const end = WriteCompleteText(event.bytes, value, out);
+  return IsReadable(value) ? end : QuoteJson(out, end);
+}
+
+template <typename T>
+char* WriteNumber(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  T number = 0;
+  if (value.size < sizeof number || !ReadAt(event.bytes, value.offset, number)) {
+    return WriteBare(event, value, out);
+  }
+  using Widest = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
+  return WriteDecimal(static_cast<Widest>(number), out);
 }
 
 char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
@@ -147,12 +147,6 @@ char* WriteTime(const EventStructure& event, const SubstitutionValue& value, cha
   return end != out ? end : WriteString(event, value, out);
 }
 
-// What could not be read as its type has become its bytes, which are a text.
-char* WriteBare(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* const end = WriteCompleteText(event.bytes, value, out);
-  return IsReadable(value) ? end : QuoteJson(out, end);
-}
-
 char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, char* out) {
   char* const end = WriteCompleteText(event.bytes, value, out);
   const bool is_number = IsReadable(value) && IsFinite({out, end});
@@ -160,13 +154,23 @@ char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, ch
 }
 
 char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  switch (KindOf(value.type)) {
-    case JsonKind::kTime: return WriteTime(event, value, out);
-    case JsonKind::kBare: return WriteBare(event, value, out);
-    case JsonKind::kFloat: return WriteFloat(event, value, out);
-    case JsonKind::kString: break;
+  switch (value.type) {
+    case kEvtVarTypeSByte: return WriteNumber<std::int8_t>(event, value, out);
+    case kEvtVarTypeByte: return WriteNumber<std::uint8_t>(event, value, out);
+    case kEvtVarTypeInt16: return WriteNumber<std::int16_t>(event, value, out);
+    case kEvtVarTypeUInt16: return WriteNumber<std::uint16_t>(event, value, out);
+    case kEvtVarTypeInt32: return WriteNumber<std::int32_t>(event, value, out);
+    case kEvtVarTypeUInt32: return WriteNumber<std::uint32_t>(event, value, out);
+    case kEvtVarTypeInt64: return WriteNumber<std::int64_t>(event, value, out);
+    case kEvtVarTypeUInt64: return WriteNumber<std::uint64_t>(event, value, out);
+    case kEvtVarTypeSizeT:
+    case kEvtVarTypeBoolean: return WriteBare(event, value, out);
+    case kEvtVarTypeSingle:
+    case kEvtVarTypeDouble: return WriteFloat(event, value, out);
+    case kEvtVarTypeFileTime:
+    case kEvtVarTypeSysTime: return WriteTime(event, value, out);
+    default: return WriteString(event, value, out);
   }
-  return WriteString(event, value, out);
 }
 
 }  // namespace
@@ -186,7 +190,12 @@ char* EscapeJson(char* begin, char* end) {
   char* const first = std::find_if(begin, end, NeedsEscape);
   const std::string copy(first, end);
   char* out = first;
-  for (std::string_view rest = copy; !rest.empty();) out = EscapeFirst(rest, out);
+  for (std::string_view rest = copy; !rest.empty();) {
+    out = EscapeFirst(rest, out);
+    const auto plain = std::find_if(rest.begin(), rest.end(), NeedsEscape);
+    out = std::copy(rest.begin(), plain, out);
+    rest.remove_prefix(static_cast<std::size_t>(plain - rest.begin()));
+  }
   return out;
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "logs/text.h"
+
 namespace tarnlex {
 namespace {
 
@@ -29,6 +31,20 @@ std::string_view EscapeOf(char c) {
     case '\r': return "&#13;";
     default: return {};
   }
+}
+
+// Takes the first character, or byte of one, off `rest` and writes it.
+char* EscapeFirst(std::string_view& rest, std::uint64_t& replaced, char* out) {
+  const bool is_no_character = rest[0] == '\xEF' && IsNoCharacter(rest);
+  const std::string_view escape = EscapeOf(rest[0]);
+  const bool is_control = static_cast<unsigned char>(rest[0]) < ' ' && escape.empty();
+  const std::string_view own = rest.substr(0, is_no_character ? kReplacement.size() : 1);
+  rest.remove_prefix(own.size());
+  if (is_no_character || is_control) {
+    ++replaced;
+    return CopyText(kReplacement, out);
+  }
+  return CopyText(escape.empty() ? own : escape, out);
 }
 
 struct Range {
@@ -73,14 +89,12 @@ char* EscapeXml(char* begin, char* end, std::uint64_t& replaced) {
   for (std::size_t i = 0; i < size; ++i) any |= NeedsLook(begin[i]) ? 1U : 0U;
   if (any == 0) return end;
   char* out = std::find_if(begin, end, NeedsLook);
-  const std::string rest = XmlPlainText({out, end}, replaced);
-  for (const char c : rest) {
-    const std::string_view escape = EscapeOf(c);
-    if (escape.empty()) {
-      *out++ = c;
-    } else {
-      out = std::copy(escape.begin(), escape.end(), out);
-    }
+  const std::string copy(out, end);
+  for (std::string_view rest = copy; !rest.empty();) {
+    out = EscapeFirst(rest, replaced, out);
+    const auto plain = std::find_if(rest.begin(), rest.end(), NeedsLook);
+    out = std::copy(rest.begin(), plain, out);
+    rest.remove_prefix(static_cast<std::size_t>(plain - rest.begin()));
   }
   return out;
 }
