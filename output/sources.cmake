@@ -13,6 +13,7 @@ target_sources(tarnlex_core PRIVATE
   output/json_layout.cpp
   output/json_text.cpp
   output/log2timeline.cpp
+  output/mirrored_folder.cpp
   output/record_json.cpp
   output/record_output.cpp
   output/repeated_array.cpp

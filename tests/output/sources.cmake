@@ -4,6 +4,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/output/event_json_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/event_rows_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/event_xml_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/output/mirrored_folder_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/record_json_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/record_output_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/statistics_test.cpp
