@@ -11,5 +11,6 @@ target_sources(tarnlex_core PRIVATE
   app/remarks.cpp
   app/run.cpp
   app/run_header.cpp
+  app/status_display.cpp
   app/usage.cpp
 )

@@ -17,6 +17,7 @@ target_sources(tarnlex_core PRIVATE
   output/record_json.cpp
   output/record_output.cpp
   output/repeated_array.cpp
+  output/run_status.cpp
   output/statistics.cpp
   output/table.cpp
   output/table_columns.cpp

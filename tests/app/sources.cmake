@@ -10,4 +10,5 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/app/remarks_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/app/run_header_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/app/run_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/app/status_display_test.cpp
 )
