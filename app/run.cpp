@@ -255,6 +255,7 @@ void SayInterrupted(Run& run, const Console& console) {
   // What was typed stands on the screen.
   if (console.err_is_terminal && run.display.width == 0) Say(run.state.messages, "\n");
   Say(run.state.messages, at);
+  if (run.out.lost || FileFailed(run)) return;
   Say(run.state.messages, run.out.stopped ? "rows behind the last one shown are not written\n"
                                           : "what was read until then is written\n");
 }

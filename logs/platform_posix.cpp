@@ -73,7 +73,7 @@ EntryKind KindOf(mode_t mode) {
 
 // Not every file system keeps kinds beside names.
 EntryKind KindOf(DIR* listing, const dirent& entry) {
-  if (entry.d_type != DT_UNKNOWN) return KindOf(DTTOIF(entry.d_type));
+  if (entry.d_type != DT_UNKNOWN) return KindOf(static_cast<mode_t>(DTTOIF(entry.d_type)));
   struct stat status {};
   if (fstatat(dirfd(listing), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
     return EntryKind::kOther;
@@ -86,6 +86,7 @@ std::vector<std::string> EntryNames(const std::string& directory) {
   std::vector<FolderEntry> entries;
   ListFolder(directory, entries);
   std::vector<std::string> names;
+  names.reserve(entries.size());
   for (FolderEntry& entry : entries) names.push_back(std::move(entry.name));
   return names;
 }

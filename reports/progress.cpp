@@ -1,6 +1,7 @@
 #include "reports/progress.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tarnlex {
 namespace {
@@ -17,6 +18,8 @@ std::uint64_t PerCent(std::uint64_t done, std::uint64_t all) {
   return static_cast<std::uint64_t>(100 * part);
 }
 
+std::uint64_t Rounded(double number) { return static_cast<std::uint64_t>(std::llround(number)); }
+
 void Measure(Progress& progress, steady_clock::time_point now) {
   RunStatus& status = progress.status;
   const std::uint64_t done = progress.bytes_before + progress.log_done;
@@ -30,10 +33,10 @@ void Measure(Progress& progress, steady_clock::time_point now) {
   }
   if (now - progress.began < kSettled || done == 0) return;
   const double rate = static_cast<double>(done) / duration<double>(now - progress.began).count();
-  status.megabytes_per_second = static_cast<std::uint64_t>(rate / 1e6 + 0.5);
+  status.megabytes_per_second = Rounded(rate / 1e6);
   if (progress.bytes == 0) return;
   const std::uint64_t ahead = progress.bytes - std::min(done, progress.bytes);
-  status.left = static_cast<std::uint64_t>(static_cast<double>(ahead) / rate + 0.5);
+  status.left = Rounded(static_cast<double>(ahead) / rate);
 }
 
 void Show(Progress& progress) {

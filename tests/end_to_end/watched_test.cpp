@@ -14,7 +14,7 @@ struct WatchedTest : testing::Test {
   std::string folder = directory.path + "/logs";
   WatchedTest() { WriteSampleFiles(folder); }
 
-  std::string Watch(std::vector<std::string> args, unsigned short columns,
+  std::string Watch(const std::vector<std::string>& args, unsigned short columns,
                     const std::string& in = "/dev/null") const {
     std::string shown;
     const support::ChildRun run =
@@ -24,7 +24,7 @@ struct WatchedTest : testing::Test {
   }
 };
 
-std::string WithoutWarning(std::string text) {
+std::string WithoutWarning(const std::string& text) {
   const std::string warning = "... running w/o admin privileges ...\n";
   return text.starts_with(warning) ? text.substr(warning.size()) : text;
 }
