@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/folder_scan.h"
 #include "app/open_log.h"
 #include "logs/log_content.h"
 #include "logs/messages.h"
@@ -35,6 +36,7 @@ bool Complain(std::string& complaints, std::string_view text) {
 bool IsOnlySource(const RunOptions& options, const char* name, std::string& complaints) {
   const char* other = nullptr;
   if (!options.log_paths.empty()) other = "-log";
+  if (!options.folders.empty()) other = "-dir";
   if (options.pipe) other = "-pipe";
   if (other == nullptr) return true;
   return Complain(complaints, std::string("Error, can't use ") + name + " with " + other +
@@ -111,6 +113,27 @@ bool UseShadowCopy(const std::string& number, LogTable& logs, std::string& compl
   return Scan(logs, kShadowCopyPrefix + number + "\\Windows\\System32\\winevt\\logs", complaints);
 }
 
+// What was passed over without being looked into is said of quiet runs too.
+std::string ScanText(const RunOptions& options, const FolderScan& scan) {
+  const bool worth_it = options.show_status || scan.links > 0 || scan.special > 0;
+  return UnreadText(scan) + (worth_it ? FoundText(scan) : std::string());
+}
+
+// The logs below the folders of -dir, beside those of -log.
+bool UseFolders(const RunOptions& options, LogTable& logs, std::string& complaints,
+                const std::function<bool()>& stop) {
+  if (options.pipe) {
+    return Complain(complaints, "Error, can't use -dir with -pipe option, aborting\n");
+  }
+  FolderScan scan;
+  for (const std::string& folder : options.folders) {
+    ScanFolder(folder, JudgementOf(options), logs, scan, stop);
+  }
+  if (scan.stopped) return Complain(complaints, "interrupted while looking for logs\n");
+  complaints += ScanText(options, scan);
+  return !logs.empty() || Complain(complaints, "no event log found, aborting\n");
+}
+
 // The logs of -log, unless their paths are piped in.
 bool UseList(const RunOptions& options, const LogTable& logs, std::string& complaints) {
   if (options.pipe) {
@@ -123,7 +146,8 @@ bool UseList(const RunOptions& options, const LogTable& logs, std::string& compl
 
 }  // namespace
 
-bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints) {
+bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints,
+              const std::function<bool()>& stop) {
   for (const std::string& path : options.log_paths) logs[path].path = path;
   if (options.live_system) {
     return IsOnlySource(options, "-livesys", complaints) && UseLiveSystem(logs, complaints);
@@ -136,6 +160,7 @@ bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints
     return IsOnlySource(options, "-vss", complaints) &&
            UseShadowCopy(*options.shadow_copy, logs, complaints);
   }
+  if (!options.folders.empty()) return UseFolders(options, logs, complaints, stop);
   return UseList(options, logs, complaints);
 }
 
@@ -143,7 +168,7 @@ void JudgeLogs(const RunOptions& options, LogTable& logs, TextSink& messages) {
   for (const std::string& path : options.log_paths) {
     SayUnusable(ProbeLog(logs[path], path, JudgementOf(options)), path, messages);
   }
-  if (!options.complete || !options.log_paths.empty()) return;
+  if (!options.complete || !options.log_paths.empty() || !options.folders.empty()) return;
   for (auto& [path, log] : logs) TakeKindOfRecords(log);
 }
 

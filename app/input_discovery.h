@@ -1,7 +1,8 @@
-// Where the logs of a run come from: a list, the running system, a mounted volume, a shadow copy.
-// Piped paths are read while the run goes on instead.
+// Where the logs of a run come from: a list, folders, the running system, a mounted volume, a
+// shadow copy. Piped paths are read while the run goes on instead.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "logs/log_info.h"
@@ -10,14 +11,16 @@
 
 namespace tarnlex {
 
-// Fills `logs` from the sources that the run names; those of a list are not looked at yet. False
-// when there is none, or when the source clashes with another, is out of reach or holds no log.
-// What there is to say of that is added to `complaints`.
-bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints);
+// Fills `logs` from the sources that the run names; those of a list are not looked at yet, those of
+// folders are judged. False when there is none, or when the source clashes with another, is out of
+// reach or holds no log, or when `stop` has ended the search. What there is to say of that is added
+// to `complaints`.
+bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints,
+              const std::function<bool()>& stop = {});
 
 // Judges each log of -log, and names those that cannot be opened or hold no event log; they stay in
-// the table all the same. Those of a directory are judged already, by their names; with -complete
-// their records have a say too.
+// the table all the same. Those of a system's directory are judged already, by their names; with
+// -complete their records have a say too.
 void JudgeLogs(const RunOptions& options, LogTable& logs, TextSink& messages);
 
 // Fills `table` with the event logs in `directory`, judged by their names: ".evtx" files when the

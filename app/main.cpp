@@ -11,6 +11,11 @@ int main(int argc, char** argv) {
   console.out_is_terminal = tarnlex::StandardOutputIsTerminal();
   console.err_is_terminal = tarnlex::StandardErrorIsTerminal();
   console.reader_gone = tarnlex::StandardOutputReaderGone;
+  console.interrupted = tarnlex::Interrupted;
+  console.err_columns = tarnlex::StandardErrorColumns;
   tarnlex::KeepRunningOnBrokenPipe();
-  return tarnlex::RunApp(tarnlex::CommandLineArguments(argc, argv), console);
+  tarnlex::CatchInterrupts();
+  const int code = tarnlex::RunApp(tarnlex::CommandLineArguments(argc, argv), console);
+  if (code == tarnlex::kInterruptedRun) tarnlex::EndInterrupted();
+  return code;
 }

@@ -19,6 +19,7 @@ constexpr std::string_view kRun = "How the run goes";
 // clang-format off
 constexpr OptionEntry kTable[] = {
     {"-log", "\"PATH | PATH | ...\"", kLogs, "these logs", ""},
+    {"-dir", "\"FOLDER | FOLDER | ...\"", kLogs, "every event log below these folders, whatever its name", "0.34"},
     {"-pipe", "", kLogs, "the logs whose paths come in, one a line", ""},
     {"-partition", "VOLUME", kLogs, "the logs of a Windows volume: where it is mounted, or its drive letter", ""},
     {"-livesys", "", kLogs, "the logs of the running system (Windows)", ""},

@@ -64,8 +64,8 @@ void ParseReports(RunOptions& options, Arguments& args) {
   if (options.have_cmd_file) options.dump_all = false;
 }
 
-// Variables are expanded; a path that is listed twice is one log.
-std::vector<std::string> ReadLogList(const std::string& list) {
+// Variables are expanded; a path that is listed twice is one.
+std::vector<std::string> ReadPathList(const std::string& list) {
   std::vector<std::string> pieces;
   SplitList(list, '|', true, pieces);
   std::vector<std::string> paths;
@@ -80,7 +80,8 @@ std::vector<std::string> ReadLogList(const std::string& list) {
 void ParseInputs(RunOptions& options, Arguments& args) {
   std::string value;
   options.logs_listed = FindValue("-log", args, value);
-  if (options.logs_listed) options.log_paths = ReadLogList(value);
+  if (options.logs_listed) options.log_paths = ReadPathList(value);
+  if (FindValue("-dir", args, value)) options.folders = ReadPathList(value);
   options.live_system = FindFlag("-livesys", args);
   if (options.live_system) return;
   if (FindValue("-partition", args, value)) {

@@ -32,9 +32,14 @@ void HandlePath(const RunOptions& options, const std::string& path, const LogSte
   if (!SplitPath(path, directory, name)) return;
   LogInfo log;
   if (!OpenLog(log, path, JudgementOf(options))) return;
-  if (options.show_status) Say(messages, StatusLine(AnalyzingText(path)));
+  if (steps.announce) {
+    steps.announce(log);
+  } else if (options.show_status) {
+    Say(messages, StatusLine(AnalyzingText(path)));
+  }
   steps.process(log);
-  if (options.show_status) Say(messages, "processed log ", path, "\n");
+  const bool cut = steps.cut && steps.cut();
+  if (options.show_status && !cut) Say(messages, "processed log ", path, "\n");
   steps.finish();
 }
 
@@ -71,7 +76,7 @@ void RunPipedLogs(const RunOptions& options, LineReader& reader, const LogSteps&
     }
     if (steps.stop && steps.stop()) return;
   }
-  if (options.show_status) Say(messages, StatusLine(" \n"));
+  if (options.show_status && !steps.announce) Say(messages, StatusLine(" \n"));
 }
 
 }  // namespace tarnlex

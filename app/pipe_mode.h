@@ -25,12 +25,15 @@ struct LineReader {
 // The next line or piece, with its line feed; false at the end of the stream.
 bool ReadPiece(LineReader& reader, std::string& piece);
 
-// What the run does with one log: `process` the work, `finish` after it. When `stop` answers true
+// What the run does with one log: `process` the work, `finish` after it; `announce`, where it is
+// there, shows the status in its own way. When `stop` answers true
 // after a log, no further path is read.
 struct LogSteps {
   std::function<void(const LogInfo&)> process;
   std::function<void()> finish;
   std::function<bool()> stop = {};
+  std::function<bool()> cut = {};  // whether the log just processed was not read to its end
+  std::function<void(const LogInfo&)> announce = {};
 };
 
 // Reads paths to the end of the stream. Each that opens as an event log goes through `steps`;

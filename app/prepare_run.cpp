@@ -57,7 +57,11 @@ bool OpenOutputs(const RunOptions& options, RunState& run) {
 
 bool PrepareRun(const CommandLine& line, RunState& run) {
   std::string of_sources;
-  const bool found = line.complete && FindLogs(line.options, run.logs, of_sources);
+  const auto stop = [&run] {
+    Advance(run.progress, 0, 0);
+    return StopsHere(run.progress);
+  };
+  const bool found = line.complete && FindLogs(line.options, run.logs, of_sources, stop);
   if (!OutputsAreNoInputs(line.options, run)) return false;
   if (found && !OpenOutputs(line.options, run)) return false;
   Say(run.messages, line.complaints);

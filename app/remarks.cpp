@@ -27,9 +27,10 @@ void RemarkLeftOver(OptionScan& scan) {
   if (rest.size() > kMostNamed) {
     names += " and " + std::to_string(rest.size() - kMostNamed) + " more";
   }
-  const bool lists_logs = UseOf(scan, "-log") != nullptr;
-  Remark(scan, {"ignoring ", names, ", left over",
-                lists_logs ? "; several logs are one argument: -log \"A | B\"" : ""});
+  std::string_view hint;
+  if (UseOf(scan, "-dir")) hint = "; several folders are one argument: -dir \"A | B\"";
+  if (UseOf(scan, "-log")) hint = "; several logs are one argument: -log \"A | B\"";
+  Remark(scan, {"ignoring ", names, ", left over", hint});
 }
 
 void RemarkEventIds(OptionScan& scan) {

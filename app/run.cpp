@@ -10,6 +10,7 @@
 #include "app/pipe_mode.h"
 #include "app/prepare_run.h"
 #include "app/run_header.h"
+#include "app/status_display.h"
 #include "app/usage.h"
 #include "logs/messages.h"
 #include "logs/platform.h"
@@ -36,6 +37,9 @@ struct StandardOutput {
   bool has_records = false;          // records follow the header
   bool took_records = false;         // some of them were handed on
   bool ends_run = false;             // there is nothing else to write
+  std::function<bool()> stops;       // at the end of the row that is being shown
+  bool in_row = false;               // what was handed on last did not end its line
+  bool stopped = false;              // rows have been left out since
 };
 
 // What lives as long as the run.
@@ -43,6 +47,7 @@ struct Run {
   RunState state;
   StandardOutput out = {};
   TextSink stats = {};         // open with -stats
+  StatusDisplay display = {};  // with a terminal
   VisibleText shown_out = {};  // of what goes to a terminal
   VisibleText shown_err = {};
 };
@@ -50,12 +55,26 @@ struct Run {
 // Names of files come from the examined machine too, so messages get the same treatment.
 void GuardTerminals(Run& run, Console& console) {
   run.shown_err.kept = "\b";  // the status line overwrites itself
-  if (console.out_is_terminal) {
-    console.out.write = ShowControls(run.shown_out, std::move(console.out.write));
-  }
   if (console.err_is_terminal) {
+    run.display.write = console.err.write;
+    run.display.columns = console.err_columns;
     console.err.write = ShowControls(run.shown_err, std::move(console.err.write));
+    console.err.write = WipeBefore(run.display, std::move(console.err.write));
   }
+  if (!console.out_is_terminal) return;
+  console.out.write = ShowControls(run.shown_out, std::move(console.out.write));
+  console.out.write = WipeBefore(run.display, std::move(console.out.write));
+}
+
+// Without a terminal the status is what it has always been.
+void WatchProgress(Run& run, const RunOptions& options, const Console& console) {
+  if (!console.err_is_terminal || !options.show_status) return;
+  const bool one_screen = console.out_is_terminal;
+  run.state.progress.show = [&run, one_screen, piped = options.pipe](const RunStatus& status) {
+    if (one_screen && run.out.in_row) return;
+    const std::size_t room = RoomFor(run.display);
+    Draw(run.display, piped ? PipedStatusText(status, room) : StatusText(status, room));
+  };
 }
 
 bool HandOnRecords(StandardOutput& out, std::string_view text) {
@@ -68,7 +87,22 @@ bool HandOnRecords(StandardOutput& out, std::string_view text) {
   return text.empty() || out.write(text);
 }
 
+// What is left of the row that is being written when the run is interrupted; all of `text` before.
+std::string_view UpToStop(StandardOutput& out, std::string_view text) {
+  if (text.empty()) return text;
+  if (!out.stopped && !(out.stops && out.stops())) {
+    out.in_row = text.back() != '\n';
+    return text;
+  }
+  out.stopped = true;
+  if (!out.in_row) return {};
+  const std::size_t end = text.find('\n');
+  out.in_row = end == std::string_view::npos;
+  return out.in_row ? text : text.substr(0, end + 1);
+}
+
 bool HandOn(StandardOutput& out, std::string_view text) {
+  text = UpToStop(out, text);
   if (!out.lost) out.lost = !(out.has_records ? HandOnRecords(out, text) : out.write(text));
   return !out.lost || !out.ends_run;
 }
@@ -109,6 +143,19 @@ void ExpectRecords(Run& run, const RunOptions& options) {
   run.out.ends_run = run.out.has_records && !options.stats_on && !run.state.diags;
 }
 
+// Whoever interrupts a table that runs over the screen wants it to stop.
+void StopRowsOnTerminal(Run& run, const RunOptions& options, const Console& console) {
+  if (console.out_is_terminal && !IsStream(options)) run.out.stops = run.state.progress.interrupted;
+}
+
+// Of logs that a run has read when it is interrupted. Zeros would pass for counts of what was never
+// read.
+void WriteRestOfStatistics(Run& run, const RunOptions& options) {
+  std::erase_if(run.state.logs,
+                [&run](const auto& log) { return !run.state.statistics.logs.contains(log.first); });
+  WriteStatistics(run.stats, run.state.statistics, run.state.logs, options);
+}
+
 void WriteRunStatistics(Run& run, const RunOptions& options) {
   if (!options.stats_on) return;
   WriteStatistics(run.stats, run.state.statistics, run.state.logs, options);
@@ -120,6 +167,7 @@ void CloseOutputs(Run& run, Console& console) {
   CloseRecordOutput(run.state.records);
   Flush(console.out);
   Flush(console.err);
+  Wipe(run.display);
 }
 
 bool OpenStatistics(Run& run, const RunOptions& options, const std::string& header) {
@@ -137,21 +185,38 @@ bool OpenStatistics(Run& run, const RunOptions& options, const std::string& head
 int RunFromInput(Run& run, const RunOptions& options, Console& console) {
   LineReader reader;
   reader.read = console.read_input;
+  Progress& progress = run.state.progress;
+  BeginWork(progress, 0);
   LogSteps steps;
   steps.process = [&](const LogInfo& log) {
     run.state.statistics = {};  // a log that failed half way leaves its counts behind
     run.state.logs = {{log.path, log}};
+    ++progress.status.log;
     ProcessLogs(options, run.state);
   };
   steps.finish = [&] { WriteRunStatistics(run, options); };
-  steps.stop = [&] { return FileFailed(run) || HasFailed(run.state.records); };
+  steps.stop = [&] {
+    return FileFailed(run) || HasFailed(run.state.records) || StopsHere(progress);
+  };
+  steps.cut = [&] { return progress.stopped; };
+  if (progress.show) {
+    steps.announce = [&](const LogInfo& log) {
+      progress.show({.log = progress.status.log + 1, .name = log.path});
+    };
+  }
   RunPipedLogs(options, reader, steps, run.state.messages);
+  StopsHere(progress);  // while it waited for a path, perhaps
   return kSuccess;
 }
 
 // A listed log that breaks the program ends the run, but not before it is named and what was
 // written so far is safe.
 int RunFixedList(Run& run, const RunOptions& options) {
+  if (options.stats_on) {
+    run.state.finished = [&](const LogInfo& log) {
+      WriteAndForget(run.stats, run.state.statistics, log, options);
+    };
+  }
   try {
     ProcessLogs(options, run.state);
   } catch (...) {
@@ -159,7 +224,7 @@ int RunFixedList(Run& run, const RunOptions& options) {
     Say(run.state.messages, "exception caught on file ", log ? log->path : "", "\n");
     return kFailure;
   }
-  WriteRunStatistics(run, options);
+  if (run.state.progress.stopped) WriteRestOfStatistics(run, options);
   return kSuccess;
 }
 
@@ -182,6 +247,19 @@ bool PassRemarks(const CommandLine& line, const std::optional<std::string>& comm
   return false;
 }
 
+// Says how far a run came that was interrupted, in its files of numbers too.
+void SayInterrupted(Run& run, const Console& console) {
+  const std::string at = "interrupted " + InterruptedAt(run.state.progress) + "\n";
+  if (run.stats.write) Append(run.stats, at);
+  if (run.state.diags) Append(*run.state.diags, at);
+  // What was typed stands on the screen.
+  if (console.err_is_terminal && run.display.width == 0) Say(run.state.messages, "\n");
+  Say(run.state.messages, at);
+  if (run.out.lost || FileFailed(run)) return;
+  Say(run.state.messages, run.out.stopped ? "rows behind the last one shown are not written\n"
+                                          : "what was read until then is written\n");
+}
+
 // Everything behind the run header.
 int Work(Run& run, const CommandLine& line, const std::string& header, Console& console) {
   RunState& state = run.state;
@@ -192,13 +270,17 @@ int Work(Run& run, const CommandLine& line, const std::string& header, Console& 
   Say(state.messages, "\n");
   if (!OpenStatistics(run, options, header)) return kFailure;
   ExpectRecords(run, options);
+  StopRowsOnTerminal(run, options, console);
   if (run.out.lost && run.out.ends_run) return kSuccess;  // so far; see End
   state.command_lines = CommandsOf(options, commands, state.messages);
   const int result =
       options.pipe ? RunFromInput(run, options, console) : RunFixedList(run, options);
   EndRecords(state.records, options);
+  if (run.out.stopped) state.progress.stopped = true;
+  if (state.progress.stopped) SayInterrupted(run, console);
   // Of a run that was cut short nobody knows which logs have no records.
-  if (result == kSuccess && !FileFailed(run)) RemoveStaleFiles(state.records, options);
+  const bool whole = result == kSuccess && !state.progress.stopped;
+  if (whole && !FileFailed(run)) RemoveStaleFiles(state.records, options);
   return result;
 }
 
@@ -208,6 +290,7 @@ int End(const Run& run, const Console& console, int result) {
     Say(run.state.messages, "prob writing output, aborting\n");
     return kFailure;
   }
+  if (run.state.progress.stopped) return kInterruptedRun;
   return run.state.records.refused ? kFailure : result;
 }
 
@@ -215,6 +298,7 @@ int End(const Run& run, const Console& console, int result) {
 
 int RunApp(const std::vector<std::string>& args, Console& console) {
   Run run{.state = {console.err, MakeRecordOutput(console.out, console.err)}};
+  run.state.progress.interrupted = console.interrupted;
   WatchStandardOutput(run.out, console);
   GuardTerminals(run, console);
   DisableFsRedirection();
@@ -230,6 +314,7 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
   const std::uint64_t now = CurrentFiletime();
   const CommandLine line = ReadCommandLine(args, now);
   if (line.options.complete) KeepRecordsUtf8(run, console);
+  WatchProgress(run, line.options, console);
   const std::string header = BuildRunHeader(args, now);
   // Whoever reads a stream finds nothing but records in it.
   AppendNow(IsStream(line.options) ? console.err : console.out, header + "\n");

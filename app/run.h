@@ -21,13 +21,24 @@ struct Console {
   bool err_is_terminal = false;
   // Whether a failed write to `out` means that nobody reads it any more.
   std::function<bool()> reader_gone = {};
+  // Whether somebody wants the run to end before its work is done.
+  std::function<bool()> interrupted = {};
+  // Of the terminal behind `err`.
+  std::function<std::size_t()> err_columns = {};
 };
+
+// What a run returns that was interrupted.
+inline constexpr int kInterruptedRun = 130;
 
 // `args` in UTF-8, the program's path first. Returns 0, or -1 after a problem that was named on
 // `console.err`. Both sinks are flushed; what `console.out` hands on to is the run's from now on.
 // When the reader of `out` goes, records in files, statistics and diagnostics are written all the
 // same. A run with nothing else to write ends as soon as it is noticed: without a word and with 0,
 // or with -1 when none of the records was handed on.
+// A run that is interrupted ends where it is: what was read until then is written, whole rows and
+// streams closed as ever, but for rows of tables on a terminal, where the row that is being shown
+// is the last one. It says how far it came, in its statistics and diagnostics too, and returns
+// kInterruptedRun.
 int RunApp(const std::vector<std::string>& args, Console& console);
 
 }  // namespace tarnlex

@@ -1,5 +1,6 @@
 target_sources(tarnlex_core PRIVATE
   app/event_ids.cpp
+  app/folder_scan.cpp
   app/input_discovery.cpp
   app/open_log.cpp
   app/option_table.cpp
@@ -10,5 +11,6 @@ target_sources(tarnlex_core PRIVATE
   app/remarks.cpp
   app/run.cpp
   app/run_header.cpp
+  app/status_display.cpp
   app/usage.cpp
 )

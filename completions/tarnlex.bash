@@ -3,7 +3,7 @@
 
 _tarnlex() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-  local options='-log -livesys -vss -partition -pipe
+  local options='-log -dir -livesys -vss -partition -pipe
     -pw -time -logon -startstop -creds -usb -cmdfile
     -eventid -string -start_time -stop_time
     -complete -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
@@ -19,7 +19,7 @@ _tarnlex() {
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
       ;;
-    -outdir | -partition)
+    -dir | -outdir | -partition)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -d -- "$word")
       ;;

@@ -1,6 +1,7 @@
 # Made of what tarnlex -options prints.
 complete -c tarnlex -f
 complete -c tarnlex -o log -r -F -d 'these logs'
+complete -c tarnlex -o dir -r -a '(__fish_complete_directories)' -d 'every event log below these folders, whatever its name (since 0.34)'
 complete -c tarnlex -o pipe -d 'the logs whose paths come in, one a line'
 complete -c tarnlex -o partition -r -a '(__fish_complete_directories)' -d 'the logs of a Windows volume: where it is mounted, or its drive letter'
 complete -c tarnlex -o livesys -d 'the logs of the running system (Windows)'

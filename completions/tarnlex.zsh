@@ -2,6 +2,7 @@
 # Made of what tarnlex -options prints.
 _arguments \
   '-log[these logs]:PATH:_files' \
+  '-dir[every event log below these folders, whatever its name (since 0.34)]:FOLDER:_files -/' \
   '-pipe[the logs whose paths come in, one a line]' \
   '-partition[the logs of a Windows volume: where it is mounted, or its drive letter]:VOLUME:_files -/' \
   '-livesys[the logs of the running system (Windows)]' \

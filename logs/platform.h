@@ -2,6 +2,7 @@
 // has one body for POSIX systems and one for Windows, and nothing else knows which is which.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -36,7 +37,7 @@ std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::strin
 struct FileId {
   std::uint64_t volume = 0;
   std::uint64_t file = 0;
-  bool operator==(const FileId&) const = default;
+  auto operator<=>(const FileId&) const = default;
 };
 std::optional<FileId> IdentifyFile(const std::string& path);
 
@@ -58,6 +59,16 @@ bool MakeDirectory(const std::string& path);
 // Names (not paths) of the plain files in `directory` whose names end in `extension`, compared
 // without regard to ASCII case, in byte order; subdirectories are not entered.
 std::vector<std::string> ListFiles(const std::string& directory, std::string_view extension);
+
+// What stands in a folder, as it stands there: a link is a link, whatever it leads to.
+enum class EntryKind : std::uint8_t { kFile, kFolder, kLink, kOther };
+struct FolderEntry {
+  std::string name;
+  EntryKind kind = EntryKind::kOther;
+};
+// Fills `entries` with what stands in `folder`, in byte order of names, without opening any of it.
+// False when the system does not give it all; what it gave is there.
+bool ListFolder(const std::string& folder, std::vector<FolderEntry>& entries);
 
 // `path` as the file system spells it when its components are matched without regard to ASCII
 // case (a Windows volume mounted elsewhere); nothing when no such file exists. On Windows, the path
@@ -105,8 +116,8 @@ void ExpectFilled(void* memory, std::size_t size);
 std::uint64_t CurrentFiletime();
 
 // The process's standard streams, unbuffered. ReadStandardInput gives up to to.size() bytes as they
-// are and 0 at the end. On Windows what is written, here and through OpenOutput, gets the line ends
-// of Windows programs: "\n" comes in, "\r\n" goes out.
+// are and 0 at the end, or once the process is interrupted. On Windows what is written, here and
+// through OpenOutput, gets the line ends of Windows programs: "\n" comes in, "\r\n" goes out.
 bool WriteStandardOutput(std::string_view text);
 bool WriteStandardError(std::string_view text);
 std::size_t ReadStandardInput(std::span<char> to);
@@ -117,6 +128,17 @@ std::string InputText(std::string line);
 // Whether a person reads the stream rather than a file or another program.
 bool StandardOutputIsTerminal();
 bool StandardErrorIsTerminal();
+// How many characters a line of the terminal behind standard error has; 80 when it does not say.
+std::size_t StandardErrorColumns();
+
+// From now on the first request to end the process (Ctrl-C, or a signal to terminate) is only
+// noted, for Interrupted to tell; a second one ends it at once. One that is ignored stays so.
+void CatchInterrupts();
+bool Interrupted();
+// Ends the process as the request that was noted would have: whoever waits for it, such as a shell
+// with more commands, learns why it ended. Returns where the system has no way to tell; then the
+// exit code has to.
+void EndInterrupted();
 
 // Makes a write to a pipe whose reader has gone fail instead of ending the process.
 void KeepRunningOnBrokenPipe();

@@ -1,6 +1,7 @@
 // The system functions on POSIX systems. Everything that only Windows has answers as absent.
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
@@ -64,16 +65,29 @@ std::size_t ReadAllAt(int number, std::uint64_t offset, std::span<std::uint8_t> 
   return done;
 }
 
+EntryKind KindOf(mode_t mode) {
+  if (S_ISREG(mode)) return EntryKind::kFile;
+  if (S_ISDIR(mode)) return EntryKind::kFolder;
+  return S_ISLNK(mode) ? EntryKind::kLink : EntryKind::kOther;
+}
+
+// Not every file system keeps kinds beside names.
+EntryKind KindOf(DIR* listing, const dirent& entry) {
+  if (entry.d_type != DT_UNKNOWN) return KindOf(static_cast<mode_t>(DTTOIF(entry.d_type)));
+  struct stat status {};
+  if (fstatat(dirfd(listing), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return EntryKind::kOther;
+  }
+  return KindOf(status.st_mode);
+}
+
 // All names in a directory in byte order, without "." and "..".
 std::vector<std::string> EntryNames(const std::string& directory) {
+  std::vector<FolderEntry> entries;
+  ListFolder(directory, entries);
   std::vector<std::string> names;
-  const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(directory.c_str()), closedir);
-  if (!listing) return names;
-  while (const dirent* entry = readdir(listing.get())) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") names.emplace_back(name);
-  }
-  std::sort(names.begin(), names.end());
+  names.reserve(entries.size());
+  for (FolderEntry& entry : entries) names.push_back(std::move(entry.name));
   return names;
 }
 
@@ -90,6 +104,10 @@ int OpenForReading(const std::string& path) {
 
 // Set by the one thread that writes.
 bool reader_gone = false;
+
+// The signal that asked the process to end; 0 while there is none.
+volatile std::sig_atomic_t interrupt = 0;
+void NoteInterrupt(int number) { interrupt = number; }
 
 bool IsKind(const std::string& path, mode_t kind) {
   struct stat status {};
@@ -191,6 +209,24 @@ std::vector<std::string> ListFiles(const std::string& directory, std::string_vie
   return files;
 }
 
+bool ListFolder(const std::string& folder, std::vector<FolderEntry>& entries) {
+  entries.clear();
+  if (HoldsZeroByte(folder)) return false;
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
+  if (!listing) return false;
+  errno = 0;
+  while (const dirent* entry = readdir(listing.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..")
+      entries.push_back({entry->d_name, KindOf(listing.get(), *entry)});
+    errno = 0;
+  }
+  const bool whole = errno == 0;
+  std::sort(entries.begin(), entries.end(),
+            [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
+  return whole;
+}
+
 std::optional<std::string> FindPathNoCase(const std::string& path) {
   if (path.empty() || HoldsZeroByte(path)) return std::nullopt;
   std::vector<std::string> parts;
@@ -268,6 +304,7 @@ bool WriteStandardError(std::string_view text) { return WriteAll(STDERR_FILENO, 
 
 std::size_t ReadStandardInput(std::span<char> to) {
   while (true) {
+    if (Interrupted()) return 0;
     const ssize_t got = read(STDIN_FILENO, to.data(), to.size());
     if (got < 0 && errno == EINTR) continue;
     return got < 0 ? 0 : static_cast<std::size_t>(got);
@@ -276,6 +313,32 @@ std::size_t ReadStandardInput(std::span<char> to) {
 
 bool StandardOutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
 bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+std::size_t StandardErrorColumns() {
+  winsize size{};
+  constexpr std::size_t kUsual = 80;
+  return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
+}
+
+void CatchInterrupts() {
+  for (const int number : {SIGINT, SIGTERM}) {
+    struct sigaction action {};
+    if (sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+    action = {};
+    action.sa_handler = NoteInterrupt;
+    // Without SA_RESTART, so that waiting for input ends; the second one finds no handler.
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(number, &action, nullptr);
+  }
+}
+
+bool Interrupted() { return interrupt != 0; }
+
+void EndInterrupted() {
+  const int number = interrupt;
+  signal(number, SIG_DFL);
+  raise(number);
+}
 
 void KeepRunningOnBrokenPipe() { signal(SIGPIPE, SIG_IGN); }
 bool StandardOutputReaderGone() { return reader_gone; }

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -37,6 +38,14 @@ bool Close(File& file) {
 
 // Set by the one thread that writes.
 bool reader_gone = false;
+
+// Set by the thread that the system makes for it.
+std::atomic<bool> interrupted = false;
+
+BOOL WINAPI NoteInterrupt(DWORD event) {
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
+  return interrupted.exchange(true) ? FALSE : TRUE;
+}
 
 bool IsTerminal(DWORD stream) {
   DWORD mode = 0;
@@ -138,6 +147,18 @@ std::optional<FileId> Identify(HANDLE file) {
   return FileId{info.dwVolumeSerialNumber, high << 32 | info.nFileIndexLow};
 }
 
+// Archived and deduplicated files are reparse points too, but stand for no other file.
+bool IsLink(const WIN32_FIND_DATAW& found) {
+  return (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+         IsReparseTagNameSurrogate(found.dwReserved0);
+}
+
+EntryKind KindOf(const WIN32_FIND_DATAW& found) {
+  if (IsLink(found)) return EntryKind::kLink;
+  const bool is_folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  return is_folder ? EntryKind::kFolder : EntryKind::kFile;
+}
+
 bool IsDirectory(const std::string& path) {
   const DWORD attributes = GetFileAttributesW(SystemPath(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -208,6 +229,23 @@ std::vector<std::string> ListFiles(const std::string& directory, std::string_vie
   return files;
 }
 
+bool ListFolder(const std::string& folder, std::vector<FolderEntry>& entries) {
+  entries.clear();
+  if (!IsUsable(folder)) return false;
+  WIN32_FIND_DATAW found{};
+  const HANDLE search = FindFirstFileW(SystemPath(folder + "\\*").c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return false;
+  do {
+    std::string name = Narrow(found.cFileName);
+    if (name != "." && name != "..") entries.push_back({std::move(name), KindOf(found)});
+  } while (FindNextFileW(search, &found));
+  const bool whole = GetLastError() == ERROR_NO_MORE_FILES;
+  FindClose(search);
+  std::sort(entries.begin(), entries.end(),
+            [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
+  return whole;
+}
+
 std::optional<std::string> FindPathNoCase(const std::string& path) {
   if (!FileExists(path)) return std::nullopt;
   return path;
@@ -227,12 +265,25 @@ std::size_t ReadStandardInput(std::span<char> to) {
   const HANDLE stream = GetStdHandle(STD_INPUT_HANDLE);
   const auto wanted = static_cast<DWORD>(std::min(to.size(), kMaxTransfer));
   DWORD got = 0;
+  if (Interrupted()) return 0;
   // A pipe whose writer has gone reports an error; for a list of paths that is its end.
   return ReadFile(stream, to.data(), wanted, &got, nullptr) ? got : 0;
 }
 
 bool StandardOutputIsTerminal() { return IsTerminal(STD_OUTPUT_HANDLE); }
 bool StandardErrorIsTerminal() { return IsTerminal(STD_ERROR_HANDLE); }
+
+std::size_t StandardErrorColumns() {
+  constexpr std::size_t kUsual = 80;
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info)) return kUsual;
+  const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+  return columns > 0 ? static_cast<std::size_t>(columns) : kUsual;
+}
+
+void CatchInterrupts() { SetConsoleCtrlHandler(NoteInterrupt, TRUE); }
+bool Interrupted() { return interrupted.load(std::memory_order_relaxed); }
+void EndInterrupted() {}  // the exit code says it
 
 void KeepRunningOnBrokenPipe() {}  // no such signal here
 bool StandardOutputReaderGone() { return reader_gone; }
@@ -261,10 +312,7 @@ bool IsPlainFile(const std::string& path) {
   const HANDLE search = FindFirstFileW(SystemPath(path).c_str(), &found);
   if (search == INVALID_HANDLE_VALUE) return false;
   FindClose(search);
-  // Archived and deduplicated files are reparse points too, but stand for no other file.
-  const bool is_link = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-                       IsReparseTagNameSurrogate(found.dwReserved0);
-  return !is_link && (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+  return KindOf(found) == EntryKind::kFile;
 }
 
 bool RemoveFile(const std::string& path) {

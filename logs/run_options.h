@@ -78,6 +78,7 @@ struct RunOptions {
   bool pipe = false;
   bool logs_listed = false;            // -log was given, even if it names nothing
   std::vector<std::string> log_paths;  // of -log, each once, in its order
+  std::vector<std::string> folders;    // of -dir, each once, in its order
   bool live_system = false;
   std::optional<std::string> partition;  // a drive letter, or where a volume is mounted
   std::optional<std::string> shadow_copy;

@@ -6,7 +6,6 @@ namespace tarnlex {
 namespace {
 
 constexpr std::size_t kMaxMessage = 255;
-constexpr std::size_t kColumns = 60;
 constexpr std::size_t kBackspaces = 80;
 constexpr std::size_t kMaxPath = 45;
 
@@ -27,7 +26,7 @@ std::string StatusLine(std::string_view message) {
   std::string shown(FirstCharacters(message, kMaxMessage));
   std::erase_if(shown, [](char c) { return c == '\n' || c == '\r'; });
   const std::size_t width = CountCodePoints(shown);
-  if (width < kColumns) shown.append(kColumns - width, ' ');
+  if (width < kStatusColumns) shown.append(kStatusColumns - width, ' ');
   const std::string backspaces(kBackspaces, '\b');
   return backspaces + shown + backspaces;
 }

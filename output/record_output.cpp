@@ -9,6 +9,7 @@
 #include "logs/platform.h"
 #include "logs/text.h"
 #include "output/event_xml.h"
+#include "output/mirrored_folder.h"
 #include "output/table.h"
 
 namespace tarnlex {
@@ -26,10 +27,20 @@ std::string_view Extension(const RunOptions& options) {
 // case are one file on many systems.
 std::string FreeName(RecordOutput& output, std::string_view name, std::string_view extension) {
   std::string candidate = std::string(name).append(extension);
-  for (int number = 2; !output.names.insert(ToLowerAscii(candidate)).second; ++number) {
-    candidate = std::string(name).append("_").append(std::to_string(number)).append(extension);
-  }
+  if (output.names.insert(ToLowerAscii(candidate)).second) return candidate;
+  int& number = output.next_numbers.try_emplace(ToLowerAscii(candidate), 2).first->second;
+  do {
+    candidate = std::string(name).append("_").append(std::to_string(number++)).append(extension);
+  } while (!output.names.insert(ToLowerAscii(candidate)).second);
   return candidate;
+}
+
+// The folder that mirrors where the log lies, and all that it lies in: none may be a log's file.
+void KeepFolderNames(RecordOutput& output, const std::string& path, const RunOptions& options) {
+  std::string folder = ToLowerAscii(MirroredFolder(path, options));
+  while (!folder.empty() && output.names.insert(folder).second) {
+    folder.resize(folder.size() - std::min(folder.size(), FileNameOf(folder).size() + 1));
+  }
 }
 
 // The file for the records of the log at `path`; nullptr for standard output.
@@ -38,10 +49,36 @@ OutputFile* FileFor(RecordOutput& output, const std::string& path, const RunOpti
   const auto [at, added] = output.files.try_emplace(options.to_file ? std::string() : path);
   OutputFile& file = at->second;
   if (!added) return &file;
-  file.path = options.to_file ? options.out_file
-                              : JoinPath(options.out_dir,
-                                         FreeName(output, FileNameOf(path), Extension(options)));
+  if (options.to_file) {
+    file.path = options.out_file;
+    return &file;
+  }
+  const std::string folder = MirroredFolder(path, options);
+  std::string name(FileNameOf(path));
+  if (!folder.empty()) name = JoinPath(folder, name);
+  file.path = JoinPath(options.out_dir, FreeName(output, name, Extension(options)));
   return &file;
+}
+
+// Whether the file at `path` is one that the run reads, by the file itself and not by how it is
+// spelled. Those that it reads may be many, so they are looked up once.
+bool IsInput(RecordOutput& output, const std::string& path, const RunOptions& options) {
+  const auto id = IdentifyFile(path);
+  if (!id) return false;
+  if (!output.inputs_known) {
+    for (const std::string& log : output.being_read) {
+      if (const auto input = IdentifyFile(log)) output.inputs.insert(*input);
+    }
+    output.inputs_known = true;
+  }
+  return output.inputs.contains(*id) || id == IdentifyFile(options.cmd_file);
+}
+
+// The folder of a file that mirrors where its log lies may not be there yet.
+void MakeFolderOf(const OutputFile& file, const RunOptions& options) {
+  const std::size_t name = FileNameOf(file.path).size();
+  const std::string folder = file.path.substr(0, file.path.size() - name);
+  if (folder.size() > options.out_dir.size() + 1) MakeDirectory(folder);
 }
 
 // Makes `file` the one that is open.
@@ -49,7 +86,8 @@ bool OpenFile(RecordOutput& output, OutputFile& file, const RunOptions& options)
   if (file.failed) return false;
   if (output.current == &file) return true;
   CloseRecordOutput(output);
-  const bool is_input = !file.begun && IsSameFile(file.path, output.being_read, options.cmd_file);
+  const bool is_input = !file.begun && IsInput(output, file.path, options);
+  if (!file.begun && options.have_out_dir && !options.to_file) MakeFolderOf(file, options);
   auto write = is_input ? std::nullopt : output.open(file.path, file.begun);
   if (!write) {
     file.failed = true;
@@ -66,10 +104,11 @@ bool OpenFile(RecordOutput& output, OutputFile& file, const RunOptions& options)
 
 // Every file that the run has read or written. Two names may be one file: by a link, or where names
 // that differ in case are the same.
-std::vector<FileId> FilesInUse(const RecordOutput& output, const RunOptions& options) {
-  std::vector<FileId> files = StandardStreamFiles();
+std::set<FileId> FilesInUse(const RecordOutput& output, const RunOptions& options) {
+  const std::vector<FileId> streams = StandardStreamFiles();
+  std::set<FileId> files(streams.begin(), streams.end());
   const auto add = [&files](const std::string& path) {
-    if (const auto id = IdentifyFile(path)) files.push_back(*id);
+    if (const auto id = IdentifyFile(path)) files.insert(*id);
   };
   for (const std::string& log : output.logs) add(log);
   for (const auto& [log, file] : output.files) {
@@ -80,9 +119,9 @@ std::vector<FileId> FilesInUse(const RecordOutput& output, const RunOptions& opt
 }
 
 // False when the file should have gone and has not.
-bool RemoveStaleFile(const std::string& path, const std::vector<FileId>& in_use) {
+bool RemoveStaleFile(const std::string& path, const std::set<FileId>& in_use) {
   const auto id = IdentifyFile(path);
-  if (id && std::find(in_use.begin(), in_use.end(), *id) != in_use.end()) return true;
+  if (id && in_use.contains(*id)) return true;
   if (!id || !OpenInput(path)) return false;  // nobody knows what it holds
   return HoldsEventLog(path) || RemoveFile(path);
 }
@@ -142,13 +181,19 @@ bool HasFailed(const RecordOutput& output) {
 }
 
 void ExpectLogs(RecordOutput& output, const LogTable& logs, const RunOptions& options) {
-  output.being_read = logs;
+  output.being_read.clear();
+  output.inputs.clear();
+  output.inputs_known = false;
+  for (const auto& [path, log] : logs) output.being_read.push_back(path);
   if (options.to_file || !options.have_out_dir) return;
-  for (const auto& [path, log] : logs) output.logs.push_back(path);
+  for (const auto& [path, log] : logs) {
+    output.logs.push_back(path);
+    KeepFolderNames(output, path, options);
+  }
 }
 
 void RemoveStaleFiles(RecordOutput& output, const RunOptions& options) {
-  std::vector<FileId> in_use;
+  std::set<FileId> in_use;
   for (const std::string& log : output.logs) {
     if (output.files.contains(log)) continue;
     const std::string& path = FileFor(output, log, options)->path;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "logs/log_info.h"
+#include "logs/platform.h"
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
 #include "output/event_rows.h"
@@ -34,10 +35,13 @@ struct RecordOutput {
   bool header_pending = true;    // to standard output
   OutputOpener open;
   std::map<std::string, OutputFile, std::less<>> files;  // by log path; by "" with -out
-  std::set<std::string> names;                           // lower-cased names of the files
-  OutputFile* current = nullptr;                         // the one file that is open
-  TextSink sink;                                         // of `current`
-  LogTable being_read;                                   // never to be written, see ExpectLogs
+  std::set<std::string> names;              // lower-cased: of the files, and of folders for them
+  std::map<std::string, int> next_numbers;  // by the name that several logs have, lower-cased
+  OutputFile* current = nullptr;            // the one file that is open
+  TextSink sink;                            // of `current`
+  std::vector<std::string> being_read;      // never to be written, see ExpectLogs
+  std::set<FileId> inputs;                  // the same by the files themselves...
+  bool inputs_known = false;                // ...once it has been asked for
   std::vector<std::string> logs;  // paths of all logs that -outdir answers for, as they came
   bool failed = false;            // a file that is closed again was cut short
   bool refused = false;           // a file could not be opened, and its records are nowhere; or

@@ -14,9 +14,11 @@ target_sources(tarnlex_core PRIVATE
   output/json_steps.cpp
   output/json_text.cpp
   output/log2timeline.cpp
+  output/mirrored_folder.cpp
   output/record_json.cpp
   output/record_output.cpp
   output/repeated_array.cpp
+  output/run_status.cpp
   output/statistics.cpp
   output/table.cpp
   output/table_columns.cpp

@@ -282,18 +282,23 @@ void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& optio
   if (stats.shows_filters) WriteFilters(writer, stats);
 }
 
+void WriteAndForget(TextSink& out, Statistics& statistics, const LogInfo& log,
+                    const RunOptions& options) {
+  const auto known = statistics.logs.find(log.path);
+  if (known == statistics.logs.end()) {
+    LogStats unseen;
+    unseen.log = log;
+    WriteLogStats(out, unseen, options);
+    return;
+  }
+  WriteLogStats(out, known->second, options);
+  if (statistics.current == &known->second) statistics.current = nullptr;
+  statistics.logs.erase(known);
+}
+
 void WriteStatistics(TextSink& out, Statistics& statistics, const LogTable& logs,
                      const RunOptions& options) {
-  for (const auto& [path, log] : logs) {
-    const auto known = statistics.logs.find(path);
-    if (known != statistics.logs.end()) {
-      WriteLogStats(out, known->second, options);
-    } else {
-      LogStats unseen;
-      unseen.log = log;
-      WriteLogStats(out, unseen, options);
-    }
-  }
+  for (const auto& [path, log] : logs) WriteAndForget(out, statistics, log, options);
   Flush(out);
   statistics = {};
 }

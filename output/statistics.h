@@ -89,6 +89,10 @@ void ForgetColumns(Statistics& statistics);
 // The block of one log.
 void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& options);
 
+// The block of one log, also of one that was never walked; afterwards nothing is known of it.
+void WriteAndForget(TextSink& out, Statistics& statistics, const LogInfo& log,
+                    const RunOptions& options);
+
 // The blocks of all `logs` in path order, also of those that were never walked;
 // afterwards nothing is counted any more. Hands everything on.
 void WriteStatistics(TextSink& out, Statistics& statistics, const LogTable& logs,

@@ -1,7 +1,12 @@
 #include "reports/process_logs.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <functional>
 #include <utility>
+#include <vector>
 
+#include "logs/platform.h"
 #include "reports/builtin_reports.h"
 #include "reports/command_language.h"
 #include "reports/log_pass.h"
@@ -29,30 +34,79 @@ bool RunLines(const RunOptions& options, RunState& run, const LogInfo& log,
   return RunQueries(options, run, log, std::move(queries), true);
 }
 
-bool RunReport(const RunOptions& options, RunState& run, const BuiltinReport& report) {
-  bool wrote = false;
-  for (const auto& [path, log] : run.logs) {
-    if (!ReportFits(report, log, options.complete)) continue;
-    run.current_log = &log;
-    wrote |= RunLines(options, run, log, ReportLines(report, FormatOf(log)));
-  }
-  return wrote;
+// What all logs go through, one after the other: a report, the command file or the plain dump.
+struct Work {
+  std::function<bool(const LogInfo&)> takes;
+  std::function<bool(const LogInfo&)> run;  // true when it wrote rows
+};
+
+Work ReportWork(const RunOptions& options, RunState& run, const BuiltinReport& report) {
+  return {[&](const LogInfo& log) { return ReportFits(report, log, options.complete); },
+          [&](const LogInfo& log) {
+            return RunLines(options, run, log, ReportLines(report, FormatOf(log)));
+          }};
 }
 
-bool RunCommandFile(const RunOptions& options, RunState& run) {
-  bool wrote = false;
-  for (const auto& [path, log] : run.logs) {
-    run.current_log = &log;
-    wrote |= RunLines(options, run, log, run.command_lines);
+bool TakesAll(const LogInfo&) { return true; }
+
+std::vector<Work> PlanWork(const RunOptions& options, RunState& run) {
+  std::vector<Work> works;
+  for (const BuiltinReport& report : BuiltinReports()) {
+    if (options.*report.selected) works.push_back(ReportWork(options, run, report));
   }
-  return wrote;
+  if (options.have_cmd_file) {
+    works.push_back({TakesAll, [&](const LogInfo& log) {
+                       return RunLines(options, run, log, run.command_lines);
+                     }});
+  }
+  if (options.dump_all) {
+    works.push_back({TakesAll, [&](const LogInfo& log) {
+                       return RunQueries(options, run, log, PlainQueries(log, options),
+                                         !options.hist_ids.empty());
+                     }});
+  }
+  return works;
 }
 
-bool DumpAll(const RunOptions& options, RunState& run) {
+std::size_t CountLogs(const Work& work, const LogTable& logs) {
+  return static_cast<std::size_t>(std::count_if(
+      logs.begin(), logs.end(), [&](const auto& log) { return work.takes(log.second); }));
+}
+
+// The sizes of all that is to be read; only asked for when somebody watches.
+std::uint64_t BytesOf(const std::vector<Work>& works, const LogTable& logs) {
+  std::uint64_t bytes = 0;
+  for (const auto& [path, log] : logs) {
+    const auto file = OpenInput(path);
+    if (!file) continue;
+    for (const Work& work : works) bytes += work.takes(log) ? file->size : 0;
+  }
+  return bytes;
+}
+
+// Piped logs come one by one: nobody knows how many more, and the run counts them.
+void BeginLogOf(const RunOptions& options, RunState& run, const LogInfo& log, std::size_t number,
+                std::size_t count) {
+  run.current_log = &log;
+  if (options.pipe) {
+    BeginLog(run.progress, log.path, run.progress.status.log, 0);
+  } else {
+    BeginLog(run.progress, log.path, number, count);
+  }
+}
+
+// All logs in path order through one work. True when rows were written.
+bool RunWork(const RunOptions& options, RunState& run, const Work& work, bool is_last) {
+  const std::size_t count = CountLogs(work, run.logs);
+  std::size_t number = 0;
   bool wrote = false;
   for (const auto& [path, log] : run.logs) {
-    run.current_log = &log;
-    wrote |= RunQueries(options, run, log, PlainQueries(log, options), !options.hist_ids.empty());
+    if (StopsHere(run.progress)) break;
+    if (work.takes(log)) {
+      BeginLogOf(options, run, log, ++number, count);
+      wrote |= work.run(log);
+    }
+    if (is_last && run.finished) run.finished(log);
   }
   return wrote;
 }
@@ -62,12 +116,14 @@ bool DumpAll(const RunOptions& options, RunState& run) {
 bool ProcessLogs(const RunOptions& options, RunState& run) {
   run.current_log = nullptr;
   ExpectLogs(run.records, run.logs, options);
+  const std::vector<Work> works = PlanWork(options, run);
+  if (!options.pipe) BeginWork(run.progress, run.progress.show ? BytesOf(works, run.logs) : 0);
+  run.progress.status.reports = works.size();
   bool wrote = false;
-  for (const BuiltinReport& report : BuiltinReports()) {
-    if (options.*report.selected) wrote |= RunReport(options, run, report);
+  for (std::size_t at = 0; at < works.size(); ++at) {
+    run.progress.status.report = at + 1;
+    wrote |= RunWork(options, run, works[at], at + 1 == works.size());
   }
-  if (options.have_cmd_file) wrote |= RunCommandFile(options, run);
-  if (options.dump_all) wrote |= DumpAll(options, run);
   return wrote;
 }
 

@@ -2,6 +2,7 @@
 // keeps from log to log, and which log it is at. The run owns it and hands it down.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -11,18 +12,21 @@
 #include "output/record_output.h"
 #include "output/statistics.h"
 #include "reports/command_language.h"
+#include "reports/progress.h"
 
 namespace tarnlex {
 
 struct RunState {
   TextSink& messages;  // standard error
   RecordOutput records;
-  std::optional<TextSink> diags = {};         // open with -diags
-  Statistics statistics = {};                 // of the logs so far; counted with -stats
-  EvtxDecoder evtx_decoder = {};              // knows what earlier logs have taught it
-  std::vector<TokenList> command_lines = {};  // of the command file, taken apart
-  LogTable logs = {};                         // with -pipe only the one being processed
-  const LogInfo* current_log = nullptr;       // the entry of `logs` that is being processed
+  std::optional<TextSink> diags = {};                 // open with -diags
+  Statistics statistics = {};                         // of the logs so far; counted with -stats
+  EvtxDecoder evtx_decoder = {};                      // knows what earlier logs have taught it
+  std::vector<TokenList> command_lines = {};          // of the command file, taken apart
+  LogTable logs = {};                                 // with -pipe only the one being processed
+  const LogInfo* current_log = nullptr;               // the entry of `logs` that is being processed
+  std::function<void(const LogInfo&)> finished = {};  // told of each log that nothing is left of
+  Progress progress = {};
 };
 
 // Where decoding traces to; null without -diags.

@@ -10,6 +10,7 @@ target_sources(tarnlex_core PRIVATE
   reports/plan_rows.cpp
   reports/plan_tests.cpp
   reports/process_logs.cpp
+  reports/progress.cpp
   reports/query_index.cpp
   reports/record_stream.cpp
   reports/report_lines.cpp

@@ -51,7 +51,7 @@ EvtxHandlers MakeHandlers(LogPass& pass, std::uint64_t& in_block) {
   handlers.record = [&pass](EvtxDecoder& decoder, DecodedEvent& event) {
     RouteEvtxRecord(pass, decoder, event);
   };
-  if (!pass.options.show_status) return handlers;
+  if (!pass.options.show_status || pass.run.progress.show) return handlers;
   const std::string head = ProgressName(pass.log.path) + ": ";
   handlers.progress = [&pass, &in_block, head](std::uint64_t record_id) {
     if (in_block++ % kProgressEvery != 0) return;
@@ -75,12 +75,14 @@ void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
 }
 
 // Reads and walks one block piece by piece: a piece still lies in the processor's cache when it is
-// decoded. Returns how much could be read.
+// decoded. Returns how much could be read before the run was interrupted.
 std::uint64_t WalkBlock(EvtxDecoder& decoder, const EvtxHandlers& handlers, const InputFile& file,
-                        std::uint64_t offset, std::uint64_t size, FileBytes& buffer) {
+                        std::uint64_t offset, std::uint64_t size, FileBytes& buffer,
+                        Progress& progress) {
   constexpr std::uint64_t kPiece = 4 * std::uint64_t{kChunkSize};
   std::uint64_t done = 0;
-  while (done < size) {
+  while (done < size && !StopsHere(progress)) {
+    Advance(progress, offset + done, file.size);
     const std::uint64_t wanted = std::min(kPiece, size - done);
     const Bytes bytes = ReadInto(file, offset + done, wanted, buffer);
     WalkSlots(decoder, bytes, offset + done, handlers);
@@ -112,13 +114,15 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
   for (std::uint64_t offset = start; offset < file.size;) {
     const std::uint64_t size = std::min(block_size, file.size - offset);
     in_block = 0;
-    const std::uint64_t read = WalkBlock(decoder, handlers, file, offset, size, buffer);
-    if (pass.options.show_status) Say(pass.run.messages, StatusLine(" "));
+    const std::uint64_t read =
+        WalkBlock(decoder, handlers, file, offset, size, buffer, pass.run.progress);
+    if (handlers.progress) Say(pass.run.messages, StatusLine(" "));
     const bool write = file.size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile;
     if (write) WriteRows(pass);
     if (read < size || HasFailed(pass.run.records)) break;
     offset += size;
   }
+  if (!pass.run.progress.stopped) Advance(pass.run.progress, file.size, file.size);
   WriteRows(pass);
   WriteEvtxAccount(pass, decoder);
 }
@@ -131,7 +135,12 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtRecord));
   EvtRecord record;
   record.structure.policy = PolicyOf(pass.options);
-  while (NextEvtRecord(cursor, record)) RouteEvtRecord(pass, record);
+  Progress& progress = pass.run.progress;
+  for (std::uint64_t count = 0; !StopsHere(progress) && NextEvtRecord(cursor, record); ++count) {
+    if (count % kProgressEvery == 0) Advance(progress, cursor.offset, file.size);
+    RouteEvtRecord(pass, record);
+  }
+  if (!progress.stopped) Advance(progress, file.size, file.size);
   WriteRows(pass);
   TextSink* trace = TraceOf(pass.run);
   if (!trace) return;
@@ -158,6 +167,7 @@ std::size_t MemoryFor(std::uint64_t log_size) {
 
 bool WalkLogFile(LogPass& pass, const InputFile& file) {
   pass.most_memory = MemoryFor(file.size);
+  Advance(pass.run.progress, 0, file.size);
   std::uint8_t first = 0;
   if (ReadFully(file, 0, {&first, 1}) == 0) return false;
   switch (ContentOf(file, pass.options.complete)) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -108,6 +109,26 @@ TEST(ListFiles, TakesPlainFilesOfTheExtensionInOrder) {
   EXPECT_TRUE(MakeDirectory(directory.path + "/dir.evtx"));
   EXPECT_EQ(ListFiles(directory.path, ".evtx"), (std::vector<std::string>{"A.EVTX", "b.evtx"}));
   EXPECT_TRUE(ListFiles(directory.path + "/none", ".evtx").empty());
+}
+
+TEST(ListFolder, SaysWhatStandsThereWithoutFollowingLinks) {
+  const TempDirectory directory;
+  directory.AddFile("b", "");
+  directory.AddFile("a/below", "");
+  std::filesystem::create_symlink("b", directory.path + "/link");
+  std::filesystem::create_symlink("nowhere", directory.path + "/lost");
+  ASSERT_EQ(mkfifo((directory.path + "/pipe").c_str(), 0600), 0);
+  std::vector<FolderEntry> entries;
+  ASSERT_TRUE(ListFolder(directory.path, entries));
+  std::string text;
+  for (const FolderEntry& entry : entries) {
+    text += entry.name + " " + std::to_string(static_cast<int>(entry.kind)) + "\n";
+  }
+  EXPECT_EQ(text, "a 1\nb 0\nlink 2\nlost 2\npipe 3\n");
+  EXPECT_FALSE(ListFolder(directory.path + "/b", entries));
+  EXPECT_TRUE(entries.empty());
+  EXPECT_FALSE(ListFolder(directory.path + "/none", entries));
+  EXPECT_FALSE(ListFolder("", entries));
 }
 
 TEST(FindPathNoCase, SpellsThePathAsTheVolumeDoes) {

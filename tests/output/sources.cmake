@@ -4,8 +4,10 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/output/event_json_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/event_rows_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/event_xml_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/output/mirrored_folder_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/record_json_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/record_output_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/output/run_status_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/statistics_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/table_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/timeline_test.cpp

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <malloc.h>
+#include <signal.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -73,6 +75,39 @@ struct ErrorFile {
   }
 };
 
+struct Terminal {
+  int master = -1;
+  int slave = -1;
+};
+
+Terminal OpenTerminal(unsigned short columns) {
+  Terminal terminal;
+  terminal.master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  if (terminal.master < 0 || grantpt(terminal.master) != 0 || unlockpt(terminal.master) != 0) {
+    throw std::runtime_error("no pseudo-terminal");
+  }
+  terminal.slave = OpenOrThrow(ptsname(terminal.master), O_RDWR | O_NOCTTY);
+  // What the program sends must arrive as it is.
+  termios settings{};
+  tcgetattr(terminal.slave, &settings);
+  cfmakeraw(&settings);
+  tcsetattr(terminal.slave, TCSANOW, &settings);
+  const winsize size{.ws_row = 25, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+  ioctl(terminal.master, TIOCSWINSZ, &size);
+  return terminal;
+}
+
+// Everything that comes until nobody writes any more.
+std::string ReadToEnd(int file) {
+  std::string text;
+  char block[4096];
+  for (ssize_t got = 0; (got = read(file, block, sizeof block)) > 0;) {
+    text.append(block, static_cast<std::size_t>(got));
+  }
+  close(file);
+  return text;
+}
+
 }  // namespace
 
 ChildRun RunChild(const std::string& program, const std::vector<std::string>& args,
@@ -88,24 +123,46 @@ ChildRun RunChild(const std::string& program, const std::vector<std::string>& ar
 ChildRun RunOnTerminal(const std::string& program, const std::vector<std::string>& args,
                        std::string& shown) {
   const ErrorFile err;
-  const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) {
-    throw std::runtime_error("no pseudo-terminal");
-  }
-  const int terminal = OpenOrThrow(ptsname(master), O_RDWR | O_NOCTTY);
-  // What the program sends must arrive as it is.
-  termios settings{};
-  tcgetattr(terminal, &settings);
-  cfmakeraw(&settings);
-  tcsetattr(terminal, TCSANOW, &settings);
-  const pid_t child = Start(program, args, OpenOrThrow("/dev/null", O_RDONLY), terminal, err.file);
-  shown.clear();
-  char block[4096];
-  for (ssize_t got = 0; (got = read(master, block, sizeof block)) > 0;) {
-    shown.append(block, static_cast<std::size_t>(got));
-  }
-  close(master);
+  const Terminal terminal = OpenTerminal(0);
+  const pid_t child =
+      Start(program, args, OpenOrThrow("/dev/null", O_RDONLY), terminal.slave, err.file);
+  shown = ReadToEnd(terminal.master);
   ChildRun run = WaitFor(child);
+  run.err = err.Take();
+  return run;
+}
+
+ChildRun RunWatched(const std::string& program, const std::vector<std::string>& args,
+                    unsigned short columns, std::string& shown, const std::string& out,
+                    const std::string& in) {
+  const Terminal terminal = OpenTerminal(columns);
+  const pid_t child = Start(program, args, OpenOrThrow(in, O_RDONLY),
+                            OpenOrThrow(out, O_WRONLY | O_CREAT | O_TRUNC), terminal.slave);
+  shown = ReadToEnd(terminal.master);
+  return WaitFor(child);
+}
+
+ChildRun RunAndInterrupt(const std::string& program, const std::vector<std::string>& args,
+                         std::size_t after, std::string& printed, bool twice) {
+  const ErrorFile err;
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  const pid_t child =
+      Start(program, args, OpenOrThrow("/dev/null", O_RDONLY), ends[1], dup(err.file));
+  printed.clear();
+  char byte = 0;
+  while (printed.size() < after && read(ends[0], &byte, 1) == 1) printed += byte;
+  kill(child, SIGINT);
+  if (twice) {
+    // Until the first one has been noted both would count as one.
+    usleep(100'000);
+    kill(child, SIGINT);
+  } else {
+    printed += ReadToEnd(ends[0]);
+  }
+  ChildRun run = WaitFor(child);
+  if (twice) close(ends[0]);
+  close(err.file);
   run.err = err.Take();
   return run;
 }

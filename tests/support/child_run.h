@@ -24,4 +24,16 @@ ChildRun RunChild(const std::string& program, const std::vector<std::string>& ar
 ChildRun RunOnTerminal(const std::string& program, const std::vector<std::string>& args,
                        std::string& shown);
 
+// The same with a terminal of so many columns as standard error, and nothing in the way of `shown`.
+// Standard output goes to the file `out`, standard input is the file `in`.
+ChildRun RunWatched(const std::string& program, const std::vector<std::string>& args,
+                    unsigned short columns, std::string& shown,
+                    const std::string& out = "/dev/null", const std::string& in = "/dev/null");
+
+// Runs the program with a pipe as standard output, and interrupts it once that gave so many bytes.
+// The child waits for its reader then, if it has more to write than a pipe takes. `printed` gets
+// all that came. `twice`: another interrupt follows, and nobody reads on.
+ChildRun RunAndInterrupt(const std::string& program, const std::vector<std::string>& args,
+                         std::size_t after, std::string& printed, bool twice = false);
+
 }  // namespace tarnlex::support

@@ -107,6 +107,17 @@ TEST(SameOutput, InFiles) {
   }
 }
 
+// In this form nothing of a path is written, whose separators differ.
+TEST(SameOutput, ForFoldersOfLogs) {
+  const Args args = {"-dir", "logs", "-event_json", "-quiet", "-outdir", "made/mirror"};
+  EXPECT_EQ(CompareRuns(args).code, 0);
+  EXPECT_GT(MadeBytes(), 1000U) << "there should be files to compare";
+  Args both = args;
+  both[1] = "logs|.";
+  EXPECT_EQ(CompareRuns(both).code, 0);
+  EXPECT_GT(MadeBytes(), 1000U) << "there should be files to compare";
+}
+
 TEST(SameOutput, WhenItIsAComplaint) {
   const std::vector<Args> bad = {
       {"-csv"},
@@ -119,6 +130,8 @@ TEST(SameOutput, WhenItIsAComplaint) {
       {"-log", "logs/System.evtx", "-cmdfile", "нет.txt"},
       {"-log", "logs/System.evtx", "-livesys"},
       {"-pipe", "-partition", "d"},
+      {"-dir", "none", "-out", "made/x.txt"},
+      {"-dir", "logs", "-partition", "d"},
       {"-log", "logs/System.evtx", "/?"},
   };
   for (const Args& args : bad) {
