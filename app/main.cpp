@@ -9,6 +9,7 @@ int main(int argc, char** argv) {
   console.err = tarnlex::MakeSink(tarnlex::WriteStandardError);
   console.read_input = tarnlex::ReadStandardInput;
   console.out_is_terminal = tarnlex::StandardOutputIsTerminal();
+  console.out_width = tarnlex::StandardOutputWidth();
   console.err_is_terminal = tarnlex::StandardErrorIsTerminal();
   console.reader_gone = tarnlex::StandardOutputReaderGone;
   console.interrupted = tarnlex::Interrupted;

@@ -1,11 +1,13 @@
 // The options on how records look and where they go.
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "app/parse_options.h"
+#include "logs/parse_number.h"
 #include "logs/paths.h"
 #include "logs/text.h"
 #include "logs/utf8.h"
@@ -32,6 +34,7 @@ constexpr FormOption kForms[] = {
     {"-bodyfile", &RunOptions::bodyfile_form, true, false, "|", {'|', ';'}},
     {"-xml", &RunOptions::xml_form, true, false, "", kNoReplacement},
     {"-multiline", &RunOptions::multiline_form, true, false, "", kNoReplacement},
+    {"-cards", &RunOptions::cards_form, true, false, "", kNoReplacement},
     {"-json", &RunOptions::json_form, true, false, "", kNoReplacement},
     {"-event_json", &RunOptions::event_json_form, true, false, "", kNoReplacement},
     {"-event_xml", &RunOptions::event_xml_form, true, false, "", kNoReplacement},
@@ -49,7 +52,7 @@ std::string QuoteArguments(const Arguments& args) {
 void ApplyForm(RunOptions& options, const FormOption& form) {
   if (form.clears_csvgen) options.csvgen_form = false;
   options.csv_form = options.l2t_form = options.bodyfile_form = false;
-  options.xml_form = options.multiline_form = false;
+  options.xml_form = options.multiline_form = options.cards_form = false;
   options.json_form = options.event_json_form = options.event_xml_form = false;
   options.*form.form = true;
   if (form.delimits) options.delimited = true;
@@ -153,6 +156,18 @@ void ReplaceByBlank(RunOptions& options) {
   options.separator.copy(options.separator_class.character, character.size, at);
 }
 
+// What makes tables and cards easier to read.
+void ParseReading(RunOptions& options, Arguments& args) {
+  std::string value;
+  const bool has_columns = FindValue("-columns", args, value);
+  const bool picks = !IsStream(options) && !options.l2t_form && !options.bodyfile_form;
+  if (has_columns && picks) SplitList(value, '|', true, options.columns);
+  if (FindValue("-width", args, value) && IsDecimal(value)) {
+    options.card_width = static_cast<std::size_t>(LeadingNumber(value));
+  }
+  if (FindValue("-color", args, value)) options.color = ReadColorUse(value).value_or(options.color);
+}
+
 bool IsDateFormat(const std::string& format) { return format.size() == 8 || format.size() == 10; }
 
 bool IsTimeFormat(const std::string& format) {
@@ -172,6 +187,13 @@ void ParseFormat(Arguments& args, const char* name, bool (*accepts)(const std::s
 }
 
 }  // namespace
+
+std::optional<ColorUse> ReadColorUse(std::string_view text) {
+  if (EqualsNoCase(text, "auto")) return ColorUse::kAuto;
+  if (EqualsNoCase(text, "always")) return ColorUse::kAlways;
+  if (EqualsNoCase(text, "never")) return ColorUse::kNever;
+  return std::nullopt;
+}
 
 bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& complaints) {
   if (args.empty()) return false;
@@ -194,6 +216,7 @@ bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& compl
     options.pad_separator = false;
     std::erase(options.separator, ' ');
   }
+  ParseReading(options, args);
   ParseFormat(args, "-dateformat", IsDateFormat, options.date_format, complaints);
   ParseFormat(args, "-timeformat", IsTimeFormat, options.time_format, complaints);
   // Streams are for tools that cannot ask again for what they were not given.

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "logs/option_search.h"
@@ -27,6 +29,9 @@ CommandLine ReadCommandLine(Arguments args, std::uint64_t now);
 // to say of the values, in lines, is added to `complaints`. False when the run cannot go on; then
 // the reason is the last of them, and no option behind it has been read.
 bool ParseOptions(RunOptions& options, Arguments& args, std::uint64_t now, std::string& complaints);
+
+// "auto", "always" or "never" in any case; nothing for any other text.
+std::optional<ColorUse> ReadColorUse(std::string_view text);
 
 // The first layer: output forms, separators, formats, output files, status switches.
 bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& complaints);

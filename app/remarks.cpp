@@ -2,15 +2,26 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <span>
 #include <string_view>
 
 #include "app/event_ids.h"
 #include "app/option_table.h"
+#include "app/parse_options.h"
 #include "logs/known_options.h"
+#include "logs/parse_number.h"
+#include "logs/text.h"
 #include "logs/time_bounds.h"
 
 namespace tarnlex {
 namespace {
+
+// The one that counts beside others first.
+constexpr std::string_view kForms[] = {"-event_xml", "-event_json", "-json",     "-cards",
+                                       "-multiline", "-xml",        "-bodyfile", "-csvl2t",
+                                       "-csvgen",    "-csv"};
+constexpr std::string_view kOneFile[] = {"-out", "-outfile"};
+constexpr std::string_view kVolumes[] = {"-livesys", "-partition", "-vss"};
 
 void Remark(OptionScan& scan, std::initializer_list<std::string_view> parts) {
   std::string& text = scan.remarks.emplace_back();
@@ -68,7 +79,7 @@ void RemarkTimes(OptionScan& scan, std::uint64_t now) {
 }
 
 // Of options that exclude each other only one counts.
-void RemarkExcluded(OptionScan& scan, std::initializer_list<std::string_view> strongest_first) {
+void RemarkExcluded(OptionScan& scan, std::span<const std::string_view> strongest_first) {
   std::string_view strongest;
   for (const std::string_view name : strongest_first) {
     if (!UseOf(scan, name)) continue;
@@ -77,9 +88,39 @@ void RemarkExcluded(OptionScan& scan, std::initializer_list<std::string_view> st
   }
 }
 
+const OptionUse* StrongestForm(const OptionScan& scan) {
+  for (const std::string_view form : kForms) {
+    if (const OptionUse* const use = UseOf(scan, form)) return use;
+  }
+  return nullptr;
+}
+
 void RemarkWithout(OptionScan& scan, std::string_view name, std::string_view needed) {
   if (UseOf(scan, name) && !UseOf(scan, needed)) {
     Remark(scan, {"ignoring ", name, ", it goes with ", needed});
+  }
+}
+
+// What the form that counts makes of columns that were picked, and of a width.
+void RemarkReading(OptionScan& scan) {
+  const OptionUse* const form = StrongestForm(scan);
+  const std::string_view name = form ? form->option->name : std::string_view();
+  std::vector<std::string> columns;
+  if (const OptionUse* const use = UseOf(scan, "-columns")) {
+    SplitList(use->value, '|', true, columns);
+    if (columns.empty()) Remark(scan, {"ignoring -columns, it names none"});
+  }
+  for (const std::string_view fixed :
+       {"-event_xml", "-event_json", "-json", "-bodyfile", "-csvl2t"}) {
+    if (name == fixed && !columns.empty()) Remark(scan, {"ignoring -columns beside ", name});
+  }
+  const std::string width(ValueOf(scan, "-width"));
+  if (!width.empty() && !IsDecimal(width)) {
+    Remark(scan, {"ignoring -width ", width, ", no number of characters"});
+  }
+  const std::string color(ValueOf(scan, "-color"));
+  if (!color.empty() && !ReadColorUse(color)) {
+    Remark(scan, {"ignoring -color ", color, ", it is auto, always or never"});
   }
 }
 
@@ -90,17 +131,18 @@ std::vector<std::string> RemarksOn(const Arguments& args, std::uint64_t now) {
   RemarkLeftOver(scan);
   RemarkEventIds(scan);
   RemarkTimes(scan, now);
-  RemarkExcluded(scan, {"-event_xml", "-event_json", "-json", "-multiline", "-xml", "-bodyfile",
-                        "-csvl2t", "-csvgen", "-csv"});
-  RemarkExcluded(scan, {"-out", "-outfile"});
+  RemarkExcluded(scan, kForms);
+  RemarkReading(scan);
+  RemarkExcluded(scan, kOneFile);
   // A run that goes on says so itself.
   if (UseOf(scan, "-strict") && UseOf(scan, "-pipe") && UseOf(scan, "-log")) {
     Remark(scan, {"ignoring -log, paths are piped in"});
   }
-  RemarkExcluded(scan, {"-livesys", "-partition", "-vss"});
+  RemarkExcluded(scan, kVolumes);
   RemarkWithout(scan, "-allparams", "-bodyfile");
   RemarkWithout(scan, "-hist", "-stats");
   RemarkWithout(scan, "-timesketch", "-json");
+  RemarkWithout(scan, "-width", "-cards");
   for (const std::string_view alone : {"-options", "-version", "--version"}) {
     if (UseOf(scan, alone)) Remark(scan, {"ignoring ", alone, ", it stands alone"});
   }

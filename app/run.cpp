@@ -10,6 +10,7 @@
 #include "app/pipe_mode.h"
 #include "app/prepare_run.h"
 #include "app/run_header.h"
+#include "app/screen.h"
 #include "app/status_display.h"
 #include "app/usage.h"
 #include "logs/messages.h"
@@ -138,6 +139,7 @@ bool StandardOutputMissed(const StandardOutput& out, const Console& console) {
 }
 
 void ExpectRecords(Run& run, const RunOptions& options) {
+  run.state.records.missing_columns = options.columns;
   if (options.separator.find('\t') != std::string::npos) run.shown_out.kept = "\t";
   run.out.has_records = !options.to_file && !options.have_out_dir;
   run.out.ends_run = run.out.has_records && !options.stats_on && !run.state.diags;
@@ -159,6 +161,14 @@ void WriteRestOfStatistics(Run& run, const RunOptions& options) {
 void WriteRunStatistics(Run& run, const RunOptions& options) {
   if (!options.stats_on) return;
   WriteStatistics(run.stats, run.state.statistics, run.state.logs, options);
+}
+
+// A misspelt name makes a column as well as any other does.
+void RemarkMissingColumns(const RunState& run) {
+  if (!run.records.wrote) return;
+  for (const std::string& name : run.records.missing_columns) {
+    Say(run.messages, "no record has a column ", name, ", which -columns asks for\n");
+  }
 }
 
 void CloseOutputs(Run& run, Console& console) {
@@ -281,6 +291,7 @@ int Work(Run& run, const CommandLine& line, const std::string& header, Console& 
   // Of a run that was cut short nobody knows which logs have no records.
   const bool whole = result == kSuccess && !state.progress.stopped;
   if (whole && !FileFailed(run)) RemoveStaleFiles(state.records, options);
+  RemarkMissingColumns(state);
   return result;
 }
 
@@ -312,7 +323,11 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
     return kSuccess;
   }
   const std::uint64_t now = CurrentFiletime();
-  const CommandLine line = ReadCommandLine(args, now);
+  CommandLine line = ReadCommandLine(args, now);
+  FitToScreen(line.options, console);
+  if (WantsColor(line.options, console)) {
+    console.out.paint = [&run](std::string_view code) { return HandOn(run.out, code); };
+  }
   if (line.options.complete) KeepRecordsUtf8(run, console);
   WatchProgress(run, line.options, console);
   const std::string header = BuildRunHeader(args, now);

@@ -19,6 +19,7 @@ struct Console {
   // On a terminal, control characters are shown and not sent.
   bool out_is_terminal = false;
   bool err_is_terminal = false;
+  std::size_t out_width = 0;  // characters a line of that terminal takes; 0: nobody knows
   // Whether a failed write to `out` means that nobody reads it any more.
   std::function<bool()> reader_gone = {};
   // Whether somebody wants the run to end before its work is done.

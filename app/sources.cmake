@@ -11,6 +11,7 @@ target_sources(tarnlex_core PRIVATE
   app/remarks.cpp
   app/run.cpp
   app/run_header.cpp
+  app/screen.cpp
   app/status_display.cpp
   app/usage.cpp
 )

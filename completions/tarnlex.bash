@@ -8,6 +8,7 @@ _tarnlex() {
     -eventid -string -start_time -stop_time
     -complete -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
     -event_json -event_xml
+    -cards -width -columns -color
     -csv_separator -no_whitespace -pair_datetime -dateformat -timeformat
     -alias -aliaspath -hostname -username
     -out -outfile -outdir -stats -hist -diags
@@ -27,10 +28,11 @@ _tarnlex() {
     -dateformat)
       mapfile -t COMPREPLY < <(compgen -W 'yyyy-mm-dd yyyy/mm/dd mm/dd/yyyy dd/mm/yyyy' -- "$word")
       ;;
+    -color) mapfile -t COMPREPLY < <(compgen -W 'always auto never' -- "$word") ;;
     -timeformat) mapfile -t COMPREPLY < <(compgen -W 'hh:mm:ss hh:mm:ss.xxx' -- "$word") ;;
     # Their values are the examiner's own.
     -vss | -eventid | -string | -start_time | -stop_time | -alias | -aliaspath | -hostname | \
-      -username | -hist | -signal | -sqlite) ;;
+      -username | -hist | -width | -columns | -signal | -sqlite) ;;
     *) mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word") ;;
   esac
 }

@@ -30,6 +30,10 @@ _arguments \
   '-timesketch[with -json: what an import into Timesketch asks for (since 0.34)]' \
   '-event_json[events as JSON lines in their own structure, as hunting tools read them (since 0.34)]' \
   '-event_xml[events as XML, as Windows shows them, one a line (since 0.34)]' \
+  '-cards[each record as lines "name: value", for reading (since 0.34)]' \
+  '-width[with -cards: how many characters a line takes; 0 for any number (since 0.34)]:NUMBER: ' \
+  '-columns[of tables, CSV and cards only these columns, in this order (since 0.34)]:NAME: ' \
+  '-color[always, never or auto: on a terminal (since 0.34)]:WHEN: ' \
   '-csv_separator[what stands between cells; tab for a tab]:TEXT: ' \
   '-no_whitespace[no blanks around separators]' \
   '-pair_datetime[date and time in one cell]' \

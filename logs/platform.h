@@ -140,6 +140,12 @@ bool Interrupted();
 // exit code has to.
 void EndInterrupted();
 
+// How many characters a line of the terminal at standard output takes; 0 where none is, or where it
+// does not say.
+std::size_t StandardOutputWidth();
+// Makes that terminal understand colours; false where it will not.
+bool EnableTerminalColors();
+
 // Makes a write to a pipe whose reader has gone fail instead of ending the process.
 void KeepRunningOnBrokenPipe();
 // Whether a write to standard output has failed because its reader has gone, or there never was

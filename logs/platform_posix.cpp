@@ -340,6 +340,16 @@ void EndInterrupted() {
   raise(number);
 }
 
+std::size_t StandardOutputWidth() {
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+bool EnableTerminalColors() {
+  const std::optional<std::string> kind = Environment("TERM");
+  return kind && !kind->empty() && *kind != "dumb";
+}
+
 void KeepRunningOnBrokenPipe() { signal(SIGPIPE, SIG_IGN); }
 bool StandardOutputReaderGone() { return reader_gone; }
 

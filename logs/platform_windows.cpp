@@ -285,6 +285,21 @@ void CatchInterrupts() { SetConsoleCtrlHandler(NoteInterrupt, TRUE); }
 bool Interrupted() { return interrupted.load(std::memory_order_relaxed); }
 void EndInterrupted() {}  // the exit code says it
 
+std::size_t StandardOutputWidth() {
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) return 0;
+  // A line that fills the whole width would be followed by an empty one.
+  const int width = info.srWindow.Right - info.srWindow.Left;
+  return width > 0 ? static_cast<std::size_t>(width) : 0;
+}
+
+bool EnableTerminalColors() {
+  const HANDLE stream = GetStdHandle(STD_OUTPUT_HANDLE);
+  DWORD mode = 0;
+  return GetConsoleMode(stream, &mode) &&
+         SetConsoleMode(stream, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
 void KeepRunningOnBrokenPipe() {}  // no such signal here
 bool StandardOutputReaderGone() { return reader_gone; }
 

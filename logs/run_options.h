@@ -1,6 +1,7 @@
 // Every setting of one run, as plain data: read from the command line, the same from then on.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -27,6 +28,9 @@ struct IdRange {
   std::uint64_t last = 0;
   bool operator==(const IdRange&) const = default;
 };
+
+// When what goes to standard output is coloured.
+enum class ColorUse : std::uint8_t { kAuto, kAlways, kNever };
 
 struct RunOptions {
   // What was called.
@@ -64,6 +68,10 @@ struct RunOptions {
   bool event_xml_form = false;
   bool timesketch = false;  // -json has what an import into Timesketch asks for
   bool pair_datetime = false;
+  bool cards_form = false;
+  std::optional<std::size_t> card_width;  // characters a line of a card may take; 0: any number
+  ColorUse color = ColorUse::kAuto;
+  std::vector<std::string> columns;  // of tables and cards, in that order; empty: all there are
   bool all_params = false;
 
   // Whether every value of every event is given: see docs/limits.md for what is lost otherwise.

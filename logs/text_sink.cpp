@@ -46,6 +46,12 @@ char* Reserve(TextSink& sink, std::size_t size) {
   return sink.buffer.get() + sink.used;
 }
 
+void Paint(TextSink& sink, std::string_view code) {
+  if (!sink.paint) return;
+  Flush(sink);
+  if (!sink.failed) sink.failed = !sink.paint(code);
+}
+
 void AppendNow(TextSink& sink, std::string_view text) {
   Append(sink, text);
   Flush(sink);

@@ -17,6 +17,9 @@ struct TextSink {
   std::size_t used = 0;
   std::size_t capacity = 0;
   bool failed = false;  // sticky; once set nothing more is handed on
+  // Hands on what steers a terminal, past whatever shows controls that texts hold; empty where
+  // nothing is coloured.
+  std::function<bool(std::string_view)> paint = {};
 };
 
 // A sink that collects 256 KiB before it writes: as much as stays in a cache.
@@ -47,6 +50,9 @@ inline void Append(TextSink& sink, char c) {
   *Reserve(sink, 1) = c;
   ++sink.used;
 }
+
+// Steers the terminal from here on, where the sink is one that is coloured.
+void Paint(TextSink& sink, std::string_view code);
 
 // Appends `text` and hands everything on at once: for messages a person waits for.
 void AppendNow(TextSink& sink, std::string_view text);

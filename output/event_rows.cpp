@@ -11,6 +11,9 @@
 namespace tarnlex {
 namespace {
 
+constexpr std::string_view kProviderColumn = "Provider Name";
+constexpr std::string_view kLevelColumn = "Level";
+
 // The first block suffices for most logs; those of a large log are made of large pages.
 constexpr std::size_t kFirstBlockBytes = std::size_t{1} << 20;
 constexpr std::size_t kBlockBytes = (std::size_t{16} << 20) - kReadableBehind;
@@ -37,8 +40,8 @@ const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_v
   auto set = std::make_unique<ColumnSet>();
   set->names.reserve(names.size());
   for (const std::string_view name : names) set->names.push_back(InternText(rows, name));
-  set->provider_name = PositionOf(set->names, "Provider Name");
-  set->level = PositionOf(set->names, "Level");
+  set->provider_name = PositionOf(set->names, kProviderColumn);
+  set->level = PositionOf(set->names, kLevelColumn);
   constexpr std::size_t kBytesPerName = 2 * sizeof(std::string_view) + 64;
   rows.set_bytes += sizeof(ColumnSet) + kBytesPerName * names.size();
   rows.column_sets.push_back(std::move(set));
@@ -172,6 +175,12 @@ bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::str
   CellReader reader{row.dataItems};
   for (int i = 0; i <= position; ++i) text = NextCell(reader);
   return true;
+}
+
+bool KeepsColumn(const EventRows& rows, std::string_view name) {
+  if (!rows.wanted || name == kProviderColumn || name == kLevelColumn) return true;
+  return std::any_of(rows.wanted->begin(), rows.wanted->end(),
+                     [name](const std::string& wanted) { return EqualsNoCase(wanted, name); });
 }
 
 const ColumnSet* AddColumnSet(EventRows& rows, const std::vector<std::string_view>& names,

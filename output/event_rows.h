@@ -122,7 +122,9 @@ using TextSet = std::unordered_set<std::string, HashText, std::equal_to<>>;
 struct EventRows {
   JoinedCells joined;             // set before the first row
   std::vector<EventRecord> rows;  // in order of arrival
-  bool keeps_hosts = false;       // a timeline names the host of rows that have no column for it
+  // The only columns whose cells are wanted, if not all are; set before the first row too.
+  const std::vector<std::string>* wanted = nullptr;
+  bool keeps_hosts = false;  // a timeline names the host of rows that have no column for it
   std::vector<std::string_view> hosts;  // of the first rows, interned; empty where there is none
   std::vector<RowBytes> blocks;
   char* free_at = nullptr;
@@ -142,6 +144,10 @@ inline std::size_t MemoryOf(const EventRows& rows) {
   return rows.block_bytes + rows.set_bytes + rows.rows.size() * sizeof(EventRecord) +
          rows.hosts.size() * sizeof(std::string_view);
 }
+
+// Whether a row has to have a cell for the column: it is wanted, or the row takes what it says of
+// itself from it.
+bool KeepsColumn(const EventRows& rows, std::string_view name);
 
 // A column set over `names`, which may come in any order and with doubles; the names are copied.
 // Equal sets are one. `position_of` gets, for every name as given, its column, or -1 for a later

@@ -10,6 +10,7 @@
 #include "logs/text.h"
 #include "output/event_xml.h"
 #include "output/mirrored_folder.h"
+#include "output/picked_columns.h"
 #include "output/table.h"
 
 namespace tarnlex {
@@ -143,16 +144,17 @@ RecordOutput MakeRecordOutput(TextSink& standard_output, TextSink& messages, Out
 bool WriteRecords(RecordOutput& output, const EventRows& rows, const LogInfo& log,
                   const RunOptions& options) {
   if (rows.rows.empty()) return false;
+  NoteColumns(rows, log, options, output.missing_columns);
   OutputFile* file = FileFor(output, log.path, options);
   if (file == nullptr) {
     WriteLogResults(*output.standard_output, rows, log, options, output.header_pending);
     Flush(*output.standard_output);
-    return true;
+    return output.wrote = true;
   }
   if (!OpenFile(output, *file, options)) return false;
   WriteLogResults(output.sink, rows, log, options, file->header_pending);
   Flush(output.sink);
-  return true;
+  return output.wrote = true;
 }
 
 TextSink* RecordSink(RecordOutput& output, const LogInfo& log, const RunOptions& options) {

@@ -43,9 +43,11 @@ struct RecordOutput {
   std::set<FileId> inputs;                  // the same by the files themselves...
   bool inputs_known = false;                // ...once it has been asked for
   std::vector<std::string> logs;  // paths of all logs that -outdir answers for, as they came
-  bool failed = false;            // a file that is closed again was cut short
-  bool refused = false;           // a file could not be opened, and its records are nowhere; or
-                                  // one of an earlier run could not be removed
+  std::vector<std::string> missing_columns;  // of -columns: no record had them so far
+  bool wrote = false;                        // a record was handed on
+  bool failed = false;                       // a file that is closed again was cut short
+  bool refused = false;  // a file could not be opened, and its records are nowhere; or
+                         // one of an earlier run could not be removed
 };
 
 // Records go where `options` says at each call of WriteRecords; nothing is opened yet.

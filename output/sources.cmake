@@ -1,5 +1,6 @@
 target_sources(tarnlex_core PRIVATE
   output/bodyfile.cpp
+  output/cards.cpp
   output/cell_cleaner.cpp
   output/cell_writer.cpp
   output/display_name.cpp
@@ -13,14 +14,18 @@ target_sources(tarnlex_core PRIVATE
   output/json_layout.cpp
   output/json_steps.cpp
   output/json_text.cpp
+  output/level.cpp
   output/log2timeline.cpp
   output/mirrored_folder.cpp
+  output/picked_columns.cpp
+  output/picked_table.cpp
   output/record_json.cpp
   output/record_output.cpp
   output/repeated_array.cpp
   output/run_status.cpp
   output/statistics.cpp
   output/table.cpp
+  output/table_cells.cpp
   output/table_columns.cpp
   output/utf8_output.cpp
   output/visible_text.cpp

@@ -1,4 +1,5 @@
-// Records as text: the padded table and its delimited forms (-csv, -csvgen, -multiline and kin).
+// Records as text: the padded table and its delimited forms (-csv, -csvgen, -multiline and kin),
+// and which form a run has.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +13,6 @@
 #include "output/event_rows.h"
 
 namespace tarnlex {
-
-// The word for an EVTX level or an EVT event type.
-std::string_view LevelText(bool is_evtx, std::uint32_t level_or_type);
 
 // How rows may be kept joined for WriteLogResults with these options: only for tables without
 // padding whose separator no cell can hold. Elsewhere the result has no separator.

@@ -38,10 +38,13 @@ struct NamedValues {
   std::vector<const PlanValue*> values;
 };
 
-NamedValues RowValues(const QuerySpec& query, const Plan& plan, Policy policy) {
+NamedValues RowValues(const EventRows& rows, const QuerySpec& query, const Plan& plan,
+                      Policy policy) {
   NamedValues row;
-  const auto add = [&](std::string_view name, const PlanValue& value) {
-    row.names.push_back(EvtColumnName(query, name));
+  const auto add = [&](std::string_view pulled, const PlanValue& value) {
+    const std::string_view name = EvtColumnName(query, pulled);
+    if (!KeepsColumn(rows, name)) return;
+    row.names.push_back(name);
     row.values.push_back(&value);
   };
   if (query.all_data) {
@@ -55,7 +58,7 @@ NamedValues RowValues(const QuerySpec& query, const Plan& plan, Policy policy) {
 // A name that comes twice keeps its first value.
 void LayOut(EventRows& rows, const EvtQuery& query, const Plan& plan, Policy policy, bool finish,
             PlanLayout& layout) {
-  const NamedValues row = RowValues(*query.spec, plan, policy);
+  const NamedValues row = RowValues(rows, *query.spec, plan, policy);
   std::vector<int> position_of;
   const ColumnSet* columns = AddColumnSet(rows, row.names, position_of);
   std::vector<const PlanValue*> values(columns->names.size());

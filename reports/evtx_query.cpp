@@ -62,17 +62,24 @@ bool SameNames(const NamedColumns& known, const Plan& plan) {
   return true;
 }
 
-// The columns of all values of a plan; of two values that share a column the first has it.
+// The columns of the values of a plan that the rows keep; of two values that share a column the
+// first has it.
 NamedColumns MakeColumns(EventRows& rows, const Plan& plan) {
   NamedColumns made;
   std::vector<std::string_view> names;
-  for (const PlanValue& value : plan.values) names.push_back(ColumnName(value));
+  std::vector<std::uint32_t> place_of;
+  for (std::uint32_t place = 0; place < plan.values.size(); ++place) {
+    const std::string_view name = ColumnName(plan.values[place]);
+    if (!KeepsColumn(rows, name)) continue;
+    names.push_back(name);
+    place_of.push_back(place);
+  }
   std::vector<int> position_of;
   made.columns = AddColumnSet(rows, names, position_of);
   made.order.assign(made.columns->names.size(), 0);
   for (std::size_t i = 0; i < position_of.size(); ++i) {
     if (position_of[i] < 0) continue;
-    made.order[static_cast<std::size_t>(position_of[i])] = static_cast<std::uint32_t>(i);
+    made.order[static_cast<std::size_t>(position_of[i])] = place_of[i];
   }
   return made;
 }
@@ -85,9 +92,11 @@ const NamedColumns& ColumnsOf(EventRows& rows, EvtxQueries& all, const Plan& pla
   return candidates.emplace_back(MakeColumns(rows, plan));
 }
 
+// What is known of plans with the same names is known of all their columns.
 void LayOutAll(EventRows& rows, EvtxQueries& all, const Plan& plan, bool finish,
                PlanLayout& layout) {
-  const NamedColumns& named = ColumnsOf(rows, all, plan);
+  if (rows.wanted) all.picked = MakeColumns(rows, plan);
+  const NamedColumns& named = rows.wanted ? all.picked : ColumnsOf(rows, all, plan);
   all.values.clear();
   for (const std::uint32_t position : named.order) all.values.push_back(&plan.values[position]);
   MakeLayout(rows, plan, *named.columns, all.values, kUnresolved, finish, layout);

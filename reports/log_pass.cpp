@@ -39,10 +39,14 @@ void Offer(LogPass& pass, std::uint64_t event_id, Takes takes, Add add) {
   }
 }
 
-// An empty collection that keeps rows as they will be written, unless a histogram looks into them.
+// An empty collection that keeps rows as they will be written, and of them only what will be,
+// unless a histogram looks into them.
 EventRows MakeRows(const LogPass& pass) {
   EventRows rows;
-  if (pass.index.histograms.empty()) rows.joined = JoinedForm(pass.options);
+  if (pass.index.histograms.empty()) {
+    rows.joined = JoinedForm(pass.options);
+    if (!pass.options.columns.empty()) rows.wanted = &pass.options.columns;
+  }
   rows.keeps_hosts = pass.options.complete && pass.options.l2t_form;
   return rows;
 }

@@ -206,5 +206,27 @@ TEST(OutOption, GoesIntoTheOutputDirectoryWhenRelative) {
   EXPECT_EQ(ParsedOptions({"-outdir", "a", "-out", "/b/out.csv"}).options.out_file, "/b/out.csv");
 }
 
+TEST(OutputOptions, PickColumnsOfTablesAndCards) {
+  using Names = std::vector<std::string>;
+  EXPECT_EQ(ParsedOptions({"-columns", " A | b c|"}).options.columns, (Names{"A", "b c"}));
+  for (const char* form : {"-csv", "-csvgen", "-xml", "-multiline", "-cards"}) {
+    EXPECT_EQ(ParsedOptions({"-columns", "A", form}).options.columns, Names{"A"}) << form;
+  }
+  for (const char* form : {"-csvl2t", "-bodyfile", "-json", "-event_json", "-event_xml"}) {
+    EXPECT_EQ(ParsedOptions({"-columns", "A", form}).options.columns, Names{}) << form;
+  }
+}
+
+TEST(OutputOptions, SayHowWideCardsAreAndWhatIsColoured) {
+  EXPECT_FALSE(ParsedOptions({}).options.card_width);
+  EXPECT_EQ(ParsedOptions({"-width", "72"}).options.card_width, 72U);
+  EXPECT_EQ(ParsedOptions({"-width", "0"}).options.card_width, 0U);
+  EXPECT_FALSE(ParsedOptions({"-width", "7x"}).options.card_width);
+  EXPECT_EQ(ParsedOptions({}).options.color, ColorUse::kAuto);
+  EXPECT_EQ(ParsedOptions({"-color", "Always"}).options.color, ColorUse::kAlways);
+  EXPECT_EQ(ParsedOptions({"-color", "never"}).options.color, ColorUse::kNever);
+  EXPECT_EQ(ParsedOptions({"-color", "red"}).options.color, ColorUse::kAuto);
+}
+
 }  // namespace
 }  // namespace tarnlex

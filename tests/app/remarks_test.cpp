@@ -58,6 +58,12 @@ TEST(Remarks, NameWhatHasNoEffectBesideOthers) {
   EXPECT_EQ(Remarks({"-allparams"}), Texts{"ignoring -allparams, it goes with -bodyfile"});
   EXPECT_EQ(Remarks({"-hist", "x"}), Texts{"ignoring -hist, it goes with -stats"});
   EXPECT_EQ(Remarks({"-timesketch"}), Texts{"ignoring -timesketch, it goes with -json"});
+  EXPECT_EQ(Remarks({"-width", "9"}), Texts{"ignoring -width, it goes with -cards"});
+  EXPECT_EQ(Remarks({"-columns", "A", "-bodyfile"}), Texts{"ignoring -columns beside -bodyfile"});
+  EXPECT_EQ(Remarks({"-columns", "A", "-event_json"}),
+            Texts{"ignoring -columns beside -event_json"});
+  EXPECT_EQ(Remarks({"-columns", "A", "-multiline", "-csvl2t"}),
+            Texts{"ignoring -csvl2t beside -multiline"});
   EXPECT_EQ(Remarks({"-csv", "-json"}), Texts{"ignoring -csv beside -json"});
   EXPECT_EQ(Remarks({"-csv", "-bodyfile"}), Texts{"ignoring -csv beside -bodyfile"});
   EXPECT_EQ(Remarks({"-outfile", "a", "-out", "b"}), Texts{"ignoring -outfile beside -out"});
@@ -72,6 +78,11 @@ TEST(Remarks, NameValuesThatCannotBeRead) {
             (Texts{"ignoring x of -eventid, no number",
                    "-eventid takes 4625abc for the number that it begins with"}));
   EXPECT_EQ(Remarks({"-stop_time", "X"}), Texts{"ignoring -stop_time X, no such time"});
+  EXPECT_EQ(Remarks({"-columns", " | "}), Texts{"ignoring -columns, it names none"});
+  EXPECT_EQ(Remarks({"-cards", "-width", "80x"}),
+            Texts{"ignoring -width 80x, no number of characters"});
+  EXPECT_EQ(Remarks({"-color", "red"}), Texts{"ignoring -color red, it is auto, always or never"});
+  EXPECT_EQ(Remarks({"-cards", "-width", "80", "-color", "Never", "-columns", "A"}), Texts{});
   EXPECT_EQ(Remarks({"-start_time", "2023-03-14", "-stop_time", "2023-03-13"}),
             Texts{"no event passes, -start_time is later than -stop_time"});
 }

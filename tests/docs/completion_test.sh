@@ -37,6 +37,8 @@ expect 'Security.evtx folder' -out ''
 expect 'folder' -outdir ''
 expect 'folder' -partition fol
 expect 'tab' -csv_separator ''
+expect 'always auto' -color a
+expect '' -columns -ev
 expect 'yyyy-mm-dd yyyy/mm/dd' -dateformat y
 expect '' -string -ev
 expect '-eventid' -quiet -eventi

@@ -1,7 +1,7 @@
 // What must hold for any log, tried on every real one below $TARNLEX_LOGS: the forms of output
 // agree with one another and with the account of the walk, and no row loses its shape.
-#include <cctype>
-#include <cstdlib>
+#include "tests/end_to_end/real_logs.h"
+
 #include <initializer_list>
 #include <sstream>
 
@@ -13,19 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view kSeparator = "\x01";  // stands in no value of a log that was seen
-
-std::vector<std::string> PathsOfRealLogs() {
-  std::vector<std::string> paths;
-  const char* root = std::getenv("TARNLEX_LOGS");
-  if (root == nullptr) return paths;
-  for (const auto& entry : fs::recursive_directory_iterator(root)) {
-    std::string extension = entry.path().extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
-    if (extension == ".evtx" || extension == ".evt") paths.push_back(entry.path().string());
-  }
-  std::sort(paths.begin(), paths.end());
-  return paths;
-}
 
 using Lines = std::vector<std::string>;
 

@@ -1,6 +1,8 @@
 // What a log's author writes does not act on the examiner's terminal.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "output/visible_text.h"
 #include "tests/app/temp_directory.h"
 #include "tests/support/child_run.h"
@@ -75,14 +77,54 @@ bool HasControls(std::string_view text) {
          text.find('\x9B') != std::string_view::npos;
 }
 
+// What the program colours by itself.
+void TakeOutColors(std::string& text) {
+  for (const std::string_view code : {"\x1b[0m", "\x1b[1m", "\x1b[31m", "\x1b[33m"}) {
+    for (std::size_t at; (at = text.find(code)) != std::string::npos;) text.erase(at, code.size());
+  }
+}
+
+// Whether a run on a terminal, with these arguments beside, colours anything.
+bool ColorsOnTerminal(const std::string& log, std::vector<std::string> args) {
+  args.insert(args.end(), {"-quiet", "-log", log});
+  std::string shown;
+  support::RunOnTerminal(TARNLEX_PROGRAM, args, shown);
+  EXPECT_NE(shown.find("Record#"), std::string::npos);
+  return shown.find("\x1b[1m") != std::string::npos;
+}
+
+TEST(Terminal, IsColouredUnlessSomebodyObjects) {
+  const TempDirectory directory;
+  const std::string log = AttackLog(directory);
+  setenv("TERM", "xterm", 1);
+  unsetenv("NO_COLOR");
+  EXPECT_TRUE(ColorsOnTerminal(log, {}));
+  EXPECT_TRUE(ColorsOnTerminal(log, {"-cards"}));
+  EXPECT_FALSE(ColorsOnTerminal(log, {"-csv"}));
+  EXPECT_FALSE(ColorsOnTerminal(log, {"-color", "never"}));
+  setenv("TERM", "dumb", 1);
+  EXPECT_FALSE(ColorsOnTerminal(log, {}));
+  setenv("TERM", "xterm", 1);
+  setenv("NO_COLOR", "1", 1);
+  EXPECT_FALSE(ColorsOnTerminal(log, {}));
+  EXPECT_TRUE(ColorsOnTerminal(log, {"-color", "always"}));
+  unsetenv("NO_COLOR");
+  const std::string out = directory.path + "/out";
+  support::RunChild(TARNLEX_PROGRAM, {"-quiet", "-log", log}, out);
+  EXPECT_EQ(ReadFile(out).find("\x1b[1m"), std::string::npos);
+}
+
 TEST(Terminal, GetsNoControlsFromALog) {
   const TempDirectory directory;
   const std::string log = AttackLog(directory);
-  for (const char* form : {"-verbose", "-csv", "-csvgen", "-csvl2t", "-bodyfile", "-multiline"}) {
+  for (const char* form :
+       {"-verbose", "-csv", "-csvgen", "-csvl2t", "-bodyfile", "-multiline", "-cards"}) {
     std::string shown;
-    const support::ChildRun run =
-        support::RunOnTerminal(TARNLEX_PROGRAM, {"-quiet", form, "-allparams", "-log", log}, shown);
+    const support::ChildRun run = support::RunOnTerminal(
+        TARNLEX_PROGRAM,
+        {"-quiet", form, "-allparams", "-color", "always", "-width", "0", "-log", log}, shown);
     EXPECT_EQ(run.exit_code, 0) << run.err;
+    TakeOutColors(shown);
     EXPECT_FALSE(HasControls(shown)) << form << testing::PrintToString(shown);
     EXPECT_NE(shown.find("\\x1b]0;owned\\x07\\x1b[2J\\u009b31m\\u202edcba\\x7f\\x09"),
               std::string::npos)

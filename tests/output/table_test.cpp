@@ -377,21 +377,5 @@ TEST(CellCleaning, KeepsADateWithACommaInItsCell) {
   EXPECT_NE(Print(rows, options).find("\n1,7,Mar 07  12, 14:05:09.123,"), std::string::npos);
 }
 
-TEST(LevelText, KnowsBothScales) {
-  EXPECT_EQ(LevelText(true, 0), "info");
-  EXPECT_EQ(LevelText(true, 1), "crit");
-  EXPECT_EQ(LevelText(true, 2), "error");
-  EXPECT_EQ(LevelText(true, 3), "warn");
-  EXPECT_EQ(LevelText(true, 4), "info");
-  EXPECT_EQ(LevelText(true, 5), "unk");
-  EXPECT_EQ(LevelText(false, 0), "info");
-  EXPECT_EQ(LevelText(false, 1), "error");
-  EXPECT_EQ(LevelText(false, 2), "warn");
-  EXPECT_EQ(LevelText(false, 4), "info");
-  EXPECT_EQ(LevelText(false, 8), "a-pass");
-  EXPECT_EQ(LevelText(false, 10), "a-fail");
-  EXPECT_EQ(LevelText(false, 16), "unk");
-}
-
 }  // namespace
 }  // namespace tarnlex
