@@ -66,24 +66,6 @@ TableWriter MakeTableWriter(TextSink& out, const LogInfo& log, const RunOptions&
   return table;
 }
 
-void WriteNumberCell(TableWriter& table, std::uint64_t number) {
-  NeedRoom(table.cells, 20 + kNumberWidth);
-  const char* const start = table.cells.at;
-  WriteNumber(table.cells, number);
-  Pad(table, kNumberWidth, static_cast<std::size_t>(table.cells.at - start));
-}
-
-void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_view text,
-                       std::size_t width) {
-  if (text.data() != repeated.source.data() || text.size() != repeated.source.size()) {
-    repeated.source = text;
-    repeated.cleaned = Cleaned(table.text_cleaner, text);
-    repeated.characters = CountCodePoints(repeated.cleaned);
-  }
-  WriteVerbatim(table.cells, repeated.cleaned);
-  Pad(table, width, repeated.characters);
-}
-
 void WriteDateCell(TableWriter& table, const DateTimeText& text) {
   WriteDate(table, text.date);
   Pad(table, table.date_width, text.date.size());

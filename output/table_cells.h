@@ -12,6 +12,7 @@
 #include "logs/date_time.h"
 #include "logs/log_info.h"
 #include "logs/run_options.h"
+#include "logs/text.h"
 #include "logs/text_sink.h"
 #include "output/cell_writer.h"
 #include "output/event_rows.h"
@@ -88,11 +89,24 @@ inline void Pad(TableWriter& table, std::size_t width, std::size_t written) {
   if (table.padded && written < width) WriteBlanks(table.cells, width - written);
 }
 
-void WriteNumberCell(TableWriter& table, std::uint64_t number);
+inline void WriteNumberCell(TableWriter& table, std::uint64_t number) {
+  NeedRoom(table.cells, 20 + kNumberWidth);
+  const char* const start = table.cells.at;
+  WriteNumber(table.cells, number);
+  Pad(table, kNumberWidth, static_cast<std::size_t>(table.cells.at - start));
+}
 
 // A text that is mostly the very one of the row before: cleaned when it changes.
-void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_view text,
-                       std::size_t width);
+inline void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_view text,
+                              std::size_t width) {
+  if (text.data() != repeated.source.data() || text.size() != repeated.source.size()) {
+    repeated.source = text;
+    repeated.cleaned = Cleaned(table.text_cleaner, text);
+    repeated.characters = CountCodePoints(repeated.cleaned);
+  }
+  WriteVerbatim(table.cells, repeated.cleaned);
+  Pad(table, width, repeated.characters);
+}
 
 // Of the row's time, as FormatDateTime has just given it.
 void WriteDateCell(TableWriter& table, const DateTimeText& text);
