@@ -24,6 +24,7 @@ constexpr OptionEntry kTable[] = {
     {"-partition", "VOLUME", kLogs, "the logs of a Windows volume: where it is mounted, or its drive letter", ""},
     {"-livesys", "", kLogs, "the logs of the running system (Windows)", ""},
     {"-vss", "NUMBER", kLogs, "the logs of a volume shadow copy (Windows)", ""},
+    {"-part", "K/N", kLogs, "of each EVTX log only the K-th of N parts, cut between chunks", "0.34"},
     {"-eventid", "\"ID, ID-ID, ...\"", kRecords, "events of these identifiers", ""},
     {"-string", "TEXT", kRecords, "events one of whose values holds the text", ""},
     {"-start_time", "TIME", kRecords, "events of this time on: 2023-03-14T11:00:00Z, \"03/14/2023 11:00:00\", -2d", ""},

@@ -7,6 +7,7 @@
 
 #include "app/event_ids.h"
 #include "app/remarks.h"
+#include "logs/parse_number.h"
 #include "logs/paths.h"
 #include "logs/text.h"
 #include "logs/time_bounds.h"
@@ -64,6 +65,26 @@ void ParseReports(RunOptions& options, Arguments& args) {
   if (options.have_cmd_file) options.dump_all = false;
 }
 
+// "K/N": part K of N, each of them decimal digits.
+bool ReadPart(std::string_view text, RunOptions& options) {
+  constexpr std::uint64_t kMostParts = 65'536;
+  const std::size_t slash = text.find('/');
+  if (slash == std::string_view::npos) return false;
+  const std::string_view part = text.substr(0, slash);
+  const std::string_view parts = text.substr(slash + 1);
+  if (!IsDecimal(part) || !IsDecimal(parts)) return false;
+  options.part = LeadingNumber(part);
+  options.parts = LeadingNumber(parts);
+  return options.part >= 1 && options.part <= options.parts && options.parts <= kMostParts;
+}
+
+bool ParsePart(RunOptions& options, Arguments& args, std::string& complaints) {
+  std::string value;
+  if (!FindValue("-part", args, value) || ReadPart(value, options)) return true;
+  complaints += "no part of a log: " + value + ", aborting\n";
+  return false;
+}
+
 // Variables are expanded; a path that is listed twice is one.
 std::vector<std::string> ReadPathList(const std::string& list) {
   std::vector<std::string> pieces;
@@ -107,7 +128,7 @@ bool ParseOptions(RunOptions& options, Arguments& args, std::uint64_t now,
   ParseFilters(options, args, now);
   ParseReports(options, args);
   ParseInputs(options, args);
-  return true;
+  return ParsePart(options, args, complaints);
 }
 
 }  // namespace tarnlex

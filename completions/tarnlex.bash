@@ -3,7 +3,7 @@
 
 _tarnlex() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-  local options='-log -dir -livesys -vss -partition -pipe
+  local options='-log -dir -livesys -vss -partition -pipe -part
     -pw -time -logon -startstop -creds -usb -cmdfile
     -eventid -string -start_time -stop_time
     -complete -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
@@ -32,7 +32,7 @@ _tarnlex() {
     -timeformat) mapfile -t COMPREPLY < <(compgen -W 'hh:mm:ss hh:mm:ss.xxx' -- "$word") ;;
     # Their values are the examiner's own.
     -vss | -eventid | -string | -start_time | -stop_time | -alias | -aliaspath | -hostname | \
-      -username | -hist | -width | -columns | -signal | -sqlite) ;;
+      -username | -hist | -width | -columns | -part | -signal | -sqlite) ;;
     *) mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word") ;;
   esac
 }

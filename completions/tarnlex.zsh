@@ -7,6 +7,7 @@ _arguments \
   '-partition[the logs of a Windows volume: where it is mounted, or its drive letter]:VOLUME:_files -/' \
   '-livesys[the logs of the running system (Windows)]' \
   '-vss[the logs of a volume shadow copy (Windows)]:NUMBER: ' \
+  '-part[of each EVTX log only the K-th of N parts, cut between chunks (since 0.34)]:K: ' \
   '-eventid[events of these identifiers]:ID: ' \
   '-string[events one of whose values holds the text]:TEXT: ' \
   '-start_time[events of this time on: 2023-03-14T11:00:00Z, "03/14/2023 11:00:00", -2d]:TIME: ' \

@@ -91,6 +91,10 @@ struct RunOptions {
   std::optional<std::string> partition;  // a drive letter, or where a volume is mounted
   std::optional<std::string> shadow_copy;
 
+  // Which part of each log, of how many: from 1 on.
+  std::uint64_t part = 1;
+  std::uint64_t parts = 1;
+
   // Which records.
   std::uint64_t start_time = 0;  // FILETIME; 0 is no bound
   std::uint64_t stop_time = 0;

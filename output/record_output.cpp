@@ -36,6 +36,15 @@ std::string FreeName(RecordOutput& output, std::string_view name, std::string_vi
   return candidate;
 }
 
+// What the records of a part of a log are called by, so that the parts lie side by side in order.
+std::string PartName(const RunOptions& options) {
+  if (options.parts == 1) return {};
+  const std::string parts = std::to_string(options.parts);
+  std::string part = std::to_string(options.part);
+  part.insert(0, parts.size() - part.size(), '0');
+  return "_part" + part + "of" + parts;
+}
+
 // The folder that mirrors where the log lies, and all that it lies in: none may be a log's file.
 void KeepFolderNames(RecordOutput& output, const std::string& path, const RunOptions& options) {
   std::string folder = ToLowerAscii(MirroredFolder(path, options));
@@ -55,7 +64,7 @@ OutputFile* FileFor(RecordOutput& output, const std::string& path, const RunOpti
     return &file;
   }
   const std::string folder = MirroredFolder(path, options);
-  std::string name(FileNameOf(path));
+  std::string name = std::string(FileNameOf(path)) + PartName(options);
   if (!folder.empty()) name = JoinPath(folder, name);
   file.path = JoinPath(options.out_dir, FreeName(output, name, Extension(options)));
   return &file;

@@ -66,9 +66,16 @@ void TraceReplaced(const LogPass& pass, TextSink& trace) {
   if (count > 0) TraceLine(trace, "characters that XML cannot hold: " + std::to_string(count));
 }
 
+void TraceAccountHead(const LogPass& pass, TextSink& trace) {
+  TraceLine(trace, "--- account of " + pass.log.path);
+  const RunOptions& options = pass.options;
+  if (options.parts == 1) return;
+  TraceLine(trace, "part " + std::to_string(options.part) + " of " + std::to_string(options.parts));
+}
+
 void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
   if (!decoder.trace) return;
-  TraceLine(*decoder.trace, "--- account of " + pass.log.path);
+  TraceAccountHead(pass, *decoder.trace);
   WriteAccount(*decoder.trace, decoder.account);
   TraceReplaced(pass, *decoder.trace);
   Flush(*decoder.trace);
@@ -100,24 +107,43 @@ std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
   return static_cast<std::size_t>(std::min(log_size, kLargeFile) / small_record);
 }
 
+// The bytes of a log that are walked.
+struct Stretch {
+  std::uint64_t begin = 0;
+  std::uint64_t end = 0;
+};
+
+// The run's part of a log whose first slot lies at `start`: whole slots, as many in each part but
+// for one; what is behind the last whole slot counts as one more.
+Stretch PartOf(const RunOptions& options, std::uint64_t start, std::uint64_t log_size) {
+  if (log_size <= start) return {};
+  const std::uint64_t slots = (log_size - start + kChunkSize - 1) / kChunkSize;
+  const auto cut = [&](std::uint64_t part) {
+    return std::min(start + part * slots / options.parts * kChunkSize, log_size);
+  };
+  return {cut(options.part - 1), cut(options.part)};
+}
+
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
                   std::uint64_t block_size) {
+  const Stretch part = PartOf(pass.options, start, file.size);
+  const std::uint64_t part_size = part.end - part.begin;
   EvtxDecoder& decoder = pass.run.evtx_decoder;
   BeginLog(decoder, TraceOf(pass.run), PolicyOf(pass.options));
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
   decoder.makes_documents = IsStream(pass.options);
-  if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtxRecord));
+  if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(part_size, kSmallEvtxRecord));
   std::uint64_t in_block = 0;
   const EvtxHandlers handlers = MakeHandlers(pass, in_block);
   FileBytes buffer;
-  for (std::uint64_t offset = start; offset < file.size;) {
-    const std::uint64_t size = std::min(block_size, file.size - offset);
+  for (std::uint64_t offset = part.begin; offset < part.end;) {
+    const std::uint64_t size = std::min(block_size, part.end - offset);
     in_block = 0;
     const std::uint64_t read =
         WalkBlock(decoder, handlers, file, offset, size, buffer, pass.run.progress);
     if (handlers.progress) Say(pass.run.messages, StatusLine(" "));
-    const bool write = file.size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile;
+    const bool write = part_size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile;
     if (write) WriteRows(pass);
     if (read < size || HasFailed(pass.run.records)) break;
     offset += size;
@@ -128,6 +154,8 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
 }
 
 void WalkEvtFile(LogPass& pass, const InputFile& file) {
+  // Where its records begin shows only in walking it, and it is small: the first part has it all.
+  if (pass.options.part > 1) return;
   EvtCursor cursor;
   if (file.size > kLargestEvt || !BeginEvtFileWalk(file, cursor, PolicyOf(pass.options))) return;
   pass.log.is_evtx = false;
@@ -145,7 +173,7 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   TextSink* trace = TraceOf(pass.run);
   if (!trace) return;
   cursor.account.cut_records = record.cut_records;
-  TraceLine(*trace, "--- account of " + pass.log.path);
+  TraceAccountHead(pass, *trace);
   WriteAccount(*trace, cursor.account);
   TraceReplaced(pass, *trace);
   Flush(*trace);

@@ -7,7 +7,8 @@
 
 namespace tarnlex {
 
-// Walks the log of `pass` and writes its rows. False when the file cannot be opened or is empty.
+// Walks the log of `pass`, or the run's part of it, and writes its rows. False when the file cannot
+// be opened or is empty.
 bool WalkLog(LogPass& pass);
 
 // The same over a file that the caller has opened; false when it is empty.

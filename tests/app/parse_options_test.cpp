@@ -87,5 +87,25 @@ TEST(FilterOptions, TakeSubstringAndAllParameters) {
   EXPECT_FALSE(ParsedOptions({"-allparams", "-csv"}).options.all_params);
 }
 
+TEST(PartOption, TakesAPartOfAsManyAsThereAre) {
+  const ParsedOptions whole({});
+  EXPECT_EQ(whole.options.part, 1U);
+  EXPECT_EQ(whole.options.parts, 1U);
+  const ParsedOptions run({"-part", "3/8"});
+  EXPECT_TRUE(run.parsed);
+  EXPECT_EQ(run.options.part, 3U);
+  EXPECT_EQ(run.options.parts, 8U);
+  EXPECT_TRUE(ParsedOptions({"-part", "65536/65536"}).parsed);
+}
+
+TEST(PartOption, IsRefusedWhereItIsNone) {
+  for (const char* part : {"0/8", "9/8", "1/0", "1/65537", "3", "/", "1/", "/8", "-1/8", "1/8x",
+                           "1 /8", "1/8/8", "99999999999999999999/99999999999999999999", ""}) {
+    const ParsedOptions run({"-part", part});
+    EXPECT_FALSE(run.parsed) << part;
+    EXPECT_EQ(run.said, "no part of a log: " + std::string(part) + ", aborting\n");
+  }
+}
+
 }  // namespace
 }  // namespace tarnlex

@@ -6,6 +6,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/losses_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/many_logs_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/mactime_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/parts_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/program_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/real_logs_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/sample_files.cpp

@@ -288,5 +288,18 @@ TEST_F(StaleFilesTest, AreNoneWithOneFileForAllLogs) {
   EXPECT_EQ(Left(), Names{"a.evtx.csv"});
 }
 
+TEST_F(RecordOutputTest, NamesFilesByThePartThatTheyHold) {
+  options.have_out_dir = true;
+  options.out_dir = "d";
+  options.json_form = true;
+  options.part = 3;
+  options.parts = 16;
+  for (const char* log : {"a/Security.evtx", "b/Security.evtx"}) {
+    ASSERT_NE(RecordSink(output, LogAt(log), options), nullptr);
+  }
+  EXPECT_TRUE(files.content.contains("d/Security.evtx_part03of16.jsonl"));
+  EXPECT_TRUE(files.content.contains("d/Security.evtx_part03of16_2.jsonl"));
+}
+
 }  // namespace
 }  // namespace tarnlex

@@ -242,5 +242,63 @@ TEST(WalkLog, ShowsFifteenCharactersOfALongName) {
   EXPECT_EQ(CountOf(wide.messages, "0123456789abcd\xC3\xA4..: 1 "), 1U);
 }
 
+// What a part of a log makes of a file in memory, and how much of it was read.
+struct PartWalk {
+  std::string out;
+  std::uint64_t read = 0;
+};
+
+PartWalk WalkPart(const ByteString& content, std::uint64_t part, std::uint64_t parts) {
+  PartWalk walked;
+  const InputFile file{content.size(), [&](std::uint64_t offset, std::span<std::uint8_t> to) {
+                         const std::size_t from = std::min<std::size_t>(offset, content.size());
+                         const std::size_t size = std::min(to.size(), content.size() - from);
+                         std::copy_n(content.begin() + static_cast<std::ptrdiff_t>(from), size,
+                                     to.begin());
+                         walked.read += size;
+                         return size;
+                       }};
+  TextRun text;
+  RunOptions options;
+  options.show_status = false;
+  options.csvgen_form = true;
+  options.delimited = true;
+  options.part = part;
+  options.parts = parts;
+  QueryList queries(1);
+  queries.front().pull = {"EventRecordID"};
+  LogPass pass{options, text.run, {.path = "x.evtx"}, queries};
+  WalkLogFile(pass, file);
+  walked.out = text.written;
+  return walked;
+}
+
+TEST(WalkLog, PartsHaveEachRecordOnce) {
+  ByteString file = Chunks(53).Build();
+  support::RemoveChunkMagic(file, 20);
+  const ByteString bare(file.begin() + support::kEvtxHeaderSize, file.end());
+  for (const ByteString& log : {file, bare}) {
+    for (const std::uint64_t parts : {1U, 2U, 3U, 7U, 52U, 53U, 54U, 300U}) {
+      std::string rows;
+      for (std::uint64_t part = 1; part <= parts; ++part) {
+        const std::string out = WalkPart(log, part, parts).out;
+        if (!out.empty()) rows += out.substr(out.find('\n') + 1);
+      }
+      const std::string whole = WalkPart(log, 1, 1).out;
+      EXPECT_EQ(CountOf(whole, "\n"), 105U);
+      EXPECT_EQ(rows, whole.substr(whole.find('\n') + 1)) << parts;
+    }
+  }
+}
+
+TEST(WalkLog, PartsAreReadByThemselves) {
+  const ByteString file = Chunks(40).Build();
+  for (std::uint64_t part = 1; part <= 8; ++part) {
+    const PartWalk walked = WalkPart(file, part, 8);
+    EXPECT_GE(walked.read, 5 * support::kEvtxChunkSize);
+    EXPECT_LE(walked.read, 6 * support::kEvtxChunkSize) << "and the beginning, to know the format";
+  }
+}
+
 }  // namespace
 }  // namespace tarnlex
