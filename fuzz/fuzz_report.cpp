@@ -20,6 +20,9 @@ void SetForm(std::uint8_t byte, RunOptions& options) {
   options.l2t_form = form == 3;
   options.bodyfile_form = form == 4;
   options.multiline_form = form == 5;
+  options.cards_form = form == 0 && (byte & 16) != 0;
+  if (options.cards_form) options.card_width = byte;
+  if ((byte & 32) != 0) options.columns = {"level", "TargetUserName", "eventid", "param_01", "x"};
   options.delimited = form == 1 || form == 2 || form == 6;
   options.all_params = byte >= 128;
   options.pair_datetime = (byte & 64) != 0;

@@ -1,7 +1,6 @@
 #include "output/picked_columns.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "logs/text.h"
 
@@ -43,11 +42,12 @@ bool HasColumn(const TableTraits& table, ColumnKind kind) {
   }
 }
 
-std::optional<ColumnKind> FixedKind(const TableTraits& table, std::string_view name) {
+// What fills the column of that name.
+ColumnKind KindOf(const TableTraits& table, std::string_view name) {
   for (const FixedColumn& fixed : kFixed) {
     if (EqualsNoCase(fixed.name, name) && HasColumn(table, fixed.kind)) return fixed.kind;
   }
-  return std::nullopt;
+  return ColumnKind::kValue;
 }
 
 std::vector<int> CellsOf(const PickedColumns& picked, const ColumnSet& set) {
@@ -74,8 +74,7 @@ PickedColumns PickColumns(const EventRows& rows, std::span<const std::uint32_t> 
   });
   PickedColumns picked;
   for (const std::string& name : names) {
-    const auto kind = FixedKind({is_evtx, paired, has_query_name}, name);
-    picked.columns.push_back({name, kind.value_or(ColumnKind::kValue)});
+    picked.columns.push_back({name, KindOf({is_evtx, paired, has_query_name}, name)});
   }
   const ColumnSet* last = nullptr;
   for (const std::uint32_t number : group) {
@@ -96,7 +95,7 @@ void NoteColumns(const EventRows& rows, const LogInfo& log, const RunOptions& op
                   [](const EventRecord& row) { return !row.queryName.empty(); });
   const TableTraits table{log.is_evtx, options.pair_datetime, has_query_name};
   std::erase_if(missing, [&](const std::string& name) {
-    return FixedKind(table, name) ||
+    return KindOf(table, name) != ColumnKind::kValue ||
            std::any_of(rows.column_sets.begin(), rows.column_sets.end(),
                        [&](const auto& set) { return FindColumn(*set, name, true) >= 0; });
   });

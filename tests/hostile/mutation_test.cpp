@@ -146,6 +146,9 @@ void ExpectDumped(const ByteString& file, Random& random) {
   options.delimited = Below(random, 2) == 0;
   options.csvgen_form = Below(random, 3) == 0;
   options.bodyfile_form = Below(random, 4) == 0;
+  options.cards_form = Below(random, 4) == 0;
+  options.card_width = Below(random, 100);
+  if (Below(random, 3) == 0) options.columns = {"level", "Computer", "param_01", "eventid", "x"};
   options.all_params = true;
   options.complete = Below(random, 2) == 0;
   std::size_t written = 0;
