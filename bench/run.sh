@@ -1,10 +1,12 @@
 #!/bin/sh
 # Whole-process times of the program next to other readers and to plain copying, on the same logs in
 # the same run. Everything lies in memory, so that no disk is measured.
-# usage: bench/run.sh [EVTX [EVT [SIZE_MB [RUNS]]]]
+# usage: bench/run.sh [EVTX [EVT [SIZE_MB [RUNS [FOLDER]]]]]
 #   EVTX, EVT  logs whose chunks and records are repeated (default: the sample logs)
 #   SIZE_MB    size of the EVTX log that is read, at least 100 (default: 128)
 #   RUNS       of each command, of which the median counts (default: 5)
+#   FOLDER     of EVTX logs, whose chunks are shuffled into a log of all kinds (default: the sample
+#              logs)
 # EVTX_DUMP names a program to compare with that is no Debian package ("cargo install evtx"); found
 # on the PATH by itself.
 set -eu
@@ -13,8 +15,10 @@ evtx=${1:-}
 evt=${2:-}
 size=${3:-128}
 runs=${4:-5}
+folder=${5:-}
 [ -z "$evtx" ] || evtx=$(realpath "$evtx")
 [ -z "$evt" ] || evt=$(realpath "$evt")
+[ -z "$folder" ] || folder=$(realpath "$folder")
 [ "$size" -ge 100 ] || { echo "bench: $size MB are too few to time; at least 100" >&2; exit 2; }
 evtx_dump=${EVTX_DUMP:-$(command -v evtx_dump || true)}
 cd "$root"
@@ -71,6 +75,23 @@ measure full "$dump -log $log >/dev/null"  # side by side: the machine's pace ch
 measure copy "cp $log $work/copy; cat $work/rows.csv | wc -c"
 ratio "tarnlex / (cp of the log, wc -c of the rows)" "$time_full" "$time_copy"
 rm -f "$work/copy" "$work/export"
+
+echo "-- every form, on the log and on one of all kinds of events; in turn, $size MiB each"
+[ -n "$folder" ] || folder=$work/sample
+build/release/tests/make_mixed_log "$folder" "$work/Mixed.evtx" "$size"
+# form OPTIONS: as an argument of bench/ratios.py. Each command writes over its own file.
+form() { echo "$1=exec $program -log $forms_log -quiet $1 >'$work/form$1' 2>/dev/null"; }
+for forms_log in "$log" "$work/Mixed.evtx"; do
+  echo "$(basename "$forms_log"):"
+  if [ -n "$evtx_dump" ]; then
+    bench/ratios.py "$runs" evtx_dump "evtx_dump=exec $evtx_dump -t 1 -o jsonl $forms_log >$work/export 2>/dev/null" \
+      "$(form -csv)" "$(form '-csvgen -complete')" "$(form -json)" "$(form -event_json)" "$(form -event_xml)"
+  else
+    bench/ratios.py "$runs" -csv "$(form -csv)" "$(form '-csvgen -complete')" "$(form -json)" \
+      "$(form -event_json)" "$(form -event_xml)"
+  fi
+done
+rm -f "$work"/form-* "$work/export" "$work/Mixed.evtx"
 
 echo "-- selective queries: full dump / query"
 awk 'BEGIN { for (i = 0; i < 500; ++i)

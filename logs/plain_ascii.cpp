@@ -1,5 +1,6 @@
 #include "logs/plain_ascii.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "logs/text.h"
@@ -73,22 +74,24 @@ char* WriteAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) 
 
 #endif
 
-std::size_t CopyQuotableAscii(const std::uint8_t* units, std::size_t count, char* out) {
+std::size_t CopyQuotableAscii(Bytes from, std::size_t count, char* out) {
   std::size_t done = 0;
 #if defined(__SSE2__)
-  for (; count - done >= kPlainAsciiBlock; done += kPlainAsciiBlock) {
-    const __m128i characters = PackUnits(units + 2 * done);
+  for (; done < count && from.size() >= 2 * (done + kPlainAsciiBlock); done += kPlainAsciiBlock) {
+    const __m128i characters = PackUnits(from.data() + 2 * done);
     const unsigned special = NotPlain<'"', '\\'>(characters);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done), characters);
-    if (special != 0) return done + static_cast<std::size_t>(std::countr_zero(special));
+    if (special != 0) {
+      return std::min(done + static_cast<std::size_t>(std::countr_zero(special)), count);
+    }
   }
 #endif
   for (; done < count; ++done) {
-    const auto unit = Load<std::uint16_t>(units + 2 * done);
+    const auto unit = Load<std::uint16_t>(from.data() + 2 * done);
     if (unit < ' ' || unit >= 0x80 || unit == '"' || unit == '\\') break;
     out[done] = static_cast<char>(unit);
   }
-  return done;
+  return std::min(done, count);
 }
 
 char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
@@ -97,10 +100,6 @@ char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* 
 
 char* WriteXmlAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
   return WriteAscii<'&', '<', '>', '"'>(bytes, offset, count, out);
-}
-
-char* WriteQuotableAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
-  return WriteAscii<'"', '\\'>(bytes, offset, count, out);
 }
 
 }  // namespace tarnlex

@@ -10,7 +10,7 @@
 
 namespace tarnlex {
 
-// Bytes behind the text's own that WritePlainAscii may overwrite.
+// Bytes behind the text's own that these may overwrite.
 inline constexpr std::size_t kPlainAsciiBlock = 16;
 
 // Writes the `count` UTF-16LE units at `offset` of `bytes`, where they lie whole, at `out`, a byte
@@ -19,15 +19,13 @@ inline constexpr std::size_t kPlainAsciiBlock = 16;
 // read in blocks: such a text has to be written the long way.
 char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
 
-// The same for texts between quotes, which hold neither a quote nor a backslash; commas and bars
-// are plain there.
-char* WriteQuotableAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
-
 // The same for texts of XML, which hold no character that markup has a meaning for.
 char* WriteXmlAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
 
-// Writes units up to the first that is not plain between quotes, `count` at most, at `out`, which
-// has room for so many; returns how many were written. Zero units are not plain.
-std::size_t CopyQuotableAscii(const std::uint8_t* units, std::size_t count, char* out);
+// Writes units at the beginning of `from`, which holds `count` of them at least, up to the first
+// that is not plain between quotes: a quote, a backslash, and what is no printable ASCII character.
+// Commas and bars are plain there. Returns how many were written at `out`, which has room for
+// `count` and kPlainAsciiBlock more.
+std::size_t CopyQuotableAscii(Bytes from, std::size_t count, char* out);
 
 }  // namespace tarnlex

@@ -1,6 +1,7 @@
 #include "output/event_text.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -78,7 +79,12 @@ char* WriteHexNumber(Bytes bytes, char* out) {
   const std::uint64_t number =
       bytes.size() == 4 ? Load<std::uint32_t>(bytes.data()) : Load<std::uint64_t>(bytes.data());
   out = CopyText("0x", out);
-  return std::to_chars(out, out + 16, number, 16).ptr;
+  char digits[2 * sizeof number];
+  WriteHex16(number, digits);
+  const auto zeros = std::min<std::size_t>(static_cast<std::size_t>(std::countl_zero(number)) / 4,
+                                           sizeof digits - 1);
+  std::memcpy(out, digits + zeros, sizeof digits - zeros);
+  return out + sizeof digits - zeros;
 }
 
 // What is neither true nor false is the number that it is.
@@ -180,10 +186,10 @@ char* WriteEventText(const EventStructure& event, const SubstitutionValue& value
 namespace {
 
 char* WriteBare(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  const bool is_truth = value.type == kEvtVarTypeBoolean;
-  if (!is_truth && IsReadable(value)) return WriteJsonValue(event, value, out);
-  char* const end = WriteEventText(event, value, out);
-  return end == out || is_truth ? end : QuoteJson(out, end);
+  char* end = WriteJsonInteger(event, value, out);
+  if (end != out) return end;
+  end = WriteEventText(event, value, out);
+  return end == out || value.type == kEvtVarTypeBoolean ? end : QuoteJson(out, end);
 }
 
 }  // namespace

@@ -73,12 +73,8 @@ std::size_t UnitsBeyondAscii(const std::uint8_t* units, std::size_t count) {
   return size;
 }
 
-// What does not stand for itself between quotes: mostly the backslash of a path.
+// What does not stand for itself between quotes.
 char* WriteSpecial(std::uint16_t unit, char* out) {
-  if (unit == '\\') {
-    out[0] = out[1] = '\\';
-    return out + 2;
-  }
   if (unit == 0) return WriteBlank(out);
   if (unit < 0x80) return WriteEscape(static_cast<char>(unit), out);
   *out++ = '\\';
@@ -86,27 +82,38 @@ char* WriteSpecial(std::uint16_t unit, char* out) {
   return WriteHex(unit, 4, out);
 }
 
-// A text of UTF-16 units, escaped as it is converted.
-char* WriteEscaped(const std::uint8_t* units, std::size_t count, char* out) {
-  count = UnitsWithoutZerosAtEnd(units, count);
-  while (count > 0) {
-    std::size_t done = CopyQuotableAscii(units, count, out);
+// Units at `at` of which the first is special: those come in runs too, as between the lines of a
+// list. Returns how many of `count` were written.
+std::size_t WriteSpecials(const std::uint8_t* at, std::size_t count, char*& out) {
+  auto unit = Load<std::uint16_t>(at);
+  std::size_t done = 0;
+  do {
+    out = WriteSpecial(unit, out);
+    if (++done == count) break;
+    unit = Load<std::uint16_t>(at + 2 * done);
+  } while (unit < ' ');
+  return done;
+}
+
+// A text of UTF-16 units at the beginning of `from`, escaped as it is converted.
+char* WriteEscaped(Bytes from, std::size_t count, char* out) {
+  count = UnitsWithoutZerosAtEnd(from.data(), count);
+  while (true) {
+    std::size_t done = CopyQuotableAscii(from, count, out);
     out += done;
-    if (done < count) {
-      const auto unit = Load<std::uint16_t>(units + 2 * done);
-      if (unit < 0x80 || EndsLine(unit)) {
-        out = WriteSpecial(unit, out);
-        ++done;
-      } else {
-        const std::size_t beyond = UnitsBeyondAscii(units + 2 * done, count - done);
-        out = WriteUtf8(units + 2 * done, beyond, out);
-        done += beyond;
-      }
+    if (done == count) return out;
+    const std::uint8_t* const at = from.data() + 2 * done;
+    const auto unit = Load<std::uint16_t>(at);
+    if (unit < 0x80 || EndsLine(unit)) {
+      done += WriteSpecials(at, count - done, out);
+    } else {
+      const std::size_t beyond = UnitsBeyondAscii(at, count - done);
+      out = WriteUtf8(at, beyond, out);
+      done += beyond;
     }
-    units += 2 * done;
+    from = from.subspan(2 * done);
     count -= done;
   }
-  return out;
 }
 
 // What could not be read as its type has become its bytes, which are a text.
@@ -115,12 +122,11 @@ char* WriteBare(const EventStructure& event, const SubstitutionValue& value, cha
   return IsReadable(value) ? end : QuoteJson(out, end);
 }
 
+// The number at the beginning of a value; nothing of one that has too few bytes.
 template <typename T>
 char* WriteNumber(const EventStructure& event, const SubstitutionValue& value, char* out) {
   T number = 0;
-  if (value.size < sizeof number || !ReadAt(event.bytes, value.offset, number)) {
-    return WriteBare(event, value, out);
-  }
+  if (value.size < sizeof number || !ReadAt(event.bytes, value.offset, number)) return out;
   using Widest = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
   return WriteDecimal(static_cast<Widest>(number), out);
 }
@@ -154,15 +160,17 @@ char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, ch
 }
 
 char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  char* const end = WriteJsonInteger(event, value, out);
+  if (end != out) return end;
   switch (value.type) {
-    case kEvtVarTypeSByte: return WriteNumber<std::int8_t>(event, value, out);
-    case kEvtVarTypeByte: return WriteNumber<std::uint8_t>(event, value, out);
-    case kEvtVarTypeInt16: return WriteNumber<std::int16_t>(event, value, out);
-    case kEvtVarTypeUInt16: return WriteNumber<std::uint16_t>(event, value, out);
-    case kEvtVarTypeInt32: return WriteNumber<std::int32_t>(event, value, out);
-    case kEvtVarTypeUInt32: return WriteNumber<std::uint32_t>(event, value, out);
-    case kEvtVarTypeInt64: return WriteNumber<std::int64_t>(event, value, out);
-    case kEvtVarTypeUInt64: return WriteNumber<std::uint64_t>(event, value, out);
+    case kEvtVarTypeSByte:
+    case kEvtVarTypeByte:
+    case kEvtVarTypeInt16:
+    case kEvtVarTypeUInt16:
+    case kEvtVarTypeInt32:
+    case kEvtVarTypeUInt32:
+    case kEvtVarTypeInt64:
+    case kEvtVarTypeUInt64:
     case kEvtVarTypeSizeT:
     case kEvtVarTypeBoolean: return WriteBare(event, value, out);
     case kEvtVarTypeSingle:
@@ -175,10 +183,23 @@ char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char
 
 }  // namespace
 
+char* WriteJsonInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  switch (value.type) {
+    case kEvtVarTypeSByte: return WriteNumber<std::int8_t>(event, value, out);
+    case kEvtVarTypeByte: return WriteNumber<std::uint8_t>(event, value, out);
+    case kEvtVarTypeInt16: return WriteNumber<std::int16_t>(event, value, out);
+    case kEvtVarTypeUInt16: return WriteNumber<std::uint16_t>(event, value, out);
+    case kEvtVarTypeInt32: return WriteNumber<std::int32_t>(event, value, out);
+    case kEvtVarTypeUInt32: return WriteNumber<std::uint32_t>(event, value, out);
+    case kEvtVarTypeInt64: return WriteNumber<std::int64_t>(event, value, out);
+    case kEvtVarTypeUInt64: return WriteNumber<std::uint64_t>(event, value, out);
+    default: return out;
+  }
+}
+
 char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
-  char* const end = WriteQuotableAscii(bytes, text.offset, text.size / 2, out);
-  if (end || !Fits(bytes, text.offset, text.size)) return end ? end : out;
-  return WriteEscaped(bytes.data() + text.offset, text.size / 2, out);
+  if (!Fits(bytes, text.offset, text.size)) return out;
+  return WriteEscaped(bytes.subspan(text.offset), text.size / 2, out);
 }
 
 char* EscapeJson(char* begin, char* end) {

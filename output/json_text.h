@@ -22,6 +22,9 @@ char* EscapeJson(char* begin, char* end);
 // room for kJsonPerByte times its bytes.
 char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out);
 
+// Writes an integer of as many bytes as its type asks for; nothing of any other value.
+char* WriteJsonInteger(const EventStructure& event, const SubstitutionValue& value, char* out);
+
 // A text as it stands between quotes.
 std::string EscapedJson(std::string_view text);
 
