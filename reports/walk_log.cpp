@@ -4,10 +4,16 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "evt/account.h"
+#include "evt/evt_format.h"
+#include "evt/file_header.h"
+#include "evt/survey.h"
 #include "evt/walk.h"
 #include "evtx/evtx_format.h"
+#include "evtx/file_header.h"
 #include "evtx/record.h"
 #include "evtx/trace.h"
 #include "evtx/walk.h"
@@ -74,6 +80,21 @@ void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
   Flush(*decoder.trace);
 }
 
+void WriteEvtAccount(LogPass& pass, const EvtAccount& account) {
+  TextSink* const trace = TraceOf(pass.run);
+  if (!trace) return;
+  TraceLine(*trace, "--- account of " + pass.log.path);
+  WriteAccount(*trace, account);
+  TraceReplaced(pass, *trace);
+  Flush(*trace);
+}
+
+std::vector<std::uint8_t> HeadOf(const InputFile& file, std::size_t size) {
+  std::vector<std::uint8_t> head(size);
+  head.resize(ReadFully(file, 0, head));
+  return head;
+}
+
 // Reads and walks one block piece by piece: a piece still lies in the processor's cache when it is
 // decoded. Returns how much could be read before the run was interrupted.
 std::uint64_t WalkBlock(EvtxDecoder& decoder, const EvtxHandlers& handlers, const InputFile& file,
@@ -103,7 +124,9 @@ std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
                   std::uint64_t block_size) {
   EvtxDecoder& decoder = pass.run.evtx_decoder;
-  BeginLog(decoder, TraceOf(pass.run), PolicyOf(pass.options));
+  const bool surveys = pass.account.surveyed;
+  BeginLog(decoder, TraceOf(pass.run), PolicyOf(pass.options), surveys);
+  if (surveys) decoder.account.header = ReadEvtxFileHeader(HeadOf(file, kFileHeaderUsed));
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
   decoder.makes_documents = IsStream(pass.options);
@@ -125,11 +148,16 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
   if (!pass.run.progress.stopped) Advance(pass.run.progress, file.size, file.size);
   WriteRows(pass);
   WriteEvtxAccount(pass, decoder);
+  pass.account.evtx = std::move(decoder.account);
+  pass.account.outcome = LogOutcome::kRead;
 }
 
 void WalkEvtFile(LogPass& pass, const InputFile& file) {
   EvtCursor cursor;
+  pass.account.outcome = LogOutcome::kTooLarge;
   if (file.size > kLargestEvt || !BeginEvtFileWalk(file, cursor, PolicyOf(pass.options))) return;
+  const bool surveys = pass.account.surveyed;
+  if (surveys) cursor.account.header = ReadEvtFileHeader(HeadOf(file, kEvtHeaderUsed));
   pass.log.is_evtx = false;
   PrepareEvtPass(pass);
   if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtRecord));
@@ -139,23 +167,35 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   for (std::uint64_t count = 0; !StopsHere(progress) && NextEvtRecord(cursor, record); ++count) {
     if (count % kProgressEvery == 0) Advance(progress, cursor.offset, file.size);
     RouteEvtRecord(pass, record);
+    if (surveys) SurveyRecord(cursor.account, record);
   }
   if (!progress.stopped) Advance(progress, file.size, file.size);
   WriteRows(pass);
-  TextSink* trace = TraceOf(pass.run);
-  if (!trace) return;
   cursor.account.cut_records = record.cut_records;
-  TraceLine(*trace, "--- account of " + pass.log.path);
-  WriteAccount(*trace, cursor.account);
-  TraceReplaced(pass, *trace);
-  Flush(*trace);
+  WriteEvtAccount(pass, cursor.account);
+  pass.account.evt = std::move(cursor.account);
+  pass.account.outcome = LogOutcome::kRead;
+}
+
+// Walks a file that is not empty.
+void WalkContent(LogPass& pass, const InputFile& file) {
+  switch (ContentOf(file, pass.options.complete)) {
+    case LogContent::kEvtx: WalkEvtxFile(pass, file, kEvtxFileHeaderSize, kBlockSize); break;
+    case LogContent::kChunks: WalkEvtxFile(pass, file, 0, file.size); break;  // one block
+    case LogContent::kEvt: WalkEvtFile(pass, file); break;
+    case LogContent::kNone: break;
+  }
 }
 
 }  // namespace
 
 bool WalkLog(LogPass& pass) {
   const std::optional<InputFile> file = OpenInput(pass.log.path);
-  return file && WalkLogFile(pass, *file);
+  if (file) return WalkLogFile(pass, *file);
+  pass.account.log = pass.log;
+  pass.account.outcome = LogOutcome::kNotOpened;
+  AddWalk(pass.run.account, pass.account);
+  return false;
 }
 
 // The rows of real logs take a few times the log's size.
@@ -168,15 +208,16 @@ std::size_t MemoryFor(std::uint64_t log_size) {
 bool WalkLogFile(LogPass& pass, const InputFile& file) {
   pass.most_memory = MemoryFor(file.size);
   Advance(pass.run.progress, 0, file.size);
+  pass.account.outcome = LogOutcome::kNoEventLog;
+  pass.account.size = file.size;
+  pass.account.surveyed = IsToSurvey(pass.run.account, pass.log);
   std::uint8_t first = 0;
-  if (ReadFully(file, 0, {&first, 1}) == 0) return false;
-  switch (ContentOf(file, pass.options.complete)) {
-    case LogContent::kEvtx: WalkEvtxFile(pass, file, kEvtxFileHeaderSize, kBlockSize); break;
-    case LogContent::kChunks: WalkEvtxFile(pass, file, 0, file.size); break;  // one block
-    case LogContent::kEvt: WalkEvtFile(pass, file); break;
-    case LogContent::kNone: break;
-  }
-  return true;
+  const bool is_empty = ReadFully(file, 0, {&first, 1}) == 0;
+  if (!is_empty) WalkContent(pass, file);
+  if (pass.run.progress.stopped) pass.account.outcome = LogOutcome::kNotReached;
+  pass.account.log = pass.log;
+  AddWalk(pass.run.account, pass.account);
+  return !is_empty;
 }
 
 }  // namespace tarnlex
