@@ -2,6 +2,7 @@ target_sources(tarnlex_core PRIVATE
   app/event_ids.cpp
   app/folder_scan.cpp
   app/input_discovery.cpp
+  app/loss_remark.cpp
   app/open_log.cpp
   app/option_table.cpp
   app/output_options.cpp

@@ -11,12 +11,12 @@ _tarnlex() {
     -cards -width -columns -color
     -csv_separator -no_whitespace -pair_datetime -dateformat -timeformat
     -alias -aliaspath -hostname -username
-    -out -outfile -outdir -stats -hist -diags
+    -out -outfile -outdir -stats -hist -diags -account
     -quiet -strict -verbose -base10 -signal -sqlite
     -h -help --help -options -version --version'
   COMPREPLY=()
   case $before in
-    -log | -cmdfile | -out | -outfile | -stats | -diags)
+    -log | -cmdfile | -out | -outfile | -stats | -diags | -account)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
       ;;

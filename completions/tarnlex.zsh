@@ -50,8 +50,9 @@ _arguments \
   '-stats[what was counted]:FILE:_files' \
   '-hist[with -stats: counts by the values of these columns]:NAME: ' \
   '-diags[what was read and what was not]:FILE:_files' \
+  '-account[what was read and what was not, a line of JSON for each log (since 0.34)]:FILE:_files' \
   '-quiet[no status]' \
-  '-strict[a command line with anything to remark is not run (since 0.34)]' \
+  '-strict[no run with anything to remark; exit code 2 where not all was read (since 0.34)]' \
   '-verbose[accepted, without effect]' \
   '-base10[accepted, without effect]' \
   '-signal[accepted, without effect]:TEXT: ' \

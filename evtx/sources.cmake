@@ -4,6 +4,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/chunk.cpp
   evtx/compile.cpp
   evtx/element_kind.cpp
+  evtx/file_header.cpp
   evtx/find_record.cpp
   evtx/first_record.cpp
   evtx/fragment.cpp
@@ -13,6 +14,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/record_check.cpp
   evtx/resolve.cpp
   evtx/substitution.cpp
+  evtx/survey.cpp
   evtx/template_store.cpp
   evtx/trace.cpp
   evtx/walk.cpp

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -111,19 +112,30 @@ bool RunWork(const RunOptions& options, RunState& run, const Work& work, bool is
   return wrote;
 }
 
+Unwalked WhyUnwalked(const RunOptions& options, const RunState& run) {
+  if (HasFailed(run.records) || run.progress.stopped) return Unwalked::kCutShort;
+  const auto& reports = BuiltinReports();
+  const bool by_kind =
+      std::any_of(std::begin(reports), std::end(reports),
+                  [&](const BuiltinReport& report) { return options.*report.selected; });
+  return by_kind ? Unwalked::kByKind : Unwalked::kUnasked;
+}
+
 }  // namespace
 
 bool ProcessLogs(const RunOptions& options, RunState& run) {
   run.current_log = nullptr;
   ExpectLogs(run.records, run.logs, options);
   const std::vector<Work> works = PlanWork(options, run);
-  if (!options.pipe) BeginWork(run.progress, run.progress.show ? BytesOf(works, run.logs) : 0);
+  if (!options.pipe)
+    BeginWork(run.progress, run.progress.show ? BytesOf(works, run.logs) / options.parts : 0);
   run.progress.status.reports = works.size();
   bool wrote = false;
   for (std::size_t at = 0; at < works.size(); ++at) {
     run.progress.status.report = at + 1;
     wrote |= RunWork(options, run, works[at], at + 1 == works.size());
   }
+  EndLogs(run.account, run.logs, WhyUnwalked(options, run));
   return wrote;
 }
 

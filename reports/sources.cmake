@@ -1,4 +1,5 @@
 target_sources(tarnlex_core PRIVATE
+  reports/account_json.cpp
   reports/builtin_reports.cpp
   reports/command_file.cpp
   reports/command_language.cpp
@@ -6,6 +7,7 @@ target_sources(tarnlex_core PRIVATE
   reports/evt_query.cpp
   reports/evtx_query.cpp
   reports/filter.cpp
+  reports/log_account.cpp
   reports/log_pass.cpp
   reports/plan_rows.cpp
   reports/plan_tests.cpp
@@ -14,5 +16,6 @@ target_sources(tarnlex_core PRIVATE
   reports/query_index.cpp
   reports/record_stream.cpp
   reports/report_lines.cpp
+  reports/run_account.cpp
   reports/walk_log.cpp
 )
