@@ -127,8 +127,8 @@ bool ProcessLogs(const RunOptions& options, RunState& run) {
   run.current_log = nullptr;
   ExpectLogs(run.records, run.logs, options);
   const std::vector<Work> works = PlanWork(options, run);
-  if (!options.pipe)
-    BeginWork(run.progress, run.progress.show ? BytesOf(works, run.logs) / options.parts : 0);
+  const bool known = !options.pipe && run.progress.show;
+  if (!options.pipe) BeginWork(run.progress, known ? BytesOf(works, run.logs) / options.parts : 0);
   run.progress.status.reports = works.size();
   bool wrote = false;
   for (std::size_t at = 0; at < works.size(); ++at) {
