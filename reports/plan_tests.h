@@ -19,9 +19,9 @@ struct PlannedField {
 };
 using FieldPlaces = std::vector<PlannedField>;  // of kept plans, by their identifier
 
-// Whether the value of the condition's field satisfies it; `fields` is the condition's own.
-bool Holds(const Condition& condition, const EventStructure& event, const Plan& plan,
-           FieldPlaces& fields, std::string& scratch);
+// Whether the event passes all conditions; `places` has the fields of each, in the same order.
+bool PassesAll(std::span<const Condition> conditions, const EventStructure& event, const Plan& plan,
+               std::vector<FieldPlaces>& places, std::string& scratch);
 
 // Whether one of those values of the plan contains a text, which is given in lower case.
 bool AnyTextContains(const EventStructure& event, const Plan& plan,
