@@ -112,6 +112,7 @@ EvtQueries PrepareEvtQueries(QueryList& queries) {
     query.spec = &spec;
     query.position = static_cast<std::uint32_t>(all.queries.size() - 1);
     query.tests = MakeQueryTests(spec);
+    query.fields.resize(query.tests.conditions.size());
     for (Condition& condition : query.tests.conditions) {
       condition.field = EvtConditionName(condition.field);
     }

@@ -176,6 +176,7 @@ EvtxQueries PrepareEvtxQueries(const QueryList& queries) {
     query.spec = &spec;
     query.position = static_cast<std::uint32_t>(all.queries.size() - 1);
     query.tests = MakeQueryTests(spec);
+    query.fields.resize(query.tests.conditions.size());
   }
   return all;
 }

@@ -19,8 +19,8 @@ Condition OwnCondition(std::string field, const std::string& wanted) {
 std::vector<Condition> ConditionsOf(const QuerySpec& query) {
   const bool evtx = query.format == LogFormat::EVTX;
   std::vector<Condition> all;
-  const auto add = [&all](const Condition& condition) {
-    if (condition.given) all.push_back(condition);
+  const auto add = [&all](Condition condition) {
+    if (condition.given) all.push_back(std::move(condition));
   };
   add(OwnCondition(evtx ? "Provider Name" : "source_name", query.provider));
   add(OwnCondition("Channel", query.channel));
@@ -29,11 +29,11 @@ std::vector<Condition> ConditionsOf(const QuerySpec& query) {
   for (const std::string& text : query.none_of) {
     Condition condition = ParseCondition(text);
     condition.forbidden = true;
-    add(condition);
+    add(std::move(condition));
   }
   Condition success = ParseCondition(query.success_condition);
   success.first_only = true;
-  add(success);
+  add(std::move(success));
   return all;
 }
 

@@ -26,6 +26,8 @@ const SubstitutionValue* OnlySlot(const EventStructure& event, const Plan& plan,
   return value.part_count == 1 && !part.literal ? &event.slots[part.slot] : nullptr;
 }
 
+}  // namespace
+
 bool Holds(const Condition& condition, const EventStructure& event, const Plan& plan,
            FieldPlaces& fields, std::string& scratch) {
   const PlanValue* value = FieldOf(plan, condition.field, fields);
@@ -37,18 +39,6 @@ bool Holds(const Condition& condition, const EventStructure& event, const Plan& 
     if (ConditionHolds(condition, TextOf(event, plan, plan.values[i], scratch))) return true;
   }
   return false;
-}
-
-}  // namespace
-
-bool PassesAll(std::span<const Condition> conditions, const EventStructure& event, const Plan& plan,
-               std::vector<FieldPlaces>& places, std::string& scratch) {
-  places.resize(conditions.size());
-  for (std::size_t i = 0; i < conditions.size(); ++i) {
-    const bool holds = Holds(conditions[i], event, plan, places[i], scratch);
-    if (holds == conditions[i].forbidden) return false;
-  }
-  return true;
 }
 
 bool AnyTextContains(const EventStructure& event, const Plan& plan,

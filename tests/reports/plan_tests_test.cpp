@@ -21,9 +21,9 @@ Plan TwoLevels(std::string_view first, std::string_view second) {
 }
 
 bool Passes(const Condition& condition, const Plan& plan) {
-  std::vector<FieldPlaces> places;
+  std::vector<FieldPlaces> places(1);
   std::string scratch;
-  return PassesAll({&condition, 1}, EventStructure{}, plan, places, scratch);
+  return PassesAll({condition}, EventStructure{}, plan, places, scratch);
 }
 
 TEST(PlanTests, AnyValueOfANameSatisfiesACondition) {
@@ -50,7 +50,7 @@ TEST(PlanTests, NoValueOfANameMaySatisfyAForbiddenCondition) {
 }
 
 TEST(PlanTests, AllConditionsHaveToPass) {
-  std::vector<FieldPlaces> places;
+  std::vector<FieldPlaces> places(2);
   std::string scratch;
   const std::vector<Condition> both = {ParseCondition("Level|2"), ParseCondition("Level|4")};
   const auto pass = [&](const Plan& plan) {
