@@ -53,9 +53,8 @@ QueryList QueriesFor(std::uint8_t byte, std::string_view commands, const LogInfo
     }
   }
   if ((byte & 16) != 0) {
-    for (const LibraryReport& report : ReportLibrary()) {
-      BuildQueries(LinesOf(report), log, options, true, queries);
-    }
+    const LibraryReport& report = ReportLibrary()[commands.size() % ReportLibrary().size()];
+    BuildQueries(LinesOf(report), log, options, true, queries);
   }
   return queries.empty() ? PlainQueries(log, options) : queries;
 }

@@ -277,6 +277,28 @@ TEST(ReportTexts, AsCommandFilesTakeWhatTheReportsTake) {
   }
 }
 
+// A long script comes in parts, which two that run at once mix.
+TEST(ReportLibrary, GivesThePartsOfAScriptInTheirOrder) {
+  const TempDirectory directory;
+  support::EvtxBuilder log;
+  std::uint64_t record = 0;
+  for (const char* part : {"a1", "b1", "a2", "a3", "b2"}) {
+    support::Event event{.provider = "Microsoft-Windows-PowerShell", .event_id = 4104};
+    event.id = ++record;
+    event.time = support::Filetime(2020, 8, 26);
+    event.data = {{"MessageNumber", std::string_view(part + 1)},
+                  {"ScriptBlockId", std::string_view(part, 1)}};
+    log.AddEvent(event);
+  }
+  const support::ByteString bytes = log.Build();
+  directory.AddFile("built/Security.evtx", std::string(bytes.begin(), bytes.end()));
+  std::map<std::string, std::string> parts;
+  for (const Cells& row : ReportRows(directory, "powershell")) {
+    parts[row.at("script id")] += row.at("part");
+  }
+  EXPECT_EQ(parts, (Cells{{"a", "123"}, {"b", "12"}}));
+}
+
 TEST(ReportTexts, AreListedInALineEach) {
   std::istringstream list(ReportList());
   std::size_t at = 0;
