@@ -35,6 +35,7 @@ constexpr OptionEntry kTable[] = {
     {"-startstop", "", kReports, "starts and stops of the system", ""},
     {"-creds", "", kReports, "changes of accounts and privileges", ""},
     {"-usb", "", kReports, "USB devices", ""},
+    {"-report", "\"NAME | NAME | ...\"", kReports, "reports of the library; -report list names all, -report show NAME has the lines of one", "0.34"},
     {"-cmdfile", "FILE", kReports, "a report of your own", ""},
     {"-complete", "", kLooks, "every value of every event", "0.34"},
     {"-csv", "", kLooks, "CSV, a table for each kind of event", ""},

@@ -10,6 +10,7 @@
 #include "app/parse_options.h"
 #include "app/pipe_mode.h"
 #include "app/prepare_run.h"
+#include "app/report_answers.h"
 #include "app/run_header.h"
 #include "app/screen.h"
 #include "app/status_display.h"
@@ -310,6 +311,13 @@ int Work(Run& run, const CommandLine& line, const std::string& header, Console& 
   return result;
 }
 
+int TellReports(const std::vector<std::string>& args, Console& console) {
+  std::string answer;
+  const bool known = AnswerAboutReports(args, answer);
+  AppendNow(known ? console.out : console.err, answer);
+  return known ? kSuccess : kFailure;
+}
+
 // What becomes of a run that ends with `result` and has closed its outputs.
 int End(const Run& run, const Console& console, const RunOptions& options, int result) {
   if (FileFailed(run) || (result == kSuccess && StandardOutputMissed(run.out, console))) {
@@ -346,6 +354,7 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
     Say(console.err, UsageText());
     return kSuccess;
   }
+  if (AsksAboutReports(args)) return TellReports(args, console);
   const std::uint64_t now = CurrentFiletime();
   CommandLine line = ReadCommandLine(args, now);
   FitToScreen(line.options, console);

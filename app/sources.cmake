@@ -10,6 +10,7 @@ target_sources(tarnlex_core PRIVATE
   app/pipe_mode.cpp
   app/prepare_run.cpp
   app/remarks.cpp
+  app/report_answers.cpp
   app/run.cpp
   app/run_header.cpp
   app/screen.cpp

@@ -4,7 +4,7 @@
 _tarnlex() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
   local options='-log -dir -livesys -vss -partition -pipe -part
-    -pw -time -logon -startstop -creds -usb -cmdfile
+    -pw -time -logon -startstop -creds -usb -report -cmdfile
     -eventid -string -start_time -stop_time
     -complete -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
     -event_json -event_xml
@@ -23,6 +23,10 @@ _tarnlex() {
     -dir | -outdir | -partition)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -d -- "$word")
+      ;;
+    -report)
+      mapfile -t COMPREPLY < <(compgen -W "list show
+        $(tarnlex -report list 2>/dev/null | cut -d ' ' -f 1)" -- "$word")
       ;;
     -csv_separator) mapfile -t COMPREPLY < <(compgen -W 'tab' -- "$word") ;;
     -dateformat)

@@ -18,6 +18,7 @@ _arguments \
   '-startstop[starts and stops of the system]' \
   '-creds[changes of accounts and privileges]' \
   '-usb[USB devices]' \
+  '-report[reports of the library; -report list names all, -report show NAME has the lines of one (since 0.34)]:NAME: ' \
   '-cmdfile[a report of your own]:FILE:_files' \
   '-complete[every value of every event (since 0.34)]' \
   '-csv[CSV, a table for each kind of event]' \

@@ -109,6 +109,7 @@ struct RunOptions {
   bool report_startstop = false;
   bool report_creds = false;
   bool report_usb = false;
+  std::vector<std::string> library_reports;  // their names, each once
   bool dump_all = true;
   bool have_cmd_file = false;
   std::string cmd_file;

@@ -11,6 +11,7 @@
 #include "reports/builtin_reports.h"
 #include "reports/command_language.h"
 #include "reports/log_pass.h"
+#include "reports/report_library.h"
 #include "reports/report_lines.h"
 #include "reports/walk_log.h"
 
@@ -54,6 +55,11 @@ std::vector<Work> PlanWork(const RunOptions& options, RunState& run) {
   std::vector<Work> works;
   for (const BuiltinReport& report : BuiltinReports()) {
     if (options.*report.selected) works.push_back(ReportWork(options, run, report));
+  }
+  for (const std::string& name : options.library_reports) {
+    works.push_back({TakesAll, [&, lines = LinesOf(*FindLibraryReport(name))](const LogInfo& log) {
+                       return RunLines(options, run, log, lines);
+                     }});
   }
   if (options.have_cmd_file) {
     works.push_back({TakesAll, [&](const LogInfo& log) {
