@@ -101,6 +101,7 @@ void NoteNoTemplate(EvtxDecoder& decoder, DecodedEvent& event) {
   NoteFault(decoder, event, RecordFault::kNoTemplate);
   if (decoder.trace) TraceLine(*decoder.trace, "prob accessing template, aborting");
   event.array = {};
+  event.nested = {};
   event.structure.slots.count = 0;
 }
 
