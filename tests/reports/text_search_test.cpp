@@ -67,16 +67,36 @@ support::Record Joined(std::string_view behind) {
   const auto data = [](std::string_view name, std::vector<support::Node> text) {
     return support::Element("Data", {support::Attribute("Name", name)}, std::move(text));
   };
+  return {
+      .body = support::InstanceFragment(
+          support::MakeTemplate(
+              "joined", {support::Element("Event", {},
+                                          {data("Joined", {support::Text("lit"),
+                                                           support::Slot(0, support::kString)}),
+                                           data("Literal", {support::Text("Only Once")}),
+                                           data("Number", {support::Slot(1, support::kUInt32),
+                                                           support::Slot(2, support::kString)})})}),
+          {support::StringValue(behind), support::UInt32Value(77), support::StringValue(behind)})};
+}
+
+// Two texts of a byte a character, in a list of them.
+support::Value SingleByteList(std::string_view first, std::string_view second) {
+  support::ByteString bytes;
+  for (const std::string_view text : {first, second}) {
+    bytes.insert(bytes.end(), text.begin(), text.end());
+    bytes.push_back(0);
+  }
+  return support::RawValue(0x80 | support::kAnsiString, bytes);
+}
+
+// A value in the record's own array.
+support::Record WithOwn(std::string_view seed, support::Value value) {
+  const std::uint8_t type = value.type;
   return {.body = support::InstanceFragment(
               support::MakeTemplate(
-                  "joined",
-                  {support::Element(
-                      "Event", {},
-                      {data("Joined", {support::Text("lit"), support::Slot(0, support::kString)}),
-                       data("Literal", {support::Text("Only Once")}),
-                       data("Twice", {support::Slot(1, support::kUInt32),
-                                      support::Slot(0, support::kString)})})}),
-              {support::StringValue(behind), support::UInt32Value(77)})};
+                  seed, {support::Element(
+                            "Event", {}, {support::Element("Own", {}, {support::Slot(0, type)})})}),
+              {std::move(value)})};
 }
 
 // Values of all kinds that a text can stand in, in records of kinds that come again.
@@ -87,6 +107,9 @@ support::ByteString LogOfAllKinds() {
     log.AddEvent({.event_id = 1, .data = {{"Single", support::AnsiStringValue(name)}}});
     log.AddEvent({.event_id = 2, .data = {{"List", support::StringArrayValue({name, "second"})}}});
     log.AddEvent({.event_id = 3, .data = {{"Zero", support::WideStringValue({u"in\0side", 7})}}});
+    log.AddEvent({.event_id = 4, .data = {{"Singles", SingleByteList("alpha", "gamma")}}});
+    log.AddRecord(WithOwn("own list", SingleByteList("delta", "omega")));
+    log.AddRecord(WithOwn("own text", support::AnsiStringValue("lambda")));
     log.AddRecord(Joined(name));
     log.AddRecord({.body = support::ElementsFragment({support::Element(
                        "Event", {}, {support::Element("Named", {}, {support::Text(name)})})})});
@@ -134,6 +157,10 @@ TEST(TextSearch, FindsWhatTheTextsOfAllValuesContain) {
     EXPECT_EQ(CountFound(chunks, policy, "once").records, 4U);
     EXPECT_EQ(CountFound(chunks, policy, "second").records, 4U);
     EXPECT_EQ(CountFound(chunks, policy, "in side").records, 4U);
+    const std::size_t listed = policy == Policy::kComplete ? 4 : 0;
+    EXPECT_EQ(CountFound(chunks, policy, "gamma").records, listed);
+    EXPECT_EQ(CountFound(chunks, policy, "omega").records, listed);
+    EXPECT_EQ(CountFound(chunks, policy, "lambda").records, 4U);
     // Single bytes are read as UTF-8 by the tables and as Windows-1252 where every value counts.
     EXPECT_EQ(CountFound(chunks, policy, "sir\xC3\xA9").records,
               policy == Policy::kLiteral ? 5U : 4U);
