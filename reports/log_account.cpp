@@ -51,8 +51,14 @@ Losses& operator+=(Losses& sum, const Losses& more) {
 }
 
 bool IsPassedOver(LogOutcome outcome) {
-  return outcome != LogOutcome::kRead && outcome != LogOutcome::kNoReport &&
-         outcome != LogOutcome::kOtherPart && outcome != LogOutcome::kNotReached;
+  switch (outcome) {
+    case LogOutcome::kRead:
+    case LogOutcome::kNoReport:
+    case LogOutcome::kOtherPart:
+    case LogOutcome::kNotReached:
+    case LogOutcome::kInterrupted: return false;
+    default: return true;
+  }
 }
 
 LogOutcome OutcomeOf(const LogInfo& log) {
