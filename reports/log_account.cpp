@@ -1,6 +1,10 @@
 #include "reports/log_account.h"
 
 #include <numeric>
+#include <string>
+
+#include "logs/log_content.h"
+#include "logs/platform.h"
 
 namespace tarnlex {
 namespace {
@@ -29,6 +33,12 @@ Losses LossesOfEvt(const EvtAccount& account) {
   losses.regained = account.joined_records;
   losses.copies = account.copies;
   return losses;
+}
+
+// What begins like no log may have lost nothing but its header.
+bool HasChunkBehindHeader(const std::string& path) {
+  const auto file = OpenInput(path);
+  return file && ContentOf(*file, true) != LogContent::kNone;
 }
 
 }  // namespace
@@ -64,7 +74,8 @@ bool IsPassedOver(LogOutcome outcome) {
 LogOutcome OutcomeOf(const LogInfo& log) {
   switch (log.opened) {
     case OpenResult::kCannotOpen: return LogOutcome::kNotOpened;
-    case OpenResult::kNoEventLog: return LogOutcome::kNoEventLog;
+    case OpenResult::kNoEventLog:
+      return HasChunkBehindHeader(log.path) ? LogOutcome::kDamagedHeader : LogOutcome::kNoEventLog;
     case OpenResult::kHeaderless:
     case OpenResult::kUnjudged: return LogOutcome::kNotJudged;
     case OpenResult::kOpened: break;

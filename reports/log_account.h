@@ -56,7 +56,7 @@ Losses& operator+=(Losses& sum, const Losses& more);
 // Whether a log that was not read should have been.
 bool IsPassedOver(LogOutcome outcome);
 
-// Why a log has not been walked, as far as its opener knows.
+// Why a log has not been walked, as far as its opener knows; looks once more into what is none.
 LogOutcome OutcomeOf(const LogInfo& log);
 
 }  // namespace tarnlex
