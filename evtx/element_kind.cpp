@@ -116,14 +116,17 @@ void TakeTextsOut(const KindRoom& room, Tree& tree) {
     tree.nodes[node] = {NodeKind::kSlot, false, slot++, 0, {}};
   }
   std::string literals;
-  literals.reserve(kMostKey * kMaxUtf8PerUnit);
-  for (Node& node : tree.nodes) {
-    if (node.kind != NodeKind::kText) continue;
-    const std::size_t at = literals.size();
-    literals += node.text;
-    node.text = {literals.data() + at, node.text.size()};
+  for (const Node& node : tree.nodes) {
+    if (node.kind == NodeKind::kText) literals += node.text;
   }
   tree.literals = std::move(literals);
+  tree.literals.shrink_to_fit();  // a tree that is kept takes what it needs
+  std::size_t at = 0;
+  for (Node& node : tree.nodes) {
+    if (node.kind != NodeKind::kText) continue;
+    node.text = std::string_view(tree.literals).substr(at, node.text.size());
+    at += node.text.size();
+  }
 }
 
 std::unique_ptr<Tree> MakeTree(const Reading& run, std::uint32_t begin, std::uint32_t end,

@@ -261,6 +261,16 @@ char* WritePlainText(const EventStructure& event, const RecordJson& layout, cons
   return out;
 }
 
+// A bound of the same.
+std::size_t MaxPlainText(const EventStructure& event, const RecordJson& layout,
+                         const JsonStep& step) {
+  std::size_t size = 0;
+  for (const JsonStepPart& part : PartsOf(layout.steps, step)) {
+    size += part.is_slot ? MaxSlotText(event, event.slots[part.slot]) : part.literal_size;
+  }
+  return size;
+}
+
 std::string_view LevelName(std::string_view level) {
   constexpr std::string_view kNames[] = {"Information", "Critical",    "Error",
                                          "Warning",     "Information", "Verbose"};
@@ -442,7 +452,8 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
                      const Document& document, const RecordJson& layout) {
   const std::size_t once = FixedSize(layout.steps) + SlotTexts(event, document);
   const std::size_t bound = (record.timesketch ? 3 : 1) * once + record.log.size() +
-                            2 * record.report.size() + kRecordOverhead;
+                            2 * record.report.size() + kRecordOverhead +
+                            MaxPlainText(event, layout, StepAt(layout, layout.level));
   char* at = Reserve(out, bound);
   at = CopyText(record.log, CopyText("{\"Log\":", at));
   at = WriteSteps(event, layout.steps, layout.head, false, at);

@@ -81,5 +81,24 @@ TEST(RecordJson, TextsAreEscaped) {
             "{\"a\\\"b\":\"\\\"\\\\\\u0001\\r\\n\\u001f\x7f\"}");
 }
 
+// Every character of such a text takes six, and its plain text is looked at behind it.
+TEST(RecordJson, ALevelOfManyControlCharactersHasRoom) {
+  constexpr std::size_t kMany = 60'000;
+  support::EvtxBuilder log;
+  log.AddRecord(
+      {.body = support::InstanceFragment(
+           support::MakeTemplate(
+               "event",
+               {Element("Event", {},
+                        {Element("System", {},
+                                 {Element("Level", {}, {Slot(0, support::kAnsiString)})})})}),
+           {support::AnsiStringValue(std::string(kMany, '\x01'))})});
+  std::string level;
+  for (std::size_t i = 0; i < kMany; ++i) level += "\\u0001";
+  const std::string line = Streamed(log.Build(), &RunOptions::json_form);
+  EXPECT_TRUE(line.starts_with("{\"Log\":\"log\",\"Level\":\"" + level + "\",\"EventRecordID\":"));
+  EXPECT_EQ(line.find("LevelName"), line.npos);
+}
+
 }  // namespace
 }  // namespace tarnlex
