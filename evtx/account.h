@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "event/recovery.h"
 #include "logs/text_sink.h"
 
 namespace tarnlex {
@@ -89,6 +90,7 @@ struct WalkAccount {
   std::vector<LeftChunk> left;       // at most kMaxListed
   std::uint64_t trailing_bytes = 0;  // behind the last whole slot
   std::uint64_t trailing_heads = 0;  // records that stand in them whole
+  RecoveryCounts recovered;          // not among `records`
 };
 inline constexpr std::size_t kMaxListed = 1000;
 

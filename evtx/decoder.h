@@ -13,6 +13,8 @@
 
 namespace tarnlex {
 
+struct RecoveryNotes;
+
 struct EvtxDecoder {
   TemplateStore store;  // of all logs of a run; not written to while a chunk is read
   EvtxChunk chunk;
@@ -21,7 +23,8 @@ struct EvtxDecoder {
   Policy policy = Policy::kLiteral;  // of all logs of a run
   bool keeps = true;             // off: every record is decoded as if it were the first of its kind
   bool makes_documents = false;  // plans come with their event in document order
-  bool checks_records = false;   // the account is to say what speaks against rows (record_check.h)
+  RecoveryNotes* notes = nullptr;  // null: nothing is recovered; complete policy only
+  bool checks_records = false;  // the account is to say what speaks against rows (record_check.h)
 };
 
 // Counts a fault of a record, once.

@@ -29,4 +29,9 @@ void EndChunk(EvtxDecoder& decoder);
 bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expected_number,
                  DecodedEvent& event);
 
+// The same for a whole record that was recovered, whose `recovery` is settled: what that does not
+// vouch for is given without names, and without `has_values` not at all.
+void FrameRecovered(EvtxDecoder& decoder, std::uint32_t offset, bool has_values,
+                    DecodedEvent& event);
+
 }  // namespace tarnlex

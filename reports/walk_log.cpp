@@ -9,6 +9,7 @@
 #include "evt/walk.h"
 #include "evtx/evtx_format.h"
 #include "evtx/record.h"
+#include "evtx/recover.h"
 #include "evtx/trace.h"
 #include "evtx/walk.h"
 #include "logs/log_content.h"
@@ -124,6 +125,18 @@ Stretch PartOf(const RunOptions& options, std::uint64_t start, std::uint64_t log
   return {cut(options.part - 1), cut(options.part)};
 }
 
+// What the walk has noted; behind it, when it is known which records the log has.
+void RecoverNoted(EvtxDecoder& decoder, RecoveryNotes& notes, const EvtxHandlers& handlers,
+                  const InputFile& file, FileBytes& buffer, Progress& progress) {
+  FinishNotes(notes);
+  decoder.account.recovered.not_compared = notes.not_kept;
+  for (const RecoveryPlace& place : notes.places) {
+    if (StopsHere(progress)) return;
+    const Bytes slot = ReadInto(file, place.file_offset, place.size, buffer);
+    if (slot.size() == place.size) RecoverPlace(decoder, notes, slot, place, handlers);
+  }
+}
+
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
                   std::uint64_t block_size) {
   const Stretch part = PartOf(pass.options, start, file.size);
@@ -136,6 +149,9 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
   if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(part_size, kSmallEvtxRecord));
   std::uint64_t in_block = 0;
   const EvtxHandlers handlers = MakeHandlers(pass, in_block);
+  RecoveryNotes notes;
+  decoder.notes = pass.options.recover ? &notes : nullptr;
+  decoder.account.recovered.asked = pass.options.recover;
   FileBytes buffer;
   for (std::uint64_t offset = part.begin; offset < part.end;) {
     const std::uint64_t size = std::min(block_size, part.end - offset);
@@ -147,6 +163,11 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
     if (write) WriteRows(pass);
     if (read < size || HasFailed(pass.run.records)) break;
     offset += size;
+  }
+  decoder.notes = nullptr;
+  // Of a log that was not walked to its end nothing tells copies from records of their own.
+  if (!pass.run.progress.stopped) {
+    RecoverNoted(decoder, notes, handlers, file, buffer, pass.run.progress);
   }
   if (!pass.run.progress.stopped) Advance(pass.run.progress, file.size, file.size);
   WriteRows(pass);
