@@ -51,7 +51,7 @@ struct SoundChecks {
 bool IsSoundInstance(SoundChecks& checks, std::uint32_t token, const SlotList& slots,
                      const SubstitutionArray& array);
 
-// The same of elements without a template, from `begin` to `end`, of which up to seven bytes more
+// The same of elements without a template, from `begin` to `end`, where up to eight bytes
 // may fill the place up.
 bool IsSoundFragment(SoundChecks& checks, std::uint32_t begin, std::uint32_t end);
 
