@@ -29,6 +29,7 @@ enum class Checked : std::uint8_t {
 struct Recovery {
   FoundIn from = FoundIn::kLog;
   Checked checked = Checked::kAll;
+  bool has_values = true;  // false: nothing but what its head says
 };
 
 inline bool IsRecovered(const Recovery& recovery) { return recovery.from != FoundIn::kLog; }

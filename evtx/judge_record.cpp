@@ -69,22 +69,22 @@ Checked ClassOf(Judging& run, std::uint32_t token, const SubstitutionArray& arra
 
 }  // namespace
 
-Judgement JudgeRecord(SoundChecks& checks, std::uint32_t at, std::uint32_t size) {
+Recovery JudgeRecord(SoundChecks& checks, FoundIn from, std::uint32_t at, std::uint32_t size) {
   const std::uint32_t begin = at + kRecordHeaderSize;
   const std::uint32_t end = at + size - kRecordSizeCopy;
   std::uint32_t token = 0;
   const FragmentStart start = LookAtFragment(checks.chunk, begin, end - begin, token);
   if (start == FragmentStart::kElement) {
     const bool sound = IsSoundFragment(checks, token, end);
-    return {sound ? Checked::kAll : Checked::kNone, sound};
+    return {from, sound ? Checked::kAll : Checked::kNone, sound};
   }
   Judging run{checks};
   SubstitutionArray array;
   if (start != FragmentStart::kInstance || token != begin + kFragmentHeaderSize ||
       !HasSoundValues(run, token, end, 0, array) || !EndsBehind(checks.chunk, array, end)) {
-    return {};
+    return {from, Checked::kNone, false};
   }
-  return {ClassOf(run, token, array), true};
+  return {from, ClassOf(run, token, array)};
 }
 
 }  // namespace tarnlex

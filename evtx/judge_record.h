@@ -8,13 +8,8 @@
 
 namespace tarnlex {
 
-// What may be told of a record.
-struct Judgement {
-  Checked checked = Checked::kNone;
-  bool has_values = false;  // false: nothing but what its head says
-};
-
-// Judges the whole record of `size` bytes at `at`, whose head is known to be sound.
+// Judges the whole record of `size` bytes at `at`, found in a place of the kind `from`, whose head
+// is known to be sound.
 //
 //   values, each what its type says, up to the record's end?   no: its head alone
 //   its own definition sound, and one of its template?         no: class none, values without names
@@ -22,6 +17,6 @@ struct Judgement {
 //   all of that                                                class all
 //
 // A record of elements, without a template, is of class all or tells nothing but its head.
-Judgement JudgeRecord(SoundChecks& checks, std::uint32_t at, std::uint32_t size);
+Recovery JudgeRecord(SoundChecks& checks, FoundIn from, std::uint32_t at, std::uint32_t size);
 
 }  // namespace tarnlex

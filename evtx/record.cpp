@@ -176,12 +176,8 @@ void FrameWhateverIsThere(EvtxDecoder& decoder, std::uint32_t record, std::uint3
   event.tree = InstanceTree(decoder, event, token, definition, head, event.array.count);
 }
 
-// The instance of a recovered record, whose values are known to be sound.
-void FrameVouchedFor(EvtxDecoder& decoder, std::uint32_t record, DecodedEvent& event) {
-  const std::uint32_t definition =
-      Load<std::uint32_t>(decoder.chunk.data.data() + record + kRecordDefinitionField);
-  FrameWhateverIsThere(decoder, record, definition, event);
-  if (event.recovery.checked == Checked::kAll) return;
+// Takes out of a recovered record what nothing vouches for.
+[[gnu::noinline]] void LeaveOutUnproved(DecodedEvent& event) {
   event.nested.usable = false;  // no plan is kept for what is only partly told
   event.structure.slots.count = event.array.count;
   if (event.recovery.checked == Checked::kNone) event.tree = UnvouchedTree(event, event.array, 0);
@@ -268,11 +264,6 @@ void SettleTime(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t work_le
   decoder.account.other_times += apart >= kTicksPerSecond;
 }
 
-void SayRecord(TextSink& trace, const DecodedEvent& event) {
-  TraceLine(trace, "record " + std::to_string(event.record_id) + " at file offset 0x" +
-                       HexText(event.record_file_offset));
-}
-
 }  // namespace
 
 void BeginLog(EvtxDecoder& decoder, TextSink* trace, Policy policy) {
@@ -301,45 +292,33 @@ void EndChunk(EvtxDecoder& decoder) {
   chunk.last_plan = nullptr;
 }
 
-void FrameRecovered(EvtxDecoder& decoder, std::uint32_t offset, bool has_values,
-                    DecodedEvent& event) {
-  const Bytes chunk = decoder.chunk.data;
-  BeginRecord(decoder, event);
-  ReadHeader(decoder.chunk, offset, event);
-  ShareOutWork(offset, event);
-  if (decoder.trace) SayRecord(*decoder.trace, event);
-  if (has_values && IsElementRecord(chunk, offset)) {
-    FrameElements(decoder, offset, event);
-  } else if (has_values) {
-    FrameVouchedFor(decoder, offset, event);
-  }
-  const std::uint32_t work_left = event.work_left;
-  if (decoder.trace) ResolveStreams(decoder, event);
-  SettleEventId(decoder, event, work_left);
-  SettleTime(decoder, event, work_left);
-}
-
 bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expected_number,
                  DecodedEvent& event) {
   const Bytes chunk = decoder.chunk.data;
   BeginRecord(decoder, event);
   ReadHeader(decoder.chunk, offset, event);
   ShareOutWork(offset, event);
-  if (decoder.trace) SayRecord(*decoder.trace, event);
+  if (decoder.trace) {
+    TraceLine(*decoder.trace, "record " + std::to_string(event.record_id) + " at file offset 0x" +
+                                  HexText(event.record_file_offset));
+  }
   std::uint32_t definition = 0;
-  if (IsElementRecord(chunk, offset)) {
+  if (!event.recovery.has_values) {
+    // Its head is all that is told.
+  } else if (IsElementRecord(chunk, offset)) {
     FrameElements(decoder, offset, event);
   } else if (!ReadAt(chunk, offset + kRecordDefinitionField, definition)) {
     NoteNoTemplate(decoder, event);
   } else if (decoder.policy == Policy::kComplete) {
     FrameWhateverIsThere(decoder, offset, definition, event);
+    if (event.recovery.checked != Checked::kAll) LeaveOutUnproved(event);
   } else if (definition > kMaxDefinitionOffset) {
     NoteFault(decoder, event, RecordFault::kTemplateOffset);
     return false;
   } else {
     FrameInstance(decoder, offset, definition, expected_number, event);
   }
-  ++decoder.account.records;
+  decoder.account.records += !IsRecovered(event.recovery);
   const std::uint32_t work_left = event.work_left;
   if (decoder.trace) ResolveStreams(decoder, event);
   SettleEventId(decoder, event, work_left);

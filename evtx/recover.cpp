@@ -90,9 +90,8 @@ void RecoverPlace(EvtxDecoder& decoder, const RecoveryNotes& notes, Bytes slot,
       ++counts.copies;
       continue;
     }
-    const Judgement judgement = JudgeRecord(checks, record.offset, record.size);
-    event.recovery = {place.from, judgement.checked};
-    FrameRecovered(decoder, record.offset, judgement.has_values, event);
+    event.recovery = JudgeRecord(checks, place.from, record.offset, record.size);
+    FrameRecord(decoder, record.offset, 0, event);
     CountRecovered(counts, event.recovery);
     handlers.record(decoder, event);
   }

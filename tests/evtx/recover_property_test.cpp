@@ -306,7 +306,7 @@ TEST(RecoverProperty, WhatIsGivenOfDamagedChunksIsWhatTheyHeld) {
     // nothing, though they may be the same.
     if (damage != Damage::kFilledAnew) {
       EXPECT_EQ(tally.higher, 0U);
-      EXPECT_LE(tally.lower * 1000, tally.whole);
+      EXPECT_LE(tally.lower * 100, tally.whole);
     }
     // A few bytes in the middle of a value may leave another value as good; a sector does not.
     if (damage == Damage::kStretches) {
