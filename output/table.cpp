@@ -18,8 +18,6 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::size_t kRecoveredWidth = std::string_view("unsigned/system").size();
-
 std::size_t WidthOf(const TableColumns& columns, std::size_t column) {
   return columns.widths.empty() ? 0 : columns.widths[column];
 }
@@ -100,21 +98,10 @@ void WriteJoinedCells(TableWriter& table, const TableColumns& columns, const Eve
 
 // Where the row is from, in tables that say so.
 void WritePlaceCells(TableWriter& table, const EventRows& rows, std::uint32_t number) {
-  const std::string recovered = RecoveryText(rows, number);
-  WriteOwnText(table, recovered);
-  Pad(table, kRecoveredWidth, recovered.size());
+  WriteRecovered(table, rows, number);
   Write(table.cells, table.between);
   WriteNumberCell(table, rows.places[number].file_offset);
   Write(table.cells, table.between);
-}
-
-// Of a record that nothing vouches for the identifier of its event is not known.
-void WriteEventId(TableWriter& table, const EventRows& rows, std::uint32_t number) {
-  if (rows.keeps_places && rows.places[number].recovery.checked == Checked::kNone) {
-    Pad(table, kNumberWidth, 0);
-  } else {
-    WriteNumberCell(table, rows.rows[number].eventId);
-  }
 }
 
 void WriteRow(TableWriter& table, const TableColumns& columns, const EventRows& rows,
