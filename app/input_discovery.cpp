@@ -184,6 +184,7 @@ bool ScanLogDirectory(LogTable& table, const std::string& directory, std::size_t
     log.is_evtx = content == LogContent::kNone ? is_evtx : content != LogContent::kEvt;
     log.format_unknown = false;
     log.kind = KindOfFile(name);
+    log.kind_from = KindFrom::kFileName;
     table.emplace(log.path, log);
   }
   return !table.empty();

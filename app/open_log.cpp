@@ -59,10 +59,16 @@ bool RecogniseFormat(Bytes head, LogContent content, LogInfo& info) {
   return !info.format_unknown;
 }
 
+void TakeKind(LogInfo& info, const LogKind& kind) {
+  info.kind = kind;
+  info.kind_from = KindFrom::kRecords;
+}
+
 bool JudgeByName(LogInfo& info) {
   for (const NamePattern& pattern : kNamePatterns) {
     if (info.kind.find(pattern.part) == std::string::npos) continue;
     info.kind = pattern.kind;
+    info.kind_from = KindFrom::kFileName;
     return true;
   }
   return false;
@@ -80,7 +86,9 @@ bool JudgeEvt(const InputFile& file, LogInfo& info) {
   Bytes text = Clip(head, kJudgedText, 2 * limit);
   std::size_t size = 0;
   while (Fits(text, size, 2) && Load<std::uint16_t>(text.data() + size) != 0) size += 2;
-  if (ToLowerAscii(Utf16ToUtf8(text.first(size))) == kKindSecurity) info.kind = kKindSecurity;
+  if (ToLowerAscii(Utf16ToUtf8(text.first(size))) == kKindSecurity) {
+    TakeKind(info, kKindSecurity);
+  }
   return true;
 }
 
@@ -97,7 +105,7 @@ bool JudgeEvtx(const InputFile& file, LogInfo& info) {
   if (head.size() < kEvtxProbeBytes || !FirstRecordChannel(Bytes(head).subspan(4096), channel)) {
     return false;
   }
-  info.kind = KindOfChannel(channel);
+  TakeKind(info, KindOfChannel(channel));
   return true;
 }
 
@@ -109,7 +117,7 @@ bool JudgeByChannel(const InputFile& file, std::uint64_t offset, LogInfo& info) 
   for (; offset < file.size; offset += kPiece) {
     const Bytes slots = ReadInto(file, offset, std::min(kPiece, file.size - offset), room);
     if (FirstNamedChannel(slots, offset, channel)) {
-      info.kind = KindOfChannel(channel);
+      TakeKind(info, KindOfChannel(channel));
       return true;
     }
     if (slots.size() < kPiece) return false;
@@ -124,7 +132,7 @@ bool JudgeBySource(const InputFile& file, LogInfo& info) {
   if (!BeginEvtFileWalk(file, cursor) || !NextEvtRecord(cursor, record)) return false;
   CutTexts(record);
   if (ToLowerAscii(Utf16ToUtf8(record.source_name)) != kKindSecurity) return false;
-  info.kind = kKindSecurity;
+  TakeKind(info, kKindSecurity);
   return true;
 }
 
@@ -143,23 +151,9 @@ OpenResult JudgeByContents(const InputFile& file, LogInfo& info) {
   return OpenResult::kOpened;
 }
 
-}  // namespace
-
-OpenResult ProbeLog(LogInfo& info, const std::string& path, Judgement judgement) {
-  info = {.path = path, .kind = {}};
-  info.format_unknown = true;
-  DisableFsRedirection();
-  const std::optional<InputFile> file = OpenInput(path);
-  return file ? ProbeLogFile(info, path, *file, judgement) : OpenResult::kCannotOpen;
-}
-
-OpenResult ProbeLogFile(LogInfo& info, const std::string& path, const InputFile& file,
-                        Judgement judgement) {
-  info.path = path;
-  info.kind.clear();
-  info.format_unknown = true;
+OpenResult Judge(const InputFile& file, Judgement judgement, LogInfo& info) {
   if (judgement == Judgement::kByContents) {
-    info.kind = FileName(path);
+    info.kind = FileName(info.path);
     return JudgeByContents(file, info);
   }
   const std::vector<std::uint8_t> head = ReadHead(file, kProbeBytes);
@@ -167,10 +161,31 @@ OpenResult ProbeLogFile(LogInfo& info, const std::string& path, const InputFile&
   if (!RecogniseFormat(head, content, info)) {
     return content == LogContent::kNone ? OpenResult::kNoEventLog : OpenResult::kHeaderless;
   }
-  info.kind = FileName(path);
+  info.kind = FileName(info.path);
   if (JudgeByName(info)) return OpenResult::kOpened;
   const bool judged = info.is_evtx ? JudgeEvtx(file, info) : JudgeEvt(file, info);
   return judged ? OpenResult::kOpened : OpenResult::kUnjudged;
+}
+
+}  // namespace
+
+OpenResult ProbeLog(LogInfo& info, const std::string& path, Judgement judgement) {
+  info = {.path = path, .kind = {}, .opened = OpenResult::kCannotOpen};
+  info.format_unknown = true;
+  DisableFsRedirection();
+  const std::optional<InputFile> file = OpenInput(path);
+  if (file) ProbeLogFile(info, path, *file, judgement);
+  return info.opened;
+}
+
+OpenResult ProbeLogFile(LogInfo& info, const std::string& path, const InputFile& file,
+                        Judgement judgement) {
+  info.path = path;
+  info.kind.clear();
+  info.kind_from = KindFrom::kNothing;
+  info.format_unknown = true;
+  info.opened = Judge(file, judgement, info);
+  return info.opened;
 }
 
 void TakeKindOfRecords(LogInfo& info) {

@@ -10,16 +10,6 @@
 
 namespace tarnlex {
 
-// How far OpenLog came, for callers that tell the examiner why a log was passed over.
-enum class OpenResult {
-  kCannotOpen,  // no such file, a directory, no permission
-  kNoEventLog,  // empty, or neither container: the walk finds nothing in it either
-  kHeaderless,  // no header says what it is, but the walk reads it: chunks, or an EVT log whose
-                // header is damaged
-  kUnjudged,    // the container is known, what the log holds is not
-  kOpened,
-};
-
 // How a kind is found.
 enum class Judgement {
   kByName,      // from the file name, where that says nothing from the first record
@@ -30,7 +20,7 @@ constexpr Judgement JudgementOf(const RunOptions& options) {
 }
 
 // Fills `info` for `path` (UTF-8, variables already expanded), reading at most 70,144 bytes by
-// name.
+// name. What comes back stands in `info` too.
 OpenResult ProbeLog(LogInfo& info, const std::string& path,
                     Judgement judgement = Judgement::kByName);
 

@@ -202,6 +202,7 @@ bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& compl
   std::string value;
   if (FindFlag("-pair_datetime", args)) options.pair_datetime = true;
   options.diags_on = FindValue("-diags", args, options.diags_file);
+  options.account_on = FindValue("-account", args, options.account_file);
   for (const FormOption& form : kForms) {
     if (FindFlag(form.name, args)) ApplyForm(options, form);
   }

@@ -1,5 +1,6 @@
 #include "app/parse_options.h"
 
+#include <algorithm>
 #include <set>
 #include <string>
 #include <utility>
@@ -7,10 +8,12 @@
 
 #include "app/event_ids.h"
 #include "app/remarks.h"
+#include "app/report_answers.h"
 #include "logs/parse_number.h"
 #include "logs/paths.h"
 #include "logs/text.h"
 #include "logs/time_bounds.h"
+#include "reports/report_library.h"
 
 namespace tarnlex {
 namespace {
@@ -47,6 +50,35 @@ void ParseFilters(RunOptions& options, Arguments& args, std::uint64_t now) {
   }
   ParseTimeBounds(options, args, now);
   FindValue("-string", args, options.substring);
+}
+
+// One report by its name, or by that of its option without the dash.
+bool SelectReport(RunOptions& options, const std::string& name) {
+  for (const ReportOption& report : kReports) {
+    if (EqualsNoCase(report.name, "-" + name)) return options.*report.report = true;
+  }
+  const LibraryReport* const report = FindLibraryReport(name);
+  if (!report) return false;
+  std::vector<std::string>& selected = options.library_reports;
+  if (std::find(selected.begin(), selected.end(), report->name) == selected.end()) {
+    selected.emplace_back(report->name);
+  }
+  return true;
+}
+
+bool ParseReportNames(RunOptions& options, Arguments& args, std::string& complaints) {
+  std::string value;
+  if (!FindValue("-report", args, value)) return true;
+  std::vector<std::string> names;
+  SplitList(value, '|', true, names);
+  if (names.empty()) names.push_back(value);
+  for (const std::string& name : names) {
+    if (SelectReport(options, name)) continue;
+    complaints += NoSuchReport(name);
+    return false;
+  }
+  options.dump_all = false;
+  return true;
 }
 
 void ParseReports(RunOptions& options, Arguments& args) {
@@ -127,6 +159,7 @@ bool ParseOptions(RunOptions& options, Arguments& args, std::uint64_t now,
   if (!ParseOutputOptions(options, args, complaints)) return false;
   ParseFilters(options, args, now);
   ParseReports(options, args);
+  if (!ParseReportNames(options, args, complaints)) return false;
   ParseInputs(options, args);
   return ParsePart(options, args, complaints);
 }

@@ -25,13 +25,20 @@ void CutLineEnd(std::string& line) {
   while (!line.empty() && (line.back() == '\r' || line.back() == '\n')) line.pop_back();
 }
 
-void HandlePath(const RunOptions& options, const std::string& path, const LogSteps& steps,
-                TextSink& messages) {
+bool OpenPiped(const RunOptions& options, const std::string& path, LogInfo& log) {
   std::string directory;
   std::string name;
-  if (!SplitPath(path, directory, name)) return;
+  log = {.path = path, .kind = {}, .opened = OpenResult::kCannotOpen};
+  return SplitPath(path, directory, name) && OpenLog(log, path, JudgementOf(options));
+}
+
+void HandlePath(const RunOptions& options, const std::string& path, const LogSteps& steps,
+                TextSink& messages) {
   LogInfo log;
-  if (!OpenLog(log, path, JudgementOf(options))) return;
+  if (!OpenPiped(options, path, log)) {
+    if (steps.pass_over) steps.pass_over(log);
+    return;
+  }
   if (steps.announce) {
     steps.announce(log);
   } else if (options.show_status) {

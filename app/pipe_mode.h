@@ -31,13 +31,14 @@ bool ReadPiece(LineReader& reader, std::string& piece);
 struct LogSteps {
   std::function<void(const LogInfo&)> process;
   std::function<void()> finish;
+  std::function<void(const LogInfo&)> pass_over = {};  // with one that does not open
   std::function<bool()> stop = {};
   std::function<bool()> cut = {};  // whether the log just processed was not read to its end
   std::function<void(const LogInfo&)> announce = {};
 };
 
 // Reads paths to the end of the stream. Each that opens as an event log goes through `steps`;
-// others are passed over in silence. An exception ends only the log it came from.
+// others are passed over. An exception ends only the log it came from.
 void RunPipedLogs(const RunOptions& options, LineReader& reader, const LogSteps& steps,
                   TextSink& messages);
 

@@ -25,10 +25,28 @@ bool OutputsAreNoInputs(const RunOptions& options, const RunState& run) {
   if (options.diags_on) outputs.push_back(options.diags_file);
   if (options.to_file) outputs.push_back(options.out_file);
   if (options.stats_on) outputs.push_back(options.stats_file);
+  if (options.account_on) outputs.push_back(options.account_file);
   const auto input = std::find_if(outputs.begin(), outputs.end(), [&](const std::string& path) {
     return HoldsEventLog(path) || IsSameFile(path, run.logs, options.cmd_file);
   });
   return input == outputs.end() || RefuseOutput(*input, run.messages);
+}
+
+// What an account says must not be overwritten by what it tells of.
+bool AccountStandsAlone(const RunOptions& options, const RunState& run) {
+  if (!options.account_on) return true;
+  const std::string& account = options.account_file;
+  const bool shared = (options.diags_on && IsSameOutput(account, options.diags_file)) ||
+                      (options.to_file && IsSameOutput(account, options.out_file)) ||
+                      (options.stats_on && IsSameOutput(account, options.stats_file));
+  return !shared || RefuseOutput(account, run.messages);
+}
+
+bool OpenAccount(const RunOptions& options, RunState& run) {
+  auto write = OpenGuardedOutput(options.account_file);
+  if (!write) return RefuseOutput(options.account_file, run.messages);
+  run.account.out = MakeSink(KeepUtf8(std::move(*write)));
+  return true;
 }
 
 void OpenDiagnostics(const RunOptions& options, RunState& run) {
@@ -46,6 +64,7 @@ bool OpenOutputs(const RunOptions& options, RunState& run) {
   if (options.have_out_dir && !MakeDirectory(options.out_dir)) {
     return RefuseOutput(options.out_dir, run.messages);
   }
+  if (options.account_on && !OpenAccount(options, run)) return false;
   // Opened and closed again: the examiner should learn of a bad name now, not after the work.
   if (options.to_file && !OpenGuardedOutput(options.out_file)) {
     return RefuseOutput(options.out_file, run.messages);
@@ -63,6 +82,7 @@ bool PrepareRun(const CommandLine& line, RunState& run) {
   };
   const bool found = line.complete && FindLogs(line.options, run.logs, of_sources, stop);
   if (!OutputsAreNoInputs(line.options, run)) return false;
+  if (!AccountStandsAlone(line.options, run)) return false;
   if (found && !OpenOutputs(line.options, run)) return false;
   Say(run.messages, line.complaints);
   if (!line.complete) return false;

@@ -55,7 +55,7 @@ void RemarkEventIds(OptionScan& scan) {
     Remark(scan, {"-eventid takes ", piece, " for the number that it begins with"});
   }
   for (const std::string_view report :
-       {"-pw", "-time", "-logon", "-startstop", "-creds", "-usb", "-cmdfile"}) {
+       {"-pw", "-time", "-logon", "-startstop", "-creds", "-usb", "-report", "-cmdfile"}) {
     if (!UseOf(scan, report)) continue;
     Remark(scan, {"ignoring -eventid, ", report, " picks its own events"});
     return;

@@ -5,10 +5,12 @@
 #include <string_view>
 #include <utility>
 
+#include "app/loss_remark.h"
 #include "app/option_table.h"
 #include "app/parse_options.h"
 #include "app/pipe_mode.h"
 #include "app/prepare_run.h"
+#include "app/report_answers.h"
 #include "app/run_header.h"
 #include "app/screen.h"
 #include "app/status_display.h"
@@ -27,6 +29,7 @@ namespace {
 
 constexpr int kSuccess = 0;
 constexpr int kFailure = -1;
+constexpr int kNotAllRead = 2;       // with -strict
 constexpr std::size_t kPiece = 512;  // what any pipe takes whole or not at all
 
 // Standard output as the run uses it. Files that were asked for do not depend on who reads it, so
@@ -128,8 +131,8 @@ void KeepRecordsUtf8(Run& run, Console& console) {
 
 bool FileFailed(const Run& run) {
   const RunState& state = run.state;
-  return (state.diags && state.diags->failed) || run.stats.failed || state.records.failed ||
-         state.records.sink.failed;
+  return (state.diags && state.diags->failed) || (state.account.out && state.account.out->failed) ||
+         run.stats.failed || state.records.failed || state.records.sink.failed;
 }
 
 // A reader that left had what it wanted, unless it was there for records and got none.
@@ -142,7 +145,8 @@ void ExpectRecords(Run& run, const RunOptions& options) {
   run.state.records.missing_columns = options.columns;
   if (options.separator.find('\t') != std::string::npos) run.shown_out.kept = "\t";
   run.out.has_records = !options.to_file && !options.have_out_dir;
-  run.out.ends_run = run.out.has_records && !options.stats_on && !run.state.diags;
+  run.out.ends_run =
+      run.out.has_records && !options.stats_on && !run.state.diags && !run.state.account.out;
 }
 
 // Whoever interrupts a table that runs over the screen wants it to stop.
@@ -192,6 +196,16 @@ bool OpenStatistics(Run& run, const RunOptions& options, const std::string& head
   return true;
 }
 
+// A log that breaks the program is accounted for as far as that is known, and goes on doing so.
+void ProcessOrName(const RunOptions& options, RunState& state) {
+  try {
+    ProcessLogs(options, state);
+  } catch (...) {
+    BreakOff(state.account, state.logs, state.current_log);
+    throw;
+  }
+}
+
 int RunFromInput(Run& run, const RunOptions& options, Console& console) {
   LineReader reader;
   reader.read = console.read_input;
@@ -202,8 +216,9 @@ int RunFromInput(Run& run, const RunOptions& options, Console& console) {
     run.state.statistics = {};  // a log that failed half way leaves its counts behind
     run.state.logs = {{log.path, log}};
     ++progress.status.log;
-    ProcessLogs(options, run.state);
+    ProcessOrName(options, run.state);
   };
+  steps.pass_over = [&](const LogInfo& log) { AddUnread(run.state.account, log, OutcomeOf(log)); };
   steps.finish = [&] { WriteRunStatistics(run, options); };
   steps.stop = [&] {
     return FileFailed(run) || HasFailed(run.state.records) || StopsHere(progress);
@@ -228,7 +243,7 @@ int RunFixedList(Run& run, const RunOptions& options) {
     };
   }
   try {
-    ProcessLogs(options, run.state);
+    ProcessOrName(options, run.state);
   } catch (...) {
     const LogInfo* log = run.state.current_log;
     Say(run.state.messages, "exception caught on file ", log ? log->path : "", "\n");
@@ -288,6 +303,7 @@ int Work(Run& run, const CommandLine& line, const std::string& header, Console& 
   EndRecords(state.records, options);
   if (run.out.stopped) state.progress.stopped = true;
   if (state.progress.stopped) SayInterrupted(run, console);
+  Say(state.messages, LossRemark(state.account, options));
   // Of a run that was cut short nobody knows which logs have no records.
   const bool whole = result == kSuccess && !state.progress.stopped;
   if (whole && !FileFailed(run)) RemoveStaleFiles(state.records, options);
@@ -295,14 +311,30 @@ int Work(Run& run, const CommandLine& line, const std::string& header, Console& 
   return result;
 }
 
+int TellReports(const std::vector<std::string>& args, Console& console) {
+  std::string answer;
+  const bool known = AnswerAboutReports(args, answer);
+  AppendNow(known ? console.out : console.err, answer);
+  return known ? kSuccess : kFailure;
+}
+
 // What becomes of a run that ends with `result` and has closed its outputs.
-int End(const Run& run, const Console& console, int result) {
+int End(const Run& run, const Console& console, const RunOptions& options, int result) {
   if (FileFailed(run) || (result == kSuccess && StandardOutputMissed(run.out, console))) {
     Say(run.state.messages, "prob writing output, aborting\n");
     return kFailure;
   }
   if (run.state.progress.stopped) return kInterruptedRun;
-  return run.state.records.refused ? kFailure : result;
+  if (run.state.records.refused || result != kSuccess) return kFailure;
+  return options.strict && HasLosses(run.state.account) ? kNotAllRead : kSuccess;
+}
+
+// The account is closed behind everything else, as it has the exit code.
+int EndWithAccount(Run& run, RunFacts facts) {
+  EndAccount(run.state.account, facts);
+  if (!run.state.account.out || !run.state.account.out->failed) return facts.exit;
+  Say(run.state.messages, "prob writing output, aborting\n");
+  return kFailure;
 }
 
 }  // namespace
@@ -322,6 +354,7 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
     Say(console.err, UsageText());
     return kSuccess;
   }
+  if (AsksAboutReports(args)) return TellReports(args, console);
   const std::uint64_t now = CurrentFiletime();
   CommandLine line = ReadCommandLine(args, now);
   FitToScreen(line.options, console);
@@ -335,7 +368,8 @@ int RunApp(const std::vector<std::string>& args, Console& console) {
   AppendNow(IsStream(line.options) ? console.err : console.out, header + "\n");
   const int result = Work(run, line, header, console);
   CloseOutputs(run, console);
-  return End(run, console, result);
+  const int code = End(run, console, line.options, result);
+  return EndWithAccount(run, {args, now, CurrentFiletime(), code});
 }
 
 }  // namespace tarnlex

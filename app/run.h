@@ -32,10 +32,11 @@ struct Console {
 inline constexpr int kInterruptedRun = 130;
 
 // `args` in UTF-8, the program's path first. Returns 0, or -1 after a problem that was named on
-// `console.err`. Both sinks are flushed; what `console.out` hands on to is the run's from now on.
-// When the reader of `out` goes, records in files, statistics and diagnostics are written all the
-// same. A run with nothing else to write ends as soon as it is noticed: without a word and with 0,
-// or with -1 when none of the records was handed on.
+// `console.err`; with -strict 2 when logs were passed over or not all of one could be read. Both
+// sinks are flushed; what `console.out` hands on to is the run's from now on. When the reader of
+// `out` goes, records in files, statistics and diagnostics are written all the same. A run with
+// nothing else to write ends as soon as it is noticed: without a word and with 0, or with -1 when
+// none of the records was handed on.
 // A run that is interrupted ends where it is: what was read until then is written, whole rows and
 // streams closed as ever, but for rows of tables on a terminal, where the row that is being shown
 // is the last one. It says how far it came, in its statistics and diagnostics too, and returns

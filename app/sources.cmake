@@ -2,6 +2,7 @@ target_sources(tarnlex_core PRIVATE
   app/event_ids.cpp
   app/folder_scan.cpp
   app/input_discovery.cpp
+  app/loss_remark.cpp
   app/open_log.cpp
   app/option_table.cpp
   app/output_options.cpp
@@ -9,6 +10,7 @@ target_sources(tarnlex_core PRIVATE
   app/pipe_mode.cpp
   app/prepare_run.cpp
   app/remarks.cpp
+  app/report_answers.cpp
   app/run.cpp
   app/run_header.cpp
   app/screen.cpp

@@ -18,6 +18,7 @@ _arguments \
   '-startstop[starts and stops of the system]' \
   '-creds[changes of accounts and privileges]' \
   '-usb[USB devices]' \
+  '-report[reports of the library; -report list names all, -report show NAME has the lines of one (since 0.34)]:NAME: ' \
   '-cmdfile[a report of your own]:FILE:_files' \
   '-complete[every value of every event (since 0.34)]' \
   '-recover[-complete, and what was deleted: records that the log does not use any more (since 0.34)]' \
@@ -51,8 +52,9 @@ _arguments \
   '-stats[what was counted]:FILE:_files' \
   '-hist[with -stats: counts by the values of these columns]:NAME: ' \
   '-diags[what was read and what was not]:FILE:_files' \
+  '-account[what was read and what was not, a line of JSON for each log (since 0.34)]:FILE:_files' \
   '-quiet[no status]' \
-  '-strict[a command line with anything to remark is not run (since 0.34)]' \
+  '-strict[no run with anything to remark; exit code 2 where not all was read (since 0.34)]' \
   '-verbose[accepted, without effect]' \
   '-base10[accepted, without effect]' \
   '-signal[accepted, without effect]:TEXT: ' \

@@ -339,8 +339,16 @@ void FlattenStream(Flattening& run, std::uint32_t number, std::size_t level) {
   while (stream.next_group < stream.stream->group_count) FlattenGroup(run, stream, level);
 }
 
+void FindTimeSlot(Plan& plan) {
+  if (plan.system_time < 0) return;
+  const PlanValue& value = plan.values[static_cast<std::size_t>(plan.system_time)];
+  const PlanPart& part = plan.parts[value.first_part];
+  if (value.part_count == 1 && !part.literal) plan.time_slot = static_cast<int>(part.slot);
+}
+
 // What is said of the plan's parts as a whole.
 void DescribeParts(Flattening& run) {
+  FindTimeSlot(run.plan);
   std::vector<std::uint8_t>& used = run.room.used_slots;
   used.assign(run.event.slots.count, 0);
   for (const PlanPart& part : run.plan.parts) {

@@ -43,6 +43,7 @@ void ClearPlan(Plan& plan) {
   plan.work = 0;
   plan.event_id = -1;
   plan.system_time = -1;
+  plan.time_slot = -1;
   plan.keepable = true;
   plan.slots_once = true;
   plan.odd_names = false;

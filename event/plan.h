@@ -46,6 +46,7 @@ struct Plan {
   std::uint32_t work = 0;         // what resolving the streams costs
   int event_id = -1;              // the value "EventID"
   int system_time = -1;           // the attribute "SystemTime" of "TimeCreated"
+  int time_slot = -1;             // the slot that is all of its text
   bool keepable = true;           // no name depends on a value
   bool slots_once = true;         // no slot stands in two places
   bool odd_names = false;         // "Data" with names that cannot be printed

@@ -1,9 +1,10 @@
 // The EVT container on disk (Windows XP and earlier), all numbers little-endian.
 //
-// File header: 48 bytes. Only its size (offset 0) and its signature (offset 4) are looked at; where
-// the ring of records begins and ends is not believed, since a dirty log's header is out of date.
+// File header: 48 bytes. Only its size and its signature decide what is read; where the ring of
+// records begins and ends is not believed, since a dirty log's header is out of date.
 //
-//   0 header size (0x30)   4 "LfLe"
+//   0 header size (0x30)   4 "LfLe"              24 next record number    28 oldest record number
+//  36 flags                44 header size again
 //
 // Record: a fixed part of 56 bytes, then source name, computer name, SID, strings and data at
 // offsets counted from the record's first byte, padding, and the length once more.
@@ -24,6 +25,10 @@ namespace tarnlex {
 
 inline constexpr std::uint32_t kEvtSignature = 0x654C664C;  // "LfLe"
 inline constexpr std::uint32_t kEvtEndMark = 0x11111111;
+inline constexpr std::size_t kEvtHeaderUsed = 48;
+inline constexpr std::uint32_t kEvtHeaderDirty = 1;
+inline constexpr std::uint32_t kEvtHeaderWrapped = 2;
+inline constexpr std::uint32_t kEvtHeaderFull = 4;
 inline constexpr std::size_t kEvtFixedSize = 56;
 
 // A text whose terminator is not among this many units counts as empty when it is stepped over;

@@ -2,8 +2,10 @@ target_sources(tarnlex_core PRIVATE
   evt/account.cpp
   evt/copies.cpp
   evt/evt_log.cpp
+  evt/file_header.cpp
   evt/plan.cpp
   evt/record.cpp
   evt/structure.cpp
+  evt/survey.cpp
   evt/walk.cpp
 )

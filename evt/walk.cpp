@@ -126,6 +126,11 @@ bool JoinPieces(EvtCursor& cursor, Bytes& joined) {
   return ReadAt(joined, length - sizeof length_again, length_again) && length_again == length;
 }
 
+void CountRecord(EvtAccount& account, const EvtRecord& record) {
+  ++account.records;
+  account.undated += record.filetime == 0;
+}
+
 // The record that the end of the log cuts in two, as if all of it lay there.
 bool ReadJoinedRecord(EvtCursor& cursor, EvtRecord& record) {
   Bytes joined;
@@ -162,13 +167,13 @@ bool NextEvtRecord(EvtCursor& cursor, EvtRecord& record) {
   bool torn = false;
   while (NextStoredRecord(cursor, record, torn)) {
     if (complete && IsCopy(cursor, record)) continue;
-    ++account.records;
+    CountRecord(account, record);
     return true;
   }
   if (ReadJoinedRecord(cursor, record)) {
     torn = false;
     const bool is_copy = IsCopy(cursor, record);
-    if (!is_copy) ++account.records;
+    if (!is_copy) CountRecord(account, record);
     ++account.joined_records;
     if (!is_copy) return true;
   }

@@ -9,14 +9,17 @@
 #include "event/policy.h"
 #include "evt/copies.h"
 #include "evt/evt_log.h"
+#include "evt/file_header.h"
 #include "evt/record.h"
 #include "logs/bytes.h"
+#include "logs/record_survey.h"
 
 namespace tarnlex {
 
 // What a walk met, for whoever wants to know how much of a log was not records.
 struct EvtAccount {
   std::uint64_t records = 0;
+  std::uint64_t undated = 0;         // among them, without a time
   std::uint64_t end_marks = 0;       // end-of-file records
   std::uint64_t skipped_bytes = 0;   // passed over in steps of four: slack, torn records
   std::uint64_t unwalked_bytes = 0;  // behind the last step, too short for a record
@@ -27,6 +30,9 @@ struct EvtAccount {
   std::uint64_t joined_records = 0;  // went on behind the header
   std::uint64_t copies = 0;          // of records that the log has elsewhere; not given
   std::uint64_t not_kept = 0;        // records that later ones were not compared with
+  // Gathered only for those who ask (see survey.h):
+  EvtFileHeader header;
+  RecordSurvey survey;
 };
 
 struct EvtCursor {

@@ -1,5 +1,6 @@
 #include "evtx/account.h"
 
+#include <algorithm>
 #include <string>
 
 #include "evtx/evtx_format.h"
@@ -25,6 +26,14 @@ constexpr std::string_view kFaultTexts[] = {
     "records with values without names, no template",
     "records whose size is damaged, taken up to the next one",
 };
+constexpr std::string_view kFaultNames[] = {
+    "template_offset", "no_template",       "template_mismatch", "unreadable_values",
+    "values_cut",      "nested_unreadable", "stopped",           "cut",
+    "limit",           "other_identifier",  "no_event_id",       "no_provider",
+    "odd_names",       "no_names",          "unknown_size",
+};
+static_assert(std::size(kFaultNames) == static_cast<std::size_t>(RecordFault::kCount));
+
 constexpr std::string_view kRegainedTexts[] = {
     "records regained, behind a break of their chunk or beyond its last number",
     "records regained, in slots without a chunk signature",
@@ -89,6 +98,10 @@ void ListFaulty(TextSink& out, const WalkAccount& account, RecordFault fault) {
 
 }  // namespace
 
+std::string_view FaultName(RecordFault fault) {
+  return kFaultNames[static_cast<std::size_t>(fault)];
+}
+
 void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset, std::uint64_t record_heads) {
   ++account.skipped_slots;
   account.skipped_heads += record_heads;
@@ -118,6 +131,10 @@ void AddRegained(WalkAccount& account, const RegainedRecords& records) {
 
 void AddLeftChunk(WalkAccount& account, const LeftChunk& left) {
   ++account.chunks_left;
+  // A header that is damaged promises any number.
+  const std::uint64_t used = left.record_offset - left.file_offset;
+  const std::uint64_t room = used < kChunkSize ? (kChunkSize - used) / kRecordHeaderSize : 0;
+  account.records_left += std::max(std::min(left.missing, room), std::uint64_t{1});
   if (account.left.size() < kMaxListed) account.left.push_back(left);
 }
 
@@ -139,7 +156,7 @@ void WriteAccount(TextSink& out, const WalkAccount& account) {
     ListFaulty(out, account, static_cast<RecordFault>(i));
   }
   // Nothing is known of these unless every time is looked at.
-  if (account.other_times > 0) {
+  if (account.own_times && account.other_times > 0) {
     Line(out, "records whose own time is a second or more from their header's",
          account.other_times);
   }

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "event/recovery.h"
+#include "evtx/file_header.h"
+#include "logs/record_survey.h"
 #include "logs/text_sink.h"
 
 namespace tarnlex {
@@ -73,6 +75,14 @@ struct FaultyRecord {
   std::uint64_t file_offset = 0;
 };
 
+// What a checksum is of.
+enum class ChecksumOf : std::uint8_t { kChunkHeader, kChunkRecords };
+
+struct BrokenChecksum {
+  std::uint64_t file_offset = 0;  // of the chunk
+  ChecksumOf of = ChecksumOf::kChunkHeader;
+};
+
 struct WalkAccount {
   std::uint64_t chunks = 0;
   std::uint64_t empty_chunks = 0;  // among them, chunks that say they hold no records
@@ -82,17 +92,37 @@ struct WalkAccount {
   std::uint64_t records = 0;          // handed on, whole or in part
   std::array<std::uint64_t, static_cast<std::size_t>(RecordFault::kCount)> faults{};
   std::vector<FaultyRecord> faulty;  // at most kMaxListed of each fault
-  // The event states another time than the record's header, by a second or more. Complete policy.
+  std::uint64_t partial = 0;         // records that came out with less than they hold
+  std::uint64_t undated = 0;         // without a time to go by
+  // The event states another time than the record's header, by a second or more. Under the literal
+  // policy only of records that were given.
   std::uint64_t other_times = 0;
+  bool own_times = false;  // records go by the time of their events
   std::array<std::uint64_t, static_cast<std::size_t>(Regained::kCount)> regained{};
   std::vector<RegainedRecords> regained_from;  // at most kMaxListed slots
   std::uint64_t chunks_left = 0;
   std::vector<LeftChunk> left;       // at most kMaxListed
+  std::uint64_t records_left = 0;    // that these may hold
+  std::uint64_t uncounted = 0;       // records behind the last that their chunk's header counts
   std::uint64_t trailing_bytes = 0;  // behind the last whole slot
   std::uint64_t trailing_heads = 0;  // records that stand in them whole
   RecoveryCounts recovered;          // not among `records`
+
+  // Gathered only for those who ask (see survey.h).
+  EvtxFileHeader header;
+  std::uint64_t broken_checksums = 0;
+  std::vector<BrokenChecksum> broken;  // at most kMaxListed
+  RecordSurvey survey;
 };
-inline constexpr std::size_t kMaxListed = 1000;
+
+// Whether a record with that fault has lost something; else its row is doubtful, or it has none.
+constexpr bool IsLoss(RecordFault fault) {
+  return fault != RecordFault::kTemplateOffset &&
+         (fault < RecordFault::kOtherIdentifier || fault > RecordFault::kOddNames);
+}
+
+// The fault in a word: "no_template".
+std::string_view FaultName(RecordFault fault);
 
 void AddSkippedSlot(WalkAccount& account, std::uint64_t file_offset, std::uint64_t record_heads);
 void AddFault(WalkAccount& account, const FaultyRecord& record);

@@ -41,6 +41,7 @@ struct DecodedEvent {
   std::uint64_t record_id = 0;
   std::uint64_t written_time = 0;  // FILETIME, as the header has it
   std::uint64_t time = 0;          // when the event happened, as far as the policy tells it
+  std::uint64_t own_time = 0;      // what the event itself states; 0: nothing, or not looked for
   std::uint64_t chunk_file_offset = 0;
   std::uint64_t record_file_offset = 0;
   std::uint64_t event_id = 0;

@@ -25,12 +25,26 @@ struct EvtxDecoder {
   bool makes_documents = false;  // plans come with their event in document order
   RecoveryNotes* notes = nullptr;  // null: nothing is recovered; complete policy only
   bool checks_records = false;  // the account is to say what speaks against rows (record_check.h)
+  bool surveys = false;         // and what the log's records tell together (survey.h)
 };
+
+// Whether a fault that was noted for the record is a loss.
+inline bool IsPartial(const DecodedEvent& event) {
+  constexpr std::uint32_t kLosses = [] {
+    std::uint32_t losses = 0;
+    for (unsigned i = 0; i < static_cast<unsigned>(RecordFault::kCount); ++i) {
+      if (IsLoss(static_cast<RecordFault>(i))) losses |= 1U << i;
+    }
+    return losses;
+  }();
+  return (event.faults & kLosses) != 0;
+}
 
 // Counts a fault of a record, once.
 inline void NoteFault(EvtxDecoder& decoder, DecodedEvent& event, RecordFault fault) {
   const std::uint32_t bit = 1U << static_cast<unsigned>(fault);
   if ((event.faults & bit) != 0) return;
+  decoder.account.partial += IsLoss(fault) && !IsPartial(event);
   event.faults |= bit;
   AddFault(decoder.account, {fault, event.record_id, event.record_file_offset});
 }

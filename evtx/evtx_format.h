@@ -11,6 +11,15 @@ inline constexpr std::string_view kEvtxFileSignature = "ElfFile";
 inline constexpr std::string_view kEvtxChunkSignature = "ElfChnk";
 
 inline constexpr std::uint64_t kEvtxFileHeaderSize = 4096;
+inline constexpr std::size_t kFileHeaderUsed = 128;
+inline constexpr std::uint32_t kFileNextRecord = 24;
+inline constexpr std::uint32_t kFileChunkCount = 42;  // 16 bits
+inline constexpr std::uint32_t kFileFlags = 120;
+inline constexpr std::uint32_t kFileDirty = 1;
+inline constexpr std::uint32_t kFileFull = 2;
+inline constexpr std::uint32_t kFileChecksum = 124;
+inline constexpr std::uint32_t kFileChecked = 120;  // bytes that the checksum is of
+
 inline constexpr std::uint32_t kChunkSize = 0x10000;
 inline constexpr std::uint64_t kBlockChunks = 50;  // chunks read at a time
 inline constexpr std::uint64_t kBlockSize = kBlockChunks * kChunkSize;
@@ -20,6 +29,9 @@ inline constexpr std::uint32_t kChunkFirstNumber = 8;
 inline constexpr std::uint32_t kChunkLastNumber = 16;
 inline constexpr std::uint64_t kNoRecords = ~std::uint64_t{0};  // as the last number: empty chunk
 inline constexpr std::uint32_t kChunkFreeSpace = 48;            // offset of what no record uses
+inline constexpr std::uint32_t kChunkRecordsChecksum = 52;      // of what records use
+inline constexpr std::uint32_t kChunkChecksum = 124;  // of the header but for flags and itself
+inline constexpr std::uint32_t kChunkCheckedFirst = 120;
 inline constexpr std::uint32_t kChunkNameTable = 128;
 inline constexpr std::uint32_t kNameBuckets = 64;
 inline constexpr std::uint32_t kChunkTemplateTable = 384;

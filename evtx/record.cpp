@@ -25,6 +25,7 @@ void ReadHeader(const EvtxChunk& chunk, std::uint32_t offset, DecodedEvent& even
   event.record_id = Load<std::uint64_t>(record + kRecordIdField);
   event.written_time = Load<std::uint64_t>(record + kRecordTimeField);
   event.time = event.written_time;
+  event.own_time = 0;
   event.chunk_file_offset = chunk.file_offset;
   event.record_file_offset = chunk.file_offset + offset;
 }
@@ -100,6 +101,7 @@ void NoteNoTemplate(EvtxDecoder& decoder, DecodedEvent& event) {
   NoteFault(decoder, event, RecordFault::kNoTemplate);
   if (decoder.trace) TraceLine(*decoder.trace, "prob accessing template, aborting");
   event.array = {};
+  event.nested = {};
   event.structure.slots.count = 0;
 }
 
@@ -250,6 +252,15 @@ bool QuickSystemTime(const DecodedEvent& event, std::uint32_t work_left, std::ui
   return true;
 }
 
+// Times of a live log differ by less.
+void NoteOwnTime(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t time) {
+  if (!IsValidFiletime(time)) return;
+  event.own_time = time;
+  const std::uint64_t apart =
+      std::max(time, event.written_time) - std::min(time, event.written_time);
+  decoder.account.other_times += apart >= kTicksPerSecond;
+}
+
 // The header states when a record was written to this log, which for one that was saved from
 // another log need not be when the event happened.
 void SettleTime(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t work_left) {
@@ -257,22 +268,21 @@ void SettleTime(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t work_le
   if (!QuickSystemTime(event, work_left, time)) {
     time = SystemTimeOf(event.structure, PlanOf(decoder, event));
   }
-  if (!IsValidFiletime(time)) return;
-  event.time = time;
-  const std::uint64_t apart =
-      std::max(time, event.written_time) - std::min(time, event.written_time);
-  decoder.account.other_times += apart >= kTicksPerSecond;
+  NoteOwnTime(decoder, event, time);
+  if (event.own_time != 0) event.time = event.own_time;
 }
 
 }  // namespace
 
-void BeginLog(EvtxDecoder& decoder, TextSink* trace, Policy policy) {
+void BeginLog(EvtxDecoder& decoder, TextSink* trace, Policy policy, bool surveys) {
   // What is kept goes by the policy.
   if (decoder.policy != policy) decoder.store = {};
   decoder.policy = policy;
   decoder.account = {};
+  decoder.account.own_times = policy == Policy::kComplete;
   decoder.trace = trace;
-  decoder.checks_records = trace != nullptr;
+  decoder.checks_records = trace != nullptr || surveys;
+  decoder.surveys = surveys;
   // What is left must do for all kinds of events that this log may hold.
   if (IsHalfFull(decoder.store)) decoder.store = {};
 }
@@ -290,6 +300,11 @@ void EndChunk(EvtxDecoder& decoder) {
   KeepPlans(decoder.store, chunk.new_plans);
   chunk.new_plans.clear();
   chunk.last_plan = nullptr;
+}
+
+void CompareWithOwn(EvtxDecoder& decoder, DecodedEvent& event) {
+  if (decoder.policy == Policy::kComplete || event.own_time != 0) return;
+  NoteOwnTime(decoder, event, SystemTimeOf(event.structure, *event.plan));
 }
 
 bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expected_number,

@@ -4,14 +4,17 @@
 
 #include <cstdint>
 
+#include "event/system_time.h"
 #include "evtx/decoded_event.h"
 #include "evtx/decoder.h"
+#include "logs/date_time.h"
 
 namespace tarnlex {
 
 // Readies a decoder for another log. What it has learnt of templates and names stays, which is half
-// of the work on a small log; what it has counted does not. `trace` may be null.
-void BeginLog(EvtxDecoder& decoder, TextSink* trace, Policy policy);
+// of the work on a small log; what it has counted does not. `trace` may be null. With `surveys`
+// the account has all that can be known of the log.
+void BeginLog(EvtxDecoder& decoder, TextSink* trace, Policy policy, bool surveys = false);
 
 // Makes the bytes `data`, 65,536 unless the chunk is cut, which must outlive their use, the chunk
 // whose records come next.
@@ -29,5 +32,18 @@ void EndChunk(EvtxDecoder& decoder);
 // counts.
 bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expected_number,
                  DecodedEvent& event);
+
+// Looks at the own time of the event framed last, whose plan was asked for, unless that was done
+// before: it counts when it is not the record's.
+void CompareWithOwn(EvtxDecoder& decoder, DecodedEvent& event);
+
+// The same for a record that is given, and cheap for most.
+inline void CompareTimes(EvtxDecoder& decoder, DecodedEvent& event) {
+  if (event.plan == nullptr) return;
+  std::uint64_t time = 0;
+  const bool same = TimeOfSlot(event.structure, *event.plan, time) &&
+                    time - event.written_time + kTicksPerSecond - 1 < 2 * kTicksPerSecond - 1;
+  if (!same) CompareWithOwn(decoder, event);
+}
 
 }  // namespace tarnlex

@@ -4,6 +4,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/chunk.cpp
   evtx/compile.cpp
   evtx/element_kind.cpp
+  evtx/file_header.cpp
   evtx/find_record.cpp
   evtx/first_record.cpp
   evtx/fragment.cpp
@@ -17,6 +18,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/sound_stream.cpp
   evtx/sound_value.cpp
   evtx/substitution.cpp
+  evtx/survey.cpp
   evtx/template_store.cpp
   evtx/trace.cpp
   evtx/walk.cpp

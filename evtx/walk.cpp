@@ -7,7 +7,9 @@
 #include "evtx/record.h"
 #include "evtx/record_check.h"
 #include "evtx/recover.h"
+#include "evtx/survey.h"
 #include "evtx/trace.h"
+#include "logs/date_time.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -30,6 +32,21 @@ void HandleRecord(EvtxDecoder& decoder, const EvtxHandlers& handlers, std::uint3
   if (decoder.notes) NoteLiveRecord(*decoder.notes, event.record_id, event.written_time);
   if (decoder.checks_records) CheckRecord(decoder, event);
   handlers.record(decoder, event);
+  decoder.account.undated += !IsValidFiletime(event.time);
+  if (decoder.surveys) SurveyRecord(decoder, event);
+}
+
+// Whole records behind the last that the chunk's header counts, in what it says is used.
+void CountUncounted(EvtxDecoder& decoder, std::uint32_t offset) {
+  const Bytes data = decoder.chunk.data;
+  std::uint32_t free_space = 0;
+  ReadAt(data, kChunkFreeSpace, free_space);
+  while (offset < std::min(free_space, kChunkSize)) {
+    const std::uint32_t size = WholeRecordSize(data, offset);
+    if (size == 0) return;
+    ++decoder.account.uncounted;
+    offset += size;
+  }
 }
 
 // The chunk's header bounds how many records are tried; each record's size leads to the next.
@@ -47,6 +64,7 @@ void WalkRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers, DecodedEven
     // A size that leads out of the chunk must not wrap on its way.
     offset = size > kChunkSize - offset ? kChunkSize : offset + size;
   }
+  CountUncounted(decoder, offset);
 }
 
 // How far the chunk's numbers and the sizes of records alone would lead.
@@ -80,6 +98,7 @@ void HandleDamaged(EvtxDecoder& decoder, const EvtxHandlers& handlers, const Rec
                              Load<std::uint64_t>(whole.data() + place.offset + kRecordIdField),
                              chunk.file_offset + place.offset});
   HandleRecord(decoder, handlers, place.offset, expected, event);
+  decoder.account.partial += !IsPartial(event);
   chunk.found_size = 0;
   chunk.data = whole;
 }
@@ -161,6 +180,7 @@ void PassOver(EvtxDecoder& decoder, Bytes slot, std::uint64_t file_offset, Found
 void WalkChunk(EvtxDecoder& decoder, Bytes slot, std::uint64_t file_offset,
                const EvtxHandlers& handlers, DecodedEvent& event) {
   BeginChunk(decoder, slot, file_offset);
+  if (decoder.surveys) CheckChecksums(slot, file_offset, decoder.account);
   ++decoder.account.chunks;
   decoder.account.empty_chunks += decoder.chunk.last_number == kNoRecords;
   TraceChunk(decoder);

@@ -7,6 +7,7 @@
 #include "fuzz/whole_log.h"
 #include "reports/command_file.h"
 #include "reports/command_language.h"
+#include "reports/report_library.h"
 #include "reports/report_lines.h"
 
 namespace {
@@ -50,6 +51,10 @@ QueryList QueriesFor(std::uint8_t byte, std::string_view commands, const LogInfo
     for (const BuiltinReport& report : BuiltinReports()) {
       BuildQueries(ReportLines(report, FormatOf(log)), log, options, true, queries);
     }
+  }
+  if ((byte & 16) != 0) {
+    const LibraryReport& report = ReportLibrary()[commands.size() % ReportLibrary().size()];
+    BuildQueries(LinesOf(report), log, options, true, queries);
   }
   return queries.empty() ? PlainQueries(log, options) : queries;
 }

@@ -216,9 +216,15 @@ void SaveReportSeeds() {
        "!cmd, -enum_evtxlog, -id, 4624, -name, logon, -conditions, LogonType|2, -all_data\n"
        "!cmd, -enum_evtxlog, -type, security, -pull, TargetUserName, -hist, LogonType\n",
        LikeRecords());
+  save("evtx_conditions", 1, 1,
+       "!cmd, -enum_evtxlog, -and, LogonType|1, -not, TargetUserName|bob, -channel, Security, "
+       "-provider, Microsoft-Windows-Security-Auditing, -pull, TargetUserName, "
+       "-label, TargetUserName=User, -hist, TargetUserName\n",
+       LikeRecords());
   save("evt_commands", 1, 1,
        "!cmd, -enum_evtlog, -id, 0x210, -pull, 1|User, -pull, 2\n"
-       "!cmd, -enum_evtlog, -string_exists, bob, -all_data\n",
+       "!cmd, -enum_evtlog, -string_exists, bob, -all_data\n"
+       "!cmd, -enum_evtlog, -provider, Security, -and, 1, -not, 1|x, -pull, 1, -label, 1=User\n",
        evt.Build());
 }
 
@@ -259,13 +265,17 @@ void SaveValueSeeds() {
 }
 
 void SaveTextSeeds() {
-  SaveText("command_file", "queries",
-           "\xEF\xBB\xBF// accounts\r\n"
-           "!cmd, -enum_evtxlog, -id, 4624, -name, logon, -conditions, LogonType|2, -all_data\r\n"
-           "!cmd, -enum_evtxlog, -type, security, -pull, TargetUserName, -hist, IpAddress|User\n"
-           "!cmd, -enum_evtlog, -id, 0x210, -pull, 1|User, -pull, 2, -success_type, error\n"
-           "!cmd, -enum_evtlog, -start_time, 03/07/2012 10:00:00, -stop_time, Mar-08-2012\n"
-           "!cmd, -enum_evtxlog, -string_exists, alice, -event_lookup, -log, c:\\Security.evtx\n");
+  SaveText(
+      "command_file", "queries",
+      "\xEF\xBB\xBF// accounts\r\n"
+      "!cmd, -enum_evtxlog, -id, 4624, -name, logon, -conditions, LogonType|2, -all_data\r\n"
+      "!cmd, -enum_evtxlog, -type, security, -pull, TargetUserName, -hist, IpAddress|User\n"
+      "!cmd, -enum_evtlog, -id, 0x210, -pull, 1|User, -pull, 2, -success_type, error\n"
+      "!cmd, -enum_evtlog, -start_time, 03/07/2012 10:00:00, -stop_time, Mar-08-2012\n"
+      "!cmd, -enum_evtxlog, -string_exists, alice, -event_lookup, -log, c:\\Security.evtx\n"
+      "!cmd, -enum_evtxlog, -and, a|b, -and, c, -not, d|e, -channel, System, -provider, x y, "
+      "-pull, a, -label, a=User, -label, b\n"
+      "!cmd, -enum_evtlog, -and, 1|b, -not, string|e, -provider, x, -pull, 1, -label, 1=User\n");
   SaveText(
       "options", "files",
       "-log\nSecurity.evtx | System.evtx\n-csv\n-out\nrecords.csv\n-stats\ncounts\n-hist\na|b");

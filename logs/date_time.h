@@ -49,9 +49,8 @@ struct DateTimeFields {
 // True from 1970-01-01 00:00:01 UTC to the last second that a 64-bit C library breaks down
 // (32535244799 Unix seconds).
 constexpr bool IsValidFiletime(std::uint64_t filetime) {
-  // An instant before 1970 wraps to a number far above the bound.
-  const std::uint64_t seconds = (filetime - kUnixEpochFiletime) / kTicksPerSecond;
-  return seconds >= 1 && seconds <= 32'535'244'799;
+  // An earlier instant wraps to a number far above the bound.
+  return filetime - (kUnixEpochFiletime + kTicksPerSecond) < 32'535'244'799 * kTicksPerSecond;
 }
 
 // Breaks an instant down; a value whose FILETIME does not fit 64 bits gives FILETIME 0.

@@ -1,6 +1,6 @@
 #include "logs/iso_time.h"
 
-#include <charconv>
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 
@@ -17,15 +17,18 @@ constexpr int kDaysFrom1601 = 134'774;  // to 1970
 // Reads exactly `digits` digits off the front of `text`.
 bool TakeNumber(std::string_view& text, std::size_t digits, int& number) {
   if (text.size() < digits) return false;
-  const char* const end = text.data() + digits;
-  const bool is_digit = text[0] >= '0' && text[0] <= '9';  // no sign
-  if (!is_digit || std::from_chars(text.data(), end, number).ptr != end) return false;
+  number = 0;
+  for (const char c : text.substr(0, digits)) {
+    if (c < '0' || c > '9') return false;
+    number = 10 * number + (c - '0');
+  }
   text.remove_prefix(digits);
   return true;
 }
 
 bool TakeOneOf(std::string_view& text, std::string_view characters) {
-  if (text.empty() || characters.find(text[0]) == std::string_view::npos) return false;
+  const auto is_next = [&text](char c) { return c == text[0]; };
+  if (text.empty() || std::none_of(characters.begin(), characters.end(), is_next)) return false;
   text.remove_prefix(1);
   return true;
 }

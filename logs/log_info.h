@@ -18,12 +18,27 @@ inline constexpr const char* kKindApplication = "application";
 inline constexpr const char* kKindDriverFrameworks = "driverframeworks";
 inline constexpr const char* kKindUnknown = "unk";
 
+// How far the opener came with a log.
+enum class OpenResult : std::uint8_t {
+  kCannotOpen,  // no such file, a directory, no permission
+  kNoEventLog,  // empty, or neither container: the walk finds nothing in it either
+  kHeaderless,  // no header says what it is, but the walk reads it: chunks, or an EVT log whose
+                // header is damaged
+  kUnjudged,    // the container is known, what the log holds is not
+  kOpened,
+};
+
+// What says of which kind a log is.
+enum class KindFrom : std::uint8_t { kNothing, kFileName, kRecords };
+
 struct LogInfo {
   std::string path;            // as it will be opened, after expansion of variables
   bool is_evtx = true;         // LogFormat: EVTX, else EVT
   bool format_unknown = true;  // until a header was recognised
   std::uint64_t aux_value = 0;
   LogKind kind = kKindUnknown;
+  KindFrom kind_from = KindFrom::kNothing;
+  OpenResult opened = OpenResult::kOpened;
 };
 
 inline LogFormat FormatOf(const LogInfo& log) {

@@ -19,6 +19,9 @@ bool HoldsEventLog(const std::string& path);
 // not by how it is spelled.
 bool IsSameFile(const std::string& path, const LogTable& logs, const std::string& other);
 
+// Whether two paths, of which files need not exist yet, name the same file of the same folder.
+bool IsSameOutput(const std::string& path, const std::string& other);
+
 // OpenOutput, but for files that hold an event log, which give nothing.
 std::optional<std::function<bool(std::string_view)>> OpenGuardedOutput(const std::string& path,
                                                                        bool append = false);

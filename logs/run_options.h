@@ -40,6 +40,7 @@ struct RunOptions {
   std::string out_file;
   std::string out_dir;
   std::string diags_file;
+  std::string account_file;
   bool to_file = false;
   bool have_out_dir = false;
 
@@ -83,6 +84,7 @@ struct RunOptions {
   bool strict = false;  // what there is to remark ends the run
   bool show_status = true;
   bool diags_on = false;
+  bool account_on = false;
 
   // Which logs. Of the last three sources only one is there.
   bool pipe = false;
@@ -109,6 +111,7 @@ struct RunOptions {
   bool report_startstop = false;
   bool report_creds = false;
   bool report_usb = false;
+  std::vector<std::string> library_reports;  // their names, each once
   bool dump_all = true;
   bool have_cmd_file = false;
   std::string cmd_file;

@@ -1,4 +1,5 @@
 target_sources(tarnlex_core PRIVATE
+  logs/crc32.cpp
   logs/date_time.cpp
   logs/date_time_parse.cpp
   logs/date_time_text.cpp
@@ -10,6 +11,7 @@ target_sources(tarnlex_core PRIVATE
   logs/parse_number.cpp
   logs/paths.cpp
   logs/plain_ascii.cpp
+  logs/record_survey.cpp
   logs/sid.cpp
   logs/status_line.cpp
   logs/text.cpp

@@ -81,7 +81,8 @@ bool IsInput(RecordOutput& output, const std::string& path, const RunOptions& op
     }
     output.inputs_known = true;
   }
-  return output.inputs.contains(*id) || id == IdentifyFile(options.cmd_file);
+  return output.inputs.contains(*id) || id == IdentifyFile(options.cmd_file) ||
+         id == IdentifyFile(options.account_file);
 }
 
 // The folder of a file that mirrors where its log lies may not be there yet.
@@ -124,7 +125,10 @@ std::set<FileId> FilesInUse(const RecordOutput& output, const RunOptions& option
   for (const auto& [log, file] : output.files) {
     if (file.begun) add(file.path);
   }
-  for (const auto* path : {&options.cmd_file, &options.stats_file, &options.diags_file}) add(*path);
+  for (const auto* path :
+       {&options.cmd_file, &options.stats_file, &options.diags_file, &options.account_file}) {
+    add(*path);
+  }
   return files;
 }
 

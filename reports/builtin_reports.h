@@ -24,6 +24,9 @@ struct BuiltinQuery {
 // A report, the option that selects it and the logs it is for. Empty texts in the lists are unused.
 struct BuiltinReport {
   bool RunOptions::*selected = nullptr;
+  std::string_view name;      // of the option, without its dash
+  std::string_view question;  // that it answers
+  std::string_view since;     // which systems have its events
   std::span<const BuiltinQuery> queries;
   std::array<std::string_view, 2> kinds = {};       // the log's kind equals one of these...
   std::string_view kind_part = {};                  // ...or contains this

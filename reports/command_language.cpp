@@ -87,6 +87,34 @@ std::string SuccessCondition(const std::string& word, LogFormat format) {
   return field + word;
 }
 
+// "NAME=HEADER"; the first of a name counts, as of any other option.
+void TakeHeaders(TokenList& tokens, QuerySpec& query) {
+  for (std::string value; FindValue("-label", tokens, value);) {
+    std::string name;
+    std::string header;
+    if (SplitLabel(value, name, header)) query.headers.emplace(name, header);
+  }
+}
+
+// A histogram finds its columns by what they are called in the end.
+void RenameHistogramFields(QuerySpec& query) {
+  for (std::string& field : query.histogram_fields) {
+    for (const auto& [name, header] : query.headers) {
+      if (!EqualsNoCase(field, name)) continue;
+      field = ToLowerAscii(header);
+      break;
+    }
+  }
+}
+
+void TakeConditions(TokenList& tokens, QuerySpec& query) {
+  query.channel = ValueOf(tokens, "-channel");
+  query.provider = ValueOf(tokens, "-provider");
+  std::string value;
+  while (FindValue("-and", tokens, value)) query.all_of.push_back(value);
+  while (FindValue("-not", tokens, value)) query.none_of.push_back(value);
+}
+
 // The order of the steps matters: what one of them takes no other can mistake for its own. Names
 // and comments are free text, which may read like an option, so they go first.
 bool MakeQuery(TokenList tokens, const LogInfo& log, const RunOptions& options, QuerySpec& query) {
@@ -107,6 +135,9 @@ bool MakeQuery(TokenList tokens, const LogInfo& log, const RunOptions& options, 
   if (FindValue("-success_type", tokens, word)) {
     query.success_condition = SuccessCondition(word, query.format);
   }
+  TakeConditions(tokens, query);
+  TakeHeaders(tokens, query);
+  if (query.format == LogFormat::EVTX) RenameHistogramFields(query);
   if (query.format != FormatOf(log)) return false;
   ApplyRunOverrides(options, query);
   return true;
@@ -152,6 +183,14 @@ bool SplitCommandLine(std::string_view line, TokenList& tokens) {
   SplitList(line.substr(at + kCommand.size()), ',', false, tokens);
   for (std::string& token : tokens) token = std::string(Trim(token));
   return true;
+}
+
+bool SplitLabel(std::string_view text, std::string& name, std::string& header) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string_view::npos) return false;
+  name = Trim(text.substr(0, equals));
+  header = Trim(text.substr(equals + 1));
+  return !name.empty() && !header.empty();
 }
 
 bool BuildQueries(const std::vector<TokenList>& lines, const LogInfo& log,

@@ -18,6 +18,9 @@ using TokenList = std::vector<std::string>;
 // Takes one line apart. False when it is a comment ("//" at its head) or holds no "!cmd,".
 bool SplitCommandLine(std::string_view line, TokenList& tokens);
 
+// The value of -label, "NAME=HEADER"; false when one of the two is not there.
+bool SplitLabel(std::string_view text, std::string& name, std::string& header);
+
 // Makes the queries that `lines` ask for of `log` and puts them into `queries`, which is emptied
 // first unless `append` is set. The order is that of the log paths without regard to
 // case, then of the lines. True when `queries` is not empty afterwards.

@@ -31,6 +31,11 @@ constexpr KnownOption kOptions[] = {
     {"-pull", true, true},
     {"-hist", true},
     {"-event_lookup"},
+    {"-and", true, true},
+    {"-not", true, true},
+    {"-channel", true},
+    {"-provider", true},
+    {"-label", true, true},
 };
 
 void Remark(OptionScan& scan, std::initializer_list<std::string_view> parts) {
@@ -70,15 +75,55 @@ bool IsEvtField(std::string_view field) {
          std::find(std::begin(kFields), std::end(kFields), field) != std::end(kFields);
 }
 
-void RemarkConditions(OptionScan& scan) {
-  const OptionUse* const use = UseOf(scan, "-conditions");
-  if (!use) return;
-  const Condition condition = ParseCondition(use->value);
-  const bool evt = UseOf(scan, "-enum_evtlog") && !UseOf(scan, "-enum_evtxlog");
+bool IsEvtLine(const OptionScan& scan) {
+  return UseOf(scan, "-enum_evtlog") && !UseOf(scan, "-enum_evtxlog");
+}
+
+void RemarkCondition(OptionScan& scan, std::string_view name, std::string_view value) {
+  const Condition condition = ParseCondition(value);
+  const bool known = !condition.field.empty() && (!IsEvtLine(scan) || IsEvtField(condition.field));
   if (!condition.given) {
-    Remark(scan, {"ignoring -conditions, it names no field"});
-  } else if (condition.field.empty() || (evt && !IsEvtField(condition.field))) {
+    Remark(scan, {"ignoring ", name, ", it names no field"});
+  } else if (!known && name == "-not") {
+    Remark(scan, {"every event passes -not ", value, ", none has that field"});
+  } else if (!known) {
     Remark(scan, {"no event passes, none has a field \"", condition.field, "\""});
+  }
+}
+
+void RemarkConditions(OptionScan& scan) {
+  for (std::size_t i = 0; i < scan.uses.size(); ++i) {
+    const OptionUse use = scan.uses[i];
+    for (const std::string_view name : {"-conditions", "-and", "-not"}) {
+      if (use.option->name == name) RemarkCondition(scan, name, use.value);
+    }
+  }
+}
+
+void RemarkChannel(OptionScan& scan) {
+  const OptionUse* const use = UseOf(scan, "-channel");
+  if (!use || use->value.empty() || !IsEvtLine(scan)) return;
+  Remark(scan, {"no event passes, EVT events name no channel; -type tells their logs apart"});
+}
+
+bool IsPulled(const OptionScan& scan, std::string_view name) {
+  return std::any_of(scan.uses.begin(), scan.uses.end(), [&](const OptionUse& use) {
+    if (use.option->name != "-pull") return false;
+    return IsEvtLine(scan) ? LeadingNumber(use.value) == LeadingNumber(name) : use.value == name;
+  });
+}
+
+void RemarkLabels(OptionScan& scan) {
+  for (std::size_t i = 0; i < scan.uses.size(); ++i) {
+    const OptionUse use = scan.uses[i];
+    if (use.option->name != "-label") continue;
+    std::string name;
+    std::string header;
+    if (!SplitLabel(use.value, name, header)) {
+      Remark(scan, {"ignoring -label ", use.value, ", it is no NAME=HEADER"});
+    } else if ((UseOf(scan, "-all_data") && !IsEvtLine(scan)) || !IsPulled(scan, name)) {
+      Remark(scan, {"ignoring -label ", use.value, ", ", name, " is not pulled"});
+    }
   }
 }
 
@@ -110,8 +155,10 @@ std::vector<std::string> RemarksOnLine(const TokenList& tokens) {
   RemarkTime(scan, "-start_time");
   RemarkTime(scan, "-stop_time");
   RemarkConditions(scan);
+  RemarkChannel(scan);
   RemarkSuccessType(scan);
   RemarkEvtPulls(scan);
+  RemarkLabels(scan);
   return scan.remarks;
 }
 

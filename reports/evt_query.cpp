@@ -27,9 +27,23 @@ std::string PreparePull(const std::string& pull, QuerySpec& query) {
 // A histogram may also name a column by its text; that one stays.
 std::string HistogramColumn(const std::string& field, const QuerySpec& query) {
   if (!IsDecimal(field)) return field;
-  const std::uint16_t number = StringNumber(field);
-  const auto label = query.labels.find(number);
-  return label != query.labels.end() ? label->second : EvtParameterName(number);
+  const std::string name = EvtParameterName(StringNumber(field));
+  return std::string(EvtColumnName(query, name));
+}
+
+// From numbers to the names that columns have until then.
+void PrepareHeaders(QuerySpec& query) {
+  std::map<std::string, std::string, std::less<>> headers;
+  for (const auto& [number, header] : query.headers) {
+    headers.emplace(EvtParameterName(StringNumber(number)), header);
+  }
+  query.headers = std::move(headers);
+}
+
+// A string that -label names is given even where it is the last.
+const PlanValue& PulledValueOf(const QuerySpec& query, const Plan& plan, Policy policy,
+                               const std::string& name) {
+  return EvtPulledValue(plan, query.headers.contains(name) ? Policy::kComplete : policy, name);
 }
 
 // The columns of a row, and for each of them the value that fills it.
@@ -50,7 +64,7 @@ NamedValues RowValues(const EventRows& rows, const QuerySpec& query, const Plan&
   if (query.all_data) {
     for (const PlanValue& value : EvtColumnValues(plan)) add(value.name, value);
   } else {
-    for (const std::string& name : query.pull) add(name, EvtPulledValue(plan, policy, name));
+    for (const std::string& name : query.pull) add(name, PulledValueOf(query, plan, policy, name));
   }
   return row;
 }
@@ -73,6 +87,8 @@ void LayOut(EventRows& rows, const EvtQuery& query, const Plan& plan, Policy pol
 
 std::string_view EvtColumnName(const QuerySpec& query, std::string_view name) {
   if (!name.starts_with(kEvtParameter)) return name;
+  const auto header = query.headers.find(name);
+  if (header != query.headers.end()) return header->second;
   const auto label = query.labels.find(StringNumber(name.substr(kEvtParameter.size())));
   return label != query.labels.end() ? std::string_view(label->second) : name;
 }
@@ -81,6 +97,7 @@ void PrepareForEvt(QuerySpec& query) {
   std::vector<std::string> names = {std::string(kEvtSourceColumn), std::string(kEvtComputerColumn)};
   for (const std::string& pull : query.pull) names.push_back(PreparePull(pull, query));
   query.pull = std::move(names);
+  PrepareHeaders(query);
   query.histogram_columns.clear();
   for (const std::string& field : query.histogram_fields) {
     query.histogram_columns.push_back(HistogramColumn(field, query));
@@ -95,8 +112,10 @@ EvtQueries PrepareEvtQueries(QueryList& queries) {
     query.spec = &spec;
     query.position = static_cast<std::uint32_t>(all.queries.size() - 1);
     query.tests = MakeQueryTests(spec);
-    query.tests.condition.field = EvtConditionName(query.tests.condition.field);
-    query.tests.success.field = EvtConditionName(query.tests.success.field);
+    query.fields.resize(query.tests.conditions.size());
+    for (Condition& condition : query.tests.conditions) {
+      condition.field = EvtConditionName(condition.field);
+    }
   }
   return all;
 }
@@ -111,11 +130,10 @@ void ForgetRows(EvtQueries& all) {
 bool EvtQueryTakes(EvtQueries& all, EvtQuery& query, EvtRecord& record) {
   const QueryTests& tests = query.tests;
   if (!IdPasses(tests, record.event_id) || !TimePasses(tests, record.filetime)) return false;
-  if (!tests.condition.given && !tests.success.given && tests.exists.empty()) return true;
+  if (tests.conditions.empty() && tests.exists.empty()) return true;
   const Plan& plan = EvtPlanOf(record);
   const EventStructure& event = record.structure;
-  return Holds(tests.condition, event, plan, query.condition_fields, all.scratch) &&
-         Holds(tests.success, event, plan, query.success_fields, all.scratch) &&
+  return PassesAll(tests.conditions, event, plan, query.fields, all.scratch) &&
          (tests.exists.empty() ||
           AnyTextContains(event, plan, EvtSearchedValues(plan), tests.exists, all.scratch));
 }

@@ -22,8 +22,7 @@ struct EvtQuery {
   QueryTests tests;  // with the fields' names in plans
   RowQuery texts;
   // What is known of kept plans, by their identifier.
-  FieldPlaces condition_fields;
-  FieldPlaces success_fields;
+  std::vector<FieldPlaces> fields;  // of each condition
   KeptLayouts layouts;
 };
 
@@ -40,7 +39,8 @@ void ForgetRows(EvtQueries& all);
 // Rewrites a query's pull list for EVT, once per query: "source name", "computer name", then
 // "param_01" for string 1 and so on; labels go to their map, lower-cased, the first of a number
 // staying. Entries that are no number stand for string 0, which no record has. Histogram fields
-// that are numbers become labels or "param_" names.
+// that are numbers become labels or "param_" names. What -label says of a number goes before its
+// label, as it is written.
 void PrepareForEvt(QuerySpec& query);
 
 // The label of a "param_" name, where the query has one, else the name.

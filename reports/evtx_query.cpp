@@ -13,31 +13,51 @@ namespace {
 
 constexpr std::string_view kProviderName = "Provider Name";
 
-// Names that a query pulls and that become columns: those that have a column of their own anyway
-// are left out once each when the query looks events up.
-std::vector<std::string> PulledNames(const QuerySpec& query) {
-  std::vector<std::string> names = query.pull;
-  if (std::find(names.begin(), names.end(), kProviderName) == names.end()) {
-    names.emplace_back(kProviderName);
+struct PulledName {
+  std::string_view name;
+  std::string_view header;
+};
+
+// Names that a query pulls and that become columns, with the provider's: those that have a column
+// of their own anyway are left out once each when the query looks events up.
+std::vector<PulledName> PulledNames(const QuerySpec& query) {
+  std::vector<PulledName> names;
+  for (const std::string& name : query.pull) names.push_back({name, HeaderOf(query, name)});
+  const auto is_provider = [](const PulledName& each) { return each.header == kProviderName; };
+  if (std::none_of(names.begin(), names.end(), is_provider)) {
+    names.push_back({kProviderName, kProviderName});
   }
   if (!query.event_lookup) return names;
   for (const std::string_view own : {"EventRecordID", "EventID", "SystemTime"}) {
-    const auto first = std::find(names.begin(), names.end(), own);
+    const auto is_own = [own](const PulledName& each) { return each.name == own; };
+    const auto first = std::find_if(names.begin(), names.end(), is_own);
     if (first != names.end()) names.erase(first);
   }
   return names;
 }
 
-const ColumnSet* PulledColumns(EventRows& rows, const QuerySpec& query) {
-  const std::vector<std::string> names = PulledNames(query);
+void SetPulledColumns(EventRows& rows, EvtxQuery& query) {
+  const std::vector<PulledName> names = PulledNames(*query.spec);
+  std::vector<std::string_view> headers;
+  headers.reserve(names.size());
+  for (const PulledName& each : names) headers.push_back(each.header);
   std::vector<int> position_of;
-  return AddColumnSet(rows, {names.begin(), names.end()}, position_of);
+  query.pulled = AddColumnSet(rows, headers, position_of);
+  query.pulled_names.assign(query.pulled->names.size(), {});
+  for (const PulledName& each : names) {
+    const int column = FindColumn(*query.pulled, each.header, false);
+    query.pulled_names[static_cast<std::size_t>(column)].push_back(each.name);
+  }
 }
 
-std::vector<const PlanValue*> PulledValues(const Plan& plan, const ColumnSet& columns) {
+// Of several names that share a column the first that the event has gives the value.
+std::vector<const PlanValue*> PulledValues(const Plan& plan, const EvtxQuery& query) {
   std::vector<const PlanValue*> values;
-  values.reserve(columns.names.size());
-  for (const std::string_view name : columns.names) values.push_back(FindValue(plan, name));
+  values.reserve(query.pulled_names.size());
+  for (const std::vector<std::string_view>& names : query.pulled_names) {
+    const PlanValue*& value = values.emplace_back(nullptr);
+    for (std::size_t i = 0; i < names.size() && !value; ++i) value = FindValue(plan, names[i]);
+  }
   return values;
 }
 
@@ -104,7 +124,7 @@ void LayOutAll(EventRows& rows, EvtxQueries& all, const Plan& plan, bool finish,
 
 void LayOutPulled(EventRows& rows, const EvtxQuery& query, const Plan& plan, bool finish,
                   PlanLayout& layout) {
-  MakeLayout(rows, plan, *query.pulled, PulledValues(plan, *query.pulled), {}, finish, layout);
+  MakeLayout(rows, plan, *query.pulled, PulledValues(plan, query), {}, finish, layout);
 }
 
 // The host of the row just made, for a form that names it whatever the query pulls.
@@ -139,7 +159,7 @@ void AddRowOf(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& 
                row);
     return;
   }
-  if (!query.pulled) query.pulled = PulledColumns(rows, *query.spec);
+  if (!query.pulled) SetPulledColumns(rows, query);
   const auto lay_out = [&](bool finish, PlanLayout& layout) {
     LayOutPulled(rows, query, plan, finish, layout);
   };
@@ -156,6 +176,7 @@ EvtxQueries PrepareEvtxQueries(const QueryList& queries) {
     query.spec = &spec;
     query.position = static_cast<std::uint32_t>(all.queries.size() - 1);
     query.tests = MakeQueryTests(spec);
+    query.fields.resize(query.tests.conditions.size());
   }
   return all;
 }
@@ -163,13 +184,12 @@ EvtxQueries PrepareEvtxQueries(const QueryList& queries) {
 bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, DecodedEvent& event) {
   const QueryTests& tests = query.tests;
   if (!IdPasses(tests, event.event_id) || !TimePasses(tests, event.time)) return false;
-  if (!tests.condition.given && !tests.success.given && tests.exists.empty()) return true;
+  if (tests.conditions.empty() && tests.exists.empty()) return true;
   const Plan& plan = PlanOf(decoder, event);
   const EventStructure& structure = event.structure;
   return (tests.exists.empty() ||
           AnyTextContains(structure, plan, plan.values, tests.exists, all.scratch)) &&
-         Holds(tests.condition, structure, plan, query.condition_fields, all.scratch) &&
-         Holds(tests.success, structure, plan, query.success_fields, all.scratch);
+         PassesAll(tests.conditions, structure, plan, query.fields, all.scratch);
 }
 
 void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder,

@@ -22,9 +22,9 @@ struct EvtxQuery {
   QueryTests tests;
   RowQuery texts;
   const ColumnSet* pulled = nullptr;  // of a query that pulls; null until first used
+  std::vector<std::vector<std::string_view>> pulled_names;  // for each of these columns
   // What is known of kept plans, by their identifier.
-  FieldPlaces condition_fields;
-  FieldPlaces success_fields;
+  std::vector<FieldPlaces> fields;  // of each condition
   KeptLayouts pulled_layouts;
 };
 

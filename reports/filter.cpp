@@ -1,8 +1,43 @@
 #include "reports/filter.h"
 
+#include <utility>
+
 #include "logs/text.h"
 
 namespace tarnlex {
+namespace {
+
+// A level, a channel or a provider is the event's own, not what its data calls so.
+Condition OwnCondition(std::string field, const std::string& wanted) {
+  Condition condition{.field = std::move(field), .wanted = ToLowerAscii(wanted)};
+  condition.given = !wanted.empty();
+  condition.first_only = true;
+  condition.whole = true;
+  return condition;
+}
+
+std::vector<Condition> ConditionsOf(const QuerySpec& query) {
+  const bool evtx = query.format == LogFormat::EVTX;
+  std::vector<Condition> all;
+  const auto add = [&all](Condition condition) {
+    if (condition.given) all.push_back(std::move(condition));
+  };
+  add(OwnCondition(evtx ? "Provider Name" : "source_name", query.provider));
+  add(OwnCondition("Channel", query.channel));
+  add(ParseCondition(query.conditions));
+  for (const std::string& text : query.all_of) add(ParseCondition(text));
+  for (const std::string& text : query.none_of) {
+    Condition condition = ParseCondition(text);
+    condition.forbidden = true;
+    add(std::move(condition));
+  }
+  Condition success = ParseCondition(query.success_condition);
+  success.first_only = true;
+  add(std::move(success));
+  return all;
+}
+
+}  // namespace
 
 Condition ParseCondition(std::string_view text) {
   Condition condition;
@@ -17,7 +52,9 @@ Condition ParseCondition(std::string_view text) {
 
 bool ConditionHolds(const Condition& condition, std::string_view field_text) {
   if (field_text.empty()) return false;
-  return condition.any_text || ContainsNoCase(field_text, condition.wanted);
+  if (condition.any_text) return true;
+  return condition.whole ? EqualsNoCase(field_text, condition.wanted)
+                         : ContainsNoCase(field_text, condition.wanted);
 }
 
 QueryTests MakeQueryTests(const QuerySpec& query) {
@@ -25,11 +62,8 @@ QueryTests MakeQueryTests(const QuerySpec& query) {
                    .last_event_id = query.last_event_id,
                    .start_time = query.start_time,
                    .stop_time = query.stop_time,
-                   .condition = ParseCondition(query.conditions),
-                   .success = ParseCondition(query.success_condition),
+                   .conditions = ConditionsOf(query),
                    .exists = ToLowerAscii(query.string_exists)};
-  // A level is the event's own, not what its data calls so.
-  tests.success.first_only = true;
   return tests;
 }
 

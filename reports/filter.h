@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "logs/run_options.h"
 #include "reports/query_spec.h"
@@ -18,6 +19,8 @@ struct Condition {
   bool any_text = false;
   bool given = false;       // an absent condition lets everything pass
   bool first_only = false;  // of several values of the field the first counts, else any
+  bool whole = false;       // the text must be what is wanted, not contain it
+  bool forbidden = false;   // an event passes where the condition does not hold
 };
 
 // Cuts at the first "|". An empty text is an absent condition.
@@ -33,9 +36,8 @@ struct QueryTests {
   std::uint64_t last_event_id = 0;
   std::uint64_t start_time = 0;
   std::uint64_t stop_time = 0;
-  Condition condition;
-  Condition success;
-  std::string exists;  // lower-cased; empty: not asked for
+  std::vector<Condition> conditions;  // those that are given
+  std::string exists;                 // lower-cased; empty: not asked for
 };
 QueryTests MakeQueryTests(const QuerySpec& query);
 

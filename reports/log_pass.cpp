@@ -1,5 +1,6 @@
 #include "reports/log_pass.h"
 
+#include "evtx/record.h"
 #include "output/table.h"
 
 namespace tarnlex {
@@ -127,7 +128,10 @@ void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
   Offer(
       pass, event.event_id,
       [&](std::uint32_t at) { return EvtxQueryTakes(pass.evtx, queries[at], decoder, event); },
-      [&](std::uint32_t at) { AddEvtx(pass, at, decoder, event); });
+      [&](std::uint32_t at) {
+        AddEvtx(pass, at, decoder, event);
+        CompareTimes(decoder, event);
+      });
   BoundMemory(pass);
 }
 

@@ -12,6 +12,7 @@
 #include "output/event_rows.h"
 #include "reports/evt_query.h"
 #include "reports/evtx_query.h"
+#include "reports/log_account.h"
 #include "reports/query_index.h"
 #include "reports/query_spec.h"
 #include "reports/record_stream.h"
@@ -29,6 +30,7 @@ struct LogPass {
   EvtQueries evt = {};    // prepared when it is EVT
   EventRows rows = {};
   RecordStream stream = {};                          // prepared for the forms that are streams
+  LogAccount account = {};                           // of this walk
   bool wrote = false;                                // a row has been handed to the writers
   std::size_t most_memory = std::size_t{512} << 20;  // of the rows; then they are written
 };

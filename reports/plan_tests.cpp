@@ -30,7 +30,6 @@ const SubstitutionValue* OnlySlot(const EventStructure& event, const Plan& plan,
 
 bool Holds(const Condition& condition, const EventStructure& event, const Plan& plan,
            FieldPlaces& fields, std::string& scratch) {
-  if (!condition.given) return true;
   const PlanValue* value = FieldOf(plan, condition.field, fields);
   if (!value) return false;
   if (ConditionHolds(condition, TextOf(event, plan, *value, scratch))) return true;

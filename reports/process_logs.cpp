@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "reports/builtin_reports.h"
 #include "reports/command_language.h"
 #include "reports/log_pass.h"
+#include "reports/report_library.h"
 #include "reports/report_lines.h"
 #include "reports/walk_log.h"
 
@@ -53,6 +55,11 @@ std::vector<Work> PlanWork(const RunOptions& options, RunState& run) {
   std::vector<Work> works;
   for (const BuiltinReport& report : BuiltinReports()) {
     if (options.*report.selected) works.push_back(ReportWork(options, run, report));
+  }
+  for (const std::string& name : options.library_reports) {
+    works.push_back({TakesAll, [&, lines = LinesOf(*FindLibraryReport(name))](const LogInfo& log) {
+                       return RunLines(options, run, log, lines);
+                     }});
   }
   if (options.have_cmd_file) {
     works.push_back({TakesAll, [&](const LogInfo& log) {
@@ -111,19 +118,30 @@ bool RunWork(const RunOptions& options, RunState& run, const Work& work, bool is
   return wrote;
 }
 
+Unwalked WhyUnwalked(const RunOptions& options, const RunState& run) {
+  if (HasFailed(run.records) || run.progress.stopped) return Unwalked::kCutShort;
+  const auto& reports = BuiltinReports();
+  const bool by_kind =
+      std::any_of(std::begin(reports), std::end(reports),
+                  [&](const BuiltinReport& report) { return options.*report.selected; });
+  return by_kind ? Unwalked::kByKind : Unwalked::kUnasked;
+}
+
 }  // namespace
 
 bool ProcessLogs(const RunOptions& options, RunState& run) {
   run.current_log = nullptr;
   ExpectLogs(run.records, run.logs, options);
   const std::vector<Work> works = PlanWork(options, run);
-  if (!options.pipe) BeginWork(run.progress, run.progress.show ? BytesOf(works, run.logs) : 0);
+  const bool known = !options.pipe && run.progress.show;
+  if (!options.pipe) BeginWork(run.progress, known ? BytesOf(works, run.logs) / options.parts : 0);
   run.progress.status.reports = works.size();
   bool wrote = false;
   for (std::size_t at = 0; at < works.size(); ++at) {
     run.progress.status.report = at + 1;
     wrote |= RunWork(options, run, works[at], at + 1 == works.size());
   }
+  EndLogs(run.account, run.logs, WhyUnwalked(options, run));
   return wrote;
 }
 

@@ -6,7 +6,8 @@
 
 namespace tarnlex {
 
-// Runs the selected reports in their fixed order, then the lines of the command file, or the plain
+// Runs the selected built-in reports in their fixed order, those of the library in theirs, then the
+// lines of the command file, or the plain
 // dump when neither was asked for, over the logs of `run.logs` in path order; rows go to
 // `run.records`, counts to `run.statistics`, traces to `run.diags`, progress to `run.messages`.
 // True when at least one row was written.

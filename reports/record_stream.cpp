@@ -16,7 +16,9 @@ bool IsWhole(const QuerySpec& query) { return query.all_data || query.pull.empty
 
 std::vector<PulledValue> PulledValues(const Plan& plan, const QuerySpec& query) {
   std::vector<PulledValue> values;
-  for (const std::string& name : query.pull) values.push_back({name, FindValue(plan, name)});
+  for (const std::string& name : query.pull) {
+    values.push_back({HeaderOf(query, name), FindValue(plan, name)});
+  }
   return values;
 }
 

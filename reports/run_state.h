@@ -13,6 +13,7 @@
 #include "output/statistics.h"
 #include "reports/command_language.h"
 #include "reports/progress.h"
+#include "reports/run_account.h"
 
 namespace tarnlex {
 
@@ -21,6 +22,7 @@ struct RunState {
   RecordOutput records;
   std::optional<TextSink> diags = {};                 // open with -diags
   Statistics statistics = {};                         // of the logs so far; counted with -stats
+  RunAccount account = {};                            // of what was read and what was not
   EvtxDecoder evtx_decoder = {};                      // knows what earlier logs have taught it
   std::vector<TokenList> command_lines = {};          // of the command file, taken apart
   LogTable logs = {};                                 // with -pipe only the one being processed

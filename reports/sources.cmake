@@ -1,4 +1,5 @@
 target_sources(tarnlex_core PRIVATE
+  reports/account_json.cpp
   reports/builtin_reports.cpp
   reports/command_file.cpp
   reports/command_language.cpp
@@ -6,6 +7,7 @@ target_sources(tarnlex_core PRIVATE
   reports/evt_query.cpp
   reports/evtx_query.cpp
   reports/filter.cpp
+  reports/log_account.cpp
   reports/log_pass.cpp
   reports/plan_rows.cpp
   reports/plan_tests.cpp
@@ -13,6 +15,49 @@ target_sources(tarnlex_core PRIVATE
   reports/progress.cpp
   reports/query_index.cpp
   reports/record_stream.cpp
+  reports/report_library.cpp
   reports/report_lines.cpp
+  reports/report_texts.cpp
+  reports/run_account.cpp
   reports/walk_log.cpp
 )
+
+# The library, in the order in which it is listed.
+set(TARNLEX_REPORTS
+  failed_logons
+  rdp
+  explicit_credentials
+  special_privileges
+  kerberos
+  ntlm
+  account_changes
+  group_changes
+  policy_changes
+  audit_policy
+  log_cleared
+  services
+  drivers
+  scheduled_tasks
+  processes
+  powershell
+  wmi
+  defender
+  firewall
+  network_connections
+  shares
+  remote_management
+  bits
+  applocker
+  usb_storage
+  clock_changes
+  starts_and_crashes
+  directory_changes
+  certificates
+  sql_logons
+  printing
+  wireless
+  software
+  group_enumeration
+  lsass_access
+)
+include(cmake/report_library.cmake)

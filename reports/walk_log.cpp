@@ -4,10 +4,16 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "evt/account.h"
+#include "evt/evt_format.h"
+#include "evt/file_header.h"
+#include "evt/survey.h"
 #include "evt/walk.h"
 #include "evtx/evtx_format.h"
+#include "evtx/file_header.h"
 #include "evtx/record.h"
 #include "evtx/recover.h"
 #include "evtx/trace.h"
@@ -82,15 +88,36 @@ void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
   Flush(*decoder.trace);
 }
 
+void WriteEvtAccount(LogPass& pass, const EvtAccount& account) {
+  TextSink* const trace = TraceOf(pass.run);
+  if (!trace) return;
+  TraceAccountHead(pass, *trace);
+  WriteAccount(*trace, account);
+  TraceReplaced(pass, *trace);
+  Flush(*trace);
+}
+
+std::vector<std::uint8_t> HeadOf(const InputFile& file, std::size_t size) {
+  std::vector<std::uint8_t> head(size);
+  head.resize(ReadFully(file, 0, head));
+  return head;
+}
+
+// The bytes of a log that are walked.
+struct Stretch {
+  std::uint64_t begin = 0;
+  std::uint64_t end = 0;
+};
+
 // Reads and walks one block piece by piece: a piece still lies in the processor's cache when it is
 // decoded. Returns how much could be read before the run was interrupted.
 std::uint64_t WalkBlock(EvtxDecoder& decoder, const EvtxHandlers& handlers, const InputFile& file,
-                        std::uint64_t offset, std::uint64_t size, FileBytes& buffer,
-                        Progress& progress) {
+                        std::uint64_t offset, std::uint64_t size, const Stretch& part,
+                        FileBytes& buffer, Progress& progress) {
   constexpr std::uint64_t kPiece = 4 * std::uint64_t{kChunkSize};
   std::uint64_t done = 0;
   while (done < size && !StopsHere(progress)) {
-    Advance(progress, offset + done, file.size);
+    Advance(progress, offset + done - part.begin, part.end - part.begin);
     const std::uint64_t wanted = std::min(kPiece, size - done);
     const Bytes bytes = ReadInto(file, offset + done, wanted, buffer);
     WalkSlots(decoder, bytes, offset + done, handlers);
@@ -107,12 +134,6 @@ constexpr std::uint64_t kSmallEvtRecord = 192;
 std::size_t RowsToExpect(std::uint64_t log_size, std::uint64_t small_record) {
   return static_cast<std::size_t>(std::min(log_size, kLargeFile) / small_record);
 }
-
-// The bytes of a log that are walked.
-struct Stretch {
-  std::uint64_t begin = 0;
-  std::uint64_t end = 0;
-};
 
 // The run's part of a log whose first slot lies at `start`: whole slots, as many in each part but
 // for one; what is behind the last whole slot counts as one more.
@@ -170,7 +191,9 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
   const Stretch part = PartOf(pass.options, start, file.size);
   const std::uint64_t part_size = part.end - part.begin;
   EvtxDecoder& decoder = pass.run.evtx_decoder;
-  BeginLog(decoder, TraceOf(pass.run), PolicyOf(pass.options));
+  const bool surveys = pass.account.surveyed;
+  BeginLog(decoder, TraceOf(pass.run), PolicyOf(pass.options), surveys);
+  if (surveys) decoder.account.header = ReadEvtxFileHeader(HeadOf(file, kFileHeaderUsed));
   pass.log.is_evtx = true;
   PrepareEvtxPass(pass);
   decoder.makes_documents = IsStream(pass.options);
@@ -184,7 +207,7 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
     const std::uint64_t size = std::min(block_size, part.end - offset);
     in_block = 0;
     const std::uint64_t read =
-        WalkBlock(decoder, handlers, file, offset, size, buffer, pass.run.progress);
+        WalkBlock(decoder, handlers, file, offset, size, part, buffer, pass.run.progress);
     if (handlers.progress) Say(pass.run.messages, StatusLine(" "));
     const bool write = part_size >= kLargeFile && pass.rows.rows.size() >= kRowsOfLargeFile;
     if (write) WriteRows(pass);
@@ -196,16 +219,24 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
     NoteRecordsOfOthers(decoder, notes, file, {part.end, file.size}, pass.run.progress);
   }
   RecoverNoted(decoder, notes, handlers, file, pass.run.progress);
-  if (!pass.run.progress.stopped) Advance(pass.run.progress, file.size, file.size);
+  if (!pass.run.progress.stopped) Advance(pass.run.progress, part_size, part_size);
   WriteRows(pass);
   WriteEvtxAccount(pass, decoder);
+  pass.account.evtx = std::move(decoder.account);
+  pass.account.outcome = LogOutcome::kRead;
 }
 
 void WalkEvtFile(LogPass& pass, const InputFile& file) {
   // Where its records begin shows only in walking it, and it is small: the first part has it all.
-  if (pass.options.part > 1) return;
+  if (pass.options.part > 1) {
+    pass.account.outcome = LogOutcome::kOtherPart;
+    return;
+  }
   EvtCursor cursor;
+  pass.account.outcome = LogOutcome::kTooLarge;
   if (file.size > kLargestEvt || !BeginEvtFileWalk(file, cursor, PolicyOf(pass.options))) return;
+  const bool surveys = pass.account.surveyed;
+  if (surveys) cursor.account.header = ReadEvtFileHeader(HeadOf(file, kEvtHeaderUsed));
   pass.log.is_evtx = false;
   PrepareEvtPass(pass);
   if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtRecord));
@@ -215,23 +246,35 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   for (std::uint64_t count = 0; !StopsHere(progress) && NextEvtRecord(cursor, record); ++count) {
     if (count % kProgressEvery == 0) Advance(progress, cursor.offset, file.size);
     RouteEvtRecord(pass, record);
+    if (surveys) SurveyRecord(cursor.account, record);
   }
   if (!progress.stopped) Advance(progress, file.size, file.size);
   WriteRows(pass);
-  TextSink* trace = TraceOf(pass.run);
-  if (!trace) return;
   cursor.account.cut_records = record.cut_records;
-  TraceAccountHead(pass, *trace);
-  WriteAccount(*trace, cursor.account);
-  TraceReplaced(pass, *trace);
-  Flush(*trace);
+  WriteEvtAccount(pass, cursor.account);
+  pass.account.evt = std::move(cursor.account);
+  pass.account.outcome = LogOutcome::kRead;
+}
+
+// Walks a file that is not empty.
+void WalkContent(LogPass& pass, const InputFile& file) {
+  switch (ContentOf(file, pass.options.complete)) {
+    case LogContent::kEvtx: WalkEvtxFile(pass, file, kEvtxFileHeaderSize, kBlockSize); break;
+    case LogContent::kChunks: WalkEvtxFile(pass, file, 0, file.size); break;  // one block
+    case LogContent::kEvt: WalkEvtFile(pass, file); break;
+    case LogContent::kNone: break;
+  }
 }
 
 }  // namespace
 
 bool WalkLog(LogPass& pass) {
   const std::optional<InputFile> file = OpenInput(pass.log.path);
-  return file && WalkLogFile(pass, *file);
+  if (file) return WalkLogFile(pass, *file);
+  pass.account.log = pass.log;
+  pass.account.outcome = LogOutcome::kNotOpened;
+  AddWalk(pass.run.account, pass.account);
+  return false;
 }
 
 // The rows of real logs take a few times the log's size.
@@ -244,15 +287,18 @@ std::size_t MemoryFor(std::uint64_t log_size) {
 bool WalkLogFile(LogPass& pass, const InputFile& file) {
   pass.most_memory = MemoryFor(file.size);
   Advance(pass.run.progress, 0, file.size);
+  pass.account.outcome = LogOutcome::kNoEventLog;
+  pass.account.size = file.size;
+  pass.account.part = pass.options.part;
+  pass.account.parts = pass.options.parts;
+  pass.account.surveyed = IsToSurvey(pass.run.account, pass.log);
   std::uint8_t first = 0;
-  if (ReadFully(file, 0, {&first, 1}) == 0) return false;
-  switch (ContentOf(file, pass.options.complete)) {
-    case LogContent::kEvtx: WalkEvtxFile(pass, file, kEvtxFileHeaderSize, kBlockSize); break;
-    case LogContent::kChunks: WalkEvtxFile(pass, file, 0, file.size); break;  // one block
-    case LogContent::kEvt: WalkEvtFile(pass, file); break;
-    case LogContent::kNone: break;
-  }
-  return true;
+  const bool is_empty = ReadFully(file, 0, {&first, 1}) == 0;
+  if (!is_empty) WalkContent(pass, file);
+  if (pass.run.progress.stopped) pass.account.outcome = LogOutcome::kNotReached;
+  pass.account.log = pass.log;
+  AddWalk(pass.run.account, pass.account);
+  return !is_empty;
 }
 
 }  // namespace tarnlex

@@ -50,6 +50,23 @@ TEST(TimeOptions, LeaveNoBoundForUnreadableAndEarlyTimes) {
   EXPECT_EQ(run.options.stop_time, 0U) << "a two-digit year 31 is 1931";
 }
 
+TEST(ReportOptions, TakeReportsOfTheLibraryByTheirNames) {
+  const ParsedOptions run({"-report", "rdp | LOG_CLEARED|rdp|logon"});
+  EXPECT_TRUE(run.parsed);
+  EXPECT_EQ(run.options.library_reports, (Texts{"rdp", "log_cleared"}));
+  EXPECT_TRUE(run.options.report_logon);
+  EXPECT_FALSE(run.options.dump_all || run.options.report_creds);
+}
+
+TEST(ReportOptions, EndTheRunAtANameThatNoReportHas) {
+  const ParsedOptions run({"-report", "rdp|servics"});
+  EXPECT_FALSE(run.parsed);
+  EXPECT_EQ(run.said, "there is no report servics, did you mean services?\n");
+  EXPECT_EQ(ParsedOptions({"-report", "xyzzyxyzzy"}).said,
+            "there is no report xyzzyxyzzy, -report list names all\n");
+  EXPECT_FALSE(ParsedOptions({"-report", " | "}).parsed);
+}
+
 TEST(ReportOptions, MayBeCombinedAndReplaceThePlainDump) {
   const ParsedOptions run({"-usb", "-PW", "-logon"});
   EXPECT_TRUE(run.options.report_usb && run.options.report_pw && run.options.report_logon);

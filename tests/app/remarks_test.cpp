@@ -21,6 +21,7 @@ TEST(Remarks, AreNoneOnAWellFormedCommandLine) {
                      "-stop_time", "2023-03-14", "-csvgen", "-stats", "s", "-hist", "x",
                      "-username", "-me", "-string", "-enc", "-csv_separator", "-"}),
             Texts{});
+  EXPECT_EQ(Remarks({"-log", "a", "-report", "rdp|services", "-event_json"}), Texts{});
   EXPECT_EQ(Remarks({"-LOG", "a", "-logon", "-bodyfile", "-allparams", "-strict"}), Texts{});
 }
 

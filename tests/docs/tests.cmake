@@ -22,6 +22,8 @@ if(TARNLEX_PYTHON)
     ${CMAKE_CURRENT_SOURCE_DIR}/docs/check_options.py ${CMAKE_SOURCE_DIR} $<TARGET_FILE:tarnlex>)
   add_test(NAME documented_reports COMMAND ${TARNLEX_PYTHON}
     ${CMAKE_CURRENT_SOURCE_DIR}/docs/check_reports.py ${CMAKE_SOURCE_DIR})
+  add_test(NAME documented_report_library COMMAND ${TARNLEX_PYTHON}
+    ${CMAKE_CURRENT_SOURCE_DIR}/docs/check_report_library.py ${CMAKE_SOURCE_DIR})
 endif()
 if(TARNLEX_PYTHON AND TARNLEX_BASH)
   # Python packages that Debian does not have, for all builds of a checkout.

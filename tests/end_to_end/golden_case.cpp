@@ -83,8 +83,20 @@ std::string Visible(std::string_view text) {
   return out;
 }
 
+// An account ends with when the run was made.
+std::string WithoutTimesOfRun(std::string text) {
+  for (const std::string_view name : {"\"began\":\"", "\"ended\":\""}) {
+    const std::size_t at = text.find(name);
+    if (at == std::string::npos) continue;
+    const std::size_t from = at + name.size();
+    text.replace(from, text.find('"', from) - from, "<time>");
+  }
+  return Visible(text);
+}
+
 // A run header says when and where the run was made; what it says has tests of its own.
 std::string WithoutRunHeader(std::string_view text) {
+  if (text.starts_with("{\"type\":\"log\"")) return WithoutTimesOfRun(std::string(text));
   if (!text.starts_with("tarnlex ver: ")) return Visible(text);
   return "<run header>\n" + Visible(BehindRunHeader(text));
 }

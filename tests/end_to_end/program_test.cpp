@@ -136,7 +136,8 @@ TEST_F(ProgramTest, NamesALogThatMayNotBeRead) {
       "$as_other ./copy -log 'plain.evtx | SysEvent.Evt' -csvgen -eventid 12 -quiet");
   EXPECT_EQ(run.code, 0);
   EXPECT_EQ(run.err,
-            "... running w/o admin privileges ...\nprob opening log plain.evtx, skipping\n\n");
+            "... running w/o admin privileges ...\nprob opening log plain.evtx, skipping\n\n"
+            "not opened: 1 log (plain.evtx); -account FILE names them\n");
   EXPECT_TRUE(
       run.out.ends_with("1,12,11/02/2006, 07:00:00.000,info,WKS-ALPHA,Kernel,SysEvent.Evt\n"));
 }

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <sstream>
 
+#include "fuzz/strict_forms.h"
 #include "tests/end_to_end/in_process.h"
 
 namespace tarnlex {
@@ -141,6 +142,32 @@ TEST_P(RealLogs, CountInTheStatisticsWhatTheyDump) {
   }
   EXPECT_EQ(total, rows);
   EXPECT_EQ(sum, rows);
+}
+
+// The number behind a name in a line of JSON.
+std::size_t NumberOf(const std::string& line, const std::string& name) {
+  const std::size_t at = line.find("\"" + name + "\":");
+  EXPECT_NE(at, std::string::npos) << name << line;
+  return at == std::string::npos ? 0 : std::stoul(line.substr(at + name.size() + 3));
+}
+
+TEST_P(RealLogs, AreAccountedForAsTheyAreRead) {
+  const TempDirectory directory;
+  for (const char* policy : {"-quiet", "-complete"}) {
+    SCOPED_TRACE(policy);
+    const Lines rows = Rows(directory, GetParam(), {"-csv", policy});
+    EXPECT_EQ(Rows(directory, GetParam(), {"-csv", policy, "-account", "account"}), rows);
+    const std::string account = ReadFile(directory.path + "/account");
+    EXPECT_TRUE(IsJsonLines(account)) << account;
+    const Lines lines = LinesOf(account);
+    ASSERT_EQ(lines.size(), 2U);
+    const std::size_t decoded = NumberOf(lines[0], "decoded");
+    EXPECT_EQ(decoded, DecodedByAccount(directory));
+    EXPECT_EQ(NumberOf(lines[1], "decoded"), decoded);
+    const std::size_t from = NumberOf(lines[0], "from");
+    const std::size_t ids = NumberOf(lines[0], "to") + 1 - from - NumberOf(lines[0], "missing");
+    EXPECT_EQ(ids + NumberOf(lines[0], "repeated"), decoded);
+  }
 }
 
 TEST(RealLogsGiven, AreThere) {

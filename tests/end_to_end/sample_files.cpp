@@ -230,6 +230,34 @@ ByteString TornLog() {
   return file;
 }
 
+// What an examiner looks for: the log was cleared at first, the clock was set back, two records are
+// gone, and a byte of the second chunk was changed afterwards.
+ByteString TamperedLog() {
+  const auto at = [](int minute) { return Filetime(2012, 3, 7, 9, minute, 0); };
+  EvtxBuilder log;
+  log.AddEvent(
+      {.provider = "Microsoft-Windows-Eventlog", .event_id = 1102, .time = at(10), .id = 41});
+  log.AddEvent(Logon("erin", 2, at(20)));
+  log.AddEvent(Logon("erin", 2, at(12)));
+  log.AddChunk();
+  Event behind_gap = Logon("erin", 2, at(30));
+  behind_gap.id = 46;
+  log.AddEvent(behind_gap);
+  ByteString file = log.Build();
+  support::SetU32(file, 120, 1);  // dirty; the header's checksum leaves its flags out
+  support::FlipByte(file, support::ChunkOffset(1) + 528);
+  return file;
+}
+
+ByteString TamperedLogOfXp() {
+  const auto at = [](int minute) { return UnixTime(2006, 11, 2, 9, minute, 0); };
+  EvtBuilder log;
+  log.AddEntry({.number = 7, .time = at(10), .event_id = 517, .type = 8});
+  log.AddEntry({.number = 9, .time = at(20), .event_id = 528, .type = 8});
+  log.AddEntry({.number = 10, .time = at(11), .event_id = 538, .type = 8});
+  return log.Build({.flags = support::kEvtDirty});
+}
+
 ByteString SmallSecurityLog() {
   EvtxBuilder log;
   log.AddEvent(Logon("dave", 2, Filetime(2012, 3, 7, 9, 0, 0)));
@@ -484,6 +512,8 @@ void WriteSampleFiles(const std::string& directory) {
       {"damaged.evtx", DamagedLog()},
       {"torn.evtx", TornLog()},
       {"forgotten.evtx", ForgottenLog()},
+      {"tampered/Security.evtx", TamperedLog()},
+      {"tampered/SecEvent.Evt", TamperedLogOfXp()},
       {"archive-7.evtx", SmallSecurityLog()},
       {"saved/exported.evtx", ExportedLog()},
       {"SecEvent.Evt", SecurityLogOfXp()},

@@ -17,6 +17,9 @@ namespace tarnlex {
 // times.evtx, times.evt   events whose time is no instant, or out of order
 // volume/             a volume of Windows XP with a system log
 // chunk.bin           a chunk without file header
+// tampered/           logs with a dirty header, a gap, time that goes back, a cleared log and, in
+// the
+//                     EVTX one, a chunk whose checksum does not hold
 // damaged.evtx        a record whose template is out of reach between two sound ones
 // empty.evtx, notes.txt   no logs
 void WriteSampleFiles(const std::string& directory);

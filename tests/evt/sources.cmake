@@ -4,5 +4,6 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/plan_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/record_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/structure_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evt/survey_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/walk_test.cpp
 )

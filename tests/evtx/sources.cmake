@@ -12,6 +12,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/recover_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/sound_value_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/substitution_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/survey_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/template_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/trace_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/walk_test.cpp

@@ -111,6 +111,34 @@ TEST(CommandLanguage, ReadsEveryOption) {
   EXPECT_EQ(query.pull, (Texts{"IpAddress"}));
 }
 
+TEST(CommandLanguage, ReadsConditionsAndHeadersOfWhichThereMayBeMany) {
+  const QuerySpec query = Query(
+      "!cmd, -enum_evtxlog, -and, A|1, -not, B|2, -and, C, -not, D|x|y, -channel, Security, "
+      "-provider, Some-Provider, -pull, A, -label, A = User Name, -label, B=b=c, -label, C, "
+      "-label, =d, -label, A=later, -hist, a|z",
+      SecurityLog(true));
+  EXPECT_EQ(query.all_of, (Texts{"A|1", "C"}));
+  EXPECT_EQ(query.none_of, (Texts{"B|2", "D|x|y"}));
+  EXPECT_EQ(query.channel, "Security");
+  EXPECT_EQ(query.provider, "Some-Provider");
+  const std::map<std::string, std::string, std::less<>> headers = {{"A", "User Name"},
+                                                                   {"B", "b=c"}};
+  EXPECT_EQ(query.headers, headers);
+  EXPECT_EQ(query.histogram_fields, (Texts{"user name", "z"}));
+}
+
+// Their names were plain text before they were options.
+TEST(CommandLanguage, LeavesValuesAloneThatReadLikeNewerOptions) {
+  const QuerySpec query = Query(
+      "!cmd, -enum_evtxlog, -conditions, -not, -pull, -label, -pull, -and, -string_exists, "
+      "-channel",
+      SecurityLog(true));
+  EXPECT_EQ(query.conditions, "-not");
+  EXPECT_EQ(query.pull, (Texts{"-label", "-and"}));
+  EXPECT_EQ(query.string_exists, "-channel");
+  EXPECT_TRUE(query.all_of.empty() && query.none_of.empty() && query.headers.empty());
+}
+
 TEST(CommandLanguage, NeedsAFormat) { EXPECT_TRUE(Dropped("!cmd, -id, 4624", SecurityLog(true))); }
 
 TEST(CommandLanguage, PrefersEvtxWhenBothFormatsAreNamed) {

@@ -15,7 +15,11 @@ TEST(CommandRemarks, AreNoneOnWellFormedLines) {
                     "-pull, B, -conditions, LogonType|3, -event_lookup, -hist, A|B\r\n"
                     "!cmd, -enum_evtlog, -pull, 1|User, -conditions, string|x, -success_type, 8, "
                     "-start_time, 2023-03-14T10:00:00Z, -stop_time, 03/15/2023, -type, system, "
-                    "-log, a, -string_exists, b, -all_data"),
+                    "-log, a, -string_exists, b, -all_data\r\n"
+                    "!cmd, -enum_evtxlog, -and, A|b, -and, C, -not, A|c, -not, B, -channel, c d, "
+                    "-provider, p, -pull, A, -pull, B, -label, A=a, -label, B=b\r\n"
+                    "!cmd, -enum_evtlog, -and, 1|b, -not, source_name|c, -provider, p, "
+                    "-pull, 1|A, -pull, 02, -label, 1=a, -label, 2=b"),
             Texts{});
 }
 
@@ -44,6 +48,23 @@ TEST(CommandRemarks, NameWhatALineAsksForInVain) {
                 "no event passes, none has a field \"LogonType\""},
            Line{"!cmd, -enum_evtxlog, -success_type, critical",
                 "no event passes, there is no -success_type critical"},
+           Line{"!cmd, -enum_evtxlog, -and, A, -and, ", "ignoring -and, it names no field"},
+           Line{"!cmd, -enum_evtlog, -and, 1, -and, LogonType|2",
+                "no event passes, none has a field \"LogonType\""},
+           Line{"!cmd, -enum_evtlog, -not, LogonType|2",
+                "every event passes -not LogonType|2, none has that field"},
+           Line{"!cmd, -enum_evtlog, -channel, System",
+                "no event passes, EVT events name no channel; -type tells their logs apart"},
+           Line{"!cmd, -enum_evtxlog, -pull, A, -label, A",
+                "ignoring -label A, it is no NAME=HEADER"},
+           Line{"!cmd, -enum_evtxlog, -pull, A, -label, B=b",
+                "ignoring -label B=b, B is not pulled"},
+           Line{"!cmd, -enum_evtxlog, -pull, A, -all_data, -label, A=b",
+                "ignoring -label A=b, A is not pulled"},
+           Line{"!cmd, -enum_evtlog, -pull, 1|A, -label, 2=b",
+                "ignoring -label 2=b, 2 is not pulled"},
+           Line{"!cmd, -enum_evtxlog, -channle, x",
+                "ignoring -channle, no such option; did you mean -channel?"},
            Line{"!cmd, -enum_evtlog, -pull, User", "ignoring -pull User, no number of a string"},
            Line{"!cmd, -enum_evtxlog, -name, a, b",
                 "ignoring b, left over; no value holds a comma"},

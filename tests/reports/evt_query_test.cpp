@@ -98,6 +98,15 @@ TEST(PrepareForEvt, RewritesHistogramFields) {
   EXPECT_EQ(query.histogram_columns, (Texts{"username", "param_02", "param_14", "source name"}));
 }
 
+TEST(PrepareForEvt, HistogramsFindColumnsByTheirHeaders) {
+  QuerySpec query;
+  query.pull = {"1|User", "2|Other"};
+  query.headers = {{"1", "Account"}};
+  query.histogram_fields = {"1", "2"};
+  PrepareForEvt(query);
+  EXPECT_EQ(query.histogram_columns, (Texts{"Account", "other"}));
+}
+
 TEST(EvtQuery, ComparesTheLowHalfOfTheEventId) {
   EXPECT_TRUE(Takes("-id, 6000", {.event_id = 0x40001770}));
   EXPECT_FALSE(Takes("-id, 0x40001770", {.event_id = 0x40001770}));
@@ -149,6 +158,16 @@ TEST(EvtQuery, FailsAConditionOnTheSidOfARecordWithoutOne) {
   EXPECT_TRUE(Takes("-conditions, user_sid|s-1-5", {.sid = "S-1-5-18"}));
 }
 
+TEST(EvtQuery, TakesWhatPassesAllConditions) {
+  const EvtEntry entry{.source = "Service Control Manager", .strings = {"alpha", "beta"}};
+  EXPECT_TRUE(Takes("-and, 1|alp, -and, 2|bet, -not, 1|beta", entry));
+  EXPECT_FALSE(Takes("-and, 1|alp, -and, 2|alp", entry));
+  EXPECT_FALSE(Takes("-and, 1|alp, -not, string|beta", entry));
+  EXPECT_TRUE(Takes("-provider, service control manager", entry));
+  EXPECT_FALSE(Takes("-provider, Service", entry));
+  EXPECT_FALSE(Takes("-channel, System", entry));
+}
+
 TEST(EvtQuery, AcceptsTypesThatContainTheWantedDigit) {
   for (const std::uint16_t type : std::vector<std::uint16_t>{1, 10, 16}) {
     EXPECT_TRUE(Takes("-success_type, error", {.type = type})) << type;
@@ -195,6 +214,20 @@ TEST(EvtRow, UsesLabelsForAllDataToo) {
 
 TEST(EvtRow, WritesAPullUnderItsLoweredLabel) {
   EXPECT_EQ(Taken("-pull, 1|UserName", {"alice", "x"}), (Cells{{"username", "alice"}}));
+}
+
+TEST(EvtRow, WritesAPullUnderItsHeader) {
+  EXPECT_EQ(Taken("-pull, 1|User, -pull, 2, -label, 1=Account, -label, 2=Second", {"a", "b", "c"}),
+            (Cells{{"Account", "a"}, {"Second", "b"}}));
+}
+
+// Lines from before -label never gave it, and must not begin to.
+TEST(EvtRow, GivesTheLastStringWhereItHasAHeader) {
+  EXPECT_EQ(Taken("-pull, 1, -pull, 2, -label, 2=Last", {"a", "b"}),
+            (Cells{{"param_01", "a"}, {"Last", "b"}}));
+  EXPECT_EQ(Taken("-pull, 1, -pull, 2, -label, 1=First", {"a", "b"}),
+            (Cells{{"First", "a"}, {"param_02", "-"}}));
+  EXPECT_EQ(Taken("-pull, 3, -label, 3=Third", {"a", "b"}), (Cells{{"Third", "-"}}));
 }
 
 TEST(EvtRow, KeepsTheFirstLabelOfAString) {

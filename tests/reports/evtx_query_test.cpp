@@ -207,6 +207,33 @@ TEST(EvtxQuery, ConditionsPreferTheNameInItsOwnCase) {
   EXPECT_TRUE(Takes("-conditions, Name|upper", event));
 }
 
+TEST(EvtxQuery, EveryOneOfSeveralConditionsHasToHold) {
+  EXPECT_TRUE(Takes("-and, TargetUserName|alice, -and, LogonType|10", Logon()));
+  EXPECT_FALSE(Takes("-and, TargetUserName|alice, -and, LogonType|3", Logon()));
+  EXPECT_FALSE(Takes("-and, LogonType|3, -and, TargetUserName|alice", Logon()));
+  EXPECT_FALSE(Takes("-conditions, LogonType|10, -and, TargetUserName|bob", Logon()));
+  EXPECT_FALSE(Takes("-and, NoSuchName", Logon()));
+}
+
+TEST(EvtxQuery, NoForbiddenConditionMayHold) {
+  EXPECT_TRUE(Takes("-not, TargetUserName|bob, -not, LogonType|3", Logon()));
+  EXPECT_FALSE(Takes("-not, TargetUserName|bob, -not, LogonType|10", Logon()));
+  EXPECT_FALSE(Takes("-not, TargetUserName", Logon()));
+  EXPECT_TRUE(Takes("-not, NoSuchName", Logon()));
+  EXPECT_FALSE(Takes("-and, LogonType|10, -not, TargetUserName|ALI", Logon()));
+}
+
+TEST(EvtxQuery, AProviderOrChannelIsNamedInFullInAnyCase) {
+  EXPECT_TRUE(Takes("-provider, microsoft-windows-security-auditing", Logon()));
+  EXPECT_FALSE(Takes("-provider, security-auditing", Logon()));
+  EXPECT_TRUE(Takes("-channel, SECURITY", Logon()));
+  EXPECT_FALSE(Takes("-channel, Secur", Logon()));
+  Event event = Logon();
+  event.channel = "System";
+  event.data.emplace_back("Channel", "Security");
+  EXPECT_FALSE(Takes("-channel, Security", event));
+}
+
 TEST(EvtxQuery, SuccessTypeTestsTheLevel) {
   EXPECT_TRUE(Takes("-success_type, information", Logon()));
   EXPECT_FALSE(Takes("-success_type, error", Logon()));
@@ -279,6 +306,28 @@ TEST(EvtxQuery, PullsExactNamesAndTheProvider) {
   EXPECT_EQ(rows.at(0).provider, "Microsoft-Windows-Security-Auditing");
   EXPECT_EQ(rows.at(0).record.level, 4U);
   EXPECT_EQ(RowsOf("-pull, LogonType", event).at(0).record.level, 0U);
+}
+
+TEST(EvtxQuery, WritesAPullUnderItsHeader) {
+  EXPECT_EQ(Taken("-pull, TargetUserName, -pull, LogonType, -label, TargetUserName=Who did it, "
+                  "-label, logontype=no, -label, TargetUserName=second",
+                  Logon()),
+            (Cells{{"Who did it", "Alice"},
+                   {"LogonType", "10"},
+                   {"Provider Name", "Microsoft-Windows-Security-Auditing"}}));
+  EXPECT_EQ(Taken("-pull, TargetUserName, -pull, LogonType, -label, TargetUserName=same, "
+                  "-label, LogonType=same, -label, Provider Name=who",
+                  Logon()),
+            (Cells{{"same", "Alice"}, {"Provider Name", "Microsoft-Windows-Security-Auditing"}}));
+}
+
+// One line for events that call the same thing by different names.
+TEST(EvtxQuery, OfNamesWithOneHeaderTheFirstThatIsThereCounts) {
+  EXPECT_EQ(Taken("-pull, User, -pull, TargetUserName, -pull, LogonType, -label, User=who, "
+                  "-label, TargetUserName=who, -label, LogonType=who",
+                  Logon())
+                .at("who"),
+            "Alice");
 }
 
 TEST(EvtxQuery, EventLookupSkipsTheFirstOfEachNameWithAColumnOfItsOwn) {

@@ -21,9 +21,9 @@ Plan TwoLevels(std::string_view first, std::string_view second) {
 }
 
 bool Passes(const Condition& condition, const Plan& plan) {
-  FieldPlaces places;
+  std::vector<FieldPlaces> places(1);
   std::string scratch;
-  return Holds(condition, EventStructure{}, plan, places, scratch);
+  return PassesAll({condition}, EventStructure{}, plan, places, scratch);
 }
 
 TEST(PlanTests, AnyValueOfANameSatisfiesACondition) {
@@ -36,9 +36,29 @@ TEST(PlanTests, AnyValueOfANameSatisfiesACondition) {
 TEST(PlanTests, TheLevelOfAnEventIsItsFirst) {
   QuerySpec query;
   query.success_condition = "Level|2";
-  const Condition success = MakeQueryTests(query).success;
+  const Condition success = MakeQueryTests(query).conditions.at(0);
   EXPECT_TRUE(Passes(success, TwoLevels("2", "4")));
   EXPECT_FALSE(Passes(success, TwoLevels("4", "2")));
+}
+
+TEST(PlanTests, NoValueOfANameMaySatisfyAForbiddenCondition) {
+  Condition condition = ParseCondition("Level|2");
+  condition.forbidden = true;
+  EXPECT_TRUE(Passes(condition, TwoLevels("3", "4")));
+  EXPECT_FALSE(Passes(condition, TwoLevels("2", "4")));
+  EXPECT_FALSE(Passes(condition, TwoLevels("4", "2")));
+}
+
+TEST(PlanTests, AllConditionsHaveToPass) {
+  std::vector<FieldPlaces> places(2);
+  std::string scratch;
+  const std::vector<Condition> both = {ParseCondition("Level|2"), ParseCondition("Level|4")};
+  const auto pass = [&](const Plan& plan) {
+    return PassesAll(both, EventStructure{}, plan, places, scratch);
+  };
+  EXPECT_TRUE(pass(TwoLevels("2", "4")));
+  EXPECT_FALSE(pass(TwoLevels("2", "3")));
+  EXPECT_FALSE(pass(TwoLevels("3", "4")));
 }
 
 }  // namespace

@@ -1,0 +1,69 @@
+#include "reports/log_account.h"
+
+#include <numeric>
+
+namespace tarnlex {
+namespace {
+
+Losses LossesOfEvtx(const WalkAccount& account) {
+  Losses losses;
+  losses.records = account.records;
+  losses.partial = account.partial;
+  losses.undated = account.undated;
+  losses.other_times = account.other_times;
+  losses.skipped = account.faults[static_cast<std::size_t>(RecordFault::kTemplateOffset)];
+  losses.left =
+      account.records_left + account.uncounted + account.skipped_heads + account.trailing_heads;
+  losses.regained =
+      std::accumulate(account.regained.begin(), account.regained.end(), std::uint64_t{0});
+  return losses;
+}
+
+// A record that runs past the end of a log is one at least.
+Losses LossesOfEvt(const EvtAccount& account) {
+  Losses losses;
+  losses.records = account.records;
+  losses.partial = account.cut_records;
+  losses.undated = account.undated;
+  losses.left = account.torn_record ? 1 : 0;
+  losses.regained = account.joined_records;
+  losses.copies = account.copies;
+  return losses;
+}
+
+}  // namespace
+
+Losses LossesOf(const LogAccount& account) {
+  if (account.outcome != LogOutcome::kRead) return {};
+  return account.log.is_evtx ? LossesOfEvtx(account.evtx) : LossesOfEvt(account.evt);
+}
+
+Losses& operator+=(Losses& sum, const Losses& more) {
+  sum.records += more.records;
+  sum.partial += more.partial;
+  sum.undated += more.undated;
+  sum.other_times += more.other_times;
+  sum.skipped += more.skipped;
+  sum.left += more.left;
+  sum.regained += more.regained;
+  sum.copies += more.copies;
+  return sum;
+}
+
+bool IsPassedOver(LogOutcome outcome) {
+  return outcome != LogOutcome::kRead && outcome != LogOutcome::kNoReport &&
+         outcome != LogOutcome::kOtherPart && outcome != LogOutcome::kNotReached;
+}
+
+LogOutcome OutcomeOf(const LogInfo& log) {
+  switch (log.opened) {
+    case OpenResult::kCannotOpen: return LogOutcome::kNotOpened;
+    case OpenResult::kNoEventLog: return LogOutcome::kNoEventLog;
+    case OpenResult::kHeaderless:
+    case OpenResult::kUnjudged: return LogOutcome::kNotJudged;
+    case OpenResult::kOpened: break;
+  }
+  return LogOutcome::kNoReport;
+}
+
+}  // namespace tarnlex
