@@ -50,7 +50,18 @@ struct RecoveryCounts {
   std::array<std::uint64_t, static_cast<std::size_t>(FoundIn::kCount)> from{};
   std::array<std::uint64_t, static_cast<std::size_t>(Checked::kCount)> checked{};
   std::uint64_t copies = 0;        // of records that the log has; not given
+  std::uint64_t outside = 0;       // recovered or copies, in slots without a signature or the tail
   std::uint64_t not_compared = 0;  // records of the log that could not be kept for that
 };
+
+constexpr RecoveryCounts& operator+=(RecoveryCounts& sum, const RecoveryCounts& more) {
+  sum.asked |= more.asked;
+  for (std::size_t i = 0; i < sum.from.size(); ++i) sum.from[i] += more.from[i];
+  for (std::size_t i = 0; i < sum.checked.size(); ++i) sum.checked[i] += more.checked[i];
+  sum.copies += more.copies;
+  sum.outside += more.outside;
+  sum.not_compared += more.not_compared;
+  return sum;
+}
 
 }  // namespace tarnlex

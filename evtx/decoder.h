@@ -40,11 +40,11 @@ inline bool IsPartial(const DecodedEvent& event) {
   return (event.faults & kLosses) != 0;
 }
 
-// Counts a fault of a record, once.
+// Counts a fault of a record, once. What a recovered one lacks its class tells; the log lacks none.
 inline void NoteFault(EvtxDecoder& decoder, DecodedEvent& event, RecordFault fault) {
   const std::uint32_t bit = 1U << static_cast<unsigned>(fault);
   if ((event.faults & bit) != 0) return;
-  decoder.account.partial += IsLoss(fault) && !IsPartial(event);
+  decoder.account.partial += IsLoss(fault) && !IsPartial(event) && !IsRecovered(event.recovery);
   event.faults |= bit;
   AddFault(decoder.account, {fault, event.record_id, event.record_file_offset});
 }

@@ -258,7 +258,7 @@ void NoteOwnTime(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t time) 
   event.own_time = time;
   const std::uint64_t apart =
       std::max(time, event.written_time) - std::min(time, event.written_time);
-  decoder.account.other_times += apart >= kTicksPerSecond;
+  decoder.account.other_times += apart >= kTicksPerSecond && !IsRecovered(event.recovery);
 }
 
 // The header states when a record was written to this log, which for one that was saved from

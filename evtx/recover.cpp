@@ -85,6 +85,7 @@ void RecoverPlace(EvtxDecoder& decoder, const RecoveryNotes& notes, Bytes slot,
   DecodedEvent event;
   const bool keeps = std::exchange(decoder.keeps, false);
   BeginChunk(decoder, slot, place.file_offset);
+  if (place.from != FoundIn::kSlack) counts.outside += records.size();
   for (const FoundRecord& record : records) {
     if (IsLive(notes, record)) {
       ++counts.copies;
