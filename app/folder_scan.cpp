@@ -1,5 +1,6 @@
 #include "app/folder_scan.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -7,16 +8,19 @@
 #include "logs/log_content.h"
 #include "logs/paths.h"
 #include "logs/read_file.h"
+#include "reports/run_account.h"
 
 namespace tarnlex {
 namespace {
 
-constexpr std::size_t kMostNamed = 10;
-
-void AddUnread(FolderScan& scan, std::string_view head, const std::string& path,
-               std::string_view tail) {
-  if (scan.unread_count++ >= kMostNamed) return;
-  scan.unread.push_back(std::string(head).append(path).append(tail));
+std::string UnreadLine(const UnreadPath& unread) {
+  switch (unread.outcome) {
+    case LogOutcome::kNotSearched: return "prob reading folder " + unread.path + ", skipping\n";
+    case LogOutcome::kUnreadable: return "prob reading file " + unread.path + ", skipping\n";
+    case LogOutcome::kDamagedHeader:
+      return "damaged header of log " + unread.path + ", skipping; -complete reads it\n";
+    default: return "prob opening file " + unread.path + ", skipping\n";
+  }
 }
 
 bool IsReadable(const InputFile& file) {
@@ -25,28 +29,30 @@ bool IsReadable(const InputFile& file) {
 }
 
 // A log whose header is gone passes for another file, but not unsaid.
-void TakeOther(FolderScan& scan, const std::string& path, const InputFile& file) {
+void TakeOther(FolderScan& scan, std::string path, const InputFile& file) {
   if (!IsReadable(file)) {
-    AddUnread(scan, "prob reading file ", path, ", skipping");
+    scan.unread.push_back({std::move(path), LogOutcome::kUnreadable});
   } else if (ContentOf(file, true) != LogContent::kNone) {
-    AddUnread(scan, "damaged header of log ", path, ", skipping; -complete reads it");
+    scan.unread.push_back({std::move(path), LogOutcome::kDamagedHeader});
   } else {
     ++scan.others;
   }
 }
 
 void TakeFile(std::string path, Judgement judgement, LogTable& logs, FolderScan& scan) {
+  if (logs.contains(path)) return;
   const std::optional<InputFile> file = OpenInput(path);
   if (!file) {
-    AddUnread(scan, "prob opening file ", path, ", skipping");
+    scan.unread.push_back({std::move(path), LogOutcome::kNotOpened});
     return;
   }
   LogInfo log;
   if (ProbeLogFile(log, path, *file, judgement) == OpenResult::kNoEventLog) {
-    TakeOther(scan, path, *file);
+    TakeOther(scan, std::move(path), *file);
     return;
   }
-  scan.logs += logs.try_emplace(std::move(path), std::move(log)).second;
+  ++scan.logs;
+  logs.emplace(std::move(path), std::move(log));
 }
 
 // The entries of a folder that was not entered before.
@@ -54,7 +60,7 @@ std::vector<FolderEntry> Enter(const std::string& folder, FolderScan& scan) {
   std::vector<FolderEntry> entries;
   const auto id = IdentifyFile(folder);
   if (id && !scan.entered.insert(*id).second) return entries;
-  if (!ListFolder(folder, entries)) AddUnread(scan, "prob reading folder ", folder, ", skipping");
+  if (!ListFolder(folder, entries)) scan.unread.push_back({folder, LogOutcome::kNotSearched});
   return entries;
 }
 
@@ -83,10 +89,11 @@ void ScanFolder(const std::string& folder, Judgement judgement, LogTable& logs, 
   }
 }
 
-std::string UnreadText(const FolderScan& scan) {
+std::string UnreadText(const std::vector<UnreadPath>& unread) {
+  const std::size_t named = std::min(unread.size(), kMostNamedLogs);
   std::string text;
-  for (const std::string& line : scan.unread) text.append(line) += '\n';
-  const std::uint64_t more = scan.unread_count - scan.unread.size();
+  for (std::size_t i = 0; i < named; ++i) text += UnreadLine(unread[i]);
+  const std::size_t more = unread.size() - named;
   if (more > 0) text.append("skipping ").append(std::to_string(more)).append(" more like these\n");
   return text;
 }
@@ -100,6 +107,7 @@ std::string FoundText(const FolderScan& scan) {
   if (scan.special > 0) {
     text += "; " + Counted(scan.special, "special file left alone", "special files left alone");
   }
+  if (!scan.unread.empty()) text += "; " + std::to_string(scan.unread.size()) + " not read";
   return text + "\n";
 }
 

@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "app/folder_scan.h"
 #include "app/open_log.h"
 #include "logs/log_content.h"
 #include "logs/messages.h"
@@ -116,12 +115,12 @@ bool UseShadowCopy(const std::string& number, LogTable& logs, std::string& compl
 // What was passed over without being looked into is said of quiet runs too.
 std::string ScanText(const RunOptions& options, const FolderScan& scan) {
   const bool worth_it = options.show_status || scan.links > 0 || scan.special > 0;
-  return UnreadText(scan) + (worth_it ? FoundText(scan) : std::string());
+  return worth_it ? FoundText(scan) : std::string();
 }
 
 // The logs below the folders of -dir, beside those of -log.
-bool UseFolders(const RunOptions& options, LogTable& logs, std::string& complaints,
-                const std::function<bool()>& stop) {
+bool UseFolders(const RunOptions& options, LogTable& logs, std::vector<UnreadPath>& unread,
+                std::string& complaints, const std::function<bool()>& stop) {
   if (options.pipe) {
     return Complain(complaints, "Error, can't use -dir with -pipe option, aborting\n");
   }
@@ -130,7 +129,9 @@ bool UseFolders(const RunOptions& options, LogTable& logs, std::string& complain
     ScanFolder(folder, JudgementOf(options), logs, scan, stop);
   }
   if (scan.stopped) return Complain(complaints, "interrupted while looking for logs\n");
+  if (logs.empty()) complaints += UnreadText(scan.unread);
   complaints += ScanText(options, scan);
+  unread = std::move(scan.unread);
   return !logs.empty() || Complain(complaints, "no event log found, aborting\n");
 }
 
@@ -146,8 +147,8 @@ bool UseList(const RunOptions& options, const LogTable& logs, std::string& compl
 
 }  // namespace
 
-bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints,
-              const std::function<bool()>& stop) {
+bool FindLogs(const RunOptions& options, LogTable& logs, std::vector<UnreadPath>& unread,
+              std::string& complaints, const std::function<bool()>& stop) {
   for (const std::string& path : options.log_paths) logs[path].path = path;
   if (options.live_system) {
     return IsOnlySource(options, "-livesys", complaints) && UseLiveSystem(logs, complaints);
@@ -160,7 +161,7 @@ bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints
     return IsOnlySource(options, "-vss", complaints) &&
            UseShadowCopy(*options.shadow_copy, logs, complaints);
   }
-  if (!options.folders.empty()) return UseFolders(options, logs, complaints, stop);
+  if (!options.folders.empty()) return UseFolders(options, logs, unread, complaints, stop);
   return UseList(options, logs, complaints);
 }
 

@@ -4,7 +4,9 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
+#include "app/folder_scan.h"
 #include "logs/log_info.h"
 #include "logs/run_options.h"
 #include "logs/text_sink.h"
@@ -14,9 +16,10 @@ namespace tarnlex {
 // Fills `logs` from the sources that the run names; those of a list are not looked at yet, those of
 // folders are judged. False when there is none, or when the source clashes with another, is out of
 // reach or holds no log, or when `stop` has ended the search. What there is to say of that is added
-// to `complaints`.
-bool FindLogs(const RunOptions& options, LogTable& logs, std::string& complaints,
-              const std::function<bool()>& stop = {});
+// to `complaints`. What lies in the folders and cannot be read comes to `unread`, of which nothing
+// is said unless there is no log.
+bool FindLogs(const RunOptions& options, LogTable& logs, std::vector<UnreadPath>& unread,
+              std::string& complaints, const std::function<bool()>& stop = {});
 
 // Judges each log of -log, and names those that cannot be opened or hold no event log; they stay in
 // the table all the same. Those of a system's directory are judged already, by their names; with

@@ -14,9 +14,10 @@ void AddPart(std::string& line, std::string_view label, const std::string& text)
   line.append(line.empty() ? "" : "; ").append(label).append(": ").append(text);
 }
 
-void AddLogs(std::string& line, std::string_view label, const NamedLogs& logs) {
+void AddNames(std::string& line, std::string_view label, std::string_view what,
+              const NamedLogs& logs) {
   if (logs.count == 0) return;
-  std::string text = Counted(logs.count, "log") + " (";
+  std::string text = Counted(logs.count, what) + " (";
   for (const std::string& name : logs.names)
     text.append(&name == &logs.names[0] ? "" : ", ") += name;
   const std::uint64_t more = logs.count - logs.names.size();
@@ -53,8 +54,9 @@ void AddAdvice(std::string& line, const RunAccount& run, const RunOptions& optio
 
 std::string LossRemark(const RunAccount& run, const RunOptions& options) {
   std::string line;
-  AddLogs(line, "not opened", run.not_opened);
-  AddLogs(line, "passed over", run.passed_over);
+  AddNames(line, "not searched", "folder", run.not_searched);
+  AddNames(line, "not opened", "log", run.not_opened);
+  AddNames(line, "passed over", "log", run.passed_over);
   AddRecords(line, "not read", run.losses.skipped + run.losses.left);
   AddRecords(line, "read in part", run.losses.partial);
   AddRecords(line, "without a time", run.losses.undated);

@@ -80,10 +80,14 @@ bool PrepareRun(const CommandLine& line, RunState& run) {
     Advance(run.progress, 0, 0);
     return StopsHere(run.progress);
   };
-  const bool found = line.complete && FindLogs(line.options, run.logs, of_sources, stop);
+  std::vector<UnreadPath> unread;
+  const bool found = line.complete && FindLogs(line.options, run.logs, unread, of_sources, stop);
   if (!OutputsAreNoInputs(line.options, run)) return false;
   if (!AccountStandsAlone(line.options, run)) return false;
   if (found && !OpenOutputs(line.options, run)) return false;
+  for (const UnreadPath& path : unread) {
+    AddUnread(run.account, {.path = path.path, .kind = {}}, path.outcome);
+  }
   Say(run.messages, line.complaints);
   if (!line.complete) return false;
   JudgeLogs(line.options, run.logs, run.messages);

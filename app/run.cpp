@@ -65,8 +65,10 @@ void GuardTerminals(Run& run, Console& console) {
     console.err.write = ShowControls(run.shown_err, std::move(console.err.write));
     console.err.write = WipeBefore(run.display, std::move(console.err.write));
   }
-  if (!console.out_is_terminal) return;
-  console.out.write = ShowControls(run.shown_out, std::move(console.out.write));
+  if (console.out_is_terminal) {
+    console.out.write = ShowControls(run.shown_out, std::move(console.out.write));
+  }
+  // Whoever reads a pipe may write to the same screen.
   console.out.write = WipeBefore(run.display, std::move(console.out.write));
 }
 
@@ -330,7 +332,7 @@ int End(const Run& run, const Console& console, const RunOptions& options, int r
 }
 
 // The account is closed behind everything else, as it has the exit code.
-int EndWithAccount(Run& run, RunFacts facts) {
+int EndWithAccount(Run& run, const RunFacts& facts) {
   EndAccount(run.state.account, facts);
   if (!run.state.account.out || !run.state.account.out->failed) return facts.exit;
   Say(run.state.messages, "prob writing output, aborting\n");

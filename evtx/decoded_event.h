@@ -18,7 +18,7 @@ namespace tarnlex {
 
 // The binary XML value among the record's own values, when it is the only one and holds either one
 // template instance whose array could be parsed and nests no further, or elements of a kind. Its
-// values stand behind the own ones.
+// values stand behind the own ones; those of elements once the plan has been asked for.
 struct NestedValues {
   bool usable = false;
   const Tree* tree = nullptr;  // of the elements' kind; null: of the template

@@ -18,7 +18,8 @@ const Tree* TreeOfKind(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t 
                        std::uint32_t end, SubstitutionArray& texts);
 
 // Finds the kind of the binary XML value among the record's own values, if it is the only one and
-// holds elements, and fills event.nested.
+// holds elements, and fills event.nested. Half of the work on a value of elements, and of use only
+// to whoever asks for the record's plan.
 void FindNestedKind(EvtxDecoder& decoder, DecodedEvent& event);
 
 }  // namespace tarnlex

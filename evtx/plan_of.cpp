@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "event/slot_text.h"
+#include "evtx/element_kind.h"
 #include "evtx/resolve.h"
 
 namespace tarnlex {
@@ -227,6 +228,7 @@ bool IsWorthKeeping(const EvtxDecoder& decoder, const DecodedEvent& event) {
 
 const Plan& PlanOf(EvtxDecoder& decoder, DecodedEvent& event) {
   if (event.plan) return *event.plan;
+  FindNestedKind(decoder, event);
   PlanKey key;
   bool known = false;
   const bool has_kind = MakeKey(decoder, event, key) && decoder.keeps;

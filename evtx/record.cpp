@@ -133,7 +133,6 @@ void FrameInstance(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t def
   Charge(event, event.array.count);
   if (readable && (HoldsBinaryXml(event.array) || !reference)) {
     RegisterNestedTemplates(decoder, record, head, reference != nullptr, event);
-    FindNestedKind(decoder, event);
   }
   if (!reference) {
     NoteNoTemplate(decoder, event);
@@ -171,7 +170,6 @@ void FrameWhateverIsThere(EvtxDecoder& decoder, std::uint32_t record, std::uint3
   Charge(event, event.array.count);
   if (readable && HoldsBinaryXml(event.array)) {
     RegisterNestedTemplates(decoder, record, head, true, event);
-    FindNestedKind(decoder, event);
   }
   if (!readable) NoteUnreadableValues(decoder, event);
   if (event.array.cut) NoteFault(decoder, event, RecordFault::kValuesCut);

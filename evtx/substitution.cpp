@@ -5,6 +5,8 @@
 namespace tarnlex {
 namespace {
 
+constexpr std::uint32_t kListType = 0x80 << 16;  // in a descriptor
+
 // The descriptors of an array and where its values begin.
 struct ArrayHead {
   const std::uint8_t* descriptors = nullptr;
@@ -54,12 +56,14 @@ bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, Policy policy, Sl
   // Kept out of `array`, which the bytes that are read might otherwise be a part of.
   std::uint64_t binary_xml = 0;
   bool has_ansi = false;
+  std::uint32_t any = 0;
   for (; taken < head.count; ++taken, descriptor += kDescriptorSize) {
     const std::uint32_t fields = Load<std::uint32_t>(descriptor);
     const std::uint32_t size = fields & 0xFFFF;
     const auto type = static_cast<std::uint8_t>(fields >> 16);
     if (size > chunk_end - at) break;
     values[taken] = {at, size, type};
+    any |= fields;
     if (type == kEvtVarTypeEvtBXml) binary_xml |= std::uint64_t{1} << taken % kSlotBits;
     if (type == kEvtVarTypeAnsiString) has_ansi = true;
     at += size;
@@ -72,6 +76,7 @@ bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, Policy policy, Sl
   array.binary_xml_beyond = false;
   array.cut = taken < head.count;
   array.has_ansi = has_ansi;
+  array.has_lists = (any & kListType) != 0;
   if (taken > kSlotBits && binary_xml != 0) FindBinaryXml(values, array);
   return true;
 }

@@ -22,6 +22,7 @@ struct SubstitutionArray {
   bool binary_xml_beyond = false;  // so is one that has no bit
   bool cut = false;                // values that would run past the chunk were left out
   bool has_ansi = false;           // a single-byte string, whose size bounds nothing, is among them
+  bool has_lists = false;          // so is an array of values
 };
 
 // How many values an array may count under a policy.

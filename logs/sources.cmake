@@ -17,6 +17,7 @@ target_sources(tarnlex_core PRIVATE
   logs/text.cpp
   logs/text_sink.cpp
   logs/time_bounds.cpp
+  logs/unit_search.cpp
   logs/utf8.cpp
   logs/windows_1252.cpp
 )

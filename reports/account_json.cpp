@@ -271,9 +271,13 @@ void PutEvt(std::string& line, const EvtAccount& account) {
 std::string_view OutcomeText(LogOutcome outcome) {
   switch (outcome) {
     case LogOutcome::kNotReached: return "not reached";
+    case LogOutcome::kInterrupted: return "interrupted";
     case LogOutcome::kNoReport: return "no report for it";
     case LogOutcome::kOtherPart: return "in part 1";
     case LogOutcome::kNotOpened: return "not opened";
+    case LogOutcome::kUnreadable: return "not readable";
+    case LogOutcome::kNotSearched: return "not searched";
+    case LogOutcome::kDamagedHeader: return "damaged header";
     case LogOutcome::kNoEventLog: return "no event log";
     case LogOutcome::kNotJudged: return "kind not known";
     case LogOutcome::kTooLarge: return "too large";
@@ -290,7 +294,7 @@ std::string LogLine(const LogAccount& account) {
   const bool read = account.outcome == LogOutcome::kRead;
   std::string line;
   Begin(line, {}, '{');
-  PutText(line, "type", "log");
+  PutText(line, "type", account.outcome == LogOutcome::kNotSearched ? "folder" : "log");
   PutText(line, "path", log.path);
   PutText(line, "outcome", OutcomeText(account.outcome));
   if (account.size > 0) Put(line, "size", account.size);
@@ -327,6 +331,7 @@ std::string RunLine(const RunAccount& run, const RunFacts& facts) {
   Put(line, "not_opened", run.not_opened.count);
   Put(line, "passed_over", run.passed_over.count);
   line += '}';
+  Put(line, "folders_not_searched", run.not_searched.count);
   PutLosses(line, run.losses);
   PutName(line, "exit");
   return line + std::to_string(facts.exit) + "}\n";

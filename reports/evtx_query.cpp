@@ -177,6 +177,7 @@ EvtxQueries PrepareEvtxQueries(const QueryList& queries) {
     query.position = static_cast<std::uint32_t>(all.queries.size() - 1);
     query.tests = MakeQueryTests(spec);
     query.fields.resize(query.tests.conditions.size());
+    query.search = MakeTextSearch(query.tests.exists);
   }
   return all;
 }
@@ -187,8 +188,7 @@ bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, De
   if (tests.conditions.empty() && tests.exists.empty()) return true;
   const Plan& plan = PlanOf(decoder, event);
   const EventStructure& structure = event.structure;
-  return (tests.exists.empty() ||
-          AnyTextContains(structure, plan, plan.values, tests.exists, all.scratch)) &&
+  return (tests.exists.empty() || Finds(query.search, event, plan, all.scratch)) &&
          PassesAll(tests.conditions, structure, plan, query.fields, all.scratch);
 }
 

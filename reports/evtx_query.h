@@ -13,6 +13,7 @@
 #include "reports/plan_tests.h"
 #include "reports/query_spec.h"
 #include "reports/row_query.h"
+#include "reports/text_search.h"
 
 namespace tarnlex {
 
@@ -26,6 +27,7 @@ struct EvtxQuery {
   // What is known of kept plans, by their identifier.
   std::vector<FieldPlaces> fields;  // of each condition
   KeptLayouts pulled_layouts;
+  TextSearch search;
 };
 
 // The columns of records that carry the same names in the same order.

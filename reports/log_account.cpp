@@ -2,6 +2,10 @@
 
 #include <algorithm>
 #include <numeric>
+#include <string>
+
+#include "logs/log_content.h"
+#include "logs/platform.h"
 
 namespace tarnlex {
 namespace {
@@ -38,6 +42,12 @@ Losses LossesOfEvt(const EvtAccount& account) {
   return losses;
 }
 
+// What begins like no log may have lost nothing but its header.
+bool HasChunkBehindHeader(const std::string& path) {
+  const auto file = OpenInput(path);
+  return file && ContentOf(*file, true) != LogContent::kNone;
+}
+
 }  // namespace
 
 Losses LossesOf(const LogAccount& account) {
@@ -59,14 +69,21 @@ Losses& operator+=(Losses& sum, const Losses& more) {
 }
 
 bool IsPassedOver(LogOutcome outcome) {
-  return outcome != LogOutcome::kRead && outcome != LogOutcome::kNoReport &&
-         outcome != LogOutcome::kOtherPart && outcome != LogOutcome::kNotReached;
+  switch (outcome) {
+    case LogOutcome::kRead:
+    case LogOutcome::kNoReport:
+    case LogOutcome::kOtherPart:
+    case LogOutcome::kNotReached:
+    case LogOutcome::kInterrupted: return false;
+    default: return true;
+  }
 }
 
 LogOutcome OutcomeOf(const LogInfo& log) {
   switch (log.opened) {
     case OpenResult::kCannotOpen: return LogOutcome::kNotOpened;
-    case OpenResult::kNoEventLog: return LogOutcome::kNoEventLog;
+    case OpenResult::kNoEventLog:
+      return HasChunkBehindHeader(log.path) ? LogOutcome::kDamagedHeader : LogOutcome::kNoEventLog;
     case OpenResult::kHeaderless:
     case OpenResult::kUnjudged: return LogOutcome::kNotJudged;
     case OpenResult::kOpened: break;

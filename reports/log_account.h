@@ -14,12 +14,16 @@ namespace tarnlex {
 
 // What became of a log.
 enum class LogOutcome : std::uint8_t {
-  kNotReached,  // the run ended before its end
-  kNoReport,    // no report asks for logs of its kind
-  kOtherPart,   // all of it is in another part
-  kNotOpened,   // it cannot be opened
-  kNoEventLog,  // it is none, or nothing is left of it
-  kNotJudged,   // nobody knows whether a report asks for it
+  kNotReached,     // the run ended before it
+  kInterrupted,    // the run was ended in it
+  kNoReport,       // no report asks for logs of its kind
+  kOtherPart,      // all of it is in another part
+  kNotOpened,      // it cannot be opened
+  kUnreadable,     // it can be opened, but no byte of it be read
+  kNotSearched,    // a folder that cannot be listed, whatever lies below it
+  kNoEventLog,     // it is none, or nothing is left of it
+  kDamagedHeader,  // only its header is none of a log
+  kNotJudged,      // nobody knows whether a report asks for it
   kTooLarge,
   kBrokenOff,  // the program failed at it
   kRead,       // to its end, though perhaps not all of it
@@ -54,7 +58,7 @@ Losses& operator+=(Losses& sum, const Losses& more);
 // Whether a log that was not read should have been.
 bool IsPassedOver(LogOutcome outcome);
 
-// Why a log has not been walked, as far as its opener knows.
+// Why a log has not been walked, as far as its opener knows; looks once more into what is none.
 LogOutcome OutcomeOf(const LogInfo& log);
 
 }  // namespace tarnlex

@@ -16,14 +16,18 @@ void Write(RunAccount& run, const LogAccount& account) {
   if (run.out) Append(*run.out, LogLine(account));
 }
 
+NamedLogs& NamesFor(RunAccount& run, LogOutcome outcome) {
+  if (outcome == LogOutcome::kNotSearched) return run.not_searched;
+  return outcome == LogOutcome::kNotOpened ? run.not_opened : run.passed_over;
+}
+
 void Count(RunAccount& run, const LogInfo& log, const WalkedLog& walked) {
-  ++run.logs;
-  run.read += walked.outcome == LogOutcome::kRead;
+  const LogOutcome outcome = walked.outcome;
+  run.logs += outcome != LogOutcome::kNotSearched;
+  run.read += outcome == LogOutcome::kRead;
   run.losses += walked.losses;
-  if (!IsPassedOver(walked.outcome)) return;
-  const bool opened = walked.outcome != LogOutcome::kNotOpened;
-  Name(opened ? run.passed_over : run.not_opened, log.path);
-  run.complete_helps |= walked.outcome == LogOutcome::kNotJudged;
+  if (IsPassedOver(outcome)) Name(NamesFor(run, outcome), log.path);
+  run.complete_helps |= outcome == LogOutcome::kNotJudged || outcome == LogOutcome::kDamagedHeader;
 }
 
 // Where nothing goes by its kind, it does not matter that a log was not judged.
@@ -81,8 +85,8 @@ void BreakOff(RunAccount& run, const LogTable& logs, const LogInfo* at) {
 
 bool HasLosses(const RunAccount& run) {
   const Losses& losses = run.losses;
-  return run.not_opened.count + run.passed_over.count + losses.partial + losses.skipped +
-             losses.left >
+  return run.not_opened.count + run.passed_over.count + run.not_searched.count + losses.partial +
+             losses.skipped + losses.left >
          0;
 }
 

@@ -16,7 +16,7 @@
 
 namespace tarnlex {
 
-// Logs that were not read: how many, and what the first of them are called.
+// Logs that were not read, or folders: how many, and what the first of them are called.
 struct NamedLogs {
   std::uint64_t count = 0;
   std::vector<std::string> names;  // at most kMostNamedLogs
@@ -36,6 +36,7 @@ struct RunAccount {
   std::uint64_t read = 0;
   NamedLogs not_opened;
   NamedLogs passed_over;
+  NamedLogs not_searched;       // folders
   bool complete_helps = false;  // -complete would read one of these
   Losses losses;
 };
@@ -47,7 +48,7 @@ bool IsToSurvey(const RunAccount& run, const LogInfo& log);
 // that found most, as nothing is known of values that nobody asked for.
 void AddWalk(RunAccount& run, const LogAccount& account);
 
-// Takes up a log that is not walked any more, and is in no table.
+// Takes up a log that is not walked any more, and is in no table; or a folder that is not searched.
 void AddUnread(RunAccount& run, const LogInfo& log, LogOutcome outcome);
 
 // Why logs of a table were not walked, where it is not the log's doing.

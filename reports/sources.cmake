@@ -19,6 +19,7 @@ target_sources(tarnlex_core PRIVATE
   reports/report_lines.cpp
   reports/report_texts.cpp
   reports/run_account.cpp
+  reports/text_search.cpp
   reports/walk_log.cpp
 )
 

@@ -262,7 +262,11 @@ void WalkContent(LogPass& pass, const InputFile& file) {
     case LogContent::kEvtx: WalkEvtxFile(pass, file, kEvtxFileHeaderSize, kBlockSize); break;
     case LogContent::kChunks: WalkEvtxFile(pass, file, 0, file.size); break;  // one block
     case LogContent::kEvt: WalkEvtFile(pass, file); break;
-    case LogContent::kNone: break;
+    case LogContent::kNone:
+      if (ContentOf(file, true) != LogContent::kNone) {
+        pass.account.outcome = LogOutcome::kDamagedHeader;
+      }
+      break;
   }
 }
 
@@ -294,8 +298,9 @@ bool WalkLogFile(LogPass& pass, const InputFile& file) {
   pass.account.surveyed = IsToSurvey(pass.run.account, pass.log);
   std::uint8_t first = 0;
   const bool is_empty = ReadFully(file, 0, {&first, 1}) == 0;
+  if (is_empty && file.size > 0) pass.account.outcome = LogOutcome::kUnreadable;
   if (!is_empty) WalkContent(pass, file);
-  if (pass.run.progress.stopped) pass.account.outcome = LogOutcome::kNotReached;
+  if (pass.run.progress.stopped) pass.account.outcome = LogOutcome::kInterrupted;
   pass.account.log = pass.log;
   AddWalk(pass.run.account, pass.account);
   return !is_empty;

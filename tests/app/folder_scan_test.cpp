@@ -46,7 +46,7 @@ TEST_F(FolderScanTest, FindsLogsByTheirBytesInOrderOfPath) {
   EXPECT_EQ(logs.at(directory.path + "/b/Security.evtx").kind, kKindSecurity);
   EXPECT_FALSE(logs.at(directory.path + "/a/y.EVT").is_evtx);
   EXPECT_EQ(FoundText(scan), "found 4 event logs; 2 other files\n");
-  EXPECT_EQ(UnreadText(scan), "");
+  EXPECT_EQ(UnreadText(scan.unread), "");
 }
 
 TEST_F(FolderScanTest, FollowsNoLinkAndOpensNothingSpecial) {
@@ -99,7 +99,7 @@ TEST_F(FolderScanTest, NamesTheFirstOfWhatItCannotRead) {
     }
     Scan();
   }
-  const std::string text = UnreadText(scan);
+  const std::string text = UnreadText(scan.unread);
   EXPECT_TRUE(text.starts_with("prob reading folder " + directory.path));
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 11);
   EXPECT_TRUE(text.ends_with("skipping 2 more like these\n"));
@@ -115,11 +115,23 @@ TEST_F(FolderScanTest, NamesALogWithADamagedHeaderOrReadsIt) {
   const std::string log = directory.AddFile("a.evtx", LogWithoutHeader());
   Scan();
   EXPECT_TRUE(logs.empty());
-  EXPECT_EQ(UnreadText(scan), "damaged header of log " + log + ", skipping; -complete reads it\n");
+  EXPECT_EQ(UnreadText(scan.unread),
+            "damaged header of log " + log + ", skipping; -complete reads it\n");
   scan = {};
   Scan(Judgement::kByContents);
   EXPECT_EQ(Found(), Names{"a.evtx"});
-  EXPECT_EQ(UnreadText(scan), "");
+  EXPECT_EQ(UnreadText(scan.unread), "");
+}
+
+// Whoever gives a log of -log once more below a folder is told of it once.
+TEST_F(FolderScanTest, LeavesListedFilesToTheList) {
+  const std::string damaged = directory.AddFile("a.evtx", LogWithoutHeader());
+  const std::string notes = directory.AddFile("notes.txt", "just some text, no log");
+  for (const std::string& path : {damaged, notes}) logs[path].path = path;
+  Scan();
+  EXPECT_EQ(logs.size(), 2U);
+  EXPECT_TRUE(scan.unread.empty());
+  EXPECT_EQ(FoundText(scan), "found 0 event logs\n");
 }
 
 TEST_F(FolderScanTest, EndsWhenItIsTold) {
@@ -152,6 +164,17 @@ TEST(DirOption, NeedsALog) {
   EXPECT_FALSE(gone.prepared);
   EXPECT_EQ(gone.said, "prob reading folder " + directory.path +
                            "/gone, skipping\nno event log found, aborting\n");
+}
+
+TEST(DirOption, CountsWhatCannotBeReadAndLeavesItsNameToTheEnd) {
+  const TempDirectory directory;
+  directory.AddFile("a.evtx", LogWithoutHeader());
+  directory.AddFile("b.evtx", EmptyEvtx());
+  const PreparedRun run({"-dir", directory.path + "|" + directory.path + "/gone"});
+  EXPECT_TRUE(run.prepared);
+  EXPECT_EQ(run.said, "found 1 event log; 2 not read\n");
+  EXPECT_EQ(run.run.account.not_searched.names, Names{directory.path + "/gone"});
+  EXPECT_EQ(run.run.account.passed_over.names, Names{directory.path + "/a.evtx"});
 }
 
 TEST(DirOption, IsNotReadBesidePipedPathsNorSystems) {

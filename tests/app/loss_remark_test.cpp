@@ -56,6 +56,18 @@ TEST(LossRemark, OffersToReadLogsThatWereOnlyNotJudged) {
             "passed over: 1 log (x); -complete reads more of them, -account FILE names them\n");
 }
 
+TEST(LossRemark, NamesFoldersAndOffersToReadWhatHasLostItsHeader) {
+  RunAccount run;
+  AddUnread(run, {.path = "shut", .kind = {}}, LogOutcome::kNotSearched);
+  EXPECT_EQ(LossRemark(run, {}), "not searched: 1 folder (shut); -account FILE names them\n");
+  AddUnread(run, {.path = "x", .kind = {}}, LogOutcome::kDamagedHeader);
+  EXPECT_EQ(LossRemark(run, {}),
+            "not searched: 1 folder (shut); passed over: 1 log (x); -complete reads more of them, "
+            "-account FILE names them\n");
+  EXPECT_EQ(run.logs, 1U);
+  EXPECT_TRUE(HasLosses(run));
+}
+
 // Rows of -complete have the time of their events.
 TEST(LossRemark, LeavesTimesAloneThatAreNotShown) {
   RunAccount run;

@@ -105,6 +105,12 @@ def prepare(place, source, tarnlex, make_sample_log):
         config = host(f"{place}/evidence/host {number}")
         shutil.copy(f"{work}/SecEvent.Evt", config)
         shutil.copy(f"{work}/SysEvent.Evt", config)
+    with open(f"{place}/evidence/host 0/notes.txt", "w", encoding="utf-8") as notes:
+        notes.write("These are notes, not a log.\n")
+    # One has been tampered with: a byte of its chunk's header that nothing reads, but its checksum.
+    with open(f"{place}/evidence/host 6/Windows/System32/winevt/Logs/System.evtx", "r+b") as log:
+        log.seek(4096 + 80)
+        log.write(b"\xff")
     # And one whose first record has no time in its header, as real logs have now and then.
     shutil.copy(f"{work}/System.evtx", f"{work}/Application.evtx")
     with open(f"{work}/Application.evtx", "r+b") as log:

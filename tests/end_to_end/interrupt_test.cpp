@@ -106,6 +106,41 @@ TEST_F(InterruptTest, LeavesFilesOfEarlierRunsAlone) {
   EXPECT_FALSE(std::filesystem::exists(directory.path + "/out/empty.evtx.csv"));
 }
 
+TEST_F(InterruptTest, AccountsForTheLogAtHandAndThoseBehindIt) {
+  const std::string a = directory.AddFile("a.evtx", LongLog(1, 2));
+  const std::string b = directory.AddFile("b.evtx", LongLog(9, 2));
+  const std::string c = directory.AddFile("c.evtx", LongLog(1, 2));
+  const std::string account = directory.path + "/account";
+  // Once for each log, once for each four chunks.
+  const Outcome run = Run({"-log", a + "|" + b + "|" + c + "|" + directory.path + "/gone",
+                           "-csvgen", "-quiet", "-strict", "-account", account},
+                          4);
+  EXPECT_EQ(run.code, kInterruptedRun);
+  const std::string lines = ReadFile(account);
+  EXPECT_EQ(CountOf("\n", lines), 5U);
+  EXPECT_NE(lines.find(a + R"(","outcome":"read",)"), std::string::npos) << lines;
+  EXPECT_NE(lines.find(b + R"(","outcome":"interrupted","size":593920,)"), std::string::npos);
+  EXPECT_NE(lines.find(c + R"(","outcome":"not reached",)"), std::string::npos);
+  EXPECT_NE(lines.find(R"(/gone","outcome":"not opened"})"), std::string::npos);
+  EXPECT_NE(lines.find(R"("logs":{"all":4,"read":1,"not_opened":1,"passed_over":0})"),
+            std::string::npos);
+  EXPECT_TRUE(lines.ends_with("\"exit\":130}\n"));
+  EXPECT_TRUE(Behind("interrupted", run.err)
+                  .ends_with("what was read until then is written\nnot opened: 1 log (" +
+                             directory.path + "/gone); " + account + " names them\n"))
+      << run.err;
+}
+
+TEST_F(InterruptTest, AccountsForThePipedLogItWasInterruptedIn) {
+  const std::string log = directory.AddFile("Security.evtx", LongLog(9, 2));
+  const std::string account = directory.path + "/account";
+  Run({"-pipe", "-csvgen", "-quiet", "-account", account}, 2, log + "\n" + log + "\n");
+  const std::string lines = ReadFile(account);
+  EXPECT_EQ(CountOf("\n", lines), 2U);
+  EXPECT_NE(lines.find(log + R"(","outcome":"interrupted",)"), std::string::npos) << lines;
+  EXPECT_TRUE(lines.ends_with("\"exit\":130}\n"));
+}
+
 TEST_F(InterruptTest, ReadsNoMorePipedPaths) {
   const std::string log = directory.AddFile("Security.evtx", LongLog(9, 2));
   const Outcome run = Run({"-pipe", "-csvgen"}, 2, log + "\n" + log + "\n");

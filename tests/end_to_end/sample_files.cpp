@@ -490,6 +490,13 @@ ByteString BareChunk() {
   return log.BuildChunks();
 }
 
+// The signature of the file is gone, the chunk behind it is whole.
+ByteString HeaderlessLog() {
+  ByteString file = SmallSecurityLog();
+  std::fill_n(file.begin(), 8, std::uint8_t{0});
+  return file;
+}
+
 void WriteFile(const std::string& directory, const std::string& name, const ByteString& bytes) {
   const std::filesystem::path path = std::filesystem::path(directory) / name;
   std::filesystem::create_directories(path.parent_path());
@@ -525,6 +532,9 @@ void WriteSampleFiles(const std::string& directory) {
       {"ring/SysEvent.Evt", RingOfXp()},
       {"volume/WINDOWS/System32/Config/sysevent.EVT", SystemLogOfXp()},
       {"chunk.bin", BareChunk()},
+      {"headerless/a.evtx", HeaderlessLog()},
+      {"headerless/b.evtx", HeaderlessLog()},
+      {"headerless/chunk.bin", BareChunk()},
       {"empty.evtx", {}},
       {"notes.txt", ByteString(text.begin(), text.end())},
   };

@@ -44,6 +44,23 @@ TEST_F(WatchedTest, StatusKeepsToTheWidthOfTheTerminal) {
   }
 }
 
+// What reads the records may be a pager, or "head", on the same screen.
+TEST_F(WatchedTest, StatusIsWipedBeforeRecordsGoDownAPipe) {
+  std::string screen;
+  std::string at_first_record;
+  Console console;
+  console.err = MakeStringSink(screen);
+  console.err_is_terminal = true;
+  console.err_columns = [] { return std::size_t{120}; };
+  console.out = MakeSink([&](std::string_view text) {
+    if (text.starts_with("Record#")) at_first_record = screen;
+    return true;
+  });
+  EXPECT_EQ(RunApp({"tarnlex", "-log", folder + "/Security.evtx", "-csvgen"}, console), 0);
+  EXPECT_NE(at_first_record.find("log 1 of 1, 0%"), std::string::npos) << at_first_record;
+  EXPECT_TRUE(at_first_record.ends_with(" \r")) << at_first_record;
+}
+
 TEST_F(WatchedTest, StatusIsNotDrawnOfQuietRuns) {
   EXPECT_EQ(WithoutWarning(Watch({"-quiet", "-log", folder + "/Security.evtx"}, 80)), "\n");
 }

@@ -93,6 +93,25 @@ TEST(ElementKind, IsFoundInAValueToo) {
   EXPECT_EQ(kept.values.at(1), (Values{{"X", "b text"}, {"y", "b"}}));
 }
 
+TEST(ElementKind, OfAValueIsNotLookedForBeforeItsPlanIsAskedFor) {
+  support::Event stated;
+  stated.event_id = 4624;
+  stated.event_data = ElementsValue({Element("UserData", {}, {Text("text")})});
+  EvtxBuilder log;
+  log.AddEvent(stated);
+  EvtxDecoder decoder;
+  EvtxHandlers handlers;
+  handlers.record = [](EvtxDecoder& with, DecodedEvent& event) {
+    EXPECT_EQ(event.event_id, 4624U);
+    EXPECT_TRUE(with.chunk.new_kinds.empty());
+    PlanOf(with, event);
+    EXPECT_EQ(with.chunk.new_kinds.size(), 1U);
+  };
+  const support::ByteString chunks = log.BuildChunks();
+  WalkSlots(decoder, chunks, 4096, handlers);
+  EXPECT_EQ(decoder.account.records, 1U);
+}
+
 TEST(ElementKind, IsNotLookedForWhereMoreThanTextsWouldBeTheEventsOwn) {
   const std::vector<std::vector<Node>> streams = {
       {Element("X", {}, {support::CData("c")})},

@@ -13,5 +13,6 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/status_line_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/text_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/time_bounds_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/unit_search_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/windows_1252_test.cpp
 )

@@ -188,9 +188,10 @@ TEST(ShadowCopy, ThatIsNotThereIsNamed) {
   const Outcome run = RunOnWindows({"-vss", "1"});
   EXPECT_EQ(run.code, 255);
   EXPECT_EQ(run.err, "probs getting information about eventlogs, aborting\r\n");
+  const std::string log = "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy1\\Windows\\x.evtx";
   EXPECT_EQ(RunOnWindows({"-log", "%vss%1\\Windows\\x.evtx"}).err,
-            "prob opening log \\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy1\\Windows\\x.evtx"
-            ", skipping\r\n\r\n");
+            "prob opening log " + log + ", skipping\r\n\r\nnot opened: 1 log (" + log +
+                "); -account FILE names them\r\n");
 }
 
 TEST(LimitedRights, AreSaidAndKeepTheSystemOut) {

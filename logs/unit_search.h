@@ -1,0 +1,14 @@
+// A quick look for a text in bytes that may hold UTF-16 texts somewhere.
+#pragma once
+
+#include <string_view>
+
+#include "logs/bytes.h"
+
+namespace tarnlex {
+
+// Whether a text of ASCII characters, which the caller has lower-cased already, occurs in `bytes`
+// as UTF-16LE units, in any ASCII case and at any byte. An empty text occurs everywhere.
+bool HoldsUnitsNoCase(Bytes bytes, std::string_view lowered);
+
+}  // namespace tarnlex

@@ -1,0 +1,118 @@
+#include "reports/text_search.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+
+#include "logs/text.h"
+#include "logs/unit_search.h"
+#include "reports/plan_tests.h"
+
+namespace tarnlex {
+namespace {
+
+// Characters that stand in values as they do in texts: no zero unit becomes one of them, none
+// separates the texts of a list, and none takes more than a unit.
+bool IsTelling(char c) { return c > ' ' && c < 0x7F && c != ','; }
+
+// The longest part of such characters.
+std::string TellingPart(std::string_view text) {
+  std::string_view longest;
+  for (auto at = text.begin(); at != text.end();) {
+    const auto begin = std::find_if(at, text.end(), IsTelling);
+    at = std::find_if_not(begin, text.end(), IsTelling);
+    const std::string_view part(begin, at);
+    if (part.size() > longest.size()) longest = part;
+  }
+  return std::string(longest);
+}
+
+std::span<const PlanValue> ValueAt(const Plan& plan, std::uint32_t position) {
+  return {plan.values.data() + position, 1};
+}
+
+PlanSearch LookAtPlan(const TextSearch& search, const DecodedEvent& event, const Plan& plan,
+                      std::string& scratch) {
+  PlanSearch found;
+  found.known = true;
+  for (std::uint32_t i = 0; i < plan.values.size(); ++i) {
+    const PlanValue& value = plan.values[i];
+    if (value.part_count > 1) {
+      found.joined.push_back(i);
+    } else if (plan.parts[value.first_part].literal) {
+      found.in_literals |=
+          AnyTextContains(event.structure, plan, ValueAt(plan, i), search.wanted, scratch);
+    }
+  }
+  return found;
+}
+
+const PlanSearch& SearchOf(TextSearch& search, const DecodedEvent& event, const Plan& plan,
+                           std::string& scratch) {
+  if (search.plans.size() <= plan.id) search.plans.resize(plan.id + std::size_t{1});
+  PlanSearch& place = search.plans[plan.id];
+  if (!place.known) place = LookAtPlan(search, event, plan, scratch);
+  return place;
+}
+
+// The bytes from an array's first value to its last: values follow one another.
+Bytes BytesOf(const EventStructure& event, const SubstitutionArray& array) {
+  if (array.count == 0) return {};
+  const SubstitutionValue& first = event.slots[array.first];
+  const SubstitutionValue& last = event.slots[array.first + array.count - 1];
+  return event.bytes.subspan(first.offset, last.offset + last.size - first.offset);
+}
+
+bool Covers(Bytes outer, Bytes inner) {
+  return outer.data() <= inner.data() && inner.data() + inner.size() <= outer.data() + outer.size();
+}
+
+// Whether the text may be in a slot; false is certain. Texts of a byte a character are of another
+// matter, and so are lists.
+bool MayBeInSlots(const TextSearch& search, const DecodedEvent& event) {
+  const SubstitutionArray& own = event.array;
+  if (own.has_ansi || own.has_lists) return true;
+  const Bytes bytes = BytesOf(event.structure, own);
+  if (HoldsUnitsNoCase(bytes, search.telling)) return true;
+  if (!event.nested.usable) return false;
+  const SubstitutionArray& nested = event.nested.array;
+  if (nested.has_ansi || nested.has_lists) return true;
+  const Bytes inner = BytesOf(event.structure, nested);
+  return !Covers(bytes, inner) && HoldsUnitsNoCase(inner, search.telling);
+}
+
+}  // namespace
+
+TextSearch MakeTextSearch(std::string_view lowered) {
+  TextSearch search;
+  search.wanted = lowered;
+  if (!MayBeInNumbers(lowered)) search.telling = TellingPart(lowered);
+  return search;
+}
+
+bool MayBeInNumbers(std::string_view lowered) {
+  for (const std::string_view word : {"true", "false", "-inf", "-nan"}) {
+    if (word.find(lowered) != std::string_view::npos) return true;
+  }
+  // A SID begins with an "S". No instant has two points, and nothing else has more than one.
+  if (lowered.starts_with('s')) lowered.remove_prefix(1);
+  return lowered.find_first_not_of("0123456789abcdefx+-./: ") == std::string_view::npos &&
+         std::count(lowered.begin(), lowered.end(), '.') < 2;
+}
+
+bool Finds(TextSearch& search, const DecodedEvent& event, const Plan& plan, std::string& scratch) {
+  const EventStructure& structure = event.structure;
+  if (!search.telling.empty() && plan.id != kUnkeptPlan) {
+    const PlanSearch& known = SearchOf(search, event, plan, scratch);
+    if (known.in_literals) return true;
+    const bool in_joined =
+        std::any_of(known.joined.begin(), known.joined.end(), [&](std::uint32_t position) {
+          return AnyTextContains(structure, plan, ValueAt(plan, position), search.wanted, scratch);
+        });
+    if (in_joined) return true;
+    if (!MayBeInSlots(search, event)) return false;
+  }
+  return AnyTextContains(structure, plan, plan.values, search.wanted, scratch);
+}
+
+}  // namespace tarnlex

@@ -1,0 +1,38 @@
+// Whether any value of an EVTX record contains a text. Most records hold it nowhere, which a look
+// at the bytes of their values tells without making texts of them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "event/plan.h"
+#include "evtx/decoded_event.h"
+
+namespace tarnlex {
+
+// What is known of the values of a kept plan that no record of it can change, or that its bytes do
+// not tell.
+struct PlanSearch {
+  bool known = false;
+  bool in_literals = false;           // a value that consists of literal text alone contains it
+  std::vector<std::uint32_t> joined;  // positions of values with several parts
+};
+
+struct TextSearch {
+  std::string wanted;             // lower-cased; empty: not asked for
+  std::string telling;            // a part of it that stands in bytes as it is; empty: none
+  std::vector<PlanSearch> plans;  // by the plan's identifier
+};
+
+TextSearch MakeTextSearch(std::string_view lowered);
+
+// Whether the text of a number, an instant, an identifier or plain bytes may contain the text,
+// which is given in lower case.
+bool MayBeInNumbers(std::string_view lowered);
+
+// Whether a value of the plan, which is the event's, contains the text.
+bool Finds(TextSearch& search, const DecodedEvent& event, const Plan& plan, std::string& scratch);
+
+}  // namespace tarnlex
