@@ -38,6 +38,7 @@ constexpr OptionEntry kTable[] = {
     {"-report", "\"NAME | NAME | ...\"", kReports, "reports of the library; -report list names all, -report show NAME has the lines of one", "0.34"},
     {"-cmdfile", "FILE", kReports, "a report of your own", ""},
     {"-complete", "", kLooks, "every value of every event", "0.34"},
+    {"-recover", "", kLooks, "-complete, and what was deleted: records that the log does not use any more", "0.34"},
     {"-csv", "", kLooks, "CSV, a table for each kind of event", ""},
     {"-csvgen", "", kLooks, "CSV, one table for each log", ""},
     {"-csvl2t", "", kLooks, "log2timeline CSV", ""},

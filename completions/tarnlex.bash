@@ -6,7 +6,7 @@ _tarnlex() {
   local options='-log -dir -livesys -vss -partition -pipe -part
     -pw -time -logon -startstop -creds -usb -report -cmdfile
     -eventid -string -start_time -stop_time
-    -complete -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
+    -complete -recover -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
     -event_json -event_xml
     -cards -width -columns -color
     -csv_separator -no_whitespace -pair_datetime -dateformat -timeformat

@@ -21,6 +21,7 @@ _arguments \
   '-report[reports of the library; -report list names all, -report show NAME has the lines of one (since 0.34)]:NAME: ' \
   '-cmdfile[a report of your own]:FILE:_files' \
   '-complete[every value of every event (since 0.34)]' \
+  '-recover[-complete, and what was deleted: records that the log does not use any more (since 0.34)]' \
   '-csv[CSV, a table for each kind of event]' \
   '-csvgen[CSV, one table for each log]' \
   '-csvl2t[log2timeline CSV]' \

@@ -68,6 +68,26 @@ void WriteRegained(TextSink& out, const WalkAccount& account) {
   }
 }
 
+void WriteRecovered(TextSink& out, const RecoveryCounts& counts) {
+  constexpr std::string_view kFrom[] = {"", "in slack", "in slots without a chunk signature",
+                                        "behind the last whole slot"};
+  constexpr std::string_view kChecked[] = {"everything checked", "system values checked",
+                                           "nothing checked"};
+  std::uint64_t all = 0;
+  for (const std::uint64_t count : counts.checked) all += count;
+  Line(out, "records recovered", all);
+  for (std::size_t i = 1; i < counts.from.size(); ++i) {
+    Line(out, "  " + std::string(kFrom[i]), counts.from[i]);
+  }
+  for (std::size_t i = 0; i < counts.checked.size(); ++i) {
+    Line(out, "  " + std::string(kChecked[i]), counts.checked[i]);
+  }
+  Line(out, "copies of records of the log, not recovered", counts.copies);
+  if (counts.not_compared > 0) {
+    Line(out, "records of the log that recovered ones were not compared with", counts.not_compared);
+  }
+}
+
 void ListFaulty(TextSink& out, const WalkAccount& account, RecordFault fault) {
   for (const FaultyRecord& record : account.faulty) {
     if (record.fault != fault) continue;
@@ -129,6 +149,7 @@ void WriteAccount(TextSink& out, const WalkAccount& account) {
   Line(out, "record heads in skipped slots", account.skipped_heads);
   Line(out, "records decoded", account.records);
   WriteRegained(out, account);
+  if (account.recovered.asked) WriteRecovered(out, account.recovered);
   for (std::size_t i = 0; i < account.faults.size(); ++i) {
     if (account.faults[i] == 0 && IsOfCompletePolicy(static_cast<RecordFault>(i))) continue;
     Line(out, kFaultTexts[i], account.faults[i]);

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "event/recovery.h"
 #include "evtx/file_header.h"
 #include "logs/record_survey.h"
 #include "logs/text_sink.h"
@@ -105,6 +106,7 @@ struct WalkAccount {
   std::uint64_t uncounted = 0;       // records behind the last that their chunk's header counts
   std::uint64_t trailing_bytes = 0;  // behind the last whole slot
   std::uint64_t trailing_heads = 0;  // records that stand in them whole
+  RecoveryCounts recovered;          // not among `records`
 
   // Gathered only for those who ask (see survey.h).
   EvtxFileHeader header;

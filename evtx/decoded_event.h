@@ -10,6 +10,7 @@
 
 #include "event/flatten.h"
 #include "event/plan.h"
+#include "event/recovery.h"
 #include "event/structure.h"
 #include "evtx/substitution.h"
 
@@ -44,6 +45,7 @@ struct DecodedEvent {
   std::uint64_t chunk_file_offset = 0;
   std::uint64_t record_file_offset = 0;
   std::uint64_t event_id = 0;
+  Recovery recovery;
 
   const Tree* tree = nullptr;  // what its values come from; null: nothing
   SubstitutionArray array;

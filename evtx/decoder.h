@@ -13,6 +13,8 @@
 
 namespace tarnlex {
 
+struct RecoveryNotes;
+
 struct EvtxDecoder {
   TemplateStore store;  // of all logs of a run; not written to while a chunk is read
   EvtxChunk chunk;
@@ -21,8 +23,9 @@ struct EvtxDecoder {
   Policy policy = Policy::kLiteral;  // of all logs of a run
   bool keeps = true;             // off: every record is decoded as if it were the first of its kind
   bool makes_documents = false;  // plans come with their event in document order
-  bool checks_records = false;   // the account is to say what speaks against rows (record_check.h)
-  bool surveys = false;          // and what the log's records tell together (survey.h)
+  RecoveryNotes* notes = nullptr;  // null: nothing is recovered; complete policy only
+  bool checks_records = false;  // the account is to say what speaks against rows (record_check.h)
+  bool surveys = false;         // and what the log's records tell together (survey.h)
 };
 
 // Whether a fault that was noted for the record is a loss.
@@ -37,11 +40,11 @@ inline bool IsPartial(const DecodedEvent& event) {
   return (event.faults & kLosses) != 0;
 }
 
-// Counts a fault of a record, once.
+// Counts a fault of a record, once. What a recovered one lacks its class tells; the log lacks none.
 inline void NoteFault(EvtxDecoder& decoder, DecodedEvent& event, RecordFault fault) {
   const std::uint32_t bit = 1U << static_cast<unsigned>(fault);
   if ((event.faults & bit) != 0) return;
-  decoder.account.partial += IsLoss(fault) && !IsPartial(event);
+  decoder.account.partial += IsLoss(fault) && !IsPartial(event) && !IsRecovered(event.recovery);
   event.faults |= bit;
   AddFault(decoder.account, {fault, event.record_id, event.record_file_offset});
 }

@@ -8,7 +8,7 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint64_t kTimeOf1990 = 122'757'120'000'000'000;  // FILETIME
+constexpr std::uint64_t kTimeOf1990 = 122'756'256'000'000'000;  // FILETIME
 constexpr std::uint64_t kTimeOf2100 = 157'469'184'000'000'000;
 constexpr std::uint64_t kMostIdentifier = ~std::uint64_t{0} >> 1;
 constexpr std::uint32_t kRecordAlignment = 8;
@@ -133,6 +133,16 @@ bool NextRecord(RecordSearch& search, RecordPlace& place) {
   search.at += place.size;
   ++search.given;
   search.last_id = head.id;
+  return true;
+}
+
+bool NextWholeRecord(Bytes bytes, std::uint32_t begin, RecordPlace& place) {
+  const auto end = static_cast<std::uint32_t>(bytes.size());
+  const std::uint32_t at = FindHead(bytes, begin, end, [](const Head& head, std::uint32_t offset) {
+    return IsWhole(head) && head.timed && offset % kRecordAlignment == 0;
+  });
+  if (at >= end) return false;
+  place = {at, ReadHead(bytes, at).size, true};
   return true;
 }
 

@@ -39,6 +39,12 @@ RecordSearch SearchRecords(Bytes data);
 // before: then whole ones are taken as long as each has a greater identifier than the one before.
 bool NextRecord(RecordSearch& search, RecordPlace& place);
 
+// The first record from `begin` on of which nothing is known but what it says itself: a whole one
+// on a place that records begin at, with a plausible identifier, and a plausible time that is not
+// missing. False when there is none. The next one is to be looked for behind it, as what stands
+// inside of a record is a part of its values.
+bool NextWholeRecord(Bytes bytes, std::uint32_t begin, RecordPlace& place);
+
 // The size of the record at `at`, if a whole one begins there, else 0.
 std::uint32_t WholeRecordSize(Bytes bytes, std::size_t at);
 

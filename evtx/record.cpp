@@ -176,6 +176,13 @@ void FrameWhateverIsThere(EvtxDecoder& decoder, std::uint32_t record, std::uint3
   event.tree = InstanceTree(decoder, event, token, definition, head, event.array.count);
 }
 
+// Takes out of a recovered record what nothing vouches for.
+[[gnu::noinline]] void LeaveOutUnproved(DecodedEvent& event) {
+  event.nested.usable = false;  // no plan is kept for what is only partly told
+  event.structure.slots.count = event.array.count;
+  if (event.recovery.checked == Checked::kNone) event.tree = UnvouchedTree(event, event.array, 0);
+}
+
 // A record whose binary XML is plain elements, as forwarded and re-exported logs hold them.
 void FrameElements(EvtxDecoder& decoder, std::uint32_t record, DecodedEvent& event) {
   constexpr std::uint32_t kHeaders = kRecordHeaderSize + kFragmentHeaderSize;
@@ -249,7 +256,7 @@ void NoteOwnTime(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t time) 
   event.own_time = time;
   const std::uint64_t apart =
       std::max(time, event.written_time) - std::min(time, event.written_time);
-  decoder.account.other_times += apart >= kTicksPerSecond;
+  decoder.account.other_times += apart >= kTicksPerSecond && !IsRecovered(event.recovery);
 }
 
 // The header states when a record was written to this log, which for one that was saved from
@@ -309,19 +316,22 @@ bool FrameRecord(EvtxDecoder& decoder, std::uint32_t offset, std::uint64_t expec
                                   HexText(event.record_file_offset));
   }
   std::uint32_t definition = 0;
-  if (IsElementRecord(chunk, offset)) {
+  if (!event.recovery.has_values) {
+    // Its head is all that is told.
+  } else if (IsElementRecord(chunk, offset)) {
     FrameElements(decoder, offset, event);
   } else if (!ReadAt(chunk, offset + kRecordDefinitionField, definition)) {
     NoteNoTemplate(decoder, event);
   } else if (decoder.policy == Policy::kComplete) {
     FrameWhateverIsThere(decoder, offset, definition, event);
+    if (event.recovery.checked != Checked::kAll) LeaveOutUnproved(event);
   } else if (definition > kMaxDefinitionOffset) {
     NoteFault(decoder, event, RecordFault::kTemplateOffset);
     return false;
   } else {
     FrameInstance(decoder, offset, definition, expected_number, event);
   }
-  ++decoder.account.records;
+  decoder.account.records += !IsRecovered(event.recovery);
   const std::uint32_t work_left = event.work_left;
   if (decoder.trace) ResolveStreams(decoder, event);
   SettleEventId(decoder, event, work_left);

@@ -25,6 +25,7 @@ void EndChunk(EvtxDecoder& decoder);
 
 // Frames the record at `offset` of the chunk, whose 24-byte head lies inside it: reads its header,
 // finds and registers templates, parses its substitution array and settles its event identifier.
+// What event.recovery, settled before, does not vouch for is given without names or not at all.
 // The result is a function of the chunk and of the settings, but for crafted records that repeat
 // themselves: these share what their chunk has for it with those whose plans were asked for. False
 // when the record is to be skipped without a word. `expected_number` is the number that the walk

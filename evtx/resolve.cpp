@@ -76,15 +76,25 @@ Tree& NextFragment(DecodedEvent& event) {
   return *event.fragments[event.fragments_used++];
 }
 
+void AddOpen(Tree& tree, std::string_view name) {
+  tree.nodes.push_back({NodeKind::kElement, false, 0, 0, name});
+  tree.nodes.push_back({NodeKind::kStartEnd, false, 0, 0, {}});
+}
+
+void AddSlot(Tree& tree, std::uint32_t slot) {
+  tree.nodes.push_back({NodeKind::kSlot, true, static_cast<std::uint16_t>(slot), 0, {}});
+}
+
+void AddEnd(Tree& tree) { tree.nodes.push_back({NodeKind::kElementEnd, false, 0, 0, {}}); }
+
 // The values of an instance whose template is not known, as unnamed data.
 const Tree* UnnamedTree(DecodedEvent& event, std::uint32_t count) {
   Tree& tree = NextFragment(event);
   tree = {};
   for (std::uint32_t slot = 0; slot < count; ++slot) {
-    tree.nodes.push_back({NodeKind::kElement, false, 0, 0, "Data"});
-    tree.nodes.push_back({NodeKind::kStartEnd, false, 0, 0, {}});
-    tree.nodes.push_back({NodeKind::kSlot, true, static_cast<std::uint16_t>(slot), 0, {}});
-    tree.nodes.push_back({NodeKind::kElementEnd, false, 0, 0, {}});
+    AddOpen(tree, "Data");
+    AddSlot(tree, slot);
+    AddEnd(tree);
   }
   tree.extent = ExtentOf(tree, Policy::kComplete);
   return &tree;
@@ -125,7 +135,11 @@ std::uint32_t AddInstance(Resolution& run, std::uint32_t token, int depth) {
   }
   if (array.cut) NoteFault(decoder, event, RecordFault::kValuesCut);
   if (!ChargeOrNote(decoder, event, array.count)) return kChunkSize;
-  AddStream(run, InstanceTree(decoder, event, token, instance.definition, head, array.count),
+  const bool vouched_for = event.recovery.checked == Checked::kAll;
+  AddStream(run,
+            vouched_for
+                ? InstanceTree(decoder, event, token, instance.definition, head, array.count)
+                : UnvouchedTree(event, array, depth),
             array);
   return readable && !array.cut ? array.end : kChunkSize;
 }
@@ -153,7 +167,7 @@ void AddValueStreams(Resolution& run, SubstitutionValue value, int depth) {
     if (!ChargeOrNote(run.decoder, run.event, 1)) return;
   }
   if (start == FragmentStart::kInstance || !GivesValues(start, run.decoder.policy)) return;
-  if (!MayNest(run, depth)) return;
+  if (!MayNest(run, depth) || run.event.recovery.checked != Checked::kAll) return;
   AddStream(run, FragmentTree(run.decoder, run.event, token, end), {});
 }
 
@@ -288,6 +302,25 @@ const Tree* InstanceTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_
   }
   TraceTemplate(decoder, definition, head.size);
   return TemplateTree(decoder, event, definition, head.size);
+}
+
+const Tree* UnvouchedTree(DecodedEvent& event, const SubstitutionArray& array, int depth) {
+  const bool of_system = event.recovery.checked == Checked::kSystem;
+  const bool opens_data = of_system && depth == 1;
+  const std::string_view name = of_system ? "Data" : "Values";
+  Tree& tree = NextFragment(event);
+  tree = {};
+  if (opens_data) AddOpen(tree, "EventData");
+  for (std::uint32_t slot = 0; slot < array.count; ++slot) {
+    // What stands inside of a value follows the others: all of them are one list.
+    const bool nests = event.structure.slots[array.first + slot].type == kEvtVarTypeEvtBXml;
+    if (!nests) AddOpen(tree, name);
+    AddSlot(tree, slot);
+    if (!nests) AddEnd(tree);
+  }
+  if (opens_data) AddEnd(tree);
+  tree.extent = ExtentOf(tree, Policy::kComplete);
+  return &tree;
 }
 
 void TraceTemplate(EvtxDecoder& decoder, std::uint32_t offset, std::uint32_t size) {

@@ -23,6 +23,10 @@ const Tree* FragmentTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_
 const Tree* InstanceTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t token,
                          std::uint32_t definition, const DefinitionHead& head, std::uint32_t count);
 
+// The values of an instance of a recovered record whose names nothing vouches for, as a tree; of
+// one that stands `depth` deep in the record's values. Valid for the time of the record.
+const Tree* UnvouchedTree(DecodedEvent& event, const SubstitutionArray& array, int depth);
+
 // Writes the tokens of a definition's body to the trace, if there is one.
 void TraceTemplate(EvtxDecoder& decoder, std::uint32_t offset, std::uint32_t size);
 

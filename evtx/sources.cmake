@@ -8,11 +8,15 @@ target_sources(tarnlex_core PRIVATE
   evtx/find_record.cpp
   evtx/first_record.cpp
   evtx/fragment.cpp
+  evtx/judge_record.cpp
   evtx/nested_scan.cpp
   evtx/plan_of.cpp
   evtx/record.cpp
   evtx/record_check.cpp
+  evtx/recover.cpp
   evtx/resolve.cpp
+  evtx/sound_stream.cpp
+  evtx/sound_value.cpp
   evtx/substitution.cpp
   evtx/survey.cpp
   evtx/template_store.cpp

@@ -6,6 +6,7 @@
 #include "evtx/find_record.h"
 #include "evtx/record.h"
 #include "evtx/record_check.h"
+#include "evtx/recover.h"
 #include "evtx/survey.h"
 #include "evtx/trace.h"
 #include "logs/date_time.h"
@@ -28,6 +29,7 @@ void HandleRecord(EvtxDecoder& decoder, const EvtxHandlers& handlers, std::uint3
     handlers.progress(Load<std::uint64_t>(decoder.chunk.data.data() + offset + kRecordIdField));
   }
   if (!FrameRecord(decoder, offset, expected, event)) return;
+  if (decoder.notes) NoteLiveRecord(*decoder.notes, event.record_id, event.written_time);
   if (decoder.checks_records) CheckRecord(decoder, event);
   handlers.record(decoder, event);
   decoder.account.undated += !IsValidFiletime(event.time);
@@ -126,6 +128,11 @@ void WalkAllRecords(EvtxDecoder& decoder, const EvtxHandlers& handlers, DecodedE
     if (!led_to) regained += decoder.account.records - before;
   }
   AddRegained(decoder.account, {why, chunk.file_offset, regained});
+  if (decoder.notes) {
+    NotePlace(*decoder.notes, data,
+              {chunk.file_offset, static_cast<std::uint32_t>(data.size()),
+               std::max(search.at, search.end), search.last_id, FoundIn::kSlack});
+  }
   if (search.given < search.promised) {
     LeaveChunk(decoder, search.at, chunk.first_number + search.given);
   }
@@ -157,11 +164,17 @@ void TraceChunk(EvtxDecoder& decoder) {
 }
 
 // Whether a slot is a chunk to the decoder's policy. The complete one takes those that are cut, and
-// any that holds a record.
+// any that holds a record, unless these are to be recovered, and judged.
 bool IsChunk(const EvtxDecoder& decoder, Bytes slot) {
   const bool complete = decoder.policy == Policy::kComplete;
   if (HasChunkSignature(slot, 0)) return complete || slot.size() == kChunkSize;
-  return complete && HoldsWholeRecord(slot);
+  return complete && !decoder.notes && HoldsWholeRecord(slot);
+}
+
+void PassOver(EvtxDecoder& decoder, Bytes slot, std::uint64_t file_offset, FoundIn from) {
+  if (!decoder.notes) return;
+  NotePlace(*decoder.notes, slot,
+            {file_offset, static_cast<std::uint32_t>(slot.size()), 0, 0, from});
 }
 
 void WalkChunk(EvtxDecoder& decoder, Bytes slot, std::uint64_t file_offset,
@@ -191,11 +204,13 @@ void WalkSlots(EvtxDecoder& decoder, Bytes block, std::uint64_t file_offset,
       WalkChunk(decoder, slot, file_offset + offset, handlers, event);
     } else {
       AddSkippedSlot(decoder.account, file_offset + offset, CountRecordHeads(slot));
+      PassOver(decoder, slot, file_offset + offset, FoundIn::kUnsigned);
     }
   }
   const Bytes rest = block.subspan(offset);
   const bool walked = IsChunk(decoder, rest);
   if (walked) WalkChunk(decoder, rest, file_offset + offset, handlers, event);
+  if (!walked) PassOver(decoder, rest, file_offset + offset, FoundIn::kTail);
   decoder.account.trailing_bytes = rest.size();
   decoder.account.trailing_heads = walked ? 0 : CountRecordHeads(rest);
 }

@@ -10,7 +10,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   RunOptions options;
   options.csvgen_form = size % 4 == 3;
   options.delimited = size % 4 > 1;
-  options.complete = AsksForComplete({data, size});
+  options.recover = AsksForRecovery({data, size});
+  options.complete = options.recover || AsksForComplete({data, size});
   DumpLog(FileOf({data, size}), options, out, size % 2 == 1 ? &trace : nullptr);
   return 0;
 }

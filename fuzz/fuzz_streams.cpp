@@ -15,6 +15,7 @@ std::string Written(Bytes log, bool RunOptions::*form) {
   RunOptions options;
   options.*form = true;
   options.complete = true;
+  options.recover = AsksForRecovery(log);
   std::string text;
   TextSink out = MakeStringSink(text);
   DumpLog(FileOf(log), options, out);

@@ -125,6 +125,12 @@ void SaveEvtxSeeds() {
   Save("evtx", "small", small);
   Save("streams", "small", small);
   Save("streams", "odd_names", OddNames());
+  // Read with -recover: the first record is the log's, the others are left over.
+  ByteString forgotten = small;
+  ForgetRecords(forgotten, 0, 1);
+  forgotten[7] = 3;
+  Save("evtx", "forgotten", forgotten);
+  Save("streams", "forgotten", forgotten);
   EvtxBuilder two = SmallLog();
   two.AddChunk().AddSlot().AddEvent(EventOfAllTypes());
   Save("evtx", "two_chunks_and_a_gap", two.Build());

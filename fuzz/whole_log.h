@@ -29,4 +29,7 @@ void DumpLog(const InputFile& file, RunOptions options, TextSink& out, TextSink*
 // of a signature says so.
 inline bool AsksForComplete(Bytes log) { return log.size() > 7 && (log[7] & 1) != 0; }
 
+// Whether it also says that what it does not use any more is to be recovered.
+inline bool AsksForRecovery(Bytes log) { return log.size() > 7 && (log[7] & 2) != 0; }
+
 }  // namespace tarnlex

@@ -77,6 +77,8 @@ struct RunOptions {
 
   // Whether every value of every event is given: see docs/limits.md for what is lost otherwise.
   bool complete = false;
+  // Whether records are given that a log does not use any more.
+  bool recover = false;
 
   // How the run talks.
   bool strict = false;  // what there is to remark ends the run

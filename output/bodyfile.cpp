@@ -1,5 +1,6 @@
 #include "output/bodyfile.h"
 
+#include <string>
 #include <string_view>
 
 #include "logs/date_time.h"
@@ -57,7 +58,17 @@ void WriteValues(BodyfileWriter& line, const EventRecord& row) {
   WriteVerbatim(line.cells, last);
 }
 
-void WriteLine(BodyfileWriter& line, const EventRecord& row) {
+// As mactime names files that were deleted.
+void WriteRecovered(BodyfileWriter& line, const EventRows& rows, std::uint32_t number) {
+  const std::string recovered = RecoveryText(rows, number);
+  if (recovered.empty()) return;
+  WriteVerbatim(line.cells, " (recovered: " + recovered + " at ");
+  WriteNumber(line.cells, rows.places[number].file_offset);
+  WriteCharacter(line.cells, ')');
+}
+
+void WriteLine(BodyfileWriter& line, const EventRows& rows, std::uint32_t number) {
+  const EventRecord& row = rows.rows[number];
   WriteVerbatim(line.cells, "0|Event ID: ");
   WriteNumber(line.cells, row.eventId);
   if (!row.queryName.empty()) {
@@ -65,6 +76,7 @@ void WriteLine(BodyfileWriter& line, const EventRecord& row) {
     WriteName(line, line.text_cleaner, row.queryName, WriteCleaned);
   }
   if (line.all_params) WriteValues(line, row);
+  WriteRecovered(line, rows, number);
   // Two events of one second and name are one to mactime, unless their inodes differ.
   WriteCharacter(line.cells, '|');
   WriteNumber(line.cells, line.complete ? row.eventRecordId : 0);
@@ -93,7 +105,7 @@ void WriteBodyfile(TextSink& out, const EventRows& rows, const RunOptions& optio
   header_pending = false;
   for (const std::uint32_t number : OrderRows(rows)) {
     if (out.failed) break;
-    WriteLine(line, rows.rows[number]);
+    WriteLine(line, rows, number);
   }
   FinishCells(line.cells);
 }

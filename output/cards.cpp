@@ -8,6 +8,7 @@
 #include "output/display_name.h"
 #include "output/level.h"
 #include "output/picked_columns.h"
+#include "output/table_cells.h"
 
 namespace tarnlex {
 namespace {
@@ -25,6 +26,8 @@ struct CardLine {
 struct Card {
   std::string record;
   std::string event_id;
+  std::string recovered;
+  std::string offset;
   std::string date_time;
   DateTimeText time;
   std::string_view level;
@@ -52,16 +55,21 @@ std::string_view FixedText(const CardWriter& writer, const EventRecord& row, Col
     case ColumnKind::kLevel: return card.level;
     case ColumnKind::kQueryName: return row.queryName;
     case ColumnKind::kProvider: return row.providerName;
+    case ColumnKind::kRecovered: return card.recovered;
+    case ColumnKind::kOffset: return card.offset;
     case ColumnKind::kLog: return writer.log_name;
     case ColumnKind::kValue: break;
   }
   return {};
 }
 
-void FillTexts(CardWriter& writer, const EventRecord& row) {
+void FillTexts(CardWriter& writer, const EventRows& rows, std::uint32_t number) {
+  const EventRecord& row = rows.rows[number];
   Card& card = writer.card;
   card.record = std::to_string(row.eventRecordId);
-  card.event_id = std::to_string(row.eventId);
+  card.event_id = KnowsEventId(rows, number) ? std::to_string(row.eventId) : std::string();
+  card.recovered = RecoveryText(rows, number);
+  if (rows.keeps_places) card.offset = std::to_string(rows.places[number].file_offset);
   card.time = FormatDateTime(writer.date_time, row.timeCreated);
   card.date_time = std::string(card.time.date).append(" ").append(card.time.time);
   card.level = LevelText(writer.is_evtx, row.level);
@@ -92,6 +100,8 @@ void AddAllLines(CardWriter& writer, const EventRecord& row) {
     const bool told = writer.is_evtx && static_cast<int>(i) == row.columns->provider_name;
     if (!told) card.lines.push_back({row.columns->names[i], card.values[i]});
   }
+  if (writer.options.recover)
+    AddFixedLines(writer, row, {ColumnKind::kRecovered, ColumnKind::kOffset});
   AddFixedLines(writer, row, {ColumnKind::kLog});
 }
 
@@ -202,7 +212,7 @@ void WriteCards(TextSink& out, const EventRows& rows, const LogInfo& log,
   for (const std::uint32_t number : order) {
     if (out.failed) return;
     const EventRecord& row = rows.rows[number];
-    FillTexts(writer, row);
+    FillTexts(writer, rows, number);
     writer.card.lines.clear();
     if (options.columns.empty()) {
       AddAllLines(writer, row);

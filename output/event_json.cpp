@@ -204,6 +204,9 @@ char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
   return out;
 }
 
+// What every line ends with.
+constexpr std::string_view kLineEnd = "}\n";
+
 // Room for the texts of all slots that the layout has.
 std::size_t RoomForSlots(const EventStructure& event, const EventJson& layout) {
   std::size_t size = 0;
@@ -220,16 +223,18 @@ std::size_t RoomForSlots(const EventStructure& event, const EventJson& layout) {
 }  // namespace
 
 bool WriteEventJson(TextSink& out, const EventStructure& event, const EventJson& layout,
-                    bool repeats) {
+                    bool repeats, std::string_view beside) {
   Filling run{event, layout};
-  char* at = Reserve(out, layout.room + RoomForSlots(event, layout));
+  char* at = Reserve(out, layout.room + RoomForSlots(event, layout) + beside.size());
   for (const EventJsonStep& step : layout.steps) at = WriteStep(run, step, at);
   if (run.met_array && !repeats) return false;
+  if (!beside.empty()) at = CopyText(kLineEnd, CopyText(beside, at - kLineEnd.size()));
   Commit(out, at);
   return true;
 }
 
-void WriteBareEventJson(TextSink& out, std::uint64_t record_id, std::uint64_t written_time) {
+void WriteBareEventJson(TextSink& out, std::uint64_t record_id, std::uint64_t written_time,
+                        std::string_view beside) {
   Append(out, R"({"Event":{"System":{)");
   char time[kMaxNumberRoom];
   char* const end = WriteEventTime(written_time, time);
@@ -238,7 +243,16 @@ void WriteBareEventJson(TextSink& out, std::uint64_t record_id, std::uint64_t wr
     Append(out, {time, static_cast<std::size_t>(end - time)});
     Append(out, R"("}},)");
   }
-  Append(out, R"("EventRecordID":)" + std::to_string(record_id) + "}}}\n");
+  Append(out, R"("EventRecordID":)" + std::to_string(record_id) + "}}");
+  Append(out, beside);
+  Append(out, kLineEnd);
+}
+
+std::string BesideEventJson(const Recovery& recovery, std::uint64_t file_offset) {
+  if (!IsRecovered(recovery)) return {};
+  return R"(,"Recovered":{"From":")" + std::string(NameOf(recovery.from)) + R"(","Checked":")" +
+         std::string(NameOf(recovery.checked)) + R"(","Offset":)" + std::to_string(file_offset) +
+         "}";
 }
 
 }  // namespace tarnlex

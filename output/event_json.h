@@ -5,9 +5,11 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "event/document.h"
+#include "event/recovery.h"
 #include "event/structure.h"
 #include "logs/text_sink.h"
 
@@ -71,11 +73,15 @@ struct EventJson {
 EventJson LayOutEventJson(const EventStructure& event, const Document& document, bool repeats);
 
 // Writes the line of an event. False, nothing being written, when it has to have a layout of its
-// own, with `repeats`; never if it has one.
+// own, with `repeats`; never if it has one. What stands beside the event is told by `beside`.
 bool WriteEventJson(TextSink& out, const EventStructure& event, const EventJson& layout,
-                    bool repeats);
+                    bool repeats, std::string_view beside);
 
 // Writes the line of a record that has no event: what its header says of it.
-void WriteBareEventJson(TextSink& out, std::uint64_t record_id, std::uint64_t written_time);
+void WriteBareEventJson(TextSink& out, std::uint64_t record_id, std::uint64_t written_time,
+                        std::string_view beside);
+
+// What stands beside the event of a record that was recovered; of any other nothing does.
+std::string BesideEventJson(const Recovery& recovery, std::uint64_t file_offset);
 
 }  // namespace tarnlex

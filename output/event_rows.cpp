@@ -298,6 +298,12 @@ void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::stri
   EndRow(rows, builder, at, row);
 }
 
+std::string RecoveryText(const EventRows& rows, std::uint32_t number) {
+  if (number >= rows.places.size() || !IsRecovered(rows.places[number].recovery)) return {};
+  const Recovery& recovery = rows.places[number].recovery;
+  return std::string(NameOf(recovery.from)).append("/").append(NameOf(recovery.checked));
+}
+
 RowNumbers OrderRows(const EventRows& rows) {
   std::vector<RowKey> keys;
   ReserveFilled(keys, rows.rows.size());
@@ -314,6 +320,7 @@ RowNumbers OrderRows(const EventRows& rows) {
 void ClearRows(EventRows& rows) {
   std::vector<EventRecord>().swap(rows.rows);
   rows.hosts.clear();
+  rows.places.clear();
   rows.scratch = {};
   if (rows.blocks.empty()) return;
   rows.blocks.resize(1);

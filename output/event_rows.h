@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "event/recovery.h"
 #include "output/cell_cleaner.h"
 
 namespace tarnlex {
@@ -116,6 +117,12 @@ struct HashText {
 };
 using TextSet = std::unordered_set<std::string, HashText, std::equal_to<>>;
 
+// Where a row's record stands, and what is proved of one that was recovered.
+struct RowPlace {
+  Recovery recovery;
+  std::uint64_t file_offset = 0;
+};
+
 // The ordered collection of one log's rows. Column sets and long-lived texts live in it too and
 // stay as long as the collection itself, past ClearRows: a decoder may remember them for a whole
 // log. Use a new collection for the next log.
@@ -126,6 +133,8 @@ struct EventRows {
   const std::vector<std::string>* wanted = nullptr;
   bool keeps_hosts = false;  // a timeline names the host of rows that have no column for it
   std::vector<std::string_view> hosts;  // of the first rows, interned; empty where there is none
+  bool keeps_places = false;            // rows say where they are from
+  std::vector<RowPlace> places;         // then, of every row
   std::vector<RowBytes> blocks;
   char* free_at = nullptr;
   char* free_end = nullptr;
@@ -142,7 +151,7 @@ struct EventRows {
 // Roughly the memory that a collection takes; cheap enough to ask for every row.
 inline std::size_t MemoryOf(const EventRows& rows) {
   return rows.block_bytes + rows.set_bytes + rows.rows.size() * sizeof(EventRecord) +
-         rows.hosts.size() * sizeof(std::string_view);
+         rows.hosts.size() * sizeof(std::string_view) + rows.places.size() * sizeof(RowPlace);
 }
 
 // Whether a row has to have a cell for the column: it is wanted, or the row takes what it says of
@@ -223,6 +232,10 @@ void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& 
 
 // Convenience for rows that are not made in the fast path: one text per column of row.columns.
 void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells);
+
+// What is told of the row at a position where rows say where they are from: how it was recovered,
+// "slack/all", and nothing of one that was not.
+std::string RecoveryText(const EventRows& rows, std::uint32_t number);
 
 // Positions in EventRows::rows.
 using RowNumbers = std::vector<std::uint32_t>;

@@ -98,6 +98,14 @@ bool WriteEventXml(TextSink& out, const EventStructure& event, const EventXml& l
   return true;
 }
 
+void BeginRecoveredXml(TextSink& out, const Recovery& recovery, std::uint64_t file_offset) {
+  Append(out, R"(<?tarnlex-recovered from=")");
+  Append(out, NameOf(recovery.from));
+  Append(out, R"(" checked=")");
+  Append(out, NameOf(recovery.checked));
+  Append(out, R"(" offset=")" + std::to_string(file_offset) + R"("?>)");
+}
+
 void WriteBareEventXml(TextSink& out, std::uint64_t record_id, std::uint64_t written_time) {
   Append(out, R"(<Event xmlns="http://schemas.microsoft.com/win/2004/08/events/event"><System>)");
   if (written_time != 0 && written_time >> 63 == 0) {

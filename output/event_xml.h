@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "event/document.h"
+#include "event/recovery.h"
 #include "event/structure.h"
 #include "logs/text_sink.h"
 
@@ -51,6 +52,10 @@ EventXml LayOutEventXml(const EventStructure& event, const Document& document, b
 // `replaced`.
 bool WriteEventXml(TextSink& out, const EventStructure& event, const EventXml& layout, bool repeats,
                    std::uint64_t& replaced);
+
+// Begins the line of a record that was recovered, in front of its event: by a processing
+// instruction, which leaves the event as it would be otherwise.
+void BeginRecoveredXml(TextSink& out, const Recovery& recovery, std::uint64_t file_offset);
 
 // Writes the line of a record that has no event: what its header says of it.
 void WriteBareEventXml(TextSink& out, std::uint64_t record_id, std::uint64_t written_time);

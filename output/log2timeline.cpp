@@ -115,11 +115,22 @@ void WriteInode(TimelineWriter& line) {
   WriteSeparator(line);
 }
 
-void WriteNotes(TimelineWriter& line, const EventRecord& row) {
+void WriteRecovered(TimelineWriter& line, const EventRows& rows, std::uint32_t number) {
+  const std::string recovered = RecoveryText(rows, number);
+  if (recovered.empty()) return;
+  const std::string offset = std::to_string(rows.places[number].file_offset);
+  const std::string_view blank = rows.rows[number].providerName.empty() ? "" : " ";
+  WriteCleaned(line.cells, line.text_cleaner,
+               std::string(blank) + "Recovered: " + recovered + " at " + offset);
+}
+
+void WriteNotes(TimelineWriter& line, const EventRows& rows, std::uint32_t number) {
+  const EventRecord& row = rows.rows[number];
   if (!row.providerName.empty()) {
     WriteVerbatim(line.cells, line.fixed.provider);
     WriteCleaned(line.cells, line.text_cleaner, row.providerName);
   }
+  WriteRecovered(line, rows, number);
   WriteSeparator(line);
 }
 
@@ -138,7 +149,7 @@ void WriteLine(TimelineWriter& line, const EventRows& rows, std::uint32_t number
   WriteField(line, "2");
   WriteField(line, line.log_name);
   WriteInode(line);
-  WriteNotes(line, row);
+  WriteNotes(line, rows, number);
   WriteVerbatim(line.cells, line.fixed.program);
   WriteSeparator(line);
   WriteVerbatim(line.cells, line.fixed.record);

@@ -20,6 +20,8 @@ constexpr FixedColumn kFixed[] = {
     {ColumnKind::kDateTime, "Date [UTC]"},
     {ColumnKind::kLevel, "Level"},
     {ColumnKind::kQueryName, "name"},
+    {ColumnKind::kRecovered, "Recovered"},
+    {ColumnKind::kOffset, "Offset"},
     {ColumnKind::kLog, "event log"},
     {ColumnKind::kProvider, "Provider Name"},
 };
@@ -29,6 +31,7 @@ struct TableTraits {
   bool is_evtx = true;
   bool paired = false;
   bool has_query_name = false;
+  bool has_places = false;
 };
 
 bool HasColumn(const TableTraits& table, ColumnKind kind) {
@@ -38,6 +41,8 @@ bool HasColumn(const TableTraits& table, ColumnKind kind) {
     case ColumnKind::kDateTime: return table.paired;
     case ColumnKind::kQueryName: return table.has_query_name;
     case ColumnKind::kProvider: return table.is_evtx;
+    case ColumnKind::kRecovered:
+    case ColumnKind::kOffset: return table.has_places;
     default: return true;
   }
 }
@@ -72,9 +77,10 @@ PickedColumns PickColumns(const EventRows& rows, std::span<const std::uint32_t> 
   const bool has_query_name = std::any_of(group.begin(), group.end(), [&](std::uint32_t number) {
     return !rows.rows[number].queryName.empty();
   });
+  const TableTraits table{is_evtx, paired, has_query_name, rows.keeps_places};
   PickedColumns picked;
   for (const std::string& name : names) {
-    picked.columns.push_back({name, KindOf({is_evtx, paired, has_query_name}, name)});
+    picked.columns.push_back({name, KindOf(table, name)});
   }
   const ColumnSet* last = nullptr;
   for (const std::uint32_t number : group) {
@@ -93,7 +99,7 @@ void NoteColumns(const EventRows& rows, const LogInfo& log, const RunOptions& op
   const bool has_query_name =
       std::any_of(rows.rows.begin(), rows.rows.end(),
                   [](const EventRecord& row) { return !row.queryName.empty(); });
-  const TableTraits table{log.is_evtx, options.pair_datetime, has_query_name};
+  const TableTraits table{log.is_evtx, options.pair_datetime, has_query_name, rows.keeps_places};
   std::erase_if(missing, [&](const std::string& name) {
     return KindOf(table, name) != ColumnKind::kValue ||
            std::any_of(rows.column_sets.begin(), rows.column_sets.end(),

@@ -25,6 +25,8 @@ enum class ColumnKind : std::uint8_t {
   kLevel,
   kQueryName,
   kProvider,
+  kRecovered,
+  kOffset,
   kLog,
   kValue,
 };

@@ -13,12 +13,16 @@ namespace {
 // A row whose cells are at hand.
 struct PickedRow {
   const EventRecord* row = nullptr;
+  std::uint32_t number = 0;
   const std::vector<int>* cells = nullptr;  // null for a row without values
   std::vector<std::string_view> texts;
 };
 
-void ReadPickedRow(const PickedColumns& picked, const EventRecord& row, PickedRow& read) {
+void ReadPickedRow(const PickedColumns& picked, const EventRows& rows, std::uint32_t number,
+                   PickedRow& read) {
+  const EventRecord& row = rows.rows[number];
   read.row = &row;
+  read.number = number;
   read.cells = row.columns ? &picked.cells.find(row.columns)->second : nullptr;
   if (row.columns) ReadCells(row, read.texts);
 }
@@ -36,7 +40,9 @@ std::size_t CharactersOf(std::string_view cell) {
 std::size_t FixedWidth(const TableWriter& table, ColumnKind kind) {
   switch (kind) {
     case ColumnKind::kRecord:
+    case ColumnKind::kOffset:
     case ColumnKind::kEventId: return kNumberWidth;
+    case ColumnKind::kRecovered: return kRecoveredWidth;
     case ColumnKind::kDate: return table.date_width;
     case ColumnKind::kTime: return table.time_width;
     case ColumnKind::kDateTime: return PairedWidth(table);
@@ -63,7 +69,7 @@ std::vector<std::size_t> Measure(const TableWriter& table, const EventRows& rows
   PickedRow read;
   for (std::size_t i = 0; i < group.size(); ++i) {
     FetchAhead(rows, group, i);
-    ReadPickedRow(picked, rows.rows[group[i]], read);
+    ReadPickedRow(picked, rows, group[i], read);
     for (std::size_t column = 0; column < widths.size(); ++column) {
       widths[column] =
           std::max(widths[column], TextWidth(picked.columns[column].kind, read, column));
@@ -83,13 +89,13 @@ void WriteValueCell(TableWriter& table, std::string_view text, std::size_t width
   if (table.padded) Pad(table, width, CharactersOf(text) + longer);
 }
 
-void WriteCell(TableWriter& table, ColumnKind kind, const PickedRow& read, std::size_t column,
-               std::size_t width) {
+void WriteCell(TableWriter& table, const EventRows& rows, ColumnKind kind, const PickedRow& read,
+               std::size_t column, std::size_t width) {
   const EventRecord& row = *read.row;
   const auto time = [&] { return FormatDateTime(table.date_time, row.timeCreated); };
   switch (kind) {
     case ColumnKind::kRecord: WriteNumberCell(table, row.eventRecordId); break;
-    case ColumnKind::kEventId: WriteNumberCell(table, row.eventId); break;
+    case ColumnKind::kEventId: WriteEventId(table, rows, read.number); break;
     case ColumnKind::kDate: WriteDateCell(table, time()); break;
     case ColumnKind::kTime: WriteTimeCell(table, time()); break;
     case ColumnKind::kDateTime: WritePairedCell(table, time()); break;
@@ -100,6 +106,8 @@ void WriteCell(TableWriter& table, ColumnKind kind, const PickedRow& read, std::
     case ColumnKind::kProvider:
       WriteRepeatedCell(table, table.provider_text, row.providerName, width);
       break;
+    case ColumnKind::kRecovered: WriteRecovered(table, rows, read.number); break;
+    case ColumnKind::kOffset: WriteNumberCell(table, rows.places[read.number].file_offset); break;
     case ColumnKind::kLog:
       WriteRepeatedCell(table, table.log_name_text, table.log_name, width);
       break;
@@ -129,10 +137,10 @@ void WritePickedTable(TableWriter& table, const EventRows& rows,
   for (std::size_t i = 0; i < group.size(); ++i) {
     if (table.cells.sink->failed) return;
     FetchAhead(rows, group, i);
-    ReadPickedRow(picked, rows.rows[group[i]], read);
+    ReadPickedRow(picked, rows, group[i], read);
     for (std::size_t column = 0; column < widths.size(); ++column) {
       if (column > 0) Write(table.cells, table.between);
-      WriteCell(table, picked.columns[column].kind, read, column, widths[column]);
+      WriteCell(table, rows, picked.columns[column].kind, read, column, widths[column]);
     }
     Write(table.cells, table.row_end);
   }

@@ -297,6 +297,12 @@ char* WriteWrittenTime(std::uint64_t filetime, char* out) {
   return WriteJsonTime(filetime, CopyText(",\"TimeWritten\":", out));
 }
 
+char* WriteRecovered(const Recovery& recovery, char* out) {
+  out = CopyText(NameOf(recovery.from), CopyText(",\"Recovered\":{\"From\":\"", out));
+  out = CopyText(NameOf(recovery.checked), CopyText("\",\"Checked\":\"", out));
+  return CopyText("\"}", out);
+}
+
 // The name of a child of the event: another one where that is a member of every record.
 std::string NameInEvent(std::string_view name) {
   constexpr std::string_view kOthers[] = {
@@ -465,6 +471,7 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
   at = WriteWrittenTime(record.written_time, at);
   at = WriteSteps(event, layout.steps, layout.tail, false, at);
   at = WriteNumber(",\"Offset\":", record.file_offset, at);
+  if (IsRecovered(record.recovery)) at = WriteRecovered(record.recovery, at);
   if (!record.report.empty()) at = CopyText(record.report, CopyText(",\"Report\":", at));
   if (record.timesketch) at = WriteTimesketch(record, event, layout, at);
   Commit(out, CopyText("}\n", at));

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "event/plan.h"
+#include "event/recovery.h"
 #include "event/structure.h"
 #include "logs/text_sink.h"
 #include "output/json_steps.h"
@@ -50,6 +51,7 @@ struct JsonRecord {
   std::uint64_t time = 0;       // when it happened
   std::uint64_t written_time = 0;
   std::uint64_t file_offset = 0;
+  Recovery recovery = {};
   bool timesketch = false;  // with what an import into Timesketch asks for
 };
 

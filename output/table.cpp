@@ -96,11 +96,20 @@ void WriteJoinedCells(TableWriter& table, const TableColumns& columns, const Eve
   table.cells.at = at;
 }
 
-void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord& row,
-              const std::vector<std::uint32_t>* positions) {
+// Where the row is from, in tables that say so.
+void WritePlaceCells(TableWriter& table, const EventRows& rows, std::uint32_t number) {
+  WriteRecovered(table, rows, number);
+  Write(table.cells, table.between);
+  WriteNumberCell(table, rows.places[number].file_offset);
+  Write(table.cells, table.between);
+}
+
+void WriteRow(TableWriter& table, const TableColumns& columns, const EventRows& rows,
+              std::uint32_t number, const std::vector<std::uint32_t>* positions) {
+  const EventRecord& row = rows.rows[number];
   WriteNumberCell(table, row.eventRecordId);
   Write(table.cells, table.between);
-  WriteNumberCell(table, row.eventId);
+  WriteEventId(table, rows, number);
   Write(table.cells, table.between);
   WriteTimeCells(table, row.timeCreated);
   Write(table.cells, table.between);
@@ -119,11 +128,12 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRecord
   } else {
     WriteValueCells(table, columns, row, positions);
   }
+  if (rows.keeps_places) WritePlaceCells(table, rows, number);
   WriteRepeatedCell(table, table.log_name_text, table.log_name, kLogWidth);
   Write(table.cells, table.row_end);
 }
 
-void WriteHeader(TableWriter& table, const TableColumns& columns) {
+void WriteHeader(TableWriter& table, const TableColumns& columns, bool has_places) {
   const auto put = [&table](std::string_view name, std::size_t width, bool centred) {
     WriteName(table, name, width, centred);
     WriteVerbatim(table.cells, table.separator);
@@ -143,6 +153,10 @@ void WriteHeader(TableWriter& table, const TableColumns& columns) {
   for (std::size_t i = 0; i < columns.names.size(); ++i) {
     put(columns.names[i], WidthOf(columns, i), false);
   }
+  if (has_places) {
+    put("Recovered", kRecoveredWidth, false);
+    put("Offset", kNumberWidth, true);
+  }
   WriteName(table, "event log", kLogWidth, false);
   PaintPlain(table);
   WriteCharacter(table.cells, '\n');
@@ -150,7 +164,7 @@ void WriteHeader(TableWriter& table, const TableColumns& columns) {
 
 void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::uint32_t> group,
                 const TableColumns& columns) {
-  WriteHeader(table, columns);
+  WriteHeader(table, columns, rows.keeps_places);
   MakeEmptyRow(table, columns);
   const ColumnSet* last = nullptr;
   const std::vector<std::uint32_t>* positions = nullptr;
@@ -162,7 +176,7 @@ void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::
       last = row.columns;
       positions = last == nullptr ? nullptr : &columns.positions.find(last)->second;
     }
-    WriteRow(table, columns, row, positions);
+    WriteRow(table, columns, rows, group[i], positions);
   }
 }
 

@@ -116,4 +116,10 @@ void WriteName(TableWriter& table, std::string_view name, std::size_t width, boo
 void PaintHeader(TableWriter& table) { PaintCells(table, kHeaderColor); }
 void PaintPlain(TableWriter& table) { PaintCells(table, kNoColor); }
 
+void WriteRecovered(TableWriter& table, const EventRows& rows, std::uint32_t number) {
+  const std::string recovered = RecoveryText(rows, number);
+  WriteOwnText(table, recovered);
+  Pad(table, kRecoveredWidth, recovered.size());
+}
+
 }  // namespace tarnlex

@@ -22,6 +22,7 @@ namespace tarnlex {
 inline constexpr std::size_t kNumberWidth = 10;
 inline constexpr std::size_t kLevelWidth = 6;
 inline constexpr std::size_t kLogWidth = 11;
+inline constexpr std::size_t kRecoveredWidth = std::string_view("unsigned/system").size();
 
 // A short text that stands behind every cell: stored as one block, then counted.
 struct CellEnd {
@@ -95,6 +96,22 @@ inline void WriteNumberCell(TableWriter& table, std::uint64_t number) {
   WriteNumber(table.cells, number);
   Pad(table, kNumberWidth, static_cast<std::size_t>(table.cells.at - start));
 }
+
+// Of a recovered record that nothing vouches for the identifier of its event is not known.
+inline bool KnowsEventId(const EventRows& rows, std::uint32_t number) {
+  return !rows.keeps_places || rows.places[number].recovery.checked != Checked::kNone;
+}
+
+inline void WriteEventId(TableWriter& table, const EventRows& rows, std::uint32_t number) {
+  if (KnowsEventId(rows, number)) {
+    WriteNumberCell(table, rows.rows[number].eventId);
+  } else {
+    Pad(table, kNumberWidth, 0);
+  }
+}
+
+// How the row's record was recovered, in rows that say where they are from.
+void WriteRecovered(TableWriter& table, const EventRows& rows, std::uint32_t number);
 
 // A text that is mostly the very one of the row before: cleaned when it changes.
 inline void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_view text,

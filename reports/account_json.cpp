@@ -51,6 +51,15 @@ void PutRecord(std::string& line, const SurveyedRecord& record) {
   Put(line, "at", record.file_offset);
 }
 
+void PutRecovered(std::string& line, const RecoveryCounts& counts) {
+  Begin(line, "recovered", '{');
+  for (std::size_t i = 0; i < counts.checked.size(); ++i) {
+    Put(line, NameOf(static_cast<Checked>(i)), counts.checked[i]);
+  }
+  Put(line, "copies", counts.copies);
+  line += '}';
+}
+
 void PutLosses(std::string& line, const Losses& losses) {
   Begin(line, "records", '{');
   Put(line, "decoded", losses.records);
@@ -62,6 +71,7 @@ void PutLosses(std::string& line, const Losses& losses) {
   Put(line, "undated", losses.undated);
   Put(line, "other_time", losses.other_times);
   line += '}';
+  if (losses.recovered.asked) PutRecovered(line, losses.recovered);
 }
 
 void PutFault(std::string& line, const WalkAccount& account, RecordFault fault) {

@@ -1,5 +1,6 @@
 #include "reports/log_account.h"
 
+#include <algorithm>
 #include <numeric>
 #include <string>
 
@@ -9,6 +10,12 @@
 namespace tarnlex {
 namespace {
 
+// Records that stand where no chunk is, but for those that a recovery came to.
+std::uint64_t HeadsNotRead(const WalkAccount& account) {
+  const std::uint64_t heads = account.skipped_heads + account.trailing_heads;
+  return heads - std::min(heads, account.recovered.outside);
+}
+
 Losses LossesOfEvtx(const WalkAccount& account) {
   Losses losses;
   losses.records = account.records;
@@ -16,8 +23,8 @@ Losses LossesOfEvtx(const WalkAccount& account) {
   losses.undated = account.undated;
   losses.other_times = account.other_times;
   losses.skipped = account.faults[static_cast<std::size_t>(RecordFault::kTemplateOffset)];
-  losses.left =
-      account.records_left + account.uncounted + account.skipped_heads + account.trailing_heads;
+  losses.left = account.records_left + account.uncounted + HeadsNotRead(account);
+  losses.recovered = account.recovered;
   losses.regained =
       std::accumulate(account.regained.begin(), account.regained.end(), std::uint64_t{0});
   return losses;
@@ -57,6 +64,7 @@ Losses& operator+=(Losses& sum, const Losses& more) {
   sum.left += more.left;
   sum.regained += more.regained;
   sum.copies += more.copies;
+  sum.recovered += more.recovered;
   return sum;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "event/recovery.h"
 #include "evt/walk.h"
 #include "evtx/account.h"
 #include "logs/log_info.h"
@@ -45,10 +46,11 @@ struct Losses {
   std::uint64_t partial = 0;  // among them, with less than they hold
   std::uint64_t undated = 0;  // among them
   std::uint64_t other_times = 0;
-  std::uint64_t skipped = 0;   // records that were come to and not decoded
-  std::uint64_t left = 0;      // records that were not come to, as far as they can be counted
-  std::uint64_t regained = 0;  // decoded records that a walk by sizes would not come to
-  std::uint64_t copies = 0;    // of records, left out
+  std::uint64_t skipped = 0;      // records that were come to and not decoded
+  std::uint64_t left = 0;         // records that were not come to, as far as they can be counted
+  std::uint64_t regained = 0;     // decoded records that a walk by sizes would not come to
+  std::uint64_t copies = 0;       // of records, left out
+  RecoveryCounts recovered = {};  // none of them among the others
 };
 Losses LossesOf(const LogAccount& account);
 Losses& operator+=(Losses& sum, const Losses& more);

@@ -48,6 +48,7 @@ EventRows MakeRows(const LogPass& pass) {
     rows.joined = JoinedForm(pass.options);
     if (!pass.options.columns.empty()) rows.wanted = &pass.options.columns;
   }
+  rows.keeps_places = pass.options.recover;
   rows.keeps_hosts = pass.options.complete && pass.options.l2t_form;
   return rows;
 }
@@ -77,9 +78,17 @@ void Add(LogPass& pass, AddRow add_row, WriteRecord write_record) {
   pass.wrote = true;
 }
 
+void KeepPlace(EventRows& rows, const RowPlace& place) {
+  if (rows.keeps_places) rows.places.push_back(place);
+}
+
 void AddEvtx(LogPass& pass, std::uint32_t at, EvtxDecoder& decoder, DecodedEvent& event) {
   Add(
-      pass, [&] { AddEvtxRow(pass.rows, pass.evtx, pass.evtx.queries[at], decoder, event); },
+      pass,
+      [&] {
+        AddEvtxRow(pass.rows, pass.evtx, pass.evtx.queries[at], decoder, event);
+        KeepPlace(pass.rows, {event.recovery, event.record_file_offset});
+      },
       [&](TextSink& out) {
         WriteEvtxStreamRecord(out, pass.stream, pass.options, pass.queries[at], at, decoder, event);
       });
@@ -87,7 +96,11 @@ void AddEvtx(LogPass& pass, std::uint32_t at, EvtxDecoder& decoder, DecodedEvent
 
 void AddEvt(LogPass& pass, std::uint32_t at, EvtRecord& record) {
   Add(
-      pass, [&] { AddEvtRow(pass.rows, pass.evt, pass.evt.queries[at], record); },
+      pass,
+      [&] {
+        AddEvtRow(pass.rows, pass.evt, pass.evt.queries[at], record);
+        KeepPlace(pass.rows, {{}, record.offset});
+      },
       [&](TextSink& out) {
         WriteEvtStreamRecord(out, pass.stream, pass.options, pass.queries[at], at, record);
       });

@@ -58,23 +58,27 @@ struct StreamedEvent {
   const Plan& plan;  // with the event's document
   std::uint64_t record_id = 0;
   std::uint64_t written_time = 0;
+  std::uint64_t file_offset = 0;
+  Recovery recovery = {};
 };
 
 void WriteEventJson(TextSink& out, Layouts<EventJson>& layouts, const StreamedEvent& event) {
   const Document& document = event.plan.document;
+  const std::string beside = BesideEventJson(event.recovery, event.file_offset);
   if (document.items.empty()) {
-    WriteBareEventJson(out, event.record_id, event.written_time);
+    WriteBareEventJson(out, event.record_id, event.written_time, beside);
     return;
   }
   EventJson& layout = Place(layouts, event.plan);
   if (!layout.made) layout = LayOutEventJson(event.structure, document, false);
-  if (WriteEventJson(out, event.structure, layout, false)) return;
+  if (WriteEventJson(out, event.structure, layout, false, beside)) return;
   layouts.loose = LayOutEventJson(event.structure, document, true);
-  WriteEventJson(out, event.structure, layouts.loose, true);
+  WriteEventJson(out, event.structure, layouts.loose, true, beside);
 }
 
 void WriteEventXml(TextSink& out, RecordStream& stream, const StreamedEvent& event) {
   const Document& document = event.plan.document;
+  if (IsRecovered(event.recovery)) BeginRecoveredXml(out, event.recovery, event.file_offset);
   if (document.items.empty()) {
     WriteBareEventXml(out, event.record_id, event.written_time);
     return;
@@ -122,7 +126,8 @@ void WriteEvtxStreamRecord(TextSink& out, RecordStream& stream, const RunOptions
                            DecodedEvent& event) {
   const Plan& plan = PlanOf(decoder, event);
   if (WriteWhole(out, stream, options,
-                 {event.structure, plan, event.record_id, event.written_time})) {
+                 {event.structure, plan, event.record_id, event.written_time,
+                  event.record_file_offset, event.recovery})) {
     return;
   }
   RecordJson& layout = Place(stream, query, position, plan);
@@ -132,8 +137,8 @@ void WriteEvtxStreamRecord(TextSink& out, RecordStream& stream, const RunOptions
         LayOutRecordJson(event.structure, plan.document, plan, IsWhole(query) ? nullptr : &pulled);
   }
   const JsonRecord record{
-      stream.log,         stream.queries[position].report, event.record_id,   event.time,
-      event.written_time, event.record_file_offset,        options.timesketch};
+      stream.log,         stream.queries[position].report, event.record_id, event.time,
+      event.written_time, event.record_file_offset,        event.recovery,  options.timesketch};
   WriteRecordJson(out, record, event.structure, plan.document, layout);
 }
 
@@ -151,8 +156,13 @@ void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions&
     const std::vector<PulledValue> pulled = EvtPulledValues(names, query);
     layout = LayOutRecordJson(event, plan.document, names, IsWhole(query) ? nullptr : &pulled);
   }
-  const JsonRecord line{stream.log,        stream.queries[position].report,  record.record_number,
-                        record.filetime,   EvtFiletime(record.time_written), record.offset,
+  const JsonRecord line{stream.log,
+                        stream.queries[position].report,
+                        record.record_number,
+                        record.filetime,
+                        EvtFiletime(record.time_written),
+                        record.offset,
+                        {},
                         options.timesketch};
   WriteRecordJson(out, line, event, plan.document, layout);
 }

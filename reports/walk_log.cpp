@@ -15,6 +15,7 @@
 #include "evtx/evtx_format.h"
 #include "evtx/file_header.h"
 #include "evtx/record.h"
+#include "evtx/recover.h"
 #include "evtx/trace.h"
 #include "evtx/walk.h"
 #include "logs/log_content.h"
@@ -145,6 +146,46 @@ Stretch PartOf(const RunOptions& options, std::uint64_t start, std::uint64_t log
   return {cut(options.part - 1), cut(options.part)};
 }
 
+// The records of those parts of the log that other runs read: copies are told by all of them.
+void NoteRecordsOfOthers(const EvtxDecoder& decoder, RecoveryNotes& notes, const InputFile& file,
+                         Stretch others, Progress& progress) {
+  EvtxDecoder other;
+  BeginLog(other, nullptr, decoder.policy);
+  RecoveryNotes own;
+  other.notes = &own;
+  EvtxHandlers none;
+  none.record = [](EvtxDecoder&, DecodedEvent&) {};
+  FileBytes buffer;
+  for (std::uint64_t at = others.begin; at < others.end && !StopsHere(progress);) {
+    const Bytes bytes = ReadInto(file, at, std::min(kBlockSize, others.end - at), buffer);
+    if (bytes.empty()) break;
+    WalkSlots(other, bytes, at, none);
+    at += bytes.size();
+  }
+  for (const auto& [id, time] : own.live) NoteLiveRecord(notes, id, time);
+}
+
+// What the walk has noted; behind it, when it is known which records the log has. Of a log that was
+// not walked to its end nothing tells copies from records of their own.
+void RecoverNoted(EvtxDecoder& decoder, RecoveryNotes& notes, const EvtxHandlers& handlers,
+                  const InputFile& file, Progress& progress) {
+  decoder.notes = nullptr;
+  FinishNotes(notes);
+  decoder.account.recovered.not_compared = notes.not_kept;
+  FileBytes buffer;
+  for (const RecoveryPlace& place : notes.places) {
+    if (progress.stopped || StopsHere(progress)) return;
+    const Bytes slot = ReadInto(file, place.file_offset, place.size, buffer);
+    if (slot.size() == place.size) RecoverPlace(decoder, notes, slot, place, handlers);
+  }
+}
+
+// Has the walk note what there is to recover.
+void BeginNotes(const LogPass& pass, EvtxDecoder& decoder, RecoveryNotes& notes) {
+  decoder.notes = pass.options.recover ? &notes : nullptr;
+  decoder.account.recovered.asked = pass.options.recover;
+}
+
 void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
                   std::uint64_t block_size) {
   const Stretch part = PartOf(pass.options, start, file.size);
@@ -159,6 +200,8 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
   if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(part_size, kSmallEvtxRecord));
   std::uint64_t in_block = 0;
   const EvtxHandlers handlers = MakeHandlers(pass, in_block);
+  RecoveryNotes notes;
+  BeginNotes(pass, decoder, notes);
   FileBytes buffer;
   for (std::uint64_t offset = part.begin; offset < part.end;) {
     const std::uint64_t size = std::min(block_size, part.end - offset);
@@ -171,6 +214,11 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
     if (read < size || HasFailed(pass.run.records)) break;
     offset += size;
   }
+  if (!notes.places.empty()) {
+    NoteRecordsOfOthers(decoder, notes, file, {start, part.begin}, pass.run.progress);
+    NoteRecordsOfOthers(decoder, notes, file, {part.end, file.size}, pass.run.progress);
+  }
+  RecoverNoted(decoder, notes, handlers, file, pass.run.progress);
   if (!pass.run.progress.stopped) Advance(pass.run.progress, part_size, part_size);
   WriteRows(pass);
   WriteEvtxAccount(pass, decoder);

@@ -457,6 +457,32 @@ ByteString RingOfXp() {
   return file;
 }
 
+// Five records of which the log has forgotten all but the first. The second one's own template is
+// in that; what the third brings along is whole, that of the fourth is overwritten, and the fifth's
+// own template is.
+ByteString ForgottenLog() {
+  EvtxBuilder log;
+  const auto add = [&log](std::uint32_t id, const std::string& computer, const std::string& name) {
+    log.AddEvent({.event_id = id,
+                  .time = Filetime(2012, 3, 8, 9, static_cast<int>(id % 60), 0, 5),
+                  .computer = computer,
+                  .data = {{name, "alice"}, {"LogonType", "3"}}});
+  };
+  add(4608, "WKS-ALPHA", "First");
+  add(4624, "WKS-ALPHA", "First");
+  add(4625, "WKS-ALPHA", "TargetUserName");
+  add(4634, "WKS-ALPHA", "Lost");
+  add(4647, "WKS-OMEGA", "TargetUserName");
+  ByteString file = log.Build();
+  support::ForgetRecords(file, 0, 1);
+  for (const char16_t* text : {u"Lost", u"WKS-OMEGA"}) {
+    ByteString units;
+    support::PutWide(units, text);
+    std::search(file.begin(), file.end(), units.begin(), units.end())[1] = 0xD8;
+  }
+  return file;
+}
+
 ByteString BareChunk() {
   EvtxBuilder log;
   const PlainEvent event{.provider = "Cut out", .id = 5, .data = {{"Text", "from memory"}}};
@@ -492,6 +518,7 @@ void WriteSampleFiles(const std::string& directory) {
       {"times.evtx", TimesLog()},
       {"damaged.evtx", DamagedLog()},
       {"torn.evtx", TornLog()},
+      {"forgotten.evtx", ForgottenLog()},
       {"tampered/Security.evtx", TamperedLog()},
       {"tampered/SecEvent.Evt", TamperedLogOfXp()},
       {"archive-7.evtx", SmallSecurityLog()},

@@ -8,6 +8,10 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/complete_record_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/nested_scan_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/record_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/recover_property_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/recover_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/sound_real_logs_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/sound_value_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/substitution_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/survey_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/template_test.cpp

@@ -108,6 +108,33 @@ TEST(RunAccount, SurveysALogInItsFirstWalkOnly) {
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1);
 }
 
+TEST(RunAccount, TellsWhatWasRecoveredOfAllLogsWhereThatWasAsked) {
+  std::string text;
+  RunAccount run;
+  run.out = MakeStringSink(text);
+  for (const char* path : {"a", "b"}) {
+    LogAccount account = ReadLog(path, 1, 0);
+    account.log.is_evtx = true;
+    account.evtx.recovered = {.asked = true, .checked = {4, 3, 2}, .copies = 1};
+    AddWalk(run, account);
+  }
+  EndLogs(run, TableOf({{.path = "a", .kind = {}}, {.path = "b", .kind = {}}}), Unwalked::kUnasked);
+  EndAccount(run, {{"tarnlex"}, 0, 0, 0});
+  EXPECT_NE(text.find("\"recovered\":{\"all\":4,\"system\":3,\"none\":2,\"copies\":1}"),
+            std::string::npos);
+  EXPECT_NE(text.find("\"recovered\":{\"all\":8,\"system\":6,\"none\":4,\"copies\":2},\"exit\""),
+            std::string::npos);
+}
+
+TEST(RunAccount, SaysNothingOfRecoveringWhereItWasNotAsked) {
+  std::string text;
+  RunAccount run;
+  run.out = MakeStringSink(text);
+  AddWalk(run, ReadLog("a", 1, 0));
+  EndAccount(run, {{"tarnlex"}, 0, 0, 0});
+  EXPECT_EQ(text.find("recovered"), std::string::npos) << text;
+}
+
 TEST(RunAccount, WritesAnyPathAndAnyNumberAsJson) {
   std::string text;
   RunAccount run;

@@ -55,6 +55,16 @@ void InsertSlot(ByteString& file, std::size_t slot, ByteString bytes) {
   file.insert(at, bytes.begin(), bytes.end());
 }
 
+void ForgetRecords(ByteString& file, std::size_t slot, std::size_t kept) {
+  constexpr std::uint64_t kNone = ~std::uint64_t{0};
+  const std::size_t chunk = ChunkOffset(slot);
+  const std::size_t free = RecordOffset(file, slot, kept);
+  SetU64(file, chunk + 16, kept == 0 ? kNone : GetU64(file, chunk + 8) + kept - 1);
+  SetU64(file, chunk + 32, kept == 0 ? kNone : GetU64(file, chunk + 24) + kept - 1);
+  SetU32(file, chunk + 48, static_cast<std::uint32_t>(free - chunk));
+  FixChecksums(file);
+}
+
 void CutLastChunk(ByteString& file, std::size_t kept) {
   Truncate(file, file.size() - kEvtxChunkSize + kept);
 }

@@ -28,6 +28,9 @@ void RemoveChunkMagic(ByteString& file, std::size_t slot);
 void InsertSlot(ByteString& file, std::size_t slot, ByteString bytes = {});
 // Leaves `kept` bytes of the file's last slot.
 void CutLastChunk(ByteString& file, std::size_t kept);
+// Makes a chunk forget all but its first `kept` records, which stay where they are: what a log that
+// was cleared, or whose chunk is filled anew, leaves behind.
+void ForgetRecords(ByteString& file, std::size_t slot, std::size_t kept);
 // Sets the size in front of a record; 0 ends a chunk.
 void SetRecordSize(ByteString& file, std::size_t slot, std::size_t record, std::uint32_t size);
 

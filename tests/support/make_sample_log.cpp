@@ -1,6 +1,7 @@
 // make_sample_log OUT_DIR: writes a day of an invented computer as Security.evtx and System.evtx,
 // and a day of its forerunner as SecEvent.Evt and SysEvent.Evt, for the demonstration, for the
-// commands in the documents and for trying things out.
+// commands in the documents and for trying things out. Cleared.evtx is the security log after
+// somebody has cleared it: its first chunk has begun to be filled anew.
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -155,6 +156,23 @@ ByteString SecurityLog() {
   return log.Build();
 }
 
+ByteString ClearedLog() {
+  EvtxBuilder young;
+  Event cleared = SecurityEvent(1102, 104, Filetime(2023, 3, 14, 15, 0, 0, 1234567));
+  cleared.provider = "Microsoft-Windows-Eventlog";
+  cleared.provider_guid = "fc65ddd8-d6ef-4962-83d5-6e5cfe9ce148";
+  AddAccount(cleared.data, "Subject", kUsers[2]);
+  young.AddEvent(std::move(cleared));
+  ByteString log = young.Build();
+  const ByteString old = SecurityLog();
+  // What the new record does not take is left, and a chunk of which the header is gone.
+  const std::size_t free = RecordOffset(log, 0, 1);
+  log.resize(free);
+  log.insert(log.end(), old.begin() + static_cast<std::ptrdiff_t>(free), old.end());
+  SetBytes(log, ChunkOffset(1), ByteString(kEvtxFirstRecord));
+  return log;
+}
+
 Event SystemEvent(std::uint32_t id, const char* provider, const char* guid, std::uint64_t time) {
   Event event{.provider = provider,
               .provider_guid = guid,
@@ -279,6 +297,7 @@ int main(int argc, char** argv) {
   std::filesystem::create_directories(directory, ignored);
   const bool written = Write(directory / "Security.evtx", SecurityLog()) &&
                        Write(directory / "System.evtx", SystemLog()) &&
+                       Write(directory / "Cleared.evtx", ClearedLog()) &&
                        Write(directory / "SecEvent.Evt", OldSecurityLog()) &&
                        Write(directory / "SysEvent.Evt", OldSystemLog());
   return written ? 0 : 1;
