@@ -1,0 +1,1 @@
+"""Loading into DuckDB."""
