@@ -15,10 +15,13 @@ from tarnlex.errors import (
     TarnlexError,
 )
 from tarnlex.events import events
+from tarnlex.load import load
+from tarnlex.loaded import Loaded, Unread
 from tarnlex.program import version
 
 __all__ = [
     "LoadError",
+    "Loaded",
     "NoLogsError",
     "OptionError",
     "PathError",
@@ -26,6 +29,8 @@ __all__ = [
     "RunError",
     "SchemaError",
     "TarnlexError",
+    "Unread",
     "events",
+    "load",
     "version",
 ]

@@ -66,6 +66,10 @@ class Run:
         self._said.seek(0)
         return options.messages(self._said.read(MOST_SAID).decode("utf-8", "replace"))
 
+    def end(self) -> None:
+        """Asks the program to end; for another thread than the one that waits."""
+        self._process.terminate()
+
     def stop(self) -> None:
         """Ends the program, if it has not ended by itself."""
         # First, as it may be waiting for somebody to read on.
