@@ -87,7 +87,7 @@ def test_the_source_distribution_is_complete(packed: Path, tmp_path: Path) -> No
         tar.extractall(tmp_path, filter="data")
     (sources,) = tmp_path.iterdir()
     tools = Path(sys.executable).parent
-    build = [
+    build: list[str | Path] = [
         tools / "python",
         "-m",
         "build",

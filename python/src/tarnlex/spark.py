@@ -61,8 +61,9 @@ def events(
     The columns are the members of `-json`, in its order: EventData a map of texts, UserData and other objects
     texts of JSON, times timestamps, of which Spark keeps six digits of the second; the columns
     `TimeCreatedText` and `TimeWrittenText` have all seven. `Others` has members of any other name, `Unfit`
-    the texts of values that their column cannot hold, both as maps. `errors` is NULL, but for a log that could
-    not be read whole: such a log has a row that says so there, and names it in `Log`; the job goes on.
+    the texts of values that their column cannot hold, both as maps. `errors` is NULL, but for a log
+    that could not be read whole: such a log has a row that says so there, and names it in `Log`; the job
+    goes on.
 
     Each log, and each part of one above `part_size`, is a task of its own. A task that is lost is run again
     by Spark, which drops what came of it before: no event is there twice. A program that breaks off makes its
