@@ -1,0 +1,159 @@
+"""`tarnlex-desk overview`: a page that shows a case."""
+
+import argparse
+import base64
+import datetime
+import hashlib
+import math
+from collections.abc import Sequence
+from dataclasses import dataclass
+from pathlib import Path
+from typing import Any
+
+import duckdb
+from jinja2 import Environment, PackageLoader, StrictUndefined
+from markupsafe import Markup
+from plotly.offline import get_plotlyjs
+
+from tarnlex.desk.case import open_case
+from tarnlex.desk.files import replacing
+from tarnlex.desk.panels import PANELS, SIGMA_PANELS, TOTALS, Panel
+from tarnlex.desk.pictures import PICTURES, Row, as_json
+from tarnlex.desk.show import say, visible
+from tarnlex.errors import TarnlexError
+
+#: Rows of a table on the page; the query gives them all.
+ROWS = 500
+
+#: Characters of a cell.
+CELL = 400
+
+
+@dataclass(frozen=True)
+class Answer:
+    """A panel with the rows of its query."""
+
+    panel: Panel
+    columns: list[str]
+    rows: list[Row]
+    figure: Any
+
+    @property
+    def shown(self) -> list[Row]:
+        """The rows that the page has room for."""
+        return self.rows[:ROWS]
+
+    def numeric(self, index: int) -> bool:
+        """Whether a column has nothing but numbers."""
+        cells = [row[index] for row in self.rows if row[index] is not None]
+        return bool(cells) and all(isinstance(cell, int | float) for cell in cells)
+
+
+def run(arguments: argparse.Namespace) -> int:
+    """Makes the page of a case.
+
+    Raises:
+        TarnlexError: There is no such case, or the page cannot be written.
+    """
+    connection = open_case(arguments.case)
+    try:
+        text = page(connection, arguments.title or Path(arguments.case).stem)
+    except duckdb.Error as error:
+        raise TarnlexError(f"{arguments.case}: {error}") from error
+    finally:
+        connection.close()
+    with replacing(arguments.page) as file:
+        file.write(text)
+    say(f"{arguments.page}: {len(text.encode()):,} bytes")
+    return 0
+
+
+def page(connection: duckdb.DuckDBPyConnection, title: str) -> str:
+    """The page of a case as text: HTML that needs nothing else.
+
+    Args:
+        connection: The case.
+        title: What stands at the top.
+    """
+    answers = [_answer(connection, panel) for panel in _panels(connection)]
+    figures = {one.panel.key: one.figure for one in answers if one.figure is not None}
+    script = _environment().get_template("overview.js").render()
+    plotly = get_plotlyjs() if figures else ""
+    return (
+        _environment()
+        .get_template("overview.html")
+        .render(
+            title=visible(title),
+            totals=_totals(connection),
+            answers=answers,
+            figures=figures,
+            made=datetime.datetime.now(datetime.UTC).strftime("%Y-%m-%d %H:%M UTC"),
+            rows=ROWS,
+            plotly=_inline(plotly),
+            script=_inline(script),
+            style=_inline(_environment().get_template("overview.css").render()),
+            # The browser itself refuses every script but these two, and all that would be fetched.
+            scripts=" ".join(f"'sha256-{_digest(text)}'" for text in (plotly, script) if text),
+        )
+    )
+
+
+def _panels(connection: duckdb.DuckDBPyConnection) -> Sequence[Panel]:
+    found = connection.execute("SELECT 1 FROM duckdb_tables() WHERE table_name = 'sigma_hits'").fetchall()
+    return (*PANELS, *SIGMA_PANELS) if found else PANELS
+
+
+def _answer(connection: duckdb.DuckDBPyConnection, panel: Panel) -> Answer:
+    relation = connection.sql(panel.query)
+    rows = relation.fetchall()
+    draw = PICTURES.get(panel.picture)
+    figure = as_json(draw(rows)) if draw and rows else None
+    return Answer(panel, relation.columns, rows, figure)
+
+
+def _totals(connection: duckdb.DuckDBPyConnection) -> list[tuple[str, str]]:
+    relation = connection.sql(TOTALS)
+    row = relation.fetchall()[0]
+    return [(name, cell(value)) for name, value in zip(relation.columns, row, strict=True)]
+
+
+def cell(value: object) -> str:
+    """A value as the text of a cell."""
+    if value is None:
+        return ""
+    if isinstance(value, datetime.datetime):
+        return value.isoformat(sep=" ", timespec="seconds")
+    if isinstance(value, int):
+        return f"{value:,}"
+    if isinstance(value, float):
+        return f"{value:,.1f}" if math.isfinite(value) else str(value)
+    text = visible(str(value))
+    return text if len(text) <= CELL else f"{text[:CELL]}…"
+
+
+def _environment() -> Environment:
+    environment = Environment(
+        loader=PackageLoader("tarnlex.desk"),
+        # Every text is escaped, of whatever template.
+        autoescape=True,
+        undefined=StrictUndefined,
+        trim_blocks=True,
+        lstrip_blocks=True,
+    )
+    environment.filters["cell"] = cell
+    return environment
+
+
+def _inline(text: str) -> Markup:
+    """A script or style of ours as it stands; it must not end its element.
+
+    Raises:
+        TarnlexError: It would.
+    """
+    if "</script" in text.lower() or "</style" in text.lower():
+        raise TarnlexError("a script of the page would end early")
+    return Markup(text)  # noqa: S704 (no text of a log is in it)
+
+
+def _digest(text: str) -> str:
+    return base64.b64encode(hashlib.sha256(text.encode()).digest()).decode()
