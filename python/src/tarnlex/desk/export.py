@@ -14,7 +14,7 @@ from tarnlex.errors import TarnlexError
 
 # Texts throughout in EventData and its like: a server may give each name the type of its first value.
 _QUERY = """
-SELECT to_json(event), strftime(CAST({time} AS TIMESTAMP), '%Y-%m-%dT%H:%M:%S.%f+00:00'),
+SELECT to_json(event), strftime(make_timestamp(epoch_ns({time}) // 1000), '%Y-%m-%dT%H:%M:%S.%f+00:00'),
   event.Provider, event.EventID, event.EventData, event.UserData
 FROM (SELECT * FROM events ORDER BY coalesce(TimeCreated, TimeWritten) NULLS FIRST, Log, "Offset") AS event"""
 
@@ -24,6 +24,8 @@ _TIME = """CASE WHEN year(coalesce(event.TimeCreated, event.TimeWritten)) BETWEE
 
 #: Members whose values are written as texts.
 _OBJECTS = ("System", "EventData", "UserData", "RenderingInfo", "Others", "Recovered", "Unfit")
+
+_TIMES = {"TimeCreated", "TimeWritten"}
 
 #: Columns of a case that are no members of an event.
 _OWN = ("Load",)
@@ -60,12 +62,19 @@ def _line(event: dict[str, Any], time: str, message: str) -> str:
     for name in _OBJECTS:
         if name in members:
             members[name] = _texts(members[name])
-    for name in ("TimeCreated", "TimeWritten"):
-        if name in members:
-            members[name] = members[name].replace(" ", "T") + "Z"
+    for name in _TIMES & members.keys():
+        members[name] = _written(members[name])
+    # What found no column of its own is a member again.
+    members |= members.pop("Others", {}) | members.pop("Unfit", {})
     members |= {"message": message, "datetime": time, "timestamp_desc": "Event Logged"}
     # The importer takes some characters beside the line feed for ends of lines: none but ASCII is written.
     return json.dumps(members, separators=(",", ":"))
+
+
+def _written(time: str) -> str:
+    """A time as the program writes it, with seven digits; the database leaves out zeros at the end."""
+    whole, _, digits = time.partition(".")
+    return f"{whole.replace(' ', 'T')}.{digits:0<7}Z"
 
 
 def _texts(value: Any) -> Any:  # noqa: ANN401

@@ -87,7 +87,5 @@ def _tell(case: str, loaded: tarnlex.Loaded, events: int) -> int:
         say(f"{unread.path}: {'; '.join([unread.outcome, *unread.messages])}")
     before = f", {loaded.present} there before" if loaded.present else ""
     missing = f", {len(loaded.unread)} not read" if loaded.unread else ""
-    say(
-        f"{case}: {loaded.logs} logs with {loaded.rows} events loaded{before}{missing}; {events} events now"
-    )
+    say(f"{case}: {loaded.logs} logs with {loaded.rows} events loaded{before}{missing}; {events} events now")
     return 2 if loaded.unread else 0

@@ -4,7 +4,6 @@ import argparse
 import base64
 import datetime
 import hashlib
-import math
 from collections.abc import Sequence
 from dataclasses import dataclass
 from pathlib import Path
@@ -114,7 +113,10 @@ def _answer(connection: duckdb.DuckDBPyConnection, panel: Panel) -> Answer:
 def _totals(connection: duckdb.DuckDBPyConnection) -> list[tuple[str, str]]:
     relation = connection.sql(TOTALS)
     row = relation.fetchall()[0]
-    return [(name, cell(value)) for name, value in zip(relation.columns, row, strict=True)]
+    return [
+        (name, f"{value:,}" if isinstance(value, int) else cell(value))
+        for name, value in zip(relation.columns, row, strict=True)
+    ]
 
 
 def cell(value: object) -> str:
@@ -123,10 +125,6 @@ def cell(value: object) -> str:
         return ""
     if isinstance(value, datetime.datetime):
         return value.isoformat(sep=" ", timespec="seconds")
-    if isinstance(value, int):
-        return f"{value:,}"
-    if isinstance(value, float):
-        return f"{value:,.1f}" if math.isfinite(value) else str(value)
     text = visible(str(value))
     return text if len(text) <= CELL else f"{text[:CELL]}…"
 

@@ -22,6 +22,9 @@ Row = tuple[Any, ...]
 #: A strip of more days than this has only those with events.
 MOST_DAYS = 400
 
+#: So few days are named each.
+FEW_DAYS = 3
+
 #: Days between whose columns there is room for a gap.
 DAYS_APART = 200
 
@@ -112,7 +115,7 @@ def strip(rows: Sequence[Row]) -> go.Figure:
     )
     figure = _figure([heat], 340)
     # Cases of years have months without an event: only days that have some are shown then.
-    figure.update_xaxes(type="category" if sparse or len(days) < 3 else "date", nticks=8, tickangle=0)  # noqa: PLR2004
+    figure.update_xaxes(type="category" if sparse or len(days) < FEW_DAYS else "date", nticks=8, tickangle=0)
     if sparse:
         figure.update_xaxes(title={"text": "days that have events, others left out", "font": {"size": 11}})
     figure.update_yaxes(

@@ -71,27 +71,29 @@ def _rules_of_text(file: str, text: str, columns: FieldColumns) -> Iterator[Rule
     if not documents or not all(isinstance(one, dict) for one in documents):
         yield Rule(file, Path(file).name, reason="is not a Sigma rule: it has no members")
         return
-    collection = SigmaCollection.from_dicts(documents, collect_errors=True)
-    if not collection.rules:
+    for document in documents:
+        if "correlation" in document:
+            title = str(document.get("title") or Path(file).name)
+            yield Rule(file, title, reason="correlations of events are not run")
+    single = [document for document in documents if "correlation" not in document]
+    collection = SigmaCollection.from_dicts(single, collect_errors=True)
+    if single and not collection.rules:
         yield Rule(file, Path(file).name, reason="is not a Sigma rule: it has no detection")
     for rule in collection.rules:
-        yield _converted(file, rule, columns)
+        if isinstance(rule, SigmaRule):
+            yield _converted(file, rule, columns)
 
 
-def _converted(file: str, parsed: object, columns: FieldColumns) -> Rule:
-    level = getattr(parsed, "level", None)
+def _converted(file: str, parsed: SigmaRule, columns: FieldColumns) -> Rule:
     rule = Rule(
         file=file,
-        title=str(getattr(parsed, "title", "") or Path(file).name),
-        identifier=str(getattr(parsed, "id", "") or ""),
-        level=level.name.lower() if level is not None else "",
-        tags=tuple(map(str, getattr(parsed, "tags", ()))),
+        title=parsed.title or Path(file).name,
+        identifier=str(parsed.id or ""),
+        level=parsed.level.name.lower() if parsed.level is not None else "",
+        tags=tuple(map(str, parsed.tags)),
     )
-    errors = getattr(parsed, "errors", [])
-    if not isinstance(parsed, SigmaRule):
-        rule.reason = "correlations of events are not run"
-    elif errors:
-        rule.reason = f"is not a Sigma rule: {_one_line('; '.join(map(str, errors)))}"
+    if parsed.errors:
+        rule.reason = f"is not a Sigma rule: {_one_line('; '.join(map(str, parsed.errors)))}"
     else:
         try:
             rule.conditions = tuple(convert(parsed, columns))

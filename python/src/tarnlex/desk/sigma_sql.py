@@ -6,7 +6,7 @@ and its published backend for SQLite writes SQL; what differs in DuckDB is repla
 
 import copy
 import re
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from typing import Any, ClassVar, cast
 
 from sigma.backends.sqlite.sqlite import sqliteBackend
@@ -122,13 +122,12 @@ class CaseBackend(sqliteBackend):
     def finalize_query_case(self, rule: SigmaRule, query: str, index: int, _: ConversionState) -> Condition:
         """A condition with what it is bound to, as far as that follows from the rule."""
         values: Any = self._extract_field_values_from_rule
-        channels = [str(value).lower() for value in values(rule, "Channel", index)]
         event_ids = [str(value) for value in values(rule, "EventID", index)]
         if not all(map(str.isdecimal, event_ids)):
             event_ids = []
         return Condition(
             where=query,
-            channels=frozenset(channels),
+            channels=frozenset(str(value).lower() for value in values(rule, "Channel", index)),
             event_ids=frozenset(map(int, event_ids)),
             fields=frozenset(self.fields),
             all_values=self.all_values,
@@ -162,19 +161,36 @@ def convert(rule: SigmaRule, columns: FieldColumns) -> list[Condition]:
     conditions: dict[str, Condition] = {}
     reasons = []
     for pipeline in (sysmon_pipeline(), windows_audit_pipeline()):
-        convert_rule: Any = CaseBackend(pipeline + windows_logsource_pipeline(), columns).convert_rule
+        steps = pipeline + windows_logsource_pipeline()
+        channels = _channels(source, steps)
+        if not channels and (source.category or source.service):
+            continue
+        convert_rule: Any = CaseBackend(steps, columns).convert_rule
         try:
             found: list[Condition] = convert_rule(copy.deepcopy(rule), "case")
         except (SigmaError, NotImplementedError, ValueError, TypeError, AttributeError) as error:
             reasons.append(str(error) or type(error).__name__)
             continue
-        anywhere = source.category is None and source.service is None
-        conditions |= {one.where: one for one in found if anywhere or one.channels}
+        conditions |= {one.where: replace(one, channels=channels) for one in found}
     if not conditions:
         raise RuleNotConvertedError(
             reasons[0] if reasons else f"no Windows log is known for {_named(source)}"
         )
     return list(conditions.values())
+
+
+def _channels(source: SigmaLogSource, steps: ProcessingPipeline) -> frozenset[str]:
+    """The channels that a log source means, whatever a rule says of channels beside."""
+    asked = SigmaRule.from_dict(
+        {
+            "title": "Which channels?",
+            "logsource": source.to_dict(),
+            "detection": {"selection": {"Anything": "anything"}, "condition": "selection"},
+        }
+    )
+    convert_rule: Any = CaseBackend(copy.deepcopy(steps), FieldColumns()).convert_rule
+    found: list[Condition] = convert_rule(asked, "case")
+    return frozenset().union(*(one.channels for one in found))
 
 
 def _named(source: SigmaLogSource) -> str:

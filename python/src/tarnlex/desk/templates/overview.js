@@ -49,7 +49,7 @@
     heading.setAttribute("aria-sort", descending ? "descending" : "ascending");
     const rows = Array.from(table.tBodies[0].rows);
     const compare = number
-      ? (a, b) => (parseFloat(valueOf(a, index).replace(/,/g, "")) || 0) - (parseFloat(valueOf(b, index).replace(/,/g, "")) || 0)
+      ? (a, b) => (parseFloat(valueOf(a, index)) || 0) - (parseFloat(valueOf(b, index)) || 0)
       : (a, b) => valueOf(a, index).localeCompare(valueOf(b, index), "en", { numeric: true });
     rows.sort((a, b) => descending ? compare(b, a) : compare(a, b));
     table.tBodies[0].append(...rows);
