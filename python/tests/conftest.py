@@ -1,4 +1,4 @@
-"""The logs that the tests read, made by the repository's own builder of logs, and the program that reads them."""
+"""The logs that the tests read, made by the repository's own builder, and the program that reads them."""
 
 import os
 import shutil
@@ -28,6 +28,15 @@ def made(tmp_path_factory: pytest.TempPathFactory) -> Path:
 def logs(made: Path, tmp_path: Path) -> Path:
     """A copy of these logs, for tests that change them."""
     return Path(shutil.copytree(made, tmp_path / "logs"))
+
+
+@pytest.fixture(scope="session")
+def large(made: Path, tmp_path_factory: pytest.TempPathFactory) -> Path:
+    """A log of 20 MiB and 9,280 events: the same chunks again and again."""
+    content = (made / "Security.evtx").read_bytes()
+    path = tmp_path_factory.mktemp("large") / "large.evtx"
+    path.write_bytes(content[:4096] + content[4096:] * 160)
+    return path
 
 
 @pytest.fixture(scope="session")

@@ -26,6 +26,11 @@ class Before:
     loads: list[int] = field(default_factory=list)
     state: tuple[int, int] = (-1, -1)
 
+    @property
+    def is_loaded(self) -> bool:
+        """Whether one of its loads did not fail."""
+        return self.state != (-1, -1)
+
 
 class Ledger:
     """What a load knows of loads, its own included.

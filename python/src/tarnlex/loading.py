@@ -1,7 +1,8 @@
 """A load on its way: threads that each take a log, have it decoded, and insert it."""
 
+import contextlib
 from collections import deque
-from collections.abc import Callable, Iterator
+from collections.abc import Callable, Generator
 from concurrent.futures import FIRST_EXCEPTION, CancelledError, Future, ThreadPoolExecutor, wait
 from itertools import count
 from pathlib import Path
@@ -12,8 +13,8 @@ import duckdb
 from tarnlex import logs
 from tarnlex import table as tables
 from tarnlex.decode import Decoded, Decoders
-from tarnlex.errors import LoadError
-from tarnlex.ledger import Ledger
+from tarnlex.errors import LoadError, TarnlexError
+from tarnlex.ledger import Before, Ledger
 from tarnlex.loaded import Loaded, Unread
 from tarnlex.logs import Log
 from tarnlex.process import UNASKED
@@ -67,9 +68,7 @@ class Loading:
         numbers = count(self._ledger.last(self._connection) + 1)
         with self._pool, ThreadPoolExecutor(self._workers, "tarnlex_load") as threads:
             try:
-                running = [
-                    threads.submit(self._one, log, next(numbers), before[log.path].loads) for log in new
-                ]
+                running = [threads.submit(self._one, log, next(numbers), before[log.path]) for log in new]
                 wait(running, return_when=FIRST_EXCEPTION)
                 for one in running:
                     if one.done():
@@ -81,7 +80,7 @@ class Loading:
                 self._decoders.stop()
         return self._loaded
 
-    def _one(self, log: Log, load: int, before: list[int]) -> None:
+    def _one(self, log: Log, load: int, before: Before) -> None:
         """Loads a log in a transaction, or notes why it cannot be read."""
         if self._stopped.is_set():
             return
@@ -92,9 +91,12 @@ class Loading:
                     self._take(cursor, log, load, before)
                     cursor.commit()
                 except BaseException:
-                    cursor.rollback()
+                    with contextlib.suppress(duckdb.Error):  # one of a full disk has ended it already
+                        cursor.rollback()
                     raise
             except _UnreadError as error:
+                if self._stopped.is_set():
+                    return
                 self._note(cursor, log, load, error.what)
             except CancelledError:
                 return
@@ -102,18 +104,19 @@ class Loading:
                 raise LoadError(f"the database does not take {log.path}: {error}") from error
         self._done(log.size)
 
-    def _take(self, cursor: duckdb.DuckDBPyConnection, log: Log, load: int, before: list[int]) -> None:
+    def _take(self, cursor: duckdb.DuckDBPyConnection, log: Log, load: int, before: Before) -> None:
         """Inserts the events of a log and its row in the table of loads."""
         if log.outcome:
             raise _UnreadError(Decoded(Path(), 0, {"outcome": log.outcome}, []))
         parts = logs.parts(log, self._part_size)
         whole = self._pool.submit(self._decoders.account, log.path) if len(parts) > 1 else None
-        self._ledger.forget(cursor, before)
+        self._ledger.forget(cursor, before.loads)
         rows, messages = 0, []
-        for decoded in self._decoded(log.path, parts):
-            _judge(decoded)
-            rows += self._insert(cursor, decoded.lines, load)
-            messages += decoded.messages
+        with contextlib.closing(self._decoded(log.path, parts)) as all_parts:
+            for decoded in all_parts:
+                _judge(decoded)
+                rows += self._insert(cursor, decoded.lines, load)
+                messages += decoded.messages
         if whole:
             decoded = whole.result()
             _judge(decoded)
@@ -123,7 +126,7 @@ class Loading:
         with self._lock:
             self._loaded.logs += 1
             self._loaded.rows += rows
-            self._loaded.replaced += bool(before)
+            self._loaded.replaced += before.is_loaded
 
     def _note(self, cursor: duckdb.DuckDBPyConnection, log: Log, load: int, what: Decoded) -> None:
         """Notes a log that could not be read; what was loaded of it before stays."""
@@ -134,17 +137,26 @@ class Loading:
         with self._lock:
             self._loaded.unread.append(Unread(log.path, what.outcome, what.messages))
 
-    def _decoded(self, path: str, parts: list[str]) -> Iterator[Decoded]:
+    def _decoded(self, path: str, parts: list[str]) -> Generator[Decoded, None, None]:
         """The parts of a log in their order, decoded ahead as far as there is room."""
         ahead: deque[Future[Decoded]] = deque()
         rest = deque(parts)
-        while rest or ahead:
-            while rest and self._has_room(needed=not ahead):
-                ahead.append(self._pool.submit(self._decoders.part, path, rest.popleft()))
-            decoded = ahead.popleft().result()
-            yield decoded
-            decoded.lines.unlink(missing_ok=True)
-            self._room.release()
+        try:
+            while rest or ahead:
+                while rest and self._has_room(needed=not ahead):
+                    ahead.append(self._pool.submit(self._decoders.part, path, rest.popleft()))
+                yield ahead[0].result()
+                self._drop(ahead.popleft())
+        finally:
+            for left in ahead:
+                self._drop(left)
+
+    def _drop(self, decoding: Future[Decoded]) -> None:
+        """Makes room for another file, this one being of no use any more."""
+        with contextlib.suppress(CancelledError, TarnlexError):
+            if not decoding.cancel():
+                decoding.result().lines.unlink(missing_ok=True)
+        self._room.release()
 
     def _has_room(self, *, needed: bool) -> bool:
         """Takes room for a file; one that is needed is waited for, as others get on and make some."""
@@ -159,13 +171,20 @@ class Loading:
         """Inserts a file of lines; returns how many they were."""
         if not lines.exists() or lines.stat().st_size == 0:
             return 0
-        try:
-            row = cursor.execute(tables.insertion(self._table, lines, load)).fetchone()
-        except duckdb.InvalidInputException as error:
-            if "maximum_object_size" not in str(error):
-                raise
-            row = cursor.execute(tables.insertion(self._table, lines, load, lines.stat().st_size)).fetchone()
+        longest = _longest(lines) if lines.stat().st_size > _USUAL_LINE else None
+        row = cursor.execute(tables.insertion(self._table, lines, load, longest)).fetchone()
         return int(row[0]) if row else 0
+
+
+# The longest line, in bytes, that the database takes unless it is told of longer ones.
+_USUAL_LINE = 16 << 20
+
+
+def _longest(lines: Path) -> int | None:
+    """The longest line of a file, in bytes; None where all are of a usual length."""
+    with lines.open("rb") as file:
+        longest = max(len(line) for line in file)
+    return longest if longest >= _USUAL_LINE else None
 
 
 class _UnreadError(Exception):

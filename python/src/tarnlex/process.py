@@ -38,7 +38,12 @@ class Run:
             command = [program.find(), *arguments]
             try:
                 self._process = subprocess.Popen(
-                    command, bufsize=1 << 20, stdin=paths, stdout=out, stderr=self._said
+                    command,
+                    bufsize=1 << 20,
+                    stdin=paths,
+                    stdout=out,
+                    stderr=self._said,
+                    process_group=0,  # Ctrl-C is for this process, which then ends its runs
                 )
             except OSError as error:
                 self._said.close()

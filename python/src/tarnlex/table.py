@@ -83,9 +83,10 @@ def _exists(connection: "DuckDBPyConnection", name: str, columns: dict[str, str]
     if not there:
         return False
     if list(there.items()) != list(columns.items()):
-        differing = sorted({name for name, _ in there.items() ^ columns.items()}) or ["their order"]
+        theirs, ours = there.items() - columns.items(), columns.items() - there.items()
+        differing = _named(dict.fromkeys(name for name, _ in [*theirs, *ours])) or "their order"
         raise SchemaError(
-            f"there is a table {name} with other columns ({_named(differing)}): load into another table"
+            f"there is a table {name} with other columns ({differing}): load into another table"
         )
     return True
 
