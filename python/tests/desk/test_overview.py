@@ -271,3 +271,33 @@ def test_the_browser_runs_no_script_that_the_page_does_not_name(case: Path, tmp_
 )
 def test_labels_are_short_and_escaped(text: str, label: str) -> None:
     assert shown(text) == label
+
+
+def test_a_click_on_a_heading_sorts_the_rows(case: Path, tmp_path: Path) -> None:
+    text = page_of(case, tmp_path)
+    # The page lets no other script run, not even that of this test.
+    text = re.sub(r'<meta http-equiv="Content-Security-Policy"[^>]*>', "", text)
+    clicks = "".join(f"document.querySelectorAll('#{key} th button')[{column}].click();" for key, column in CLICKS)
+    (tmp_path / "page.html").write_text(text.replace("</body>", f"<script>{clicks}</script></body>"))
+    before, after = Page(text).tables, Page(opened(tmp_path / "page.html")).tables
+    hours = [int(row[2]) for row in after["hours"][1:]]
+    assert hours == sorted((int(row[2]) for row in before["hours"][1:]), reverse=True)
+    assert hours != [int(row[2]) for row in before["hours"][1:]]
+    failed = [row[0] for row in after["failed"][1:]]
+    assert failed == sorted((row[0] for row in before["failed"][1:]), key=str.lower)
+
+
+#: A second click turns the order around.
+CLICKS = [("hours", 2), ("hours", 2), ("failed", 0)]
+
+
+def test_what_was_not_read_is_on_the_page(logs: Path, tmp_path: Path) -> None:
+    with (logs / "Security.evtx").open("r+b") as log:
+        log.seek(4096)
+        log.write(bytes(65536))
+    broken = tmp_path / "Broken.evtx"
+    broken.write_text("This is no log.")
+    case = tmp_path / "case.duckdb"
+    assert main(["load", str(case), str(logs), str(broken)]) == 2
+    rows = Page(page_of(case, tmp_path)).tables["unread"]
+    assert str(broken) in [row[0] for row in rows[1:]]

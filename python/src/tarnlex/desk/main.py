@@ -34,7 +34,9 @@ def _parser() -> argparse.ArgumentParser:
     load.add_argument("case", metavar="CASE.duckdb", help="the database; made if there is none")
     load.add_argument("paths", metavar="FOLDER", nargs="+", help="a folder, or a log")
     load.add_argument("--recover", action="store_true", help="deleted records too")
-    load.add_argument("--workers", type=int, help="how many logs are read at once (as many as processors)")
+    load.add_argument(
+        "--workers", type=_number, help="how many logs are read at once (as many as processors)"
+    )
     sql = commands.add_parser("sql", help="asks a case in SQL; cannot change it", epilog=EPILOG)
     sql.add_argument("case", metavar="CASE")
     sql.add_argument("query", metavar="QUERY", help='as "SELECT EventID, count(*) FROM events GROUP BY ALL"')
@@ -59,6 +61,13 @@ def _parser() -> argparse.ArgumentParser:
             "--format", choices=("table", "csv", "json"), help="(a table on a terminal, else csv)"
         )
     return parser
+
+
+def _number(text: str) -> int:
+    number = int(text)
+    if number < 1:
+        raise argparse.ArgumentTypeError("at least 1")
+    return number
 
 
 def main(arguments: Sequence[str] | None = None) -> int:

@@ -16,7 +16,7 @@ from plotly.offline import get_plotlyjs
 
 from tarnlex.desk.case import open_case
 from tarnlex.desk.files import replacing
-from tarnlex.desk.panels import PANELS, SIGMA_PANELS, TOTALS, Panel
+from tarnlex.desk.panels import PANELS, SIGMA_PANELS, TOTALS, UNREAD, Panel
 from tarnlex.desk.pictures import PICTURES, Row, as_json
 from tarnlex.desk.show import say, visible
 from tarnlex.errors import TarnlexError
@@ -24,28 +24,23 @@ from tarnlex.errors import TarnlexError
 #: Rows of a table on the page; the query gives them all.
 ROWS = 500
 
+#: Rows that a picture is made of.
+PICTURE_ROWS = 200_000
+
 #: Characters of a cell.
 CELL = 400
 
 
 @dataclass(frozen=True)
 class Answer:
-    """A panel with the rows of its query."""
+    """A panel with the number of the rows of its query, those that the page has room for, and its picture."""
 
     panel: Panel
     columns: list[str]
+    kinds: list[str]
+    count: int
     rows: list[Row]
     figure: Any
-
-    @property
-    def shown(self) -> list[Row]:
-        """The rows that the page has room for."""
-        return self.rows[:ROWS]
-
-    def numeric(self, index: int) -> bool:
-        """Whether a column has nothing but numbers."""
-        cells = [row[index] for row in self.rows if row[index] is not None]
-        return bool(cells) and all(isinstance(cell, int | float) for cell in cells)
 
 
 def run(arguments: argparse.Namespace) -> int:
@@ -98,16 +93,29 @@ def page(connection: duckdb.DuckDBPyConnection, title: str) -> str:
 
 
 def _panels(connection: duckdb.DuckDBPyConnection) -> Sequence[Panel]:
-    found = connection.execute("SELECT 1 FROM duckdb_tables() WHERE table_name = 'sigma_hits'").fetchall()
-    return (*PANELS, *SIGMA_PANELS) if found else PANELS
+    found = connection.execute("SELECT table_name FROM information_schema.tables").fetchall()
+    tables = {row[0] for row in found}
+    optional = {"sigma_hits": SIGMA_PANELS, "accounts": (UNREAD,)}
+    return (*PANELS, *(panel for table in optional if table in tables for panel in optional[table]))
 
 
 def _answer(connection: duckdb.DuckDBPyConnection, panel: Panel) -> Answer:
     relation = connection.sql(panel.query)
-    rows = relation.fetchall()
+    count = relation.query("rows", "SELECT count(*) FROM rows")
     draw = PICTURES.get(panel.picture)
+    rows = relation.limit(PICTURE_ROWS if draw else ROWS).fetchall()
     figure = as_json(draw(rows)) if draw and rows else None
-    return Answer(panel, relation.columns, rows, figure)
+    number = count.fetchall()[0][0] if count else 0
+    kinds = [_kind([row[index] for row in rows[:ROWS]]) for index in range(len(relation.columns))]
+    return Answer(panel, relation.columns, kinds, number, rows[:ROWS], figure)
+
+
+def _kind(column: list[object]) -> str:
+    """The class of a column's cells: that of numbers, of times, or none."""
+    cells = [value for value in column if value is not None and not isinstance(value, bool)]
+    if cells and all(isinstance(value, int | float) for value in cells):
+        return "number"
+    return "time" if cells and all(isinstance(value, datetime.datetime) for value in cells) else ""
 
 
 def _totals(connection: duckdb.DuckDBPyConnection) -> list[tuple[str, str]]:

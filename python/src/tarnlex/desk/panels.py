@@ -169,8 +169,9 @@ WITH changes AS (
   WHERE (Channel = 'Security' AND EventID = 4616)
      OR (Channel = 'System' AND Provider = 'Microsoft-Windows-Kernel-General' AND EventID = 1)
      OR ({_OLD} AND EventID = 520))
-SELECT Time, Computer, Before, After, round(epoch(TRY_CAST(After AS TIMESTAMP_NS)) -
-  epoch(TRY_CAST(Before AS TIMESTAMP_NS)), 1) AS Seconds, Process, Account, Log
+SELECT Time, Computer, replace(substr(Before, 1, 19), 'T', ' ') AS Before,
+  replace(substr(After, 1, 19), 'T', ' ') AS After, round(epoch(TRY_CAST(changes.After AS TIMESTAMP_NS)) -
+  epoch(TRY_CAST(changes.Before AS TIMESTAMP_NS)), 1) AS Seconds, Process, Account, Log
 FROM changes WHERE Seconds IS NULL OR abs(Seconds) >= 1
 ORDER BY Time, Computer""",
 )
@@ -184,7 +185,8 @@ CRASHES = Panel(
 SELECT {TIME} AS Time, Computer, Provider, EventID,
   coalesce(EventData->>'param1', EventData->>'AppName', EventData->>'BugcheckCode', EventData->'Data'->>0)
     AS What,
-  coalesce(EventData->>'ModuleName', EventData->'Data'->>3) AS Module, Log
+  CASE Provider WHEN 'Application Error' THEN coalesce(EventData->>'ModuleName', EventData->'Data'->>3) END
+    AS Module, Log
 FROM events
 WHERE (Provider = 'Microsoft-Windows-Kernel-Power' AND EventID = 41)
    OR (Provider = 'EventLog' AND EventID = 6008)
@@ -233,6 +235,16 @@ SELECT CAST(TimeCreated AS TIMESTAMP) AS Time, Rule, RuleLevel AS "Level", Compu
   coalesce(EventData, UserData) AS Event, Log
 FROM sigma_hits ORDER BY Time, Rule""",
     open=False,
+)
+
+UNREAD = Panel(
+    "unread",
+    "Logs that were not read, or not all of",
+    "Of the account of each log: what was passed over, and records that were skipped or read only in part.",
+    """\
+SELECT Log, Outcome, Events, InPart, Skipped, "Left", Dirty, Messages
+FROM accounts WHERE Outcome <> 'read' OR InPart > 0 OR Skipped > 0 OR "Left" > 0 OR TornAt IS NOT NULL
+ORDER BY Log""",
 )
 
 PANELS = (HOSTS, LOGS, HOURS, LOGONS, FAILED, SERVICES, TASKS, CLEARED, CLOCK, CRASHES, DEFENDER)

@@ -7,10 +7,15 @@ from collections import Counter
 from rich.progress import Progress
 
 from tarnlex.desk.case import open_case
-from tarnlex.desk.show import say, show
+from tarnlex.desk.show import chosen_format, say, show
 from tarnlex.desk.sigma_fields import FieldColumns
 from tarnlex.desk.sigma_rules import read_rules, rule_files
 from tarnlex.desk.sigma_run import Outcome, run_rules
+
+#: What a terminal has room for.
+SHORT = """SELECT RuleLevel AS "Level", Rule, CAST(TimeCreated AS TIMESTAMP) AS Time, Computer, EventID,
+  substr(CAST(coalesce(EventData, UserData) AS VARCHAR), 1, 120) AS Event
+  FROM sigma_hits ORDER BY Time, Rule"""
 
 HITS = """SELECT Rule, RuleLevel AS "Level", Tags, TimeCreated, Computer, Channel, EventID, EventRecordID,
   coalesce(EventData, UserData) AS Event, Log, RuleFile FROM sigma_hits ORDER BY TimeCreated, Rule"""
@@ -38,7 +43,8 @@ def run(arguments: argparse.Namespace) -> int:
                 columns,
                 progress=lambda done, total: progress.update(bar, completed=done, total=total),
             )
-        show(connection.sql(HITS), arguments.format, title="Sigma hits")
+        form = chosen_format(arguments.format, sys.stdout)
+        show(connection.sql(SHORT if form == "table" else HITS), form, title="Sigma hits")
     finally:
         connection.close()
     return _tell(outcomes)
