@@ -334,11 +334,14 @@ def test_a_stop_in_the_middle_leaves_whole_logs(
     for number in range(12):
         os.link(made / "Security.evtx", logs / f"{number}.evtx")
     case = tmp_path / "case.duckdb"
-    monkeypatch.setenv("TARNLEX_PROGRAM", str(stand_in(tmp_path, "sleep 0.15")))
+    marks = tmp_path / "marks"
+    marks.touch()
+    monkeypatch.setenv("TARNLEX_PROGRAM", str(stand_in(tmp_path, f"echo >>{marks}; sleep 0.1")))
     with subprocess.Popen([sys.executable, "-c", LOAD, case, logs], stderr=subprocess.PIPE) as process:
-        time.sleep(1.6)
+        while marks.stat().st_size < 4 and process.poll() is None:
+            time.sleep(0.02)
         process.send_signal(how)
-        process.wait(10)
+        process.wait(60)
         assert process.returncode != 0
     with duckdb.connect(str(case)) as connection:
         stopped = counts(connection)

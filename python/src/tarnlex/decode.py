@@ -89,7 +89,7 @@ class Decoders:
             finally:
                 with self._lock:
                     self._running.discard(run)
-            messages = [said.replace(f"; {account} names them", "") for said in run.messages()]
+            messages = run.messages(account)
         logs, _ = read_account(account)
         account.unlink(missing_ok=True)
         if any(said.startswith("prob writing output") for said in messages):

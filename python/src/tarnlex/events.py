@@ -10,7 +10,7 @@ from tarnlex import options
 from tarnlex.errors import NoLogsError, OptionError, RunError
 from tarnlex.options import Value
 from tarnlex.paths import Paths, in_runs, listed
-from tarnlex.process import Run, read_account, unread
+from tarnlex.process import EMPTY, Run, read_account
 
 
 def events(paths: Paths, **chosen: Value) -> Iterator[dict[str, Any]]:
@@ -66,12 +66,10 @@ def _stream(
 
 
 def _judge(run: Run, source: list[str], account: Path) -> None:
-    """Raises what a run that has ended is to be blamed for."""
-    status = run.wait()
-    logs, _ = read_account(account)
-    missing = unread(logs)
-    if status != 0 and not logs and source[0] == "-dir":
-        raise NoLogsError(f"no event log below {source[1]}")
-    if status != 0 or missing:
-        said = [message.replace(f"; {account} names them", "") for message in run.messages()]
-        raise RunError(status, [*missing, *said])
+    """Raises what a run is to be blamed for."""
+    try:
+        run.judge(account)
+    except RunError as error:
+        if source[0] == "-dir" and error.exit == EMPTY and not read_account(account)[0]:
+            raise NoLogsError(f"no event log below {source[1]}") from error
+        raise

@@ -8,7 +8,7 @@ from typing import NamedTuple
 
 from tarnlex.errors import NoLogsError, RunError
 from tarnlex.paths import in_runs
-from tarnlex.process import Run, read_account
+from tarnlex.process import EMPTY, Run, read_account
 
 # The smallest part that the program makes of a log, as nothing but the list is wanted.
 _MOST_PARTS = 65536
@@ -54,8 +54,8 @@ def _below(source: list[str]) -> Iterator[tuple[str, str]]:
         asked = [*source, "-json", "-quiet", "-part", _LITTLE, "-out", os.devnull, "-account", str(account)]
         with Run(asked) as run:
             status = run.wait()
-            logs, whole = read_account(account)
-            if not logs and (whole is None or not whole["logs"]["all"]) and status in (0, 255):
+            logs, _ = read_account(account)
+            if status == EMPTY and not logs:
                 raise NoLogsError(f"no event log below {source[1]}")
             if status != 0:
                 raise RunError(status, run.messages())

@@ -9,12 +9,14 @@ from types import TracebackType
 from typing import IO, Any, Self
 
 from tarnlex import options, program
-from tarnlex.errors import ProgramError
+from tarnlex.errors import ProgramError, RunError
 
 # Of what a run says no more than this is kept, in bytes.
 MOST_SAID = 1 << 16
 # So long a run may take to end once it is asked to, in seconds.
 PATIENCE = 5.0
+# Exit code of a run without any log, and of one that failed otherwise.
+EMPTY = 255
 # Outcomes of logs that a run was not asked to read, by a report or by a part.
 UNASKED = ("read", "no report for it", "in part 1")
 
@@ -66,10 +68,25 @@ class Run:
         """The exit code, once the program has ended by itself."""
         return self._process.wait()
 
-    def messages(self) -> list[str]:
-        """What the program said on standard error, without the run header."""
+    def messages(self, account: Path | None = None) -> list[str]:
+        """What the program said on standard error, without the run header, and without naming the account."""
         self._said.seek(0)
-        return options.messages(self._said.read(MOST_SAID).decode("utf-8", "replace"))
+        said = options.messages(self._said.read(MOST_SAID).decode("utf-8", "replace"))
+        return [message.removesuffix(f"; {account} names them") for message in said]
+
+    def judge(self, account: Path) -> None:
+        """Waits for the end of the program.
+
+        Args:
+            account: The account that the run was asked for.
+
+        Raises:
+            RunError: The run failed, or a log that was asked for could not be read.
+        """
+        status = self.wait()
+        missing = unread(read_account(account)[0])
+        if status != 0 or missing:
+            raise RunError(status, [*missing, *self.messages(account)])
 
     def end(self) -> None:
         """Asks the program to end; for another thread than the one that waits."""
