@@ -13,6 +13,8 @@ packages_for() {
     # What the documents' commands use beside that; they are left out without it. Beside these packages of
     # PyPI, which tests/docs/get_packages.sh gets.
     docs) echo jq parallel python3-pandas python3-venv ;;
+    # The browser in which the page of a case is looked at; its tests are skipped without it.
+    desk) echo chromium python3-venv ;;
     check) echo git clang-format clang-tidy python3 ;;
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
     deb | source) echo git build-essential debhelper cmake ninja-build ;;
