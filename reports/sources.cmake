@@ -4,6 +4,7 @@ target_sources(tarnlex_core PRIVATE
   reports/command_file.cpp
   reports/command_language.cpp
   reports/command_remarks.cpp
+  reports/event_marks.cpp
   reports/evt_query.cpp
   reports/evtx_query.cpp
   reports/filter.cpp
