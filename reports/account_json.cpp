@@ -60,6 +60,11 @@ void PutRecovered(std::string& line, const RecoveryCounts& counts) {
   line += '}';
 }
 
+void PutUnique(std::string& line, const UniqueCounts& counts) {
+  Put(line, "duplicates", counts.duplicates);
+  if (counts.not_compared > 0) Put(line, "not_compared", counts.not_compared);
+}
+
 void PutLosses(std::string& line, const Losses& losses) {
   Begin(line, "records", '{');
   Put(line, "decoded", losses.records);
@@ -72,6 +77,7 @@ void PutLosses(std::string& line, const Losses& losses) {
   Put(line, "other_time", losses.other_times);
   line += '}';
   if (losses.recovered.asked) PutRecovered(line, losses.recovered);
+  if (losses.unique.asked) PutUnique(line, losses.unique);
 }
 
 void PutFault(std::string& line, const WalkAccount& account, RecordFault fault) {

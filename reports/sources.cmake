@@ -21,6 +21,7 @@ target_sources(tarnlex_core PRIVATE
   reports/report_texts.cpp
   reports/run_account.cpp
   reports/text_search.cpp
+  reports/unique.cpp
   reports/walk_log.cpp
 )
 
