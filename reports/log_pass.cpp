@@ -85,7 +85,8 @@ EventRows MakeRows(const LogPass& pass) {
 // Rows are kept until the log ends so that they come out in order. A crafted log could make rows of
 // many times its size, though, and then order is worth less than memory.
 void BoundMemory(LogPass& pass) {
-  if (IsStream(pass.options)) ClearRows(pass.rows);
+  // Of a stream rows are made only to be counted.
+  if (IsStream(pass.options) && !pass.rows.rows.empty()) ClearRows(pass.rows);
   if (MemoryOf(pass.rows) < pass.most_memory) return;
   WriteRows(pass);
   pass.rows = MakeRows(pass);
