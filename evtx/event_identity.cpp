@@ -162,28 +162,33 @@ bool PutDefinition(Writing& run, std::uint32_t token, std::uint32_t offset, int 
 
 bool PutBinaryXml(Writing& run, std::uint32_t begin, std::uint32_t end, int depth);
 
-// The size of a stream depends on where its template stands, and says nothing.
-bool PutValue(Writing& run, const SubstitutionValue& value, int depth) {
-  Put(run, value.type);
-  if (value.type != kEvtVarTypeEvtBXml) {
-    PutSized(run, run.chunk.subspan(value.offset, value.size));
-    return true;
+// Types and sizes. That of a stream depends on where its template stands, and says nothing.
+void PutDescriptors(Writing& run, const SubstitutionArray& array) {
+  std::vector<std::uint8_t>& written = run.room.written;
+  std::size_t at = written.size();
+  written.resize(at + sizeof(std::uint32_t) * array.count);
+  for (std::uint32_t i = 0; i < array.count; ++i, at += sizeof(std::uint32_t)) {
+    const SubstitutionValue& value = run.room.slots[array.first + i];
+    const std::uint32_t size = value.type == kEvtVarTypeEvtBXml ? 0 : value.size;
+    const std::uint32_t descriptor = std::uint32_t{value.type} << 24 | size;
+    std::memcpy(written.data() + at, &descriptor, sizeof descriptor);
   }
-  return PutBinaryXml(run, value.offset, value.offset + value.size, depth + 1);
 }
 
-// The values of the array that begins at `begin`.
-bool PutValues(Writing& run, std::uint32_t begin, const SubstitutionArray& array, int depth) {
+// The values lie one behind the other; streams among them are read.
+bool PutValues(Writing& run, const SubstitutionArray& array, int depth) {
   Put(run, array.count);
-  if (!HoldsBinaryXml(array)) {
-    PutSized(run, run.chunk.subspan(begin, array.end - begin));
-    return true;
-  }
+  PutDescriptors(run, array);
+  std::uint32_t begin = array.end - array.bytes;
   for (std::uint32_t i = 0; i < array.count; ++i) {
     // Copied, as the values move when more are found.
     const SubstitutionValue value = run.room.slots[array.first + i];
-    if (!PutValue(run, value, depth)) return false;
+    if (value.type != kEvtVarTypeEvtBXml) continue;
+    PutBytes(run, run.chunk.subspan(begin, value.offset - begin));
+    begin = value.offset + value.size;
+    if (!PutBinaryXml(run, value.offset, begin, depth + 1)) return false;
   }
+  PutBytes(run, run.chunk.subspan(begin, array.end - begin));
   return true;
 }
 
@@ -208,7 +213,7 @@ bool PutInstance(Writing& run, std::uint32_t token, std::uint32_t limit, int dep
   Put(run, Part::kInstance);
   if (!PutDefinition(run, token, instance.definition, depth)) return false;
   if (depth == 0) run.has_id = StatesId(run, array);
-  return PutValues(run, instance.array, array, depth);
+  return PutValues(run, array, depth);
 }
 
 // A value that is stated to be binary XML and is none; a whole record cannot be.
