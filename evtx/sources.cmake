@@ -4,6 +4,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/chunk.cpp
   evtx/compile.cpp
   evtx/element_kind.cpp
+  evtx/event_identity.cpp
   evtx/file_header.cpp
   evtx/find_record.cpp
   evtx/first_record.cpp

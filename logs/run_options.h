@@ -79,6 +79,8 @@ struct RunOptions {
   bool complete = false;
   // Whether records are given that a log does not use any more.
   bool recover = false;
+  // Whether an event that several logs hold is given once.
+  bool unique = false;
 
   // How the run talks.
   bool strict = false;  // what there is to remark ends the run

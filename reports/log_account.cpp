@@ -52,7 +52,9 @@ bool HasChunkBehindHeader(const std::string& path) {
 
 Losses LossesOf(const LogAccount& account) {
   if (account.outcome != LogOutcome::kRead) return {};
-  return account.log.is_evtx ? LossesOfEvtx(account.evtx) : LossesOfEvt(account.evt);
+  Losses losses = account.log.is_evtx ? LossesOfEvtx(account.evtx) : LossesOfEvt(account.evt);
+  losses.unique = account.unique;
+  return losses;
 }
 
 Losses& operator+=(Losses& sum, const Losses& more) {
@@ -65,6 +67,9 @@ Losses& operator+=(Losses& sum, const Losses& more) {
   sum.regained += more.regained;
   sum.copies += more.copies;
   sum.recovered += more.recovered;
+  sum.unique.asked |= more.unique.asked;
+  sum.unique.duplicates += more.unique.duplicates;
+  sum.unique.not_compared += more.unique.not_compared;
   return sum;
 }
 

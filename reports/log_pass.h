@@ -17,6 +17,7 @@
 #include "reports/query_spec.h"
 #include "reports/record_stream.h"
 #include "reports/run_state.h"
+#include "reports/unique.h"
 
 namespace tarnlex {
 
@@ -31,6 +32,7 @@ struct LogPass {
   EventRows rows = {};
   RecordStream stream = {};                          // prepared for the forms that are streams
   LogAccount account = {};                           // of this walk
+  UniquePass unique = {};                            // begun where an event is given once
   bool wrote = false;                                // a row has been handed to the writers
   std::size_t most_memory = std::size_t{512} << 20;  // of the rows; then they are written
 };

@@ -14,6 +14,7 @@
 #include "reports/command_language.h"
 #include "reports/progress.h"
 #include "reports/run_account.h"
+#include "reports/unique.h"
 
 namespace tarnlex {
 
@@ -29,6 +30,7 @@ struct RunState {
   const LogInfo* current_log = nullptr;               // the entry of `logs` that is being processed
   std::function<void(const LogInfo&)> finished = {};  // told of each log that nothing is left of
   Progress progress = {};
+  std::vector<UniqueEvents> unique = {};  // with -unique, of each report
 };
 
 // Where decoding traces to; null without -diags.

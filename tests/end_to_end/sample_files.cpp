@@ -483,6 +483,32 @@ ByteString ForgottenLog() {
   return file;
 }
 
+// One log at three times: as it was, as it was when its second half had gone to another chunk, and
+// after it was cleared, when a record of which nothing else tells lies behind the one that says so.
+Event LogonOf(std::uint64_t id) {
+  Event event = Logon("user " + std::to_string(id), 2, Filetime(2012, 3, 7, 9, 0, 0) + id);
+  event.id = id;
+  return event;
+}
+
+ByteString LogBeforeClearing(bool in_two_chunks) {
+  EvtxBuilder log;
+  log.AddEvent(LogonOf(1));
+  if (in_two_chunks) log.AddChunk();
+  return log.AddEvent(LogonOf(2)).AddEvent(LogonOf(3)).Build();
+}
+
+ByteString LogAfterClearing() {
+  EvtxBuilder log;
+  Event cleared = LogonOf(1);
+  cleared.event_id = 1102;
+  cleared.time = Filetime(2012, 3, 7, 10, 0, 0);
+  log.AddEvent(cleared).AddEvent(LogonOf(2)).AddEvent(LogonOf(3)).AddEvent(LogonOf(4));
+  ByteString file = log.Build();
+  support::ForgetRecords(file, 0, 1);
+  return file;
+}
+
 ByteString BareChunk() {
   EvtxBuilder log;
   const PlainEvent event{.provider = "Cut out", .id = 5, .data = {{"Text", "from memory"}}};
@@ -535,6 +561,9 @@ void WriteSampleFiles(const std::string& directory) {
       {"headerless/a.evtx", HeaderlessLog()},
       {"headerless/b.evtx", HeaderlessLog()},
       {"headerless/chunk.bin", BareChunk()},
+      {"copies/now.evtx", LogAfterClearing()},
+      {"copies/shadow1.evtx", LogBeforeClearing(false)},
+      {"copies/shadow2.evtx", LogBeforeClearing(true)},
       {"empty.evtx", {}},
       {"notes.txt", ByteString(text.begin(), text.end())},
   };

@@ -6,6 +6,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/command_remarks_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/evt_query_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/evtx_query_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/reports/event_marks_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/filter_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/plan_tests_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/query_index_test.cpp
