@@ -17,6 +17,10 @@ packages_for() {
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
     deb | source) echo git build-essential debhelper cmake ninja-build ;;
     tarball) echo git "$(packages_for build)" ;;
+    # Beside packages of PyPI, which python/tools.sh gets.
+    wheel) echo "$(packages_for tarball)" binutils python3-venv ;;
+    # Java is what Spark runs on.
+    desk) echo "$(packages_for wheel)" openjdk-17-jre-headless ;;
     zip) echo git cmake ninja-build g++-mingw-w64-x86-64-posix zip unzip bsdextrautils mandoc ;;
     package) echo lintian binutils binutils-mingw-w64-x86-64 "$(packages_for deb) $(packages_for tarball) $(packages_for zip)" ;;
     fuzz) echo clang libclang-rt-14-dev ;;
