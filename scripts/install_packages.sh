@@ -19,8 +19,9 @@ packages_for() {
     tarball) echo git "$(packages_for build)" ;;
     # Beside packages of PyPI, which python/tools.sh gets.
     wheel) echo "$(packages_for tarball)" binutils python3-venv ;;
-    # Java is what Spark runs on.
-    desk) echo "$(packages_for wheel)" openjdk-17-jre-headless ;;
+    # What Spark runs on, and the browser in which the page of a case is looked at; its tests are skipped
+    # without it.
+    desk) echo "$(packages_for wheel)" openjdk-17-jre-headless chromium ;;
     zip) echo git cmake ninja-build g++-mingw-w64-x86-64-posix zip unzip bsdextrautils mandoc ;;
     package) echo lintian binutils binutils-mingw-w64-x86-64 "$(packages_for deb) $(packages_for tarball) $(packages_for zip)" ;;
     fuzz) echo clang libclang-rt-14-dev ;;

@@ -1,0 +1,62 @@
+"""`tarnlex-desk sigma`: runs Sigma rules over a case."""
+
+import argparse
+import sys
+from collections import Counter
+
+from rich.progress import Progress
+
+from tarnlex.desk.case import open_case
+from tarnlex.desk.show import chosen_format, say, show
+from tarnlex.desk.sigma_fields import FieldColumns
+from tarnlex.desk.sigma_rules import read_rules, rule_files
+from tarnlex.desk.sigma_run import Outcome, run_rules
+
+#: What a terminal has room for.
+SHORT = """SELECT RuleLevel AS "Level", Rule, CAST(TimeCreated AS TIMESTAMP) AS Time, Computer, EventID,
+  substr(CAST(coalesce(EventData, UserData) AS VARCHAR), 1, 120) AS Event
+  FROM sigma_hits ORDER BY Time, Rule"""
+
+HITS = """SELECT Rule, RuleLevel AS "Level", Tags, TimeCreated, Computer, Channel, EventID, EventRecordID,
+  coalesce(EventData, UserData) AS Event, Log, RuleFile FROM sigma_hits ORDER BY TimeCreated, Rule"""
+
+
+def run(arguments: argparse.Namespace) -> int:
+    """Runs all rules, keeps their hits in the case, writes them, and says which rules failed.
+
+    Returns:
+        0, or 2 where a rule could not be run.
+
+    Raises:
+        TarnlexError: There is no such case, or there are no rules.
+    """
+    columns = FieldColumns()
+    files = rule_files(arguments.rules)
+    rules = list(read_rules(files, columns))
+    connection = open_case(arguments.case, write=True)
+    try:
+        with Progress(transient=True, disable=not sys.stderr.isatty()) as progress:
+            bar = progress.add_task("rules", total=None)
+            outcomes = run_rules(
+                connection,
+                rules,
+                columns,
+                progress=lambda done, total: progress.update(bar, completed=done, total=total),
+            )
+        form = chosen_format(arguments.format, sys.stdout)
+        show(connection.sql(SHORT if form == "table" else HITS), form, title="Sigma hits")
+    finally:
+        connection.close()
+    return _tell(outcomes)
+
+
+def _tell(outcomes: list[Outcome]) -> int:
+    for outcome in outcomes:
+        if outcome.reason:
+            say(f"{outcome.rule.file}: {outcome.rule.title}: {outcome.reason}")
+    counts = Counter(outcome.name for outcome in outcomes)
+    hits = sum(len(outcome.rows) for outcome in outcomes)
+    ran = counts["matched"] + counts["no match"]
+    failed, matched = counts["failed"], counts["matched"]
+    say(f"{len(outcomes)} rules: {ran} run, {failed} failed, {matched} matched; {hits} hits")
+    return 2 if counts["failed"] else 0
