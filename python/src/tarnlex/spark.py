@@ -93,7 +93,7 @@ def events(
         >>> events.groupBy(events.EventData["TargetUserName"]).count().show()
     """
     line = options.arguments(chosen, REFUSED)
-    given = [str(Path(path).absolute()) for path in listed(paths)]
+    given = listed(paths, whole=True)
     options.check(line)
     tasks = [
         Task(log.path, part, log.outcome)
