@@ -277,7 +277,9 @@ def test_a_click_on_a_heading_sorts_the_rows(case: Path, tmp_path: Path) -> None
     text = page_of(case, tmp_path)
     # The page lets no other script run, not even that of this test.
     text = re.sub(r'<meta http-equiv="Content-Security-Policy"[^>]*>', "", text)
-    clicks = "".join(f"document.querySelectorAll('#{key} th button')[{column}].click();" for key, column in CLICKS)
+    clicks = "".join(
+        f"document.querySelectorAll('#{key} th button')[{column}].click();" for key, column in CLICKS
+    )
     (tmp_path / "page.html").write_text(text.replace("</body>", f"<script>{clicks}</script></body>"))
     before, after = Page(text).tables, Page(opened(tmp_path / "page.html")).tables
     hours = [int(row[2]) for row in after["hours"][1:]]
