@@ -2,6 +2,7 @@ import json
 import os
 import pty
 import re
+import shutil
 import signal
 import subprocess
 import sys
@@ -200,6 +201,31 @@ def test_names_of_tables_are_names_only(made: Path) -> None:
         tarnlex.load(connection, made, table=name)
         found = connection.execute("SELECT table_name FROM duckdb_tables() ORDER BY 1").fetchall()
         assert found == [(name,), (name + "_loads",)]
+
+
+def test_names_of_folders_are_names_only(made: Path, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    folder = tmp_path / "case [1] of * it's"
+    folder.mkdir()
+    with duckdb.connect(str(folder / "case.duckdb")) as connection:
+        assert tarnlex.load(connection, made).rows == 109
+    assert [path.name for path in folder.iterdir()] == ["case.duckdb"]
+    odd = tmp_path / "this | that"
+    shutil.copytree(made, odd / "logs")
+    monkeypatch.chdir(odd)
+    with duckdb.connect() as connection, pytest.raises(tarnlex.PathError, match="name its logs"):
+        tarnlex.load(connection, "logs")
+    with duckdb.connect() as connection:
+        assert tarnlex.load(connection, sorted(Path("logs").iterdir())).rows == 109
+
+
+def test_a_database_for_reading_alone_is_told(made: Path, tmp_path: Path) -> None:
+    case = str(tmp_path / "case.duckdb")
+    duckdb.connect(case).close()
+    with (
+        duckdb.connect(case, read_only=True) as connection,
+        pytest.raises(tarnlex.LoadError, match="read-only"),
+    ):
+        tarnlex.load(connection, made)
 
 
 def test_wrong_calls_make_no_table(made: Path, tmp_path: Path) -> None:

@@ -153,6 +153,21 @@ def test_a_program_that_always_breaks_off_costs_no_job(spark: Any, made: Path, t
     assert len((tmp_path / "Security.evtx.tried").read_text()) == 4
 
 
+def test_the_call_of_the_documents_counts(spark: Any, logs: Path, capsys: pytest.CaptureFixture[str]) -> None:
+    from pyspark.sql import SparkSession
+
+    from tarnlex.spark import events
+
+    bad = logs / "bad.evtx"
+    bad.write_text("These are notes.\n")
+    spark = SparkSession.builder.getOrCreate()
+    frame = events(spark, [logs, bad], eventid=4625)
+    frame.where(frame.errors.isNull()).groupBy("Computer", frame.EventData["TargetUserName"]).count().show()
+    assert "Administrator|" in capsys.readouterr().out
+    frame.where(frame.errors.isNotNull()).select("Log", "errors").show(truncate=False)
+    assert "bad.evtx: no event log" in capsys.readouterr().out
+
+
 def test_wrong_calls_raise_before_anything_runs(spark: Any, made: Path, tmp_path: Path) -> None:
     from tarnlex.spark import events
 

@@ -80,7 +80,7 @@ def load(
     from tarnlex.loading import Loading  # noqa: PLC0415  (only loads need duckdb)
 
     line = options.arguments(chosen, REFUSED)
-    given = [str(Path(path).absolute()) for path in listed(paths)]
+    given = listed(paths, whole=True)
     options.check(line)
     workers = workers or len(os.sched_getaffinity(0))
     if workers < 1 or part_size < 1:

@@ -60,7 +60,10 @@ class Loading:
 
     def run(self, wanted: list[Log]) -> Loaded:
         """Loads what has not been loaded yet."""
-        tables.prepare(self._connection, self._table)
+        try:
+            tables.prepare(self._connection, self._table)
+        except duckdb.Error as error:
+            raise LoadError(f"the database does not take a table {self._table}: {error}") from error
         before = self._ledger.before(self._connection)
         new = [log for log in wanted if before[log.path].state != (log.size, log.modified)]
         self._loaded.present = len(wanted) - len(new)
@@ -86,14 +89,8 @@ class Loading:
             return
         with self._connection.cursor() as cursor:
             try:
-                cursor.begin()
-                try:
+                with tables.transaction(cursor):
                     self._take(cursor, log, load, before)
-                    cursor.commit()
-                except BaseException:
-                    with contextlib.suppress(duckdb.Error):  # one of a full disk has ended it already
-                        cursor.rollback()
-                    raise
             except _UnreadError as error:
                 if self._stopped.is_set():
                     return
@@ -130,10 +127,9 @@ class Loading:
 
     def _note(self, cursor: duckdb.DuckDBPyConnection, log: Log, load: int, what: Decoded) -> None:
         """Notes a log that could not be read; what was loaded of it before stays."""
-        cursor.begin()
-        self._ledger.forget_failed(cursor, log.path)
-        self._ledger.record(cursor, log, load, rows=None, what=what)
-        cursor.commit()
+        with tables.transaction(cursor):
+            self._ledger.forget_failed(cursor, log.path)
+            self._ledger.record(cursor, log, load, rows=None, what=what)
         with self._lock:
             self._loaded.unread.append(Unread(log.path, what.outcome, what.messages))
 

@@ -11,15 +11,19 @@ PathLike: TypeAlias = str | os.PathLike[str]
 Paths: TypeAlias = PathLike | Iterable[PathLike]
 
 
-def listed(paths: Paths) -> list[str]:
+def listed(paths: Paths, *, whole: bool = False) -> list[str]:
     """One path or many, each of which is there.
+
+    Args:
+        paths: As callers give them.
+        whole: Whether they are wanted from the root on.
 
     Raises:
         PathError: One is not there, or cannot be handed to the program: one with a line break, or a folder
             with a "|", which stands between folders.
     """
     given = [paths] if isinstance(paths, str | os.PathLike) else list(paths)
-    found = [os.fspath(path) for path in given]
+    found = [str(Path(path).absolute()) if whole else os.fspath(path) for path in given]
     if not found:
         raise PathError("no path is given")
     for path in found:

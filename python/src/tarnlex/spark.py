@@ -9,7 +9,7 @@ import os
 import shutil
 import tempfile
 import zipfile
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import TYPE_CHECKING, NamedTuple
 
@@ -60,9 +60,10 @@ def events(
 
     The columns are the members of `-json`, in its order: EventData a map of texts, UserData and other objects
     texts of JSON, times timestamps, of which Spark keeps six digits of the second; the columns
-    `TimeCreatedText` and `TimeWrittenText` have all seven. `Others` has members of any other name, `Unfit` the
-    texts of values that their column cannot hold, both as maps. `errors` is NULL, but for a log that could not
-    be read whole: such a log has a row that says so there, and names it in `Log`; the job goes on.
+    `TimeCreatedText` and `TimeWrittenText` have all seven. `Others` has members of any other name, `Unfit`
+    the texts of values that their column cannot hold, both as maps. `errors` is NULL, but for a log
+    that could not be read whole: such a log has a row that says so there, and names it in `Log`; the job
+    goes on.
 
     Each log, and each part of one above `part_size`, is a task of its own. A task that is lost is run again
     by Spark, which drops what came of it before: no event is there twice. A program that breaks off makes its
@@ -92,7 +93,7 @@ def events(
         >>> events.groupBy(events.EventData["TargetUserName"]).count().show()
     """
     line = options.arguments(chosen, REFUSED)
-    given = [str(Path(path).absolute()) for path in listed(paths)]
+    given = listed(paths, whole=True)
     options.check(line)
     tasks = [
         Task(log.path, part, log.outcome)
@@ -125,12 +126,18 @@ def _send(context: "SparkContext", program_path: str | None) -> str:
     with zipfile.ZipFile(package, "w") as archive:
         for source in sorted(Path(__file__).parent.glob("*.py")):
             archive.writestr(zipfile.ZipInfo(f"tarnlex/{source.name}"), source.read_bytes())
-    context.addPyFile(_kept_file("tarnlex-package", ".zip", package.getvalue()))
+    _once(context.applicationId, context.addPyFile, _kept_file("tarnlex-package", ".zip", package.getvalue()))
     if program_path is not None:
         return program_path
     sent = _kept_file(SENT, "", Path(program.find()).read_bytes())
-    context.addFile(sent)
+    _once(context.applicationId, context.addFile, sent)
     return Path(sent).name
+
+
+@functools.cache
+def _once(application: str, send: Callable[[str], None], path: str) -> None:
+    """Sends a file to an application that has not been sent it yet."""
+    send(path)
 
 
 def _kept_file(name: str, ending: str, content: bytes) -> str:

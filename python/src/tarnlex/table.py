@@ -1,7 +1,9 @@
 """The two tables of a load: that of the events, and that of what was loaded."""
 
+import contextlib
 import json
-from collections.abc import Iterable
+import re
+from collections.abc import Iterable, Iterator
 from pathlib import Path
 from typing import TYPE_CHECKING
 
@@ -45,6 +47,11 @@ def text(value: str) -> str:
     return "'" + value.replace("'", "''") + "'"
 
 
+def file_name(path: Path) -> str:
+    """The path of a file as SQL has it where patterns of names are taken too."""
+    return text(re.sub(r"[*?\[]", r"[\g<0>]", str(path)))
+
+
 def loads_of(table: str) -> str:
     """Name of the table that says what was loaded into a table."""
     return f"{table}_loads"
@@ -61,14 +68,23 @@ def prepare(connection: "DuckDBPyConnection", table: str) -> None:
         loads_of(table): LOADS,
     }
     missing = [name for name, columns in wanted.items() if not _exists(connection, name, columns)]
-    connection.begin()
-    try:
+    with transaction(connection):
         for name in missing:
             columns = ", ".join(f"{quoted(column)} {kind}" for column, kind in wanted[name].items())
             connection.execute(f"CREATE TABLE {quoted(name)} ({columns})")
+
+
+@contextlib.contextmanager
+def transaction(connection: "DuckDBPyConnection") -> Iterator[None]:
+    """All of a block or nothing."""
+    connection.begin()
+    try:
+        yield
         connection.commit()
     except BaseException:
-        connection.rollback()
+        # A full disk has ended it already, and what went wrong is what counts.
+        with contextlib.suppress(Exception):
+            connection.rollback()
         raise
 
 
@@ -121,7 +137,7 @@ def insertion(table: str, lines: Path, load: int, object_size: int | None = None
         INSERT INTO {quoted(table)}
         WITH members AS (
           SELECT json AS line, unnest(json_transform(json, {text(json.dumps(kinds))}))
-          FROM read_json_objects({text(str(lines))}, format = 'newline_delimited'{size}))
+          FROM read_json_objects({file_name(lines)}, format = 'newline_delimited'{size}))
         SELECT {", ".join(_value(column) for column in MEMBERS)},
           CASE WHEN len(list_filter(json_keys(line), lambda name: NOT list_contains({known}, name))) > 0
             THEN json_merge_patch(line, {text(nothing)}) END,
