@@ -13,6 +13,7 @@ target_sources(tarnlex_core PRIVATE
   logs/plain_ascii.cpp
   logs/record_survey.cpp
   logs/sid.cpp
+  logs/sound_text.cpp
   logs/status_line.cpp
   logs/text.cpp
   logs/text_sink.cpp
