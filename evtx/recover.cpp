@@ -55,11 +55,6 @@ bool IsLive(const RecoveryNotes& notes, const FoundRecord& record) {
                             std::pair(record.id, record.time));
 }
 
-void CountRecovered(RecoveryCounts& counts, const Recovery& recovery) {
-  ++counts.from[static_cast<std::size_t>(recovery.from)];
-  ++counts.checked[static_cast<std::size_t>(recovery.checked)];
-}
-
 }  // namespace
 
 void NoteLiveRecord(RecoveryNotes& notes, std::uint64_t id, std::uint64_t time) {
