@@ -230,12 +230,11 @@ TEST(EvtRecoverProperty, WhatIsGivenOfDamagedLogsIsWhatTheyHeld) {
     EXPECT_EQ(tally.missed, 0U);
     EXPECT_EQ(tally.lower, 0U);
     EXPECT_EQ(tally.marked, 0U);
-    // A few bytes in the middle of a record may leave one as good; a sector does not.
-    if (static_cast<Damage>(i) == Damage::kStretches) {
-      EXPECT_LE(tally.hit_false * 100, tally.whole);
-    } else {
-      EXPECT_EQ(tally.hit_false, 0U);
-    }
+    // Text in place of as much text leaves a record as good, and rarely a sector has just that.
+    const std::size_t allowed = static_cast<Damage>(i) == Damage::kStretches ? 1000
+                                : static_cast<Damage>(i) == Damage::kSectors ? 10'000
+                                                                             : tally.whole + 1;
+    EXPECT_LE(tally.hit_false * allowed, tally.whole);
   }
 }
 
