@@ -6,6 +6,9 @@ target_sources(tarnlex_core PRIVATE
   evt/file_header.cpp
   evt/plan.cpp
   evt/record.cpp
+  evt/recover.cpp
+  evt/ring.cpp
+  evt/sound_record.cpp
   evt/structure.cpp
   evt/survey.cpp
   evt/walk.cpp

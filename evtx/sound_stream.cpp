@@ -9,7 +9,7 @@
 #include "evtx/binary_xml.h"
 #include "evtx/evtx_format.h"
 #include "evtx/name_hash.h"
-#include "evtx/sound_value.h"
+#include "logs/sound_text.h"
 #include "logs/text.h"
 
 namespace tarnlex {

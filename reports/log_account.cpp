@@ -37,8 +37,9 @@ Losses LossesOfEvt(const EvtAccount& account) {
   losses.partial = account.cut_records;
   losses.undated = account.undated;
   losses.left = account.torn_record ? 1 : 0;
-  losses.regained = account.joined_records;
+  losses.regained = account.joined_records + account.regained_records;
   losses.copies = account.copies;
+  losses.recovered = account.recovered;
   return losses;
 }
 

@@ -129,7 +129,7 @@ void AddEvt(LogPass& pass, std::uint32_t at, EvtRecord& record) {
       pass,
       [&] {
         AddEvtRow(pass.rows, pass.evt, pass.evt.queries[at], record);
-        KeepPlace(pass.rows, {{}, record.offset});
+        KeepPlace(pass.rows, {record.recovery, record.offset});
       },
       [&](TextSink& out) {
         WriteEvtStreamRecord(out, pass.stream, pass.options, pass.queries[at], at, record);

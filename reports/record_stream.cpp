@@ -101,6 +101,8 @@ bool WriteWhole(TextSink& out, RecordStream& stream, const RunOptions& options,
 
 // The document of an EVT record, which is that of all with as many strings.
 const Plan& DocumentPlan(RecordStream& stream, EvtRecord& record) {
+  static const Plan kNothing;
+  if (!record.recovery.has_values) return kNothing;
   const auto strings = static_cast<std::uint32_t>(record.strings.size());
   const std::uint32_t key = 2 * strings + (record.data.empty() ? 0 : 1);
   return KeptOrMade(stream.evt, key, strings, [&](Plan& plan, bool keep) {
@@ -147,7 +149,8 @@ void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions&
   const EventStructure& event = EvtSlotsOf(record);
   const Plan& plan = DocumentPlan(stream, record);
   if (WriteWhole(out, stream, options,
-                 {event, plan, record.record_number, EvtFiletime(record.time_written)})) {
+                 {event, plan, record.record_number, EvtFiletime(record.time_written),
+                  record.offset, record.recovery})) {
     return;
   }
   RecordJson& layout = Place(stream, query, position, plan);
@@ -162,7 +165,7 @@ void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions&
                         record.filetime,
                         EvtFiletime(record.time_written),
                         record.offset,
-                        {},
+                        record.recovery,
                         options.timesketch};
   WriteRecordJson(out, line, event, plan.document, layout);
 }

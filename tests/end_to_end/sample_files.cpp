@@ -457,6 +457,24 @@ ByteString RingOfXp() {
   return file;
 }
 
+// A log that was cleared, and has written two records since. Of the six that it had before, the
+// third lies under the new end, the fifth's source is no text any more, the others are whole.
+ByteString ClearedLogOfXp() {
+  const auto write = [](std::vector<const char*> texts) {
+    EvtBuilder log;
+    for (const char* text : texts) {
+      log.AddEntry({.event_id = 101, .sid = "S-1-5-18", .strings = {text, "of a log"}});
+    }
+    return log.Build({.flags = support::kEvtDirty});
+  };
+  ByteString file = write({"old 1", "old 2", "old 3", "old 4", "old 5", "old 6"});
+  const ByteString young = write({"new 1", "new 2"});
+  std::copy(young.begin(), young.end(), file.begin());
+  const std::size_t length = support::GetU32(file, support::kEvtHeaderSize);
+  file[support::kEvtHeaderSize + 4 * length + support::kEvtFixedSize] = 7;
+  return file;
+}
+
 // Five records of which the log has forgotten all but the first. The second one's own template is
 // in that; what the third brings along is whole, that of the fourth is overwritten, and the fifth's
 // own template is.
@@ -556,6 +574,7 @@ void WriteSampleFiles(const std::string& directory) {
       {"app/AppEvent.Evt", ApplicationLogOfXp()},
       {"times.evt", TimesLogOfXp()},
       {"ring/SysEvent.Evt", RingOfXp()},
+      {"cleared/SysEvent.Evt", ClearedLogOfXp()},
       {"volume/WINDOWS/System32/Config/sysevent.EVT", SystemLogOfXp()},
       {"chunk.bin", BareChunk()},
       {"headerless/a.evtx", HeaderlessLog()},

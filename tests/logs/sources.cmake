@@ -11,6 +11,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/record_survey_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/sid_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/sip_hash_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/sound_text_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/status_line_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/text_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/time_bounds_test.cpp
