@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "event/slot_text.h"
+#include "logs/find_special.h"
 #include "logs/iso_time.h"
 #include "logs/plain_ascii.h"
 #include "logs/text.h"
@@ -21,10 +22,9 @@ constexpr bool EndsLine(std::uint16_t unit) {
   return unit == 0x85 || unit == 0x2028 || unit == 0x2029;
 }
 
-// Whether the character may have to be written otherwise; it begins a line end, or must.
-bool NeedsEscape(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < ' ' || c == '"' || c == '\\' || byte == 0xC2 || byte == 0xE2;
+// The first byte that may have to be written otherwise: it begins a line end, or must.
+const char* FindToEscape(const char* begin, const char* end) {
+  return FindSpecial<'"', '\\', '\xC2', '\xE2'>(begin, end);
 }
 
 char* WriteEscape(char c, char* out) {
@@ -41,16 +41,18 @@ char* WriteEscape(char c, char* out) {
   return WriteHex(static_cast<unsigned char>(c), 4, out);
 }
 
-// Takes the first character, or byte of one, off `rest` and writes it.
+// Takes the first character, or byte of one, which FindToEscape has found, off `rest` and writes
+// it.
 char* EscapeFirst(std::string_view& rest, char* out) {
   const char c = rest.front();
-  for (std::size_t i = 0; i < std::size(kLineEnds) && NeedsEscape(c); ++i) {
+  const bool is_ascii = static_cast<unsigned char>(c) < 0x80;
+  for (std::size_t i = 0; i < std::size(kLineEnds) && !is_ascii; ++i) {
     if (!rest.starts_with(kLineEnds[i])) continue;
     rest.remove_prefix(kLineEnds[i].size());
     return std::copy(kEscapedLineEnds[i].begin(), kEscapedLineEnds[i].end(), out);
   }
   rest.remove_prefix(1);
-  if (NeedsEscape(c) && static_cast<unsigned char>(c) < 0x80) return WriteEscape(c, out);
+  if (is_ascii) return WriteEscape(c, out);
   *out = c;
   return out + 1;
 }
@@ -198,35 +200,41 @@ char* WriteJsonInteger(const EventStructure& event, const SubstitutionValue& val
 }
 
 char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
+  char* const plain_end = WriteQuotableAscii(bytes, text.offset, text.size / 2, out);
+  if (plain_end) return plain_end;
   if (!Fits(bytes, text.offset, text.size)) return out;
   return WriteEscaped(bytes.subspan(text.offset), text.size / 2, out);
 }
 
 char* EscapeJson(char* begin, char* end) {
-  // Most texts need nothing; this loop has no way out early, so that it runs many bytes at a time.
-  const auto size = static_cast<std::size_t>(end - begin);
-  unsigned any = 0;
-  for (std::size_t i = 0; i < size; ++i) any |= NeedsEscape(begin[i]) ? 1U : 0U;
-  if (any == 0) return end;
-  char* const first = std::find_if(begin, end, NeedsEscape);
-  const std::string copy(first, end);
-  char* out = first;
+  char* out = begin + (FindToEscape(begin, end) - begin);
+  if (out == end) return end;
+  const std::string copy(out, end);
   for (std::string_view rest = copy; !rest.empty();) {
     out = EscapeFirst(rest, out);
-    const auto plain = std::find_if(rest.begin(), rest.end(), NeedsEscape);
-    out = std::copy(rest.begin(), plain, out);
-    rest.remove_prefix(static_cast<std::size_t>(plain - rest.begin()));
+    const char* const next = FindToEscape(rest.data(), rest.data() + rest.size());
+    out = std::copy(rest.data(), next, out);
+    rest.remove_prefix(static_cast<std::size_t>(next - rest.data()));
   }
   return out;
 }
 
 std::string EscapedJson(std::string_view text) {
-  if (std::none_of(text.begin(), text.end(), NeedsEscape)) return std::string(text);
-  std::string escaped(kJsonPerByte * text.size(), '\0');
-  std::copy(text.begin(), text.end(), escaped.begin());
-  char* const end = EscapeJson(escaped.data(), escaped.data() + text.size());
-  escaped.resize(static_cast<std::size_t>(end - escaped.data()));
+  std::string escaped;
+  AppendEscapedJson(escaped, text);
   return escaped;
+}
+
+void AppendEscapedJson(std::string& to, std::string_view text) {
+  if (FindToEscape(text.data(), text.data() + text.size()) == text.data() + text.size()) {
+    to += text;
+    return;
+  }
+  const std::size_t at = to.size();
+  to.resize(at + kJsonPerByte * text.size());
+  char* const begin = to.data() + at;
+  std::copy(text.begin(), text.end(), begin);
+  to.resize(static_cast<std::size_t>(EscapeJson(begin, begin + text.size()) - to.data()));
 }
 
 std::string JsonString(std::string_view text, std::string_view behind) {

@@ -27,6 +27,7 @@ char* WriteJsonInteger(const EventStructure& event, const SubstitutionValue& val
 
 // A text as it stands between quotes.
 std::string EscapedJson(std::string_view text);
+void AppendEscapedJson(std::string& to, std::string_view text);
 
 // A text as a JSON string, quotes included, and `behind`.
 std::string JsonString(std::string_view text, std::string_view behind = {});
