@@ -20,14 +20,13 @@ enum class EventJsonStepKind : std::uint8_t {
   kValue,      // a value: null without a text
   kDataValue,  // the same of a "Data": "" without a text
   // Attributes of which perhaps none has a text; then the element is written as if it had none.
-  kBeginAttributes,
-  kAttribute,
-  kEndAttributes,
-  kEnd,           // behind them: the element's text, if it has one, and its end
-  kEndData,       // the same of a "Data"
-  kBeginContent,  // behind them: elements follow
-  kEndFixed,      // as kEnd, of an element whose attributes are all there
-  kText,          // the member "#text" in front of elements; nothing without a text
+  kBeginAttributes,  // its literal ends with kAttributesBegin
+  kAttribute,        // its literal begins with a comma
+  kEnd,              // behind them, and behind kEndOfBoth, or kTextBehindAttributes and a value
+  kEndData,          // the same of a "Data"
+  kBeginContent,     // behind them: elements follow
+  kEndFixed,         // as kEnd, of an element whose attributes are all there, and that has a value
+  kText,             // the member "#text" in front of elements; nothing without a text
   // A list that is its only value if it has but one.
   kBeginList,
   kEntry,      // an object, which follows
@@ -45,6 +44,10 @@ struct EventJsonPart {
   std::uint32_t literal_size = 0;
   SubstitutionValue element = {};
 };
+
+inline constexpr std::string_view kAttributesBegin = "{\"#attributes\":{";
+inline constexpr std::string_view kTextBehindAttributes = "},\"#text\":";
+inline constexpr std::string_view kEndOfBoth = "}}";  // of the attributes and the element
 
 inline constexpr std::uint32_t kNoSlot = ~std::uint32_t{0};
 

@@ -145,7 +145,7 @@ enum class Attributes : std::uint8_t { kNone, kFixed, kPerhaps };
 
 void SayFixedAttributes(LayingOut& run, const std::vector<const AttributeView*>& attributes) {
   Names names;
-  Say(run, "{\"#attributes\":{");
+  Say(run, kAttributesBegin);
   for (const AttributeView* attribute : attributes) {
     if (attribute != attributes.front()) Say(run, ",");
     SayKey(run, names, attribute->name);
@@ -153,7 +153,6 @@ void SayFixedAttributes(LayingOut& run, const std::vector<const AttributeView*>&
     for (const Item& part : attribute->parts) AppendEscapedJson(run.layout.literals, part.text);
     Say(run, "\"");
   }
-  Say(run, "}");
 }
 
 Attributes LayOutAttributes(LayingOut& run, const Element& element) {
@@ -166,12 +165,13 @@ Attributes LayOutAttributes(LayingOut& run, const Element& element) {
     return Attributes::kFixed;
   }
   Names names;
+  Say(run, kAttributesBegin);
   AddStep(run, Kind::kBeginAttributes);
   for (const AttributeView* attribute : said) {
+    Say(run, ",");
     SayKey(run, names, attribute->name);
     AddStep(run, Kind::kAttribute, attribute->parts, element.one);
   }
-  AddStep(run, Kind::kEndAttributes);
   return Attributes::kPerhaps;
 }
 
@@ -179,14 +179,15 @@ Attributes LayOutAttributes(LayingOut& run, const Element& element) {
 void LayOutText(LayingOut& run, const Element& element, Attributes attributes) {
   const bool is_data = element.named_data || element.unnamed_data;
   const Parts parts = element.view.parts;
-  switch (attributes) {
-    case Attributes::kNone:
-      AddStep(run, is_data ? Kind::kDataValue : Kind::kValue, parts, element.one);
-      break;
-    case Attributes::kFixed: AddStep(run, Kind::kEndFixed, parts, element.one); break;
-    case Attributes::kPerhaps:
-      AddStep(run, is_data ? Kind::kEndData : Kind::kEnd, parts, element.one);
-      break;
+  if (attributes == Attributes::kNone) {
+    AddStep(run, is_data ? Kind::kDataValue : Kind::kValue, parts, element.one);
+    return;
+  }
+  Say(run, parts.empty() ? kEndOfBoth : kTextBehindAttributes);
+  if (attributes == Attributes::kPerhaps) {
+    AddStep(run, is_data ? Kind::kEndData : Kind::kEnd, parts, element.one);
+  } else if (!parts.empty()) {
+    AddStep(run, Kind::kEndFixed, parts, element.one);
   }
 }
 
@@ -287,8 +288,11 @@ void LayOutElement(LayingOut& run, const Element& element, bool holds_data) {
   }
   switch (attributes) {
     case Attributes::kNone: Say(run, "{"); break;
-    case Attributes::kFixed: Say(run, ","); break;
-    case Attributes::kPerhaps: AddStep(run, Kind::kBeginContent); break;
+    case Attributes::kFixed: Say(run, "},"); break;
+    case Attributes::kPerhaps:
+      Say(run, "},");
+      AddStep(run, Kind::kBeginContent);
+      break;
   }
   if (!element.view.parts.empty()) AddStep(run, Kind::kText, element.view.parts, element.one);
   LayOutChildren(run, element, holds_data);

@@ -1,9 +1,9 @@
 #include "output/json_text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
-#include <type_traits>
 
 #include "event/slot_text.h"
 #include "logs/find_special.h"
@@ -124,36 +124,37 @@ char* WriteBare(const EventStructure& event, const SubstitutionValue& value, cha
   return IsReadable(value) ? end : QuoteJson(out, end);
 }
 
-// The number at the beginning of a value; nothing of one that has too few bytes.
-template <typename T>
-char* WriteNumber(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  T number = 0;
-  if (value.size < sizeof number || !ReadAt(event.bytes, value.offset, number)) return out;
-  using Widest = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
-  return WriteDecimal(static_cast<Widest>(number), out);
-}
-
 char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
   *out = '"';
-  if (value.type == kEvtVarTypeString) {
-    char* const end = WriteJsonText(event.bytes, value, out + 1);
-    *end = '"';
-    return end + 1;
-  }
-  char* end = WriteCompleteText(event.bytes, value, out + 1);
-  if (IsFreeCompleteText(value.type)) end = EscapeJson(out + 1, end);
+  char* const end = WriteJsonText(event.bytes, value, out + 1);
   *end = '"';
   return end + 1;
 }
 
-char* WriteTime(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  const Bytes bytes = Clip(event.bytes, value.offset, value.size);
-  std::uint64_t filetime = 0;
-  const bool is_time = value.type == kEvtVarTypeFileTime ? ReadAt(bytes, 0, filetime)
-                                                         : ReadSystemTime(bytes, filetime);
-  char* const end = is_time ? WriteJsonTime(filetime, out) : out;
-  return end != out ? end : WriteString(event, value, out);
+// A text of any other type, with no character that has to be escaped.
+char* WriteQuoted(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  *out = '"';
+  char* const end = WriteCompleteText(event.bytes, value, out + 1);
+  *end = '"';
+  return end + 1;
 }
+
+char* WriteEscapedText(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  *out = '"';
+  char* const end = EscapeJson(out + 1, WriteCompleteText(event.bytes, value, out + 1));
+  *end = '"';
+  return end + 1;
+}
+
+template <bool (*kReadTime)(Bytes, std::uint64_t&)>
+char* WriteTime(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  std::uint64_t filetime = 0;
+  const bool is_time = kReadTime(Clip(event.bytes, value.offset, value.size), filetime);
+  char* const end = is_time ? WriteJsonTime(filetime, out) : out;
+  return end != out ? end : WriteQuoted(event, value, out);
+}
+
+bool ReadFiletime(Bytes bytes, std::uint64_t& filetime) { return ReadAt(bytes, 0, filetime); }
 
 char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, char* out) {
   char* const end = WriteCompleteText(event.bytes, value, out);
@@ -161,47 +162,45 @@ char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, ch
   return is_number ? end : QuoteJson(out, end);
 }
 
+template <typename T>
+char* WriteInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  char* const end = WriteJsonInteger<T>(event, value, out);
+  return end != out ? end : WriteBare(event, value, out);
+}
+
+// How values of each type are written.
+using Writer = char* (*)(const EventStructure&, const SubstitutionValue&, char*);
+
+constexpr auto kWriters = [] {
+  std::array<Writer, kTypeBits> writers{};
+  writers.fill(WriteQuoted);
+  writers[kEvtVarTypeString] = WriteString;
+  writers[kEvtVarTypeAnsiString] = WriteEscapedText;
+  writers[kEvtVarTypeSByte] = WriteInteger<std::int8_t>;
+  writers[kEvtVarTypeByte] = WriteInteger<std::uint8_t>;
+  writers[kEvtVarTypeInt16] = WriteInteger<std::int16_t>;
+  writers[kEvtVarTypeUInt16] = WriteInteger<std::uint16_t>;
+  writers[kEvtVarTypeInt32] = WriteInteger<std::int32_t>;
+  writers[kEvtVarTypeUInt32] = WriteInteger<std::uint32_t>;
+  writers[kEvtVarTypeInt64] = WriteInteger<std::int64_t>;
+  writers[kEvtVarTypeUInt64] = WriteInteger<std::uint64_t>;
+  writers[kEvtVarTypeSingle] = WriteFloat;
+  writers[kEvtVarTypeDouble] = WriteFloat;
+  writers[kEvtVarTypeBoolean] = WriteBare;
+  writers[kEvtVarTypeSizeT] = WriteBare;
+  writers[kEvtVarTypeFileTime] = WriteTime<ReadFiletime>;
+  writers[kEvtVarTypeSysTime] = WriteTime<ReadSystemTime>;
+  return writers;
+}();
+
 char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* const end = WriteJsonInteger(event, value, out);
-  if (end != out) return end;
-  switch (value.type) {
-    case kEvtVarTypeSByte:
-    case kEvtVarTypeByte:
-    case kEvtVarTypeInt16:
-    case kEvtVarTypeUInt16:
-    case kEvtVarTypeInt32:
-    case kEvtVarTypeUInt32:
-    case kEvtVarTypeInt64:
-    case kEvtVarTypeUInt64:
-    case kEvtVarTypeSizeT:
-    case kEvtVarTypeBoolean: return WriteBare(event, value, out);
-    case kEvtVarTypeSingle:
-    case kEvtVarTypeDouble: return WriteFloat(event, value, out);
-    case kEvtVarTypeFileTime:
-    case kEvtVarTypeSysTime: return WriteTime(event, value, out);
-    default: return WriteString(event, value, out);
-  }
+  return value.type < kTypeBits ? kWriters[value.type](event, value, out)
+                                : WriteEscapedText(event, value, out);
 }
 
 }  // namespace
 
-char* WriteJsonInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  switch (value.type) {
-    case kEvtVarTypeSByte: return WriteNumber<std::int8_t>(event, value, out);
-    case kEvtVarTypeByte: return WriteNumber<std::uint8_t>(event, value, out);
-    case kEvtVarTypeInt16: return WriteNumber<std::int16_t>(event, value, out);
-    case kEvtVarTypeUInt16: return WriteNumber<std::uint16_t>(event, value, out);
-    case kEvtVarTypeInt32: return WriteNumber<std::int32_t>(event, value, out);
-    case kEvtVarTypeUInt32: return WriteNumber<std::uint32_t>(event, value, out);
-    case kEvtVarTypeInt64: return WriteNumber<std::int64_t>(event, value, out);
-    case kEvtVarTypeUInt64: return WriteNumber<std::uint64_t>(event, value, out);
-    default: return out;
-  }
-}
-
-char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
-  char* const plain_end = WriteQuotableAscii(bytes, text.offset, text.size / 2, out);
-  if (plain_end) return plain_end;
+char* WriteUncommonJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
   if (!Fits(bytes, text.offset, text.size)) return out;
   return WriteEscaped(bytes.subspan(text.offset), text.size / 2, out);
 }
