@@ -229,13 +229,9 @@ inline char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
 // What every line ends with.
 constexpr std::string_view kLineEnd = "}\n";
 
-// Room for the texts of all slots that the layout has.
-std::size_t RoomForSlots(const EventStructure& event, const EventJson& layout) {
+// Room for the texts of all slots of a layout that repeats elements, and what stands in them.
+std::size_t RoomForParts(const EventStructure& event, const EventJson& layout) {
   std::size_t size = 0;
-  if (layout.slots_once) {
-    for (std::size_t i = 0; i < event.slots.count; ++i) size += MaxSlotText(event, event.slots[i]);
-    return size;
-  }
   for (const EventJsonPart& part : layout.parts) {
     if (!part.is_literal && !part.is_element) size += MaxSlotText(event, event.slots[part.slot]);
   }
@@ -245,9 +241,10 @@ std::size_t RoomForSlots(const EventStructure& event, const EventJson& layout) {
 }  // namespace
 
 bool WriteEventJson(TextSink& out, const EventStructure& event, const EventJson& layout,
-                    bool repeats, std::string_view beside) {
+                    bool repeats, std::size_t slot_room, std::string_view beside) {
   Filling run{event, layout};
-  char* at = Reserve(out, layout.room + RoomForSlots(event, layout) + beside.size());
+  if (repeats) slot_room = RoomForParts(event, layout);
+  char* at = Reserve(out, layout.room + slot_room + beside.size());
   for (const EventJsonStep& step : layout.steps) at = WriteStep(run, step, at);
   if (run.met_array && !repeats) return false;
   if (!beside.empty()) at = CopyText(kLineEnd, CopyText(beside, at - kLineEnd.size()));

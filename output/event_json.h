@@ -65,8 +65,7 @@ struct EventJson {
   std::string literals;  // and behind them a block that may be read
   std::vector<EventJsonStep> steps;
   std::vector<EventJsonPart> parts;
-  std::size_t room = 0;     // bytes that a line takes at most, beside the texts of slots
-  bool slots_once = false;  // no slot stands in two places
+  std::size_t room = 0;  // bytes that a line takes at most, beside the texts of slots
   bool made = false;
 };
 
@@ -76,9 +75,10 @@ struct EventJson {
 EventJson LayOutEventJson(const EventStructure& event, const Document& document, bool repeats);
 
 // Writes the line of an event. False, nothing being written, when it has to have a layout of its
-// own, with `repeats`; never if it has one. What stands beside the event is told by `beside`.
+// own, with `repeats`; never if it has one. `slot_room` bounds the texts of the document's slots
+// (RoomForSlots); what stands beside the event is told by `beside`.
 bool WriteEventJson(TextSink& out, const EventStructure& event, const EventJson& layout,
-                    bool repeats, std::string_view beside);
+                    bool repeats, std::size_t slot_room, std::string_view beside);
 
 // Writes the line of a record that has no event: what its header says of it.
 void WriteBareEventJson(TextSink& out, std::uint64_t record_id, std::uint64_t written_time,

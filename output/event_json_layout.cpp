@@ -327,7 +327,6 @@ EventJson LayOutEventJson(const EventStructure& event, const Document& document,
   AddStep(run, Kind::kNothing);
   layout.literals.append(kCopyBlock, ' ');
   layout.room = RoomFor(event, layout);
-  layout.slots_once = document.slots_once && !repeats;
   return layout;
 }
 
