@@ -198,6 +198,14 @@ char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char
                                 : WriteEscapedText(event, value, out);
 }
 
+[[gnu::noinline]] char* WriteList(const EventStructure& event, const SubstitutionValue& array,
+                                  char* out) {
+  *out = '[';
+  char* const end = WriteJsonEntries(event, array, out + 1);
+  *end = ']';
+  return end + 1;
+}
+
 }  // namespace
 
 char* WriteUncommonJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
@@ -252,10 +260,7 @@ char* QuoteJson(char* begin, char* end) {
 
 char* WriteJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
   if (!IsArray(value)) return WriteOne(event, value, out);
-  *out = '[';
-  char* const end = WriteJsonEntries(event, value, out + 1);
-  *end = ']';
-  return end + 1;
+  return WriteList(event, value, out);
 }
 
 char* WriteJsonEntries(const EventStructure& event, const SubstitutionValue& array, char* out) {
