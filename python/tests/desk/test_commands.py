@@ -5,8 +5,10 @@ import io
 import json
 import os
 import shutil
+import signal
 import subprocess
 import sys
+import time
 from collections.abc import Callable, Iterable, Mapping
 from pathlib import Path
 
@@ -248,5 +250,28 @@ def test_a_stopped_command_leaves_no_file(case: Path, tmp_path: Path) -> None:
         check=False,
         env=dict(os.environ),
     )
-    assert (done.returncode, done.stderr) == (1, "tarnlex-desk: stopped\n")
+    assert (done.returncode, done.stderr) == (128 + signal.SIGTERM, "tarnlex-desk: stopped\n")
     assert left_in(tmp_path) == []
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+def test_a_query_that_would_take_long_is_stopped_at_once(case: Path, number: int) -> None:
+    # Hours, were it not stopped.
+    query = "SELECT count(*) FROM range(10000000000) a, range(1000) b WHERE a.range % 1001 = b.range"
+    command = [sys.executable, "-m", "tarnlex.desk", "sql", str(case), query]
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as running:
+        assert running.stdout is not None
+        # The header comes when the query is about to run.
+        assert running.stdout.readline() == b"count_star()\n"
+        time.sleep(0.5)
+        running.send_signal(number)
+        out, err = running.communicate(timeout=60)
+    assert (running.returncode, out, err) == (128 + number, b"", b"tarnlex-desk: stopped\n")
+
+
+def test_a_case_that_another_process_writes_to_is_named(case: Path, tmp_path: Path) -> None:
+    shutil.copy(case, tmp_path / "case.duckdb")
+    with duckdb.connect(str(tmp_path / "case.duckdb")):
+        done = desk("sql", tmp_path / "case.duckdb", "SELECT 1")
+    assert done.returncode == 1
+    assert "another process has it open" in done.stderr

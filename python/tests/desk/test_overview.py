@@ -10,8 +10,8 @@ from typing import Any
 
 import duckdb
 import pytest
-from browser import Page, opened
 
+from desk.browser import Page, opened
 from tarnlex.desk.main import main
 from tarnlex.desk.panels import PANELS, SIGMA_PANELS, TOTALS
 from tarnlex.desk.pictures import shown

@@ -8,9 +8,9 @@ import duckdb
 import pytest
 
 from tarnlex.desk.case import open_case
-from tarnlex.desk.sigma_fields import FieldColumns
 from tarnlex.desk.sigma_rules import read_rules
 from tarnlex.desk.sigma_run import Outcome, run_rules
+from tarnlex.desk.sigma_sql import Converter
 
 MakeCase = Callable[[Iterable[Mapping[str, object]]], Path]
 SYSMON = "Microsoft-Windows-Sysmon/Operational"
@@ -32,11 +32,11 @@ def ask(tmp_path: Path, fill: Callable[..., None]) -> Callable[..., Outcome]:
             f"title: a\nlogsource: {{product: windows, {source}}}\ndetection:\n{detection}\n",
             encoding="utf-8",
         )
-        columns = FieldColumns()
-        rules = list(read_rules([rule], columns))
+        converter = Converter()
+        rules = list(read_rules([rule], converter))
         with duckdb.connect() as connection:
             fill(connection, events, tmp_path)
-            return run_rules(connection, rules, columns)[0]
+            return run_rules(connection, rules, converter.columns)[0]
 
     return run
 
@@ -211,9 +211,9 @@ def test_user_data_is_searched_at_any_depth(tmp_path: Path, make_case: MakeCase)
         },
         {"Channel": "System", "EventID": 104, "UserData": {"LogFileCleared": {"SubjectUserName": "Admin"}}},
     ]
-    columns = FieldColumns()
+    converter = Converter()
     with open_case(str(make_case(events)), write=True) as connection:
-        assert run_rules(connection, list(read_rules([rule], columns)), columns)[0].rows == {0}
+        assert run_rules(connection, list(read_rules([rule], converter)), converter.columns)[0].rows == {0}
 
 
 def test_a_log_source_is_asked_for_in_the_logs_that_have_it(ask: Callable[..., Outcome]) -> None:

@@ -4,6 +4,7 @@ from pathlib import Path
 
 import duckdb
 
+from tarnlex.desk.stop import interruptible
 from tarnlex.errors import SchemaError, TarnlexError
 
 #: Columns of `events` that the commands read; a table without them is another program's.
@@ -64,7 +65,10 @@ def connect(path: str, write: bool) -> duckdb.DuckDBPyConnection:
         TarnlexError: It cannot be opened; the message says why.
     """
     try:
-        return duckdb.connect(path, read_only=not write)
+        connection = interruptible(duckdb.connect(path, read_only=not write))
+        # The database's own bar of progress would stand among the rows.
+        connection.execute("SET enable_progress_bar = false")
     except duckdb.Error as error:
-        reason = str(error).splitlines()[0]
+        reason = "another process has it open" if "lock" in str(error) else str(error).splitlines()[0]
         raise TarnlexError(f"{path} cannot be opened as a case: {reason}") from error
+    return connection

@@ -7,6 +7,7 @@ from collections.abc import Iterator
 from pathlib import Path
 from typing import TextIO
 
+from tarnlex.desk import stop
 from tarnlex.errors import TarnlexError
 
 
@@ -29,6 +30,7 @@ def replacing(path: str) -> Iterator[TextIO]:
     try:
         with beside.open("x", encoding="utf-8", newline="\n") as file:
             yield file
+            stop.check()
             file.flush()
             os.fsync(file.fileno())
         beside.replace(path)

@@ -6,9 +6,9 @@ import os
 import signal
 import sys
 from collections.abc import Sequence
-from types import FrameType
 from typing import NoReturn
 
+from tarnlex.desk import stop
 from tarnlex.errors import TarnlexError
 
 EPILOG = """exit code: 0 all was done; 1 it was not, and a message on standard error says why; 2 it was,
@@ -80,10 +80,11 @@ def main(arguments: Sequence[str] | None = None) -> int:
         The exit code.
     """
     chosen = _parser().parse_args(arguments)
+    stop.listen()
     try:
-        signal.signal(signal.SIGTERM, _end)
         module = importlib.import_module(f"tarnlex.desk.{chosen.command}")
-        code: int = module.run(chosen)
+        # A load hears of signals by itself, as it waits for other processes.
+        code = module.run(chosen) if chosen.command == "load" else stop.run(lambda: module.run(chosen))
         sys.stdout.flush()
     except ModuleNotFoundError as error:
         return _failed(f"the package {error.name} is missing: pip install 'tarnlex[desk]'")
@@ -91,17 +92,14 @@ def main(arguments: Sequence[str] | None = None) -> int:
         # Whoever reads has had enough; nothing shall be written when the process ends either.
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
         return 0
-    except KeyboardInterrupt:
-        return _failed("stopped")
+    except KeyboardInterrupt as stopped:
+        number = stopped.number if isinstance(stopped, stop.Stopped) else signal.SIGINT
+        return _failed("stopped", 128 + number)
     except TarnlexError as error:
         return _failed(str(error))
-    return code
+    return int(code)
 
 
-def _end(number: int, _: FrameType | None) -> NoReturn:
-    raise KeyboardInterrupt
-
-
-def _failed(message: str) -> int:
+def _failed(message: str, code: int = 1) -> int:
     print(f"tarnlex-desk: {message}", file=sys.stderr)
-    return 1
+    return code

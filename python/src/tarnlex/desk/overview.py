@@ -101,11 +101,13 @@ def _panels(connection: duckdb.DuckDBPyConnection) -> Sequence[Panel]:
 
 def _answer(connection: duckdb.DuckDBPyConnection, panel: Panel) -> Answer:
     relation = connection.sql(panel.query)
-    count = relation.query("rows", "SELECT count(*) FROM rows")
     draw = PICTURES.get(panel.picture)
-    rows = relation.limit(PICTURE_ROWS if draw else ROWS).fetchall()
+    limit = PICTURE_ROWS if draw else ROWS
+    rows = relation.limit(limit).fetchall()
+    # The query is asked a second time only where that has not given all.
+    counted = relation.query("rows", "SELECT count(*) FROM rows") if len(rows) == limit else None
     figure = as_json(draw(rows)) if draw and rows else None
-    number = count.fetchall()[0][0] if count else 0
+    number = counted.fetchall()[0][0] if counted else len(rows)
     kinds = [_kind([row[index] for row in rows[:ROWS]]) for index in range(len(relation.columns))]
     return Answer(panel, relation.columns, kinds, number, rows[:ROWS], figure)
 

@@ -36,16 +36,18 @@ WITH times AS (
   SELECT {what} AS {name}, {TIME} AS Time FROM events),
 gap AS (
   SELECT greatest((max(Time) - min(Time)) / 200, INTERVAL 1 HOUR) AS Longest FROM times),
-marked AS (
-  SELECT {name}, Time,
-    coalesce(Time - lag(Time) OVER (PARTITION BY {name} ORDER BY Time) > Longest, TRUE) AS Begins
-  FROM times, gap WHERE Time IS NOT NULL),
 numbered AS (
-  SELECT {name}, Time, count(*) FILTER (Begins)
-    OVER (PARTITION BY {name} ORDER BY Time ROWS UNBOUNDED PRECEDING) AS Part
-  FROM marked)
-SELECT {name}, min(Time) AS First, max(Time) AS Last, count(*) AS Events
-FROM numbered GROUP BY {name}, Part ORDER BY {name}, First"""
+  SELECT {name}, Time, lag(Time) OVER each AS Before, row_number() OVER each AS Number
+  FROM times WHERE Time IS NOT NULL WINDOW each AS (PARTITION BY {name} ORDER BY Time)),
+begun AS (
+  SELECT {name}, Time, Before, Number FROM numbered, gap WHERE Before IS NULL OR Time - Before > Longest),
+ended AS (
+  SELECT {name}, max(Time) AS Time, max(Number) AS Number FROM numbered GROUP BY {name})
+SELECT begun.{name}, begun.Time AS First, coalesce(lead(begun.Before) OVER each, ended.Time) AS Last,
+  coalesce(lead(begun.Number) OVER each, ended.Number + 1) - begun.Number AS Events
+FROM begun JOIN ended ON begun.{name} = ended.{name}
+WINDOW each AS (PARTITION BY begun.{name} ORDER BY begun.Time)
+ORDER BY ALL"""
 
 
 _GAPS = (

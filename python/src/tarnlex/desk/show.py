@@ -79,6 +79,7 @@ def _write_lines(relation: duckdb.DuckDBPyRelation) -> int:
 def _write_csv(columns: Sequence[str], relation: duckdb.DuckDBPyRelation) -> int:
     writer = csv.writer(sys.stdout, lineterminator="\n")
     writer.writerow(columns)
+    sys.stdout.flush()
     count = 0
     for row in relation.iter_rows():
         writer.writerow(row)

@@ -8,9 +8,9 @@ from rich.progress import Progress
 
 from tarnlex.desk.case import open_case
 from tarnlex.desk.show import chosen_format, say, show
-from tarnlex.desk.sigma_fields import FieldColumns
 from tarnlex.desk.sigma_rules import read_rules, rule_files
 from tarnlex.desk.sigma_run import Outcome, run_rules
+from tarnlex.desk.sigma_sql import Converter
 
 #: What a terminal has room for.
 SHORT = """SELECT RuleLevel AS "Level", Rule, CAST(TimeCreated AS TIMESTAMP) AS Time, Computer, EventID,
@@ -30,9 +30,9 @@ def run(arguments: argparse.Namespace) -> int:
     Raises:
         TarnlexError: There is no such case, or there are no rules.
     """
-    columns = FieldColumns()
+    converter = Converter()
     files = rule_files(arguments.rules)
-    rules = list(read_rules(files, columns))
+    rules = list(read_rules(files, converter))
     connection = open_case(arguments.case, write=True)
     try:
         with Progress(transient=True, disable=not sys.stderr.isatty()) as progress:
@@ -40,7 +40,7 @@ def run(arguments: argparse.Namespace) -> int:
             outcomes = run_rules(
                 connection,
                 rules,
-                columns,
+                converter.columns,
                 progress=lambda done, total: progress.update(bar, completed=done, total=total),
             )
         form = chosen_format(arguments.format, sys.stdout)

@@ -9,8 +9,7 @@ from sigma.collection import SigmaCollection
 from sigma.exceptions import SigmaError
 from sigma.rule import SigmaRule
 
-from tarnlex.desk.sigma_fields import FieldColumns
-from tarnlex.desk.sigma_sql import Condition, RuleNotConvertedError, convert
+from tarnlex.desk.sigma_sql import Condition, Converter, RuleNotConvertedError
 from tarnlex.errors import TarnlexError
 
 
@@ -51,11 +50,11 @@ def rule_files(paths: Sequence[str]) -> list[Path]:
     return files
 
 
-def read_rules(files: Sequence[Path], columns: FieldColumns) -> Iterator[Rule]:
+def read_rules(files: Sequence[Path], converter: Converter) -> Iterator[Rule]:
     """All rules of the files; those that cannot be run say why."""
     for file in files:
         try:
-            yield from _rules_of_text(str(file), file.read_text(encoding="utf-8"), columns)
+            yield from _rules_of_text(str(file), file.read_text(encoding="utf-8"), converter)
         except OSError as error:
             yield Rule(str(file), file.name, reason=f"cannot be read: {error.strerror}")
         except UnicodeDecodeError:
@@ -66,7 +65,7 @@ def read_rules(files: Sequence[Path], columns: FieldColumns) -> Iterator[Rule]:
             yield Rule(str(file), file.name, reason=f"is not a Sigma rule: {_one_line(str(error))}")
 
 
-def _rules_of_text(file: str, text: str, columns: FieldColumns) -> Iterator[Rule]:
+def _rules_of_text(file: str, text: str, converter: Converter) -> Iterator[Rule]:
     documents = [one for one in yaml.safe_load_all(text) if one is not None]
     if not documents or not all(isinstance(one, dict) for one in documents):
         yield Rule(file, Path(file).name, reason="is not a Sigma rule: it has no members")
@@ -81,10 +80,10 @@ def _rules_of_text(file: str, text: str, columns: FieldColumns) -> Iterator[Rule
         yield Rule(file, Path(file).name, reason="is not a Sigma rule: it has no detection")
     for rule in collection.rules:
         if isinstance(rule, SigmaRule):
-            yield _converted(file, rule, columns)
+            yield _converted(file, rule, converter)
 
 
-def _converted(file: str, parsed: SigmaRule, columns: FieldColumns) -> Rule:
+def _converted(file: str, parsed: SigmaRule, converter: Converter) -> Rule:
     rule = Rule(
         file=file,
         title=parsed.title or Path(file).name,
@@ -96,7 +95,7 @@ def _converted(file: str, parsed: SigmaRule, columns: FieldColumns) -> Rule:
         rule.reason = f"is not a Sigma rule: {_one_line('; '.join(map(str, parsed.errors)))}"
     else:
         try:
-            rule.conditions = tuple(convert(parsed, columns))
+            rule.conditions = tuple(converter.convert(parsed))
         except RuleNotConvertedError as error:
             rule.reason = f"cannot be converted: {_one_line(str(error))}"
     return rule

@@ -5,6 +5,7 @@ from dataclasses import dataclass, field
 
 import duckdb
 
+from tarnlex.desk import stop
 from tarnlex.desk.sigma_fields import FieldColumns, select_columns, sql_text
 from tarnlex.desk.sigma_rules import Rule
 from tarnlex.desk.sigma_sql import Condition
@@ -71,6 +72,7 @@ def run_rules(
     for channels, tasks in sorted(groups.items()):
         _make_columns(connection, channels, [task.condition for task in tasks], columns, table)
         for task in tasks:
+            stop.check()
             _run(connection, task)
             done += 1
             progress(done, total)
@@ -108,6 +110,8 @@ def _run(connection: duckdb.DuckDBPyConnection, task: _Task) -> None:
         rows = connection.execute(
             f"SELECT event FROM temp.sigma_columns WHERE {task.condition.where}"
         ).fetchall()
+    except duckdb.InterruptException:
+        raise
     except duckdb.Error as error:
         task.outcome.rows.clear()
         task.outcome.reason = f"cannot be run: {' '.join(str(error).split())}"

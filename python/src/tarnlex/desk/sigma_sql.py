@@ -78,6 +78,12 @@ class CaseBackend(sqliteBackend):
         self.fields: set[str] = set()
         self.all_values = False
 
+    def conditions(self, rule: SigmaRule) -> list[Condition]:
+        """The conditions of a rule, which stays what it is; more than one where it has several."""
+        self.fields, self.all_values = set(), False
+        convert_rule: Any = self.convert_rule
+        return cast("list[Condition]", convert_rule(copy.deepcopy(rule), "case"))
+
     def escape_and_quote_field(self, field: str) -> str:
         """A field is a column with a name of ours."""
         self.fields.add(field)
@@ -147,50 +153,63 @@ def _spelling(text: str) -> str | None:
     return None
 
 
-def convert(rule: SigmaRule, columns: FieldColumns) -> list[Condition]:
-    """All conditions of a rule: an event that meets one of them is a hit.
+class Converter:
+    """Makes conditions of rules, whose fields share the columns of a run.
 
-    A rule on what Sysmon logs and what Windows' own audit logs too gives conditions for both.
-
-    Raises:
-        RuleNotConvertedError: With the reason, in words for the one who brought the rule.
+    Attributes:
+        columns: The columns that all conditions made so far name.
     """
-    source = rule.logsource
-    if source.product not in (None, "windows"):
-        raise RuleNotConvertedError(f"its log source is not Windows: product {source.product}")
-    conditions: dict[str, Condition] = {}
-    reasons = []
-    for pipeline in (sysmon_pipeline(), windows_audit_pipeline()):
-        steps = pipeline + windows_logsource_pipeline()
-        channels = _channels(source, steps)
-        if not channels and (source.category or source.service):
-            continue
-        convert_rule: Any = CaseBackend(steps, columns).convert_rule
-        try:
-            found: list[Condition] = convert_rule(copy.deepcopy(rule), "case")
-        except (SigmaError, NotImplementedError, ValueError, TypeError, AttributeError) as error:
-            reasons.append(str(error) or type(error).__name__)
-            continue
-        conditions |= {one.where: replace(one, channels=channels) for one in found}
-    if not conditions:
-        raise RuleNotConvertedError(
-            reasons[0] if reasons else f"no Windows log is known for {_named(source)}"
-        )
-    return list(conditions.values())
 
+    def __init__(self) -> None:
+        self.columns = FieldColumns()
+        # What Sysmon logs, Windows' own audit logs otherwise: a rule may mean both.
+        self._backends = [
+            CaseBackend(pipeline + windows_logsource_pipeline(), self.columns)
+            for pipeline in (sysmon_pipeline(), windows_audit_pipeline())
+        ]
+        self._channels: dict[tuple[int, str], frozenset[str]] = {}
 
-def _channels(source: SigmaLogSource, steps: ProcessingPipeline) -> frozenset[str]:
-    """The channels that a log source means, whatever a rule says of channels beside."""
-    asked = SigmaRule.from_dict(
-        {
-            "title": "Which channels?",
-            "logsource": source.to_dict(),
-            "detection": {"selection": {"Anything": "anything"}, "condition": "selection"},
-        }
-    )
-    convert_rule: Any = CaseBackend(copy.deepcopy(steps), FieldColumns()).convert_rule
-    found: list[Condition] = convert_rule(asked, "case")
-    return frozenset().union(*(one.channels for one in found))
+    def convert(self, rule: SigmaRule) -> list[Condition]:
+        """All conditions of a rule: an event that meets one of them is a hit.
+
+        Raises:
+            RuleNotConvertedError: With the reason, in words for the one who brought the rule.
+        """
+        source = rule.logsource
+        if source.product not in (None, "windows"):
+            raise RuleNotConvertedError(f"its log source is not Windows: product {source.product}")
+        conditions: dict[str, Condition] = {}
+        reasons = []
+        for number in range(len(self._backends)):
+            channels = self._channels_of(source, number)
+            if not channels and (source.category or source.service):
+                continue
+            try:
+                found = self._backends[number].conditions(rule)
+            except (SigmaError, NotImplementedError, ValueError, TypeError, AttributeError) as error:
+                reasons.append(str(error) or type(error).__name__)
+                continue
+            conditions |= {one.where: replace(one, channels=channels) for one in found}
+        if not conditions:
+            raise RuleNotConvertedError(
+                reasons[0] if reasons else f"no Windows log is known for {_named(source)}"
+            )
+        return list(conditions.values())
+
+    def _channels_of(self, source: SigmaLogSource, number: int) -> frozenset[str]:
+        """The channels that a log source means, whatever a rule says of channels beside."""
+        key = (number, f"{source.category} {source.service} {source.product}")
+        if key not in self._channels:
+            asked = SigmaRule.from_dict(
+                {
+                    "title": "Which channels?",
+                    "logsource": source.to_dict(),
+                    "detection": {"selection": {"EventID": 1}, "condition": "selection"},
+                }
+            )
+            found = self._backends[number].conditions(asked)
+            self._channels[key] = frozenset().union(*(one.channels for one in found))
+        return self._channels[key]
 
 
 def _named(source: SigmaLogSource) -> str:
