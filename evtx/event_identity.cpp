@@ -237,7 +237,8 @@ bool PutBinaryXml(Writing& run, std::uint32_t begin, std::uint32_t end, int dept
   while (more && start == FragmentStart::kInstance) {
     std::uint32_t behind = 0;
     if (!PutInstance(run, token, end, depth, behind)) return false;
-    more = MayFollowInstance(run.chunk, behind, end);
+    // What follows that of a record fills it up, with whatever was there before.
+    more = depth > 0 && MayFollowInstance(run.chunk, behind, end);
     if (more) start = LookBehindInstance(run.chunk, behind, end, token);
   }
   if (more && start != FragmentStart::kOther) {
