@@ -117,6 +117,8 @@ bool PutElements(Writing& run, std::uint32_t begin, std::uint32_t end, bool depe
   Token token;
   for (std::uint32_t pos = FirstToken(run.chunk, begin, end); pos < end; pos = token.end) {
     token = {};
+    // What an instance inside of a stream says stands elsewhere.
+    if ((run.chunk[pos] & 0x0F) == 0x0C) return false;
     if (!ReadToken(run.chunk, pos, end, layout, token) || !PutToken(run, token)) return false;
     if (token.kind == TokenKind::kEndOfStream) break;
     Watch(watch, token, id);
@@ -202,13 +204,16 @@ bool StatesId(const Writing& run, const SubstitutionArray& array) {
 bool PutInstance(Writing& run, std::uint32_t token, std::uint32_t limit, int depth,
                  std::uint32_t& end) {
   TemplateInstance instance;
-  SubstitutionArray array;
-  if (depth > kMaxNesting || !LocateInstance(run.chunk, token, instance) ||
-      !ParseSubstitutionArray(run.chunk, instance.array, Policy::kComplete, run.room.slots,
-                              array) ||
-      array.cut || array.end > limit || !Take(run, array.end - instance.array)) {
+  if (depth > kMaxNesting || run.room.bytes_left == 0 ||
+      !LocateInstance(run.chunk, token, instance)) {
     return false;
   }
+  SubstitutionArray array;
+  const bool readable =
+      ParseSubstitutionArray(run.chunk, instance.array, Policy::kComplete, run.room.slots, array);
+  // What cannot be read has cost something too.
+  const std::uint64_t cost = std::uint64_t{kDescriptorSize} * array.count + array.bytes;
+  if (!Take(run, cost) || !readable || array.cut || array.end > limit) return false;
   end = array.end;
   Put(run, Part::kInstance);
   if (!PutDefinition(run, token, instance.definition, depth)) return false;
@@ -232,7 +237,8 @@ bool PutBinaryXml(Writing& run, std::uint32_t begin, std::uint32_t end, int dept
   while (more && start == FragmentStart::kInstance) {
     std::uint32_t behind = 0;
     if (!PutInstance(run, token, end, depth, behind)) return false;
-    more = MayFollowInstance(run.chunk, behind, end);
+    // What follows that of a record fills it up, with whatever was there before.
+    more = depth > 0 && MayFollowInstance(run.chunk, behind, end);
     if (more) start = LookBehindInstance(run.chunk, behind, end, token);
   }
   if (more && start != FragmentStart::kOther) {

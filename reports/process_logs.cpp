@@ -120,6 +120,7 @@ void NoteEvents(RunOptions options, RunState& run, const Work& work, UniqueEvent
     if (StopsHere(notes.progress)) break;
     if (!work.takes(log)) continue;
     BeginLogOf(options, notes, log, ++number, count);
+    run.current_log = &log;
     QueryList queries = work.queries(log);
     if (queries.empty()) continue;
     LogPass pass{options, notes, log, queries};

@@ -219,6 +219,25 @@ TEST(EventIdentity, OfARecordThatCannotBeReadIsItsPlaceInItsChunk) {
   EXPECT_NE(damaged(1), damaged(2));
 }
 
+TEST(EventIdentity, DoesNotDependOnWhatFillsARecordUp) {
+  int tried = 0;
+  for (std::size_t size = 0; size < 8; ++size) {
+    Event event = Logon(1);
+    event.data[0] = DataField("TargetUserName", std::string(size, 'x'));
+    ByteString file = EvtxBuilder().AddEvent(event).Build();
+    const auto expected = Identities(file);
+    const std::size_t begin = support::RecordOffset(file, 0, 0);
+    const std::size_t end = begin + support::GetU32(file, begin + 4) - 4;
+    if (file[end - 1] != 0 || file[end - 2] != 0) continue;
+    ++tried;
+    for (const int byte : {0x01, 0x0C, 0x0F, 0xFF}) {
+      file[end - 1] = static_cast<std::uint8_t>(byte);
+      EXPECT_EQ(Identities(file), expected);
+    }
+  }
+  EXPECT_GT(tried, 0);
+}
+
 struct Identified {
   Recovery recovery;
   std::string identity;
