@@ -78,6 +78,7 @@ void Judge(EvtRecord& record, FoundIn from, Bytes bytes) {
 
 bool ReadFound(EvtRecovery& recovery, std::uint32_t length, EvtRecord& record) {
   ShowInWindow(recovery.log, recovery.at, EvtRecordReach(length), recovery.window);
+  record.structure.policy = recovery.walked.policy;
   return ReadEvtRecord(recovery.log, recovery.at, record);
 }
 
