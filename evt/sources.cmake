@@ -1,5 +1,6 @@
 target_sources(tarnlex_core PRIVATE
   evt/account.cpp
+  evt/carve.cpp
   evt/copies.cpp
   evt/evt_log.cpp
   evt/file_header.cpp

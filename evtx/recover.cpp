@@ -10,14 +10,6 @@
 namespace tarnlex {
 namespace {
 
-// Whether a record can have been written behind another, given what lies between them: as many
-// records as are missing, each of the least size.
-bool Follows(std::uint64_t id, std::uint64_t before, std::uint32_t gap) {
-  if (before == 0 || id <= before) return false;
-  const std::uint64_t missing = id - before - 1;
-  return gap == 0 ? missing == 0 : missing > 0 && missing <= gap / kLeastInstanceRecord;
-}
-
 struct FoundRecord {
   std::uint32_t offset = 0;
   std::uint32_t size = 0;
@@ -55,12 +47,18 @@ bool IsLive(const RecoveryNotes& notes, const FoundRecord& record) {
                             std::pair(record.id, record.time));
 }
 
+}  // namespace
+
+bool Follows(std::uint64_t id, std::uint64_t before, std::uint32_t gap) {
+  if (before == 0 || id <= before) return false;
+  const std::uint64_t missing = id - before - 1;
+  return gap == 0 ? missing == 0 : missing > 0 && missing <= gap / kLeastInstanceRecord;
+}
+
 void CountRecovered(RecoveryCounts& counts, const Recovery& recovery) {
   ++counts.from[static_cast<std::size_t>(recovery.from)];
   ++counts.checked[static_cast<std::size_t>(recovery.checked)];
 }
-
-}  // namespace
 
 void NoteLiveRecord(RecoveryNotes& notes, std::uint64_t id, std::uint64_t time) {
   if (notes.live.size() == kMostLive) {

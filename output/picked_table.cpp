@@ -108,9 +108,7 @@ void WriteCell(TableWriter& table, const EventRows& rows, ColumnKind kind, const
       break;
     case ColumnKind::kRecovered: WriteRecovered(table, rows, read.number); break;
     case ColumnKind::kOffset: WriteNumberCell(table, rows.places[read.number].file_offset); break;
-    case ColumnKind::kLog:
-      WriteRepeatedCell(table, table.log_name_text, table.log_name, width);
-      break;
+    case ColumnKind::kLog: WriteLogName(table, rows, read.number, width); break;
     case ColumnKind::kValue: WriteValueCell(table, ValueText(read, column), width); break;
   }
 }

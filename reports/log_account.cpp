@@ -52,6 +52,7 @@ bool HasChunkBehindHeader(const std::string& path) {
 
 Losses LossesOf(const LogAccount& account) {
   if (account.outcome != LogOutcome::kRead) return {};
+  if (account.is_image) return {.recovered = account.evtx.recovered};
   return account.log.is_evtx ? LossesOfEvtx(account.evtx) : LossesOfEvt(account.evt);
 }
 

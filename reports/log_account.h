@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "event/carving.h"
 #include "event/recovery.h"
 #include "evt/walk.h"
 #include "evtx/account.h"
@@ -36,6 +37,8 @@ struct LogAccount {
   bool surveyed = false;   // the account has checksums and the like
   std::uint64_t part = 1;  // that was walked, of so many
   std::uint64_t parts = 1;
+  bool is_image = false;  // searched for logs, of either container
+  CarveCounts carved = {};
   WalkAccount evtx = {};  // of its container one of the two
   EvtAccount evt = {};
 };

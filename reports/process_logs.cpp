@@ -9,6 +9,7 @@
 
 #include "logs/platform.h"
 #include "reports/builtin_reports.h"
+#include "reports/carve_image.h"
 #include "reports/command_language.h"
 #include "reports/log_pass.h"
 #include "reports/report_library.h"
@@ -18,11 +19,36 @@
 namespace tarnlex {
 namespace {
 
+// Makes the queries for a log of the format that is stated for it.
+using QueriesFor = std::function<QueryList(const LogInfo&)>;
+
+// One search of an image with the queries made for either container.
+bool SearchImage(const RunOptions& options, RunState& run, const LogInfo& image,
+                 const QueriesFor& queries_for, bool filters) {
+  LogInfo evtx_log = image;
+  LogInfo evt_log = image;
+  evtx_log.is_evtx = true;
+  evt_log.is_evtx = false;
+  QueryList evtx_queries = queries_for(evtx_log);
+  QueryList evt_queries = queries_for(evt_log);
+  const std::size_t count = evtx_queries.size() + evt_queries.size();
+  if (count == 0) return false;
+  if (options.stats_on) BeginWalk(run.statistics, image, count, filters);
+  LogPass evtx{options, run, evtx_log, evtx_queries};
+  LogPass evt{options, run, evt_log, evt_queries};
+  evt.first_query = evtx_queries.size();
+  CarveImage(evtx, evt);
+  return evtx.wrote || evt.wrote;
+}
+
 // One walk over one log with the queries made for it; `filters` when somebody asked for them.
-bool RunQueries(const RunOptions& options, RunState& run, const LogInfo& log, QueryList queries,
-                bool filters) {
+bool RunQueries(const RunOptions& options, RunState& run, const LogInfo& log,
+                const QueriesFor& queries_for, bool filters) {
   // Behind a record that could not be written nothing is worth reading.
-  if (queries.empty() || HasFailed(run.records)) return false;
+  if (HasFailed(run.records)) return false;
+  if (IsCarving(options)) return SearchImage(options, run, log, queries_for, filters);
+  QueryList queries = queries_for(log);
+  if (queries.empty()) return false;
   if (options.stats_on) BeginWalk(run.statistics, log, queries.size(), filters);
   LogPass pass{options, run, log, queries};
   WalkLog(pass);
@@ -31,9 +57,23 @@ bool RunQueries(const RunOptions& options, RunState& run, const LogInfo& log, Qu
 
 bool RunLines(const RunOptions& options, RunState& run, const LogInfo& log,
               const std::vector<TokenList>& lines) {
-  QueryList queries;
-  BuildQueries(lines, log, options, false, queries);
-  return RunQueries(options, run, log, std::move(queries), true);
+  const auto queries_for = [&](const LogInfo& of) {
+    QueryList queries;
+    BuildQueries(lines, of, options, false, queries);
+    return queries;
+  };
+  return RunQueries(options, run, log, queries_for, true);
+}
+
+// A ready-made report. Nobody knows which log a record of an image was of, so each has to show it.
+bool RunReport(const RunOptions& options, RunState& run, const LogInfo& log,
+               const BuiltinReport& report) {
+  const auto queries_for = [&](const LogInfo& of) {
+    QueryList queries;
+    BuildQueries(ReportLines(report, FormatOf(of)), of, options, false, queries);
+    return IsCarving(options) ? QueriesByKind(report, queries) : queries;
+  };
+  return RunQueries(options, run, log, queries_for, true);
 }
 
 // What all logs go through, one after the other: a report, the command file or the plain dump.
@@ -43,10 +83,10 @@ struct Work {
 };
 
 Work ReportWork(const RunOptions& options, RunState& run, const BuiltinReport& report) {
-  return {[&](const LogInfo& log) { return ReportFits(report, log, options.complete); },
-          [&](const LogInfo& log) {
-            return RunLines(options, run, log, ReportLines(report, FormatOf(log)));
-          }};
+  return {[&](const LogInfo& log) {
+            return IsCarving(options) || ReportFits(report, log, options.complete);
+          },
+          [&](const LogInfo& log) { return RunReport(options, run, log, report); }};
 }
 
 bool TakesAll(const LogInfo&) { return true; }
@@ -68,8 +108,10 @@ std::vector<Work> PlanWork(const RunOptions& options, RunState& run) {
   }
   if (options.dump_all) {
     works.push_back({TakesAll, [&](const LogInfo& log) {
-                       return RunQueries(options, run, log, PlainQueries(log, options),
-                                         !options.hist_ids.empty());
+                       const auto plain = [&](const LogInfo& of) {
+                         return PlainQueries(of, options);
+                       };
+                       return RunQueries(options, run, log, plain, !options.hist_ids.empty());
                      }});
   }
   return works;
@@ -80,13 +122,17 @@ std::size_t CountLogs(const Work& work, const LogTable& logs) {
       logs.begin(), logs.end(), [&](const auto& log) { return work.takes(log.second); }));
 }
 
+std::uint64_t SizeOf(const std::string& path) {
+  const auto file = OpenImage(path);
+  return file ? file->file.size : 0;
+}
+
 // The sizes of all that is to be read; only asked for when somebody watches.
 std::uint64_t BytesOf(const std::vector<Work>& works, const LogTable& logs) {
   std::uint64_t bytes = 0;
   for (const auto& [path, log] : logs) {
-    const auto file = OpenInput(path);
-    if (!file) continue;
-    for (const Work& work : works) bytes += work.takes(log) ? file->size : 0;
+    const std::uint64_t size = SizeOf(path);
+    for (const Work& work : works) bytes += work.takes(log) ? size : 0;
   }
   return bytes;
 }

@@ -147,7 +147,8 @@ void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions&
   const EventStructure& event = EvtSlotsOf(record);
   const Plan& plan = DocumentPlan(stream, record);
   if (WriteWhole(out, stream, options,
-                 {event, plan, record.record_number, EvtFiletime(record.time_written)})) {
+                 {event, plan, record.record_number, EvtFiletime(record.time_written),
+                  record.offset, record.recovery})) {
     return;
   }
   RecordJson& layout = Place(stream, query, position, plan);
@@ -162,7 +163,7 @@ void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions&
                         record.filetime,
                         EvtFiletime(record.time_written),
                         record.offset,
-                        {},
+                        record.recovery,
                         options.timesketch};
   WriteRecordJson(out, line, event, plan.document, layout);
 }
