@@ -1,5 +1,6 @@
 target_sources(tarnlex_core PRIVATE
   evt/account.cpp
+  evt/carve.cpp
   evt/copies.cpp
   evt/event_identity.cpp
   evt/evt_log.cpp

@@ -6,6 +6,7 @@ target_sources(tarnlex_core PRIVATE
   logs/iso_time.cpp
   logs/known_options.cpp
   logs/log_content.cpp
+  logs/log_marks.cpp
   logs/option_search.cpp
   logs/output_guard.cpp
   logs/parse_number.cpp

@@ -129,7 +129,7 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRows& 
     WriteValueCells(table, columns, row, positions);
   }
   if (rows.keeps_places) WritePlaceCells(table, rows, number);
-  WriteRepeatedCell(table, table.log_name_text, table.log_name, kLogWidth);
+  WriteLogName(table, rows, number, kLogWidth);
   Write(table.cells, table.row_end);
 }
 

@@ -11,6 +11,7 @@
 #include "logs/text_sink.h"
 #include "output/record_output.h"
 #include "output/statistics.h"
+#include "reports/carved_logs.h"
 #include "reports/command_language.h"
 #include "reports/progress.h"
 #include "reports/run_account.h"
@@ -31,6 +32,7 @@ struct RunState {
   std::function<void(const LogInfo&)> finished = {};  // told of each log that nothing is left of
   Progress progress = {};
   std::vector<UniqueEvents> unique = {};  // with -unique, of each report
+  std::optional<CarvedLogs> carved_logs = {};  // with -carve_out
 };
 
 // Where decoding traces to; null without -diags.

@@ -534,6 +534,25 @@ ByteString BareChunk() {
   return log.BuildChunks();
 }
 
+// What a disk may hold: a chunk at an odd place, the first half of one that another follows, a
+// record by itself, and an EVT log of which the end is gone.
+ByteString DiskImage() {
+  ByteString image(777);
+  support::PutBytes(image, BareChunk());
+  const ByteString forgotten = ForgottenLog();
+  constexpr std::size_t kKept = 6576;  // behind its second record
+  image.insert(image.end(), forgotten.begin() + support::kEvtxHeaderSize,
+               forgotten.begin() + kKept);
+  const ByteString small = SmallSecurityLog();
+  support::PutBytes(image, ByteString(small.begin() + support::kEvtxHeaderSize, small.end()));
+  image.resize(image.size() + 100);
+  const auto record = static_cast<std::ptrdiff_t>(support::RecordOffset(forgotten, 0, 4));
+  image.insert(image.end(), forgotten.begin() + record, forgotten.begin() + record + 2000);
+  const ByteString xp = SecurityLogOfXp();
+  image.insert(image.end(), xp.begin(), xp.end() - 200);
+  return image;
+}
+
 // The signature of the file is gone, the chunk behind it is whole.
 ByteString HeaderlessLog() {
   ByteString file = SmallSecurityLog();
@@ -577,6 +596,7 @@ void WriteSampleFiles(const std::string& directory) {
       {"cleared/SysEvent.Evt", ClearedLogOfXp()},
       {"volume/WINDOWS/System32/Config/sysevent.EVT", SystemLogOfXp()},
       {"chunk.bin", BareChunk()},
+      {"disk.img", DiskImage()},
       {"headerless/a.evtx", HeaderlessLog()},
       {"headerless/b.evtx", HeaderlessLog()},
       {"headerless/chunk.bin", BareChunk()},

@@ -1,4 +1,5 @@
 target_sources(tarnlex_tests PRIVATE
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/log_marks_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/crc32_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/date_time_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/find_special_test.cpp
