@@ -78,6 +78,7 @@ EventRows MakeRows(const LogPass& pass) {
     rows.joined = JoinedForm(pass.options);
     if (!pass.options.columns.empty()) rows.wanted = &pass.options.columns;
   }
+  if (!IsStream(pass.options)) ExpectRepeated(rows.repeated);
   rows.keeps_places = TellsPlaces(pass.options);
   rows.keeps_hosts = pass.options.complete && pass.options.l2t_form;
   return rows;
