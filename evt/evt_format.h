@@ -38,7 +38,8 @@ inline constexpr std::size_t kEvtFixedSize = 56;
 inline constexpr std::size_t kEvtLengthCopy = 4;
 
 // A text whose terminator is not among this many units counts as empty when it is stepped over, but
-// under the complete policy; the strings of tables behind long texts are what they have always been.
+// under the complete policy; the strings of tables behind long texts are what they have always
+// been.
 inline constexpr std::size_t kEvtMeasuredUnits = 512;
 
 // The computer name has no length of its own.
