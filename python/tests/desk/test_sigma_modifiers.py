@@ -137,6 +137,14 @@ def test_a_modifier_finds_what_it_shall(
     assert hits(ask(selection(detection), *events)) == found
 
 
+@pytest.mark.parametrize(
+    "name", ["a b", "a/b~c", "a.b", "$a", "*", "0", "a'b", 'a"b', "a\\b", "[0]", "#text", "é"]
+)
+def test_a_field_may_have_any_name(ask: Callable[..., Outcome], name: str) -> None:
+    key = "'" + name.replace("'", "''") + "'"
+    assert hits(ask(selection(f"{key}: x"), {name: "X"}, {name: "y"}, {}, {"ab": "x"})) == {0}
+
+
 def test_a_field_is_compared_with_another(ask: Callable[..., Outcome]) -> None:
     events = [
         {"A": "x", "B": "X"},

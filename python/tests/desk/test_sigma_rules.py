@@ -1,6 +1,8 @@
 """Rules of ours over real logs find what is in them and nothing else, and rules that are none are named."""
 
 import json
+import subprocess
+import sys
 import time
 from collections.abc import Callable, Iterable, Mapping
 from pathlib import Path
@@ -128,6 +130,27 @@ def test_no_rules_are_an_error(tmp_path: Path, case: Path, capsys: pytest.Captur
     assert "no rules (*.yml, *.yaml) in" in capsys.readouterr().err
     assert main(["sigma", str(case), str(tmp_path / "nowhere")]) == 1
     assert "no such file or folder of rules" in capsys.readouterr().err
+
+
+def test_a_full_disk_leaves_the_hits_of_the_last_run(tmp_path: Path, make_case: MakeCase) -> None:
+    name = "x" * 1000
+    case = make_case(
+        [{"Channel": "Security", "EventID": 1, "EventData": {"Name": f"{name}{n}"}} for n in range(3000)]
+    )
+    rule = tmp_path / "rule.yml"
+    rule.write_text(
+        "title: a\nlogsource: {product: windows, service: security}\n"
+        "detection:\n  s: {Name: x*}\n  condition: s\n"
+    )
+    assert main(["sigma", str(case), str(tmp_path / "rule.yml"), "--format", "csv"]) == 0
+    size = case.stat().st_size // 1024
+    command = f'ulimit -f {size}; exec "{sys.executable}" -m tarnlex.desk sigma "{case}" "{rule}"'
+    done = subprocess.run(["/bin/bash", "-c", command], capture_output=True, text=True, check=False)
+    assert done.returncode == 1, done.stderr
+    assert done.stderr.startswith(f"tarnlex-desk: {case}: ")
+    assert "Traceback" not in done.stderr
+    with duckdb.connect(str(case), read_only=True) as connection:
+        assert connection.execute("SELECT count(*) FROM sigma_hits").fetchall() == [(3000,)]
 
 
 @pytest.mark.slow

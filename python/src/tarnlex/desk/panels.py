@@ -56,7 +56,7 @@ _GAPS = (
 )
 
 HOSTS = Panel("hosts", "Hosts", _GAPS, _spans("coalesce(Computer, '(none)')", "Host"), "spans", open=False)
-LOGS = Panel("logs", "Logs", _GAPS, _spans("Log", "Log"), "spans", open=False)
+LOGS = Panel("logs", "Logs", _GAPS, _spans("coalesce(Log, '(none)')", "Log"), "spans", open=False)
 
 HOURS = Panel(
     "hours",
@@ -82,7 +82,7 @@ LOGONS = Panel(
     "Events 4624 of Security, and 528 and 540 of old logs.",
     f"""\
 WITH logons AS (
-  SELECT Computer,
+  SELECT coalesce(Computer, '(none)') AS Computer,
     CASE WHEN EventID = 4624 THEN EventData->>'LogonType' ELSE EventData->'Data'->>3 END AS TypeNumber
   FROM events
   WHERE (Channel = 'Security' AND EventID = 4624) OR ({_OLD} AND EventID IN (528, 540)))

@@ -149,8 +149,8 @@ def stacked(rows: Sequence[Row]) -> go.Figure:
 def failed(rows: Sequence[Row]) -> go.Figure:
     """Bars of the most failed logons: rows of account, address, computer and number first."""
     chosen = rows[:20]
-    labels = [f"{row[0]} from {row[1] or '-'}" for row in chosen]
-    bars = _bars([row[3] for row in chosen], "", "#c2556b", [shown(row[2]) for row in chosen])
+    labels = [f"{row[0] or '-'} from {row[1] or '-'}" for row in chosen]
+    bars = _bars([row[3] for row in chosen], "", "#c2556b", [shown(row[2] or "(none)") for row in chosen])
     figure = _figure([bars], 90 + 24 * len(chosen))
     _name_rows(figure, labels)
     return figure

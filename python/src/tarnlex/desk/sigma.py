@@ -4,13 +4,16 @@ import argparse
 import sys
 from collections import Counter
 
+import duckdb
+from rich.console import Console
 from rich.progress import Progress
 
 from tarnlex.desk.case import open_case
 from tarnlex.desk.show import chosen_format, say, show
-from tarnlex.desk.sigma_rules import read_rules, rule_files
+from tarnlex.desk.sigma_rules import Rule, read_rules, rule_files
 from tarnlex.desk.sigma_run import Outcome, run_rules
 from tarnlex.desk.sigma_sql import Converter
+from tarnlex.errors import TarnlexError
 
 #: What a terminal has room for.
 SHORT = """SELECT RuleLevel AS "Level", Rule, CAST(TimeCreated AS TIMESTAMP) AS Time, Computer, EventID,
@@ -35,19 +38,25 @@ def run(arguments: argparse.Namespace) -> int:
     rules = list(read_rules(files, converter))
     connection = open_case(arguments.case, write=True)
     try:
-        with Progress(transient=True, disable=not sys.stderr.isatty()) as progress:
-            bar = progress.add_task("rules", total=None)
-            outcomes = run_rules(
-                connection,
-                rules,
-                converter.columns,
-                progress=lambda done, total: progress.update(bar, completed=done, total=total),
-            )
+        outcomes = _run(connection, rules, converter)
         form = chosen_format(arguments.format, sys.stdout)
         show(connection.sql(SHORT if form == "table" else HITS), form, title="Sigma hits")
+    except duckdb.Error as error:
+        raise TarnlexError(f"{arguments.case}: {str(error).splitlines()[0]}") from error
     finally:
         connection.close()
     return _tell(outcomes)
+
+
+def _run(connection: duckdb.DuckDBPyConnection, rules: list[Rule], converter: Converter) -> list[Outcome]:
+    with Progress(console=Console(stderr=True), transient=True, disable=not sys.stderr.isatty()) as progress:
+        bar = progress.add_task("rules", total=None)
+        return run_rules(
+            connection,
+            rules,
+            converter.columns,
+            progress=lambda done, total: progress.update(bar, completed=done, total=total),
+        )
 
 
 def _tell(outcomes: list[Outcome]) -> int:
