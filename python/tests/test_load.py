@@ -232,6 +232,8 @@ def test_wrong_calls_make_no_table(made: Path, tmp_path: Path) -> None:
     with duckdb.connect() as connection:
         with pytest.raises(tarnlex.OptionError, match="part cannot be given: a load cuts"):
             tarnlex.load(connection, made, part="1/2")
+        with pytest.raises(tarnlex.OptionError, match="unique cannot be given: each log"):
+            tarnlex.load(connection, made, unique=True)
         with pytest.raises(tarnlex.OptionError, match="is recover meant"):
             tarnlex.load(connection, made, recovery=True)
         with pytest.raises(tarnlex.PathError):
@@ -373,6 +375,8 @@ def test_a_stop_in_the_middle_leaves_whole_logs(
         stopped = counts(connection)
         assert 0 < len(stopped) < 12
         assert set(stopped.values()) == {58}
+        noted = connection.execute("SELECT count(*) FROM events_loads WHERE rows IS NULL").fetchone()
+        assert noted == (0,)
         loaded = tarnlex.load(connection, logs)
         assert loaded.present == len(stopped)
         assert counts(connection) == {f"{number}.evtx": 58 for number in range(12)}
