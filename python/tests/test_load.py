@@ -373,6 +373,8 @@ def test_a_stop_in_the_middle_leaves_whole_logs(
         stopped = counts(connection)
         assert 0 < len(stopped) < 12
         assert set(stopped.values()) == {58}
+        noted = connection.execute("SELECT count(*) FROM events_loads WHERE rows IS NULL").fetchone()
+        assert noted == (0,)
         loaded = tarnlex.load(connection, logs)
         assert loaded.present == len(stopped)
         assert counts(connection) == {f"{number}.evtx": 58 for number in range(12)}

@@ -2,7 +2,6 @@
 
 import contextlib
 import json
-import re
 from collections.abc import Iterable, Iterator
 from pathlib import Path
 from typing import TYPE_CHECKING
@@ -45,11 +44,6 @@ def quoted(name: str) -> str:
 def text(value: str) -> str:
     """A text as SQL has it."""
     return "'" + value.replace("'", "''") + "'"
-
-
-def file_name(path: Path) -> str:
-    """The path of a file as SQL has it where patterns of names are taken too."""
-    return text(re.sub(r"[*?\[]", r"[\g<0>]", str(path)))
 
 
 def loads_of(table: str) -> str:
@@ -137,7 +131,7 @@ def insertion(table: str, lines: Path, load: int, object_size: int | None = None
         INSERT INTO {quoted(table)}
         WITH members AS (
           SELECT json AS line, unnest(json_transform(json, {text(json.dumps(kinds))}))
-          FROM read_json_objects({file_name(lines)}, format = 'newline_delimited'{size}))
+          FROM read_json_objects({text(str(lines))}, format = 'newline_delimited'{size}))
         SELECT {", ".join(_value(column) for column in MEMBERS)},
           CASE WHEN len(list_filter(json_keys(line), lambda name: NOT list_contains({known}, name))) > 0
             THEN json_merge_patch(line, {text(nothing)}) END,
