@@ -248,7 +248,8 @@ void CarveOpenImage(LogPass& evtx, LogPass& evt, const ImageFile& image) {
       KeepChunk(*kept, names.key, Clip(slot.bytes, 0, slot.cut), names.last_id);
     };
   }
-  ImageWindow window{image.file, kCarveBack, std::max(kCarveAhead, std::uint64_t{kEvtLargestRecord})};
+  ImageWindow window{image.file, kCarveBack,
+                     std::max(kCarveAhead, std::uint64_t{kEvtLargestRecord})};
   EvtRecord record;
   record.structure.policy = Policy::kComplete;
   ImageSearch search{evtx, evt, image, carver, window, counts, record, keeps};

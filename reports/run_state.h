@@ -31,7 +31,7 @@ struct RunState {
   const LogInfo* current_log = nullptr;               // the entry of `logs` that is being processed
   std::function<void(const LogInfo&)> finished = {};  // told of each log that nothing is left of
   Progress progress = {};
-  std::vector<UniqueEvents> unique = {};  // with -unique, of each report
+  std::vector<UniqueEvents> unique = {};       // with -unique, of each report
   std::optional<CarvedLogs> carved_logs = {};  // with -carve_out
 };
 
