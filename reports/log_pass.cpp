@@ -50,16 +50,16 @@ bool IsFirst(LogPass& pass, EventUse use, bool recovered, EventOf event) {
   return first;
 }
 
-template <typename IsFirst>
-void CountAny(LogPass& pass, std::uint64_t event_id, std::uint64_t filetime, IsFirst is_first) {
+template <typename First>
+void CountAny(LogPass& pass, std::uint64_t event_id, std::uint64_t filetime, First is_first) {
   if (!pass.options.stats_on || !is_first(EventUse::kCount)) return;
   CountRecord(pass.run.statistics, event_id, filetime);
 }
 
 // Offers a record to the queries that may take it, in order, until one does: `takes` tests, `add`
 // makes the row.
-template <typename Takes, typename IsFirst, typename Add>
-void Offer(LogPass& pass, std::uint64_t event_id, Takes takes, IsFirst is_first, Add add) {
+template <typename Takes, typename First, typename Add>
+void Offer(LogPass& pass, std::uint64_t event_id, Takes takes, First is_first, Add add) {
   QueryCandidates candidates = CandidatesFor(pass.index, event_id);
   for (std::uint32_t position = 0; NextCandidate(candidates, position);) {
     if (!takes(position)) continue;
