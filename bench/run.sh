@@ -90,8 +90,27 @@ for forms_log in "$log" "$work/Mixed.evtx"; do
     bench/ratios.py "$runs" -csv "$(form -csv)" "$(form '-csvgen -complete')" "$(form -json)" \
       "$(form -event_json)" "$(form -event_xml)"
   fi
+  # Few records are of these, whatever the log: an identifier of a failed logon by an expired account,
+  # and a text that no number, date or identifier can hold.
+  bench/ratios.py "$runs" -csv "$(form -csv)" "$(form '-csv -eventid 532')" "$(form '-csv -string mimikatz')"
 done
-rm -f "$work"/form-* "$work/export" "$work/Mixed.evtx"
+
+echo "-- peak memory, and the text that is written"
+# peak COMMAND...: in KiB. A process begins with the peak of the one that started it, so that has to
+# be a small one.
+peak() {
+  env time -f %M -o "$work/peak" "$@" >/dev/null 2>&1
+  cat "$work/peak"
+}
+for forms_log in "$log" "$work/Mixed.evtx"; do
+  for options in "" -csv "-csvgen -complete" -csvl2t "-bodyfile -allparams" -json -event_json -event_xml; do
+    # shellcheck disable=SC2086 # several options
+    kib=$(peak "$program" -log "$forms_log" -quiet $options -out "$work/form")
+    awk -v name="$(basename "$forms_log") ${options:-table}" -v peak="$kib" -v text="$(wc -c <"$work/form")" \
+      'BEGIN { printf "%-50s peak %6.1f MiB, text %6.1f MiB\n", name, peak / 1024, text / 1048576 }'
+  done
+done
+rm -f "$work"/form* "$work/export" "$work/Mixed.evtx"
 
 echo "-- selective queries: full dump / query"
 awk 'BEGIN { for (i = 0; i < 500; ++i)
@@ -113,10 +132,12 @@ echo "-- EVT"
 large "$evt" "$work/System.Evt" 64
 measure evt "$dump -log $work/System.Evt >/dev/null"
 seconds "tarnlex, 64 MiB" "$time_evt"
-large "$evt" "$work/small.Evt" 4
-measure small "$dump -log $work/small.Evt >/dev/null"
-measure evtexport "evtexport -m all $work/small.Evt >$work/export"
-ratio "evtexport -m all / tarnlex, 4 MiB" "$time_evtexport" "$time_small"
+for megabytes in 4 16; do
+  large "$evt" "$work/small.Evt" "$megabytes"
+  measure small "$dump -log $work/small.Evt >/dev/null"
+  measure evtexport "evtexport -m all $work/small.Evt >$work/export"
+  ratio "evtexport -m all / tarnlex, $megabytes MiB" "$time_evtexport" "$time_small"
+done
 
 echo "-- 1,000 logs of a chunk each through -pipe"
 large "$evtx" "$work/one.evtx" 1
@@ -136,9 +157,8 @@ echo "-- cost and memory by size"
 for megabytes in 10 100 238 1000; do
   large "$evtx" "$work/size.evtx" "$megabytes"
   measure size "$dump -log $work/size.evtx >/dev/null"
-  peak=$(python3 -c 'import resource, subprocess, sys
-subprocess.run(sys.argv[1:], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
-print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss // 1024)' $dump -log "$work/size.evtx")
-  awk -v size="$megabytes" -v time="$time_size" -v peak="$peak" -v rows="$(wc -c <"$work/rows.csv")" \
+  # shellcheck disable=SC2086 # a command
+  kib=$(peak $dump -log "$work/size.evtx")
+  awk -v size="$megabytes" -v time="$time_size" -v peak="$((kib / 1024))" -v rows="$(wc -c <"$work/rows.csv")" \
     'BEGIN { printf "%4d MiB: %7.3f s, peak %4d MiB, rows %4d MiB\n", size, time, peak, rows / 1048576 }'
 done

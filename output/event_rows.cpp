@@ -69,10 +69,9 @@ std::size_t Room(const EventRows& rows) {
   return static_cast<std::size_t>(rows.free_end - rows.free_at);
 }
 
-// What rows are ordered by; far smaller than the rows.
+// What rows are ordered by, but for those of one instant; far smaller than the rows.
 struct RowKey {
   std::uint64_t time = 0;
-  std::uint64_t record_id = 0;
   std::uint32_t number = 0;
 };
 
@@ -85,8 +84,7 @@ void ReserveFilled(std::vector<T>& list, std::size_t count) {
 }
 
 RowKey KeyOf(const EventRows& rows, std::size_t number) {
-  const EventRecord& row = rows.rows[number];
-  return {row.timeCreated, row.eventRecordId, static_cast<std::uint32_t>(number)};
+  return {rows.rows[number].timeCreated, static_cast<std::uint32_t>(number)};
 }
 
 std::size_t OffsetIn(const RowBuilder& builder, const char* at) {
@@ -124,15 +122,20 @@ void GrowRow(RowBuilder& builder, const char* text_end, std::size_t longer) {
   builder.bound += longer;
 }
 
-bool IsEarlier(const RowKey& a, const RowKey& b) {
-  return a.time != b.time ? a.time < b.time : a.record_id < b.record_id;
-}
+struct IsEarlier {
+  const EventRows& rows;
+
+  bool operator()(const RowKey& a, const RowKey& b) const {
+    if (a.time != b.time) return a.time < b.time;
+    return rows.rows[a.number].eventRecordId < rows.rows[b.number].eventRecordId;
+  }
+};
 
 // Where each stretch of keys that lie in order ends. A log that has wrapped has two of them.
-std::vector<std::size_t> FindRuns(const std::vector<RowKey>& keys) {
+std::vector<std::size_t> FindRuns(const std::vector<RowKey>& keys, IsEarlier is_earlier) {
   std::vector<std::size_t> ends;
   for (std::size_t i = 1; i < keys.size(); ++i) {
-    if (IsEarlier(keys[i], keys[i - 1])) ends.push_back(i);
+    if (is_earlier(keys[i], keys[i - 1])) ends.push_back(i);
   }
   if (!keys.empty()) ends.push_back(keys.size());
   return ends;
@@ -140,7 +143,7 @@ std::vector<std::size_t> FindRuns(const std::vector<RowKey>& keys) {
 
 // Merges neighbouring runs until one is left: one pass for a wrapped log, and never more passes
 // than any other sort. Equal keys keep their order.
-void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends) {
+void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends, IsEarlier is_earlier) {
   if (ends.size() < 2) return;
   std::vector<RowKey> merged;
   ReserveFilled(merged, keys.size());
@@ -152,7 +155,7 @@ void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends) {
       const std::size_t last = std::min(run + 1, ends.size() - 1);
       const RowKey* const from = keys.data();
       std::merge(from + begin, from + ends[run], from + ends[run], from + ends[last],
-                 merged.data() + begin, IsEarlier);
+                 merged.data() + begin, is_earlier);
       begin = ends[last];
       merged_ends.push_back(begin);
     }
@@ -403,7 +406,8 @@ RowNumbers OrderRows(const EventRows& rows) {
   for (std::size_t number = 0; number < rows.rows.size(); ++number) {
     keys.push_back(KeyOf(rows, number));
   }
-  MergeRuns(keys, FindRuns(keys));
+  const IsEarlier is_earlier{rows};
+  MergeRuns(keys, FindRuns(keys, is_earlier), is_earlier);
   RowNumbers order;
   order.reserve(keys.size());
   for (const RowKey& key : keys) order.push_back(key.number);

@@ -62,7 +62,6 @@ struct EventRecord {
   std::uint64_t eventRecordId = 0;
   std::string_view providerName;
   std::string_view queryName;
-  std::string_view queryLabel;
   const ColumnSet* columns = nullptr;
   const RowLayout* layout = nullptr;  // null: all cells are the row's own
   const char* dataItems = nullptr;    // these cells, in column order

@@ -6,28 +6,50 @@
 namespace tarnlex {
 namespace {
 
+void AddEnd(RowPattern& pattern) {
+  pattern.ends.push_back(static_cast<std::uint32_t>(pattern.text.size()));
+}
+
+FixedCell FixedCellOf(const EventRecord& row, std::size_t column) {
+  return row.layout ? row.layout->cells[column] : FixedCell{};
+}
+
+void AddText(RowPattern& pattern, const FixedCell& fixed, char separator) {
+  pattern.text.append(fixed.text, fixed.size).append(1, separator);
+}
+
+void AddStretches(const EventRecord& row, char separator, RowPattern& pattern) {
+  bool in_stretch = false;
+  for (std::size_t i = 0; i < row.columns->names.size(); ++i) {
+    const FixedCell fixed = FixedCellOf(row, i);
+    if (fixed.text) AddText(pattern, fixed, separator);
+    if (!fixed.text && !in_stretch) AddEnd(pattern);
+    in_stretch = !fixed.text;
+  }
+  AddEnd(pattern);
+}
+
+void AddSteps(const EventRecord& row, const std::vector<std::uint32_t>& positions,
+              std::size_t columns, char separator, RowPattern& pattern) {
+  std::uint32_t next = 0;
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    const FixedCell fixed = FixedCellOf(row, i);
+    if (fixed.text) AddText(pattern, fixed, separator);
+    pattern.steps.push_back({positions[i] - next, fixed.text ? fixed.size + 1 : kOwnText});
+    next = positions[i] + 1;
+  }
+  pattern.steps.push_back({static_cast<std::uint32_t>(columns) - next, 0});
+}
+
 RowPattern MakePattern(const TableColumns& columns, const EventRecord& row, char separator) {
   const std::vector<std::uint32_t>& positions = columns.positions.find(row.columns)->second;
   RowPattern pattern;
-  pattern.whole = positions.size() == columns.names.size();
-  const auto end_here = [&] {
-    pattern.ends.push_back(static_cast<std::uint32_t>(pattern.text.size()));
-  };
-  std::size_t next = 0;
-  bool in_stretch = false;
-  for (std::size_t i = 0; i < positions.size(); ++i) {
-    pattern.text.append(positions[i] - next, separator);
-    next = positions[i] + std::size_t{1};
-    const FixedCell fixed = row.layout ? row.layout->cells[i] : FixedCell{};
-    if (fixed.text) {
-      pattern.text.append(fixed.text, fixed.size).append(1, separator);
-    } else if (!pattern.whole || !in_stretch) {
-      end_here();
-    }
-    in_stretch = !fixed.text;
+  if (positions.size() == columns.names.size()) {
+    AddStretches(row, separator, pattern);
+  } else {
+    AddSteps(row, positions, columns.names.size(), separator, pattern);
   }
-  pattern.text.append(columns.names.size() - next, separator);
-  end_here();
+  pattern.room = pattern.text.size() + columns.names.size() + 2 * kCellBlock;
   pattern.text.append(kCellBlock, '\0');
   return pattern;
 }
@@ -38,6 +60,12 @@ inline char* CopyBlocks(const char* from, std::size_t size, char* at) {
   std::memcpy(at, from, kCellBlock);
   if (size > kCellBlock) std::memcpy(at + kCellBlock, from + kCellBlock, size - kCellBlock);
   return at + size;
+}
+
+inline char* FillBlocks(char c, std::size_t count, char* at) {
+  std::memset(at, c, kCellBlock);
+  if (count > kCellBlock) std::memset(at + kCellBlock, c, count - kCellBlock);
+  return at + count;
 }
 
 // Copies a cell and its separator; a block behind them is overwritten. Returns their end.
@@ -67,29 +95,33 @@ char* CopyStretches(const RowPattern& pattern, const char* own, char* at) {
       at = CopyBlocks(piece.cells.data(), piece.cells.size(), at);
     } while (!piece.is_last);
   }
-  return at;
+  const char* const end = pattern.text.data() + pattern.ends.back();
+  return CopyBlocks(text, static_cast<std::size_t>(end - text), at);
 }
 
 // Cells go out one by one, with empty ones in between where the row lacks columns.
 char* CopyCells(const RowPattern& pattern, const char* own, char separator, char* at) {
-  const char* const text = pattern.text.data();
-  std::uint32_t begin = 0;
-  const auto copy_text = [&](std::uint32_t end) {
-    at = CopyBlocks(text + begin, end - begin, at);
-    begin = end;
-  };
-  const std::uint32_t* end = pattern.ends.data();
-  for (const std::uint32_t* const last = end + pattern.ends.size() - 1; end != last;) {
-    const JoinedPiece piece = NextPiece(own);
-    if (piece.is_known) {
-      copy_text(*end++);
-      at = CopyBlocks(piece.cells.data(), piece.cells.size(), at);
+  const char* text = pattern.text.data();
+  std::string_view piece;
+  for (const PatternStep& step : pattern.steps) {
+    at = FillBlocks(separator, step.separators, at);
+    if (step.text != kOwnText) {
+      at = CopyBlocks(text, step.text, at);
+      text += step.text;
       continue;
     }
-    const char* const cells_end = piece.cells.data() + piece.cells.size();
-    for (const char* cell = piece.cells.data(); cell != cells_end;) {
-      copy_text(*end++);
-      cell = CopyJoinedCell(separator, cell, at);
+    bool is_known = false;
+    if (piece.empty()) {
+      const JoinedPiece next = NextPiece(own);
+      piece = next.cells;
+      is_known = next.is_known;
+    }
+    if (is_known) {
+      at = CopyBlocks(piece.data(), piece.size(), at);
+      piece = {};
+    } else {
+      const char* const behind = CopyJoinedCell(separator, piece.data(), at);
+      piece.remove_prefix(static_cast<std::size_t>(behind - piece.data()));
     }
   }
   return at;
@@ -109,12 +141,9 @@ const RowPattern& PatternOf(RowPatterns& patterns, const TableColumns& columns,
 
 void WriteJoinedCells(CellWriter& out, const RowPattern& pattern, const EventRecord& row,
                       char separator) {
-  NeedRoom(out, pattern.text.size() + row.dataSize + kCellBlock);
-  const char* const own = row.dataItems;
-  char* const at = pattern.whole ? CopyStretches(pattern, own, out.at)
-                                 : CopyCells(pattern, own, separator, out.at);
-  const std::size_t behind = pattern.ends.size() < 2 ? 0 : pattern.ends[pattern.ends.size() - 2];
-  out.at = CopyBlocks(pattern.text.data() + behind, pattern.ends.back() - behind, at);
+  NeedRoom(out, pattern.room + row.dataSize);
+  out.at = pattern.steps.empty() ? CopyStretches(pattern, row.dataItems, out.at)
+                                 : CopyCells(pattern, row.dataItems, separator, out.at);
 }
 
 }  // namespace tarnlex

@@ -13,13 +13,22 @@
 
 namespace tarnlex {
 
-// Separators, the cells that the rows share, and empty ones where the table has more columns.
+// What comes next in a row: separators of empty cells, then a cell of its own, or so much of the
+// pattern's text.
+struct PatternStep {
+  std::uint32_t separators = 0;
+  std::uint32_t text = 0;
+};
+inline constexpr std::uint32_t kOwnText = ~std::uint32_t{0};
+
+// The cells that the rows of a layout share, each with its separator, and where they stand.
 struct RowPattern {
   std::string text;  // and a block behind it to be read
-  // Where in it ends what stands before each own cell, or with `whole` before each stretch of them,
-  // and at last what stands behind them all.
+  // Of a table without other columns: where in the text ends what stands before each stretch of own
+  // cells, and at last what stands behind them all.
   std::vector<std::uint32_t> ends;
-  bool whole = false;  // the table has no columns but the row's
+  std::vector<PatternStep> steps;  // of any other
+  std::size_t room = 0;            // that all of it takes in a row, blocks included
 };
 
 // Those of one table, by the layout of their rows or, of rows without one, by their columns.

@@ -9,18 +9,17 @@
 
 namespace tarnlex {
 
-// The query's texts as the rows of one collection keep them; empty until the first row.
+// The query's name as the rows of one collection keep it, from the first row on.
 struct RowQuery {
   std::string_view name;
-  std::string_view label;
+  bool is_kept = false;
 };
 
 inline void FillRowQuery(EventRows& rows, const QuerySpec& spec, std::uint32_t position,
                          RowQuery& kept, EventRecord& row) {
-  if (kept.label.empty()) kept = {InternText(rows, spec.name), InternText(rows, spec.log_path)};
+  if (!kept.is_kept) kept = {InternText(rows, spec.name), true};
   row.queryIndex = position;
   row.queryName = kept.name;
-  row.queryLabel = kept.label;
 }
 
 }  // namespace tarnlex

@@ -28,7 +28,7 @@ packages_for() {
     fuzz) echo clang libclang-rt-14-dev ;;
     # Beside these a package of PyPI, which compare_readers.sh gets.
     readers) echo libevtx-utils python3 python3-venv ;;
-    bench) echo hyperfine valgrind libevtx-utils libevt-utils python3 ;;
+    bench) echo hyperfine valgrind libevtx-utils libevt-utils python3 time ;;
     *) echo "install_packages.sh: no such task: $1" >&2; return 1 ;;
   esac
 }

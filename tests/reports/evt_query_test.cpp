@@ -268,7 +268,6 @@ TEST(EvtRow, CarriesTheRecordsOwnFields) {
   EXPECT_EQ(row.eventRecordId, 77U);
   EXPECT_EQ(row.level, 16U);
   EXPECT_EQ(row.queryName, "logon");
-  EXPECT_EQ(row.queryLabel, "SecEvent.Evt");
   EXPECT_EQ(row.providerName, "");
 }
 
