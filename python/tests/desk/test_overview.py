@@ -56,7 +56,7 @@ SUMS = {
 COUNTS = {
     "services": "EventID IN (7045, 4697)",
     "tasks": "EventID IN (4698, 4702)",
-    "cleared": "EventID = 1102 OR EventID = 104 AND Provider = 'Microsoft-Windows-Eventlog'",
+    "cleared": "EventID IN (1102, 517) OR EventID = 104 AND Provider = 'Microsoft-Windows-Eventlog'",
     "crashes": "EventID IN (7031, 7034, 6008) OR EventID = 41 AND Channel = 'System'",
 }
 
@@ -95,7 +95,7 @@ def test_the_numbers_are_those_of_the_case(case: Path, tmp_path: Path) -> None:
     rows = Page(page).tables["failed"]
     # Two of the logs have the same twelve.
     assert rows[1][:4] == ["Administrator", "198.51.100.23", "MARLOW-WS04", "24"]
-    assert [row[2] for row in Page(page).tables["cleared"][1:]] == ["Security"]
+    assert {row[2] for row in Page(page).tables["cleared"][1:]} == {"Security"}
 
 
 def test_the_numbers_are_those_of_a_case_of_real_logs(real_case: Path, tmp_path: Path) -> None:
