@@ -30,6 +30,7 @@ constexpr OptionEntry kTable[] = {
     {"-string", "TEXT", kRecords, "events one of whose values holds the text", ""},
     {"-start_time", "TIME", kRecords, "events of this time on: 2023-03-14T11:00:00Z, \"03/14/2023 11:00:00\", -2d", ""},
     {"-stop_time", "TIME", kRecords, "events up to this time", ""},
+    {"-unique", "", kRecords, "each event once, however many logs hold it", "0.34"},
     {"-pw", "", kReports, "changes of passwords", ""},
     {"-time", "", kReports, "changes of the system time", ""},
     {"-logon", "", kReports, "logons and logoffs", ""},

@@ -234,6 +234,7 @@ bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& compl
   // Streams are for tools that cannot ask again for what they were not given.
   if (FindFlag("-complete", args) || IsStream(options)) options.complete = true;
   if (FindFlag("-recover", args)) options.recover = options.complete = true;
+  if (FindFlag("-unique", args)) options.unique = true;
   ParseCarving(options, args);
   if (options.json_form && FindFlag("-timesketch", args)) options.timesketch = true;
   if (options.complete) ReplaceByBlank(options);

@@ -5,7 +5,7 @@ _tarnlex() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
   local options='-log -dir -livesys -vss -partition -pipe -carve -part
     -pw -time -logon -startstop -creds -usb -report -cmdfile
-    -eventid -string -start_time -stop_time
+    -eventid -string -start_time -stop_time -unique
     -complete -recover -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
     -event_json -event_xml
     -cards -width -columns -color

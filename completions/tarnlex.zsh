@@ -13,6 +13,7 @@ _arguments \
   '-string[events one of whose values holds the text]:TEXT: ' \
   '-start_time[events of this time on: 2023-03-14T11:00:00Z, "03/14/2023 11:00:00", -2d]:TIME: ' \
   '-stop_time[events up to this time]:TIME: ' \
+  '-unique[each event once, however many logs hold it (since 0.34)]' \
   '-pw[changes of passwords]' \
   '-time[changes of the system time]' \
   '-logon[logons and logoffs]' \

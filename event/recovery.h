@@ -55,6 +55,11 @@ struct RecoveryCounts {
   std::uint64_t not_compared = 0;  // records of the log that could not be kept for that
 };
 
+constexpr void CountRecovered(RecoveryCounts& counts, const Recovery& recovery) {
+  ++counts.from[static_cast<std::size_t>(recovery.from)];
+  ++counts.checked[static_cast<std::size_t>(recovery.checked)];
+}
+
 constexpr RecoveryCounts& operator+=(RecoveryCounts& sum, const RecoveryCounts& more) {
   sum.asked |= more.asked;
   for (std::size_t i = 0; i < sum.from.size(); ++i) sum.from[i] += more.from[i];

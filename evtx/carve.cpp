@@ -132,21 +132,21 @@ void NoteStretch(EvtxCarver& carver, std::uint32_t at, std::uint32_t size, std::
 
 // Frames the record at `at` of the slot with what is proved of it. One of a sound chunk has all
 // that it says, if its chunk has it.
-void FrameJudged(EvtxCarver& carver, std::uint32_t at, std::uint32_t size, bool is_sound) {
+void FrameInSlot(EvtxCarver& carver, std::uint32_t at, std::uint32_t size, bool is_sound) {
   const Recovery judged = JudgeRecord(carver.checks, FoundIn::kCarved, at, size);
-  DecodedEvent& event = carver.event;
-  event.recovery = is_sound ? Recovery{FoundIn::kCarved} : judged;
-  FrameRecord(carver.decoder, at, 0, event);
-  if (!is_sound || judged.checked == Checked::kAll) return;
-  PlanOf(carver.decoder, event);
-  if (!IsPartial(event)) return;
-  event.recovery = judged;
-  FrameRecord(carver.decoder, at, 0, event);
+  if (is_sound) {
+    carver.event.recovery = {FoundIn::kCarved};
+    FrameRecord(carver.decoder, at, 0, carver.event);
+    if (judged.checked == Checked::kAll) return;
+    PlanOf(carver.decoder, carver.event);
+    if (!IsPartial(carver.event)) return;
+  }
+  FrameJudged(carver.decoder, judged, at, carver.event);
 }
 
 void GiveRecord(EvtxCarver& carver, std::uint32_t at, std::uint32_t size, bool is_sound) {
   Grant(carver, size);
-  FrameJudged(carver, at, size, is_sound);
+  FrameInSlot(carver, at, size, is_sound);
   HandOn(carver);
 }
 

@@ -32,7 +32,7 @@ Head ReadHead(Bytes bytes, std::uint64_t at) {
   head.signature = Load<std::uint32_t>(record) == kRecordSignature;
   head.id = Load<std::uint64_t>(record + kRecordIdField);
   const auto time = Load<std::uint64_t>(record + kRecordTimeField);
-  const bool dated = time >= kTimeOf1990 && time < kTimeOf2100;
+  const bool dated = IsPlausibleTime(time);
   head.plausible = head.id > 0 && head.id <= kMostIdentifier && (time == 0 || dated);
   head.timed = head.plausible && dated;
   const auto size = Load<std::uint32_t>(record + kRecordSizeField);
@@ -145,6 +145,8 @@ bool NextWholeRecord(Bytes bytes, std::uint32_t begin, RecordPlace& place) {
   place = {at, ReadHead(bytes, at).size, true};
   return true;
 }
+
+bool IsPlausibleTime(std::uint64_t time) { return time >= kTimeOf1990 && time < kTimeOf2100; }
 
 std::uint32_t WholeRecordSize(Bytes bytes, std::size_t at) {
   const Head head = ReadHead(bytes, at);

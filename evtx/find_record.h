@@ -45,6 +45,9 @@ bool NextRecord(RecordSearch& search, RecordPlace& place);
 // inside of a record is a part of its values.
 bool NextWholeRecord(Bytes bytes, std::uint32_t begin, RecordPlace& place);
 
+// Whether a FILETIME lies in the years that records are from.
+bool IsPlausibleTime(std::uint64_t time);
+
 // The size of the record at `at`, if a whole one begins there, else 0.
 std::uint32_t WholeRecordSize(Bytes bytes, std::size_t at);
 

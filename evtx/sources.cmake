@@ -6,6 +6,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/chunk_checksum.cpp
   evtx/compile.cpp
   evtx/element_kind.cpp
+  evtx/event_identity.cpp
   evtx/file_header.cpp
   evtx/find_record.cpp
   evtx/first_record.cpp

@@ -143,6 +143,10 @@ bool OnRemovableDrive(const std::string& program_path);
 // had in large pages: a page fault for every 4 KiB is dear. Only a hint.
 void ExpectFilled(void* memory, std::size_t size);
 
+// Bytes of memory that are to be had before the system has to take them from somebody; nothing
+// where it does not say.
+std::optional<std::uint64_t> AvailableMemory();
+
 // The present instant as a FILETIME.
 std::uint64_t CurrentFiletime();
 

@@ -16,6 +16,7 @@
 #include <memory>
 #include <utility>
 
+#include "logs/parse_number.h"
 #include "logs/platform.h"
 #include "logs/text.h"
 
@@ -359,6 +360,20 @@ void ExpectFilled(void* memory, std::size_t size) {
   static_cast<void>(memory);
   static_cast<void>(size);
 #endif
+}
+
+std::optional<std::uint64_t> AvailableMemory() {
+  constexpr std::string_view kLabel = "MemAvailable:";
+  constexpr std::uint64_t kUnit = 1024;
+  const std::optional<InputFile> file = OpenInput("/proc/meminfo");
+  if (!file) return std::nullopt;
+  std::array<std::uint8_t, 4096> bytes{};
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), file->read(0, bytes));
+  std::size_t at = text.find(kLabel);
+  if (at == std::string_view::npos) return std::nullopt;
+  at = text.find_first_not_of(' ', at + kLabel.size());
+  if (at == std::string_view::npos) return std::nullopt;
+  return kUnit * LeadingNumber(text.substr(at));
 }
 
 std::uint64_t CurrentFiletime() {

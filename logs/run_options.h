@@ -79,6 +79,8 @@ struct RunOptions {
   bool complete = false;
   // Whether records are given that a log does not use any more.
   bool recover = false;
+  // Whether an event that several logs hold is given once.
+  bool unique = false;
 
   // Raw images that are searched for logs, each once, in its order, and where found logs go.
   std::vector<std::string> images;

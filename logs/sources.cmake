@@ -14,6 +14,8 @@ target_sources(tarnlex_core PRIVATE
   logs/plain_ascii.cpp
   logs/record_survey.cpp
   logs/sid.cpp
+  logs/sip_hash.cpp
+  logs/sound_text.cpp
   logs/status_line.cpp
   logs/text.cpp
   logs/text_sink.cpp

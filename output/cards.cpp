@@ -33,6 +33,7 @@ struct Card {
   DateTimeText time;
   std::string_view level;
   std::vector<std::string_view> values;
+  PickedRow picked;
   std::vector<CardLine> lines;
 };
 
@@ -75,8 +76,6 @@ void FillTexts(CardWriter& writer, const EventRows& rows, std::uint32_t number) 
   card.time = FormatDateTime(writer.date_time, row.timeCreated);
   card.date_time = std::string(card.time.date).append(" ").append(card.time.time);
   card.level = LevelText(writer.is_evtx, row.level);
-  card.values.clear();
-  if (row.columns) ReadCells(row, card.values);
 }
 
 void AddFixedLines(CardWriter& writer, const EventRecord& row,
@@ -89,6 +88,7 @@ void AddFixedLines(CardWriter& writer, const EventRecord& row,
 // All that the row has; its provider once.
 void AddAllLines(CardWriter& writer, const EventRecord& row) {
   Card& card = writer.card;
+  ReadCells(row, card.values);
   AddFixedLines(writer, row, {ColumnKind::kRecord, ColumnKind::kEventId});
   if (writer.options.pair_datetime) {
     AddFixedLines(writer, row, {ColumnKind::kDateTime});
@@ -109,14 +109,13 @@ void AddAllLines(CardWriter& writer, const EventRecord& row) {
 
 void AddPickedLines(CardWriter& writer, const PickedColumns& picked, const EventRecord& row) {
   Card& card = writer.card;
-  const std::vector<int>* const cells =
-      row.columns ? &picked.cells.find(row.columns)->second : nullptr;
+  ReadPickedRow(picked, row, card.picked);
   for (std::size_t i = 0; i < picked.columns.size(); ++i) {
     const PickedColumn& column = picked.columns[i];
-    std::string_view value = FixedText(writer, row, column.kind);
-    const int cell = cells ? (*cells)[i] : -1;
-    if (cell >= 0) value = card.values[static_cast<std::size_t>(cell)];
-    card.lines.push_back({column.name, value, column.kind});
+    const bool is_value = column.kind == ColumnKind::kValue;
+    card.lines.push_back(
+        {column.name, is_value ? PickedText(card.picked, i) : FixedText(writer, row, column.kind),
+         column.kind});
   }
 }
 

@@ -89,7 +89,7 @@ void WriteShort(TimelineWriter& line, const EventRecord& row) {
 
 void WriteDescription(TimelineWriter& line, const EventRecord& row) {
   if (row.columns != nullptr) {
-    CellReader reader{row.dataItems};
+    CellReader reader = ReaderOf(row);
     std::string_view opening = line.fixed.opening;
     for (const std::string_view name : row.columns->names) {
       WriteVerbatim(line.cells, opening);

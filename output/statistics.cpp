@@ -45,7 +45,7 @@ void ReadKeyCells(const EventRecord& row, const std::vector<int>& columns,
   cells.clear();
   int last = -1;
   for (const int column : columns) last = std::max(last, column);
-  CellReader reader{row.dataItems};
+  CellReader reader = ReaderOf(row);
   for (int i = 0; i <= last; ++i) cells.push_back(NextCell(reader));
 }
 

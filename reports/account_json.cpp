@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <optional>
+#include <ranges>
 #include <string_view>
 
 #include "logs/iso_time.h"
@@ -20,6 +21,18 @@ void PutName(std::string& line, std::string_view name) {
 void Begin(std::string& line, std::string_view name, char bracket) {
   PutName(line, name);
   line += bracket;
+}
+
+// A list of objects: `put` puts in the members of one.
+template <typename Entries, typename PutEntry>
+void PutEach(std::string& line, std::string_view name, Entries&& entries, PutEntry put) {
+  Begin(line, name, '[');
+  for (const auto& entry : entries) {
+    Begin(line, {}, '{');
+    put(entry);
+    line += '}';
+  }
+  line += ']';
 }
 
 template <std::unsigned_integral T>
@@ -60,6 +73,11 @@ void PutRecovered(std::string& line, const RecoveryCounts& counts) {
   line += '}';
 }
 
+void PutUnique(std::string& line, const UniqueCounts& counts) {
+  Put(line, "duplicates", counts.duplicates);
+  if (counts.not_compared > 0) Put(line, "not_compared", counts.not_compared);
+}
+
 void PutLosses(std::string& line, const Losses& losses) {
   Begin(line, "records", '{');
   Put(line, "decoded", losses.records);
@@ -72,6 +90,7 @@ void PutLosses(std::string& line, const Losses& losses) {
   Put(line, "other_time", losses.other_times);
   line += '}';
   if (losses.recovered.asked) PutRecovered(line, losses.recovered);
+  if (losses.unique.asked) PutUnique(line, losses.unique);
 }
 
 void PutFault(std::string& line, const WalkAccount& account, RecordFault fault) {
@@ -81,14 +100,12 @@ void PutFault(std::string& line, const WalkAccount& account, RecordFault fault) 
   PutText(line, "reason", FaultName(fault));
   PutTruth(line, "loss", IsLoss(fault) || fault == RecordFault::kTemplateOffset);
   Put(line, "records", count);
-  Begin(line, "places", '[');
-  for (const FaultyRecord& record : account.faulty) {
-    if (record.fault != fault) continue;
-    Begin(line, {}, '{');
-    PutRecord(line, {record.record_id, record.file_offset});
-    line += '}';
-  }
-  line += "]}";
+  const auto is_one = [fault](const FaultyRecord& record) { return record.fault == fault; };
+  PutEach(line, "places", account.faulty | std::views::filter(is_one),
+          [&](const FaultyRecord& record) {
+            PutRecord(line, {record.record_id, record.file_offset});
+          });
+  line += '}';
 }
 
 void PutFaults(std::string& line, const WalkAccount& account) {
@@ -100,27 +117,19 @@ void PutFaults(std::string& line, const WalkAccount& account) {
 }
 
 void PutLeft(std::string& line, const WalkAccount& account) {
-  Begin(line, "chunks_left", '[');
-  for (const LeftChunk& left : account.left) {
-    Begin(line, {}, '{');
+  PutEach(line, "chunks_left", account.left, [&](const LeftChunk& left) {
     Put(line, "chunk_at", left.file_offset);
     Put(line, "at", left.record_offset);
     Put(line, "promised", left.missing);
-    line += '}';
-  }
-  line += ']';
+  });
 }
 
 void PutSkipped(std::string& line, const WalkAccount& account) {
-  Begin(line, "slots_skipped", '[');
-  for (const SkippedSlots& run : account.skipped) {
-    Begin(line, {}, '{');
+  PutEach(line, "slots_skipped", account.skipped, [&](const SkippedSlots& run) {
     Put(line, "at", run.file_offset);
     Put(line, "slots", run.count);
     Put(line, "records", run.record_heads);
-    line += '}';
-  }
-  line += ']';
+  });
 }
 
 void PutChunks(std::string& line, const WalkAccount& account) {
@@ -136,14 +145,11 @@ void PutChunks(std::string& line, const WalkAccount& account) {
 void PutChecksums(std::string& line, const WalkAccount& account) {
   Begin(line, "checksums", '{');
   Put(line, "broken", account.broken_checksums);
-  Begin(line, "places", '[');
-  for (const BrokenChecksum& broken : account.broken) {
-    Begin(line, {}, '{');
+  PutEach(line, "places", account.broken, [&](const BrokenChecksum& broken) {
     Put(line, "chunk_at", broken.file_offset);
     PutText(line, "of", broken.of == ChecksumOf::kChunkHeader ? "header" : "records");
-    line += '}';
-  }
-  line += "]}";
+  });
+  line += '}';
 }
 
 // Of a part there is no telling whether the header's numbers agree with the log.
@@ -201,14 +207,11 @@ void PutIdentifiers(std::string& line, const RecordSurvey& survey) {
   Put(line, "missing", gaps.missing);
   Put(line, "repeated", survey.repeated);
   Put(line, "unplaced", survey.unplaced);
-  Begin(line, "places", '[');
-  for (const IdGap& gap : gaps.gaps) {
-    Begin(line, {}, '{');
+  PutEach(line, "places", gaps.gaps, [&](const IdGap& gap) {
     Put(line, "behind", gap.behind);
     Put(line, "before", gap.before);
-    line += '}';
-  }
-  line += "]}";
+  });
+  line += '}';
 }
 
 void PutTimes(std::string& line, const RecordSurvey& survey) {
@@ -216,29 +219,23 @@ void PutTimes(std::string& line, const RecordSurvey& survey) {
   PutTime(line, "first", survey.first_time);
   PutTime(line, "last", survey.last_time);
   Put(line, "back", survey.steps);
-  Begin(line, "places", '[');
-  for (const StepBack& step : survey.steps_back) {
-    Begin(line, {}, '{');
+  PutEach(line, "places", survey.steps_back, [&](const StepBack& step) {
     PutRecord(line, step.record);
     PutTime(line, "time", step.record.time);
     PutTime(line, "time_before", step.time_before);
-    line += '}';
-  }
-  line += "]}";
+  });
+  line += '}';
 }
 
 void PutCleared(std::string& line, const RecordSurvey& survey) {
   Begin(line, "cleared", '{');
   Put(line, "events", survey.clears);
-  Begin(line, "places", '[');
-  for (const ClearedLog& cleared : survey.cleared) {
-    Begin(line, {}, '{');
+  PutEach(line, "places", survey.cleared, [&](const ClearedLog& cleared) {
     Put(line, "event_id", cleared.event_id);
     PutRecord(line, cleared.record);
     PutTime(line, "time", cleared.record.time);
-    line += '}';
-  }
-  line += "]}";
+  });
+  line += '}';
 }
 
 void PutSurvey(std::string& line, const RecordSurvey& survey) {

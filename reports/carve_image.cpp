@@ -6,6 +6,8 @@
 
 #include "evt/carve.h"
 #include "evt/evt_format.h"
+#include "evt/recover.h"
+#include "evt/sound_record.h"
 #include "evtx/carve.h"
 #include "evtx/plan_of.h"
 #include "evtx/record.h"
@@ -50,14 +52,6 @@ void ExtendEvtPlace(ImageSearch& search, std::uint64_t at, std::uint64_t size) {
   search.evt_end = at + size;
 }
 
-// Of a record that does not hold together its head is told.
-void LeaveOutUnproved(EvtRecord& record) {
-  record.sid = record.data = {};
-  record.source_name = record.computer_name = {};
-  record.strings.clear();
-  record.texts_cut = true;
-}
-
 // EVT records name no log; one source writes to a log of its own.
 void KeepEvt(ImageSearch& search, Bytes bytes) {
   std::optional<CarvedLogs>& kept = search.evt.run.carved_logs;
@@ -80,8 +74,7 @@ void GiveEvtRecord(ImageSearch& search, Bytes bytes, std::uint64_t at) {
   EvtRecord& record = search.record;
   const EvtLog log{at + bytes.size(), at, bytes, nullptr};
   if (!ReadEvtRecord(log, at, record)) return;
-  record.recovery = {FoundIn::kCarved, CheckEvtRecord(bytes)};
-  if (record.recovery.checked == Checked::kNone) LeaveOutUnproved(record);
+  JudgeEvtRecord(record, FoundIn::kCarved, bytes);
   CountRecovered(search.carver.decoder.account.recovered, record.recovery);
   ++search.counts.evt_records;
   ComeFrom(search.evt, search.evt_source);
@@ -99,7 +92,7 @@ std::uint64_t CarveEvt(ImageSearch& search, std::uint64_t mark) {
     ExtendEvtPlace(search, at, kEvtHeaderUsed);
     return at + kEvtHeaderUsed;
   }
-  const std::uint32_t length = SoundEvtLength(bytes);
+  const std::uint32_t length = WholeEvtLength(bytes);
   if (length == 0) return mark + 1;
   ExtendEvtPlace(search, at, length);
   GiveEvtRecord(search, bytes.first(length), at);
@@ -215,8 +208,10 @@ void WriteTrace(TextSink& trace, const LogPass& pass, const CarveCounts& counts,
 }
 
 // Both passes are accounted for as one.
-void EndAccount(LogPass& pass, const EvtxDecoder& decoder, const ImageFile& image) {
+void EndAccount(LogPass& pass, const LogPass& evt, const EvtxDecoder& decoder,
+                const ImageFile& image) {
   LogAccount& account = pass.account;
+  account.unique += evt.account.unique;
   account.is_image = true;
   account.size = image.file.size;
   account.evtx = decoder.account;
@@ -253,7 +248,8 @@ void CarveOpenImage(LogPass& evtx, LogPass& evt, const ImageFile& image) {
       KeepChunk(*kept, names.key, Clip(slot.bytes, 0, slot.cut), names.last_id);
     };
   }
-  ImageWindow window{image.file, kCarveBack, std::max(kCarveAhead, kLargestCarvedEvt)};
+  ImageWindow window{image.file, kCarveBack,
+                     std::max(kCarveAhead, std::uint64_t{kEvtLargestRecord})};
   EvtRecord record;
   record.structure.policy = Policy::kComplete;
   ImageSearch search{evtx, evt, image, carver, window, counts, record, keeps};
@@ -265,7 +261,7 @@ void CarveOpenImage(LogPass& evtx, LogPass& evt, const ImageFile& image) {
   if (TextSink* const trace = TraceOf(evtx.run)) {
     WriteTrace(*trace, evtx, counts, decoder.account);
   }
-  EndAccount(evtx, decoder, image);
+  EndAccount(evtx, evt, decoder, image);
 }
 
 bool CarveImage(LogPass& evtx, LogPass& evt) {

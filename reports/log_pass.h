@@ -17,6 +17,7 @@
 #include "reports/query_spec.h"
 #include "reports/record_stream.h"
 #include "reports/run_state.h"
+#include "reports/unique.h"
 
 namespace tarnlex {
 
@@ -33,6 +34,7 @@ struct LogPass {
   LogAccount account = {};           // of this walk
   std::size_t first_query = 0;       // the number that its first query is counted under
   std::uint64_t source = kNoSource;  // in an image: where what its records come from begins
+  UniquePass unique = {};            // begun where an event is given once
   bool wrote = false;                // a row has been handed to the writers
   std::size_t most_memory = std::size_t{512} << 20;  // of the rows; then they are written
 };

@@ -6,6 +6,7 @@ target_sources(tarnlex_core PRIVATE
   reports/command_file.cpp
   reports/command_language.cpp
   reports/command_remarks.cpp
+  reports/event_marks.cpp
   reports/evt_query.cpp
   reports/evtx_query.cpp
   reports/filter.cpp
@@ -23,6 +24,7 @@ target_sources(tarnlex_core PRIVATE
   reports/report_texts.cpp
   reports/run_account.cpp
   reports/text_search.cpp
+  reports/unique.cpp
   reports/walk_log.cpp
 )
 

@@ -13,6 +13,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/program_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/real_logs_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/sample_files.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/unique_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/watched_test.cpp
 )
 target_compile_definitions(tarnlex_tests PRIVATE
