@@ -84,9 +84,9 @@ void WriteCell(TableWriter& table, const EventRows& rows, std::uint32_t number, 
     case ColumnKind::kProvider:
       WriteRepeatedCell(table, table.provider_text, row.providerName, width);
       break;
-    case ColumnKind::kRecovered: WriteRecovered(table, rows, read.number); break;
-    case ColumnKind::kOffset: WriteNumberCell(table, rows.places[read.number].file_offset); break;
-    case ColumnKind::kLog: WriteLogName(table, rows, read.number, width); break;
+    case ColumnKind::kRecovered: WriteRecovered(table, rows, number); break;
+    case ColumnKind::kOffset: WriteNumberCell(table, rows.places[number].file_offset); break;
+    case ColumnKind::kLog: WriteLogName(table, rows, number, width); break;
     case ColumnKind::kValue: WriteValueCell(table, PickedText(read, column), width); break;
   }
 }
