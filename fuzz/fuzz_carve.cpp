@@ -56,6 +56,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   options.json_form = size % 2 == 1;
   options.csvgen_form = options.delimited = size % 4 == 2;
   const std::string found = Carve({data, size}, options);
+  if (size % 8 != 0) return 0;  // what follows takes a hundred times as long
   // Where this image begins, a piece of the other ends within it.
   constexpr std::size_t kPieceAndAhead = (std::size_t{4} << 20) + 0x40000 + 0x10000;
   std::vector<std::uint8_t> moved(kPieceAndAhead - std::min<std::size_t>(size / 2, 0x20000));

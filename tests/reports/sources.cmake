@@ -1,5 +1,6 @@
 target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/carve_image_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/reports/carve_real_logs_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/builtin_reports_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/log_account_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/reports/command_file_test.cpp
