@@ -4,6 +4,7 @@
 
 #include "logs/find_special.h"
 #include "logs/text.h"
+#include "logs/utf8.h"
 
 namespace tarnlex {
 namespace {
@@ -69,17 +70,6 @@ bool Begins(char32_t c) { return c == '_' || IsLetter(c); }
 
 bool Continues(char32_t c) { return Begins(c) || c == '-' || c == '.' || (c >= '0' && c <= '9'); }
 
-// Takes a character off the front of UTF-8 text, which is not empty.
-std::string_view TakeCharacter(std::string_view& text, char32_t& c) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  const std::size_t wanted = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  const std::string_view taken = text.substr(0, wanted);
-  c = wanted == 1 ? lead : lead & (0xFFU >> (wanted + 1));
-  for (const char byte : taken.substr(1)) c = c << 6 | (static_cast<unsigned char>(byte) & 0x3FU);
-  text.remove_prefix(taken.size());
-  return taken;
-}
-
 }  // namespace
 
 char* EscapeXml(char* begin, char* end, std::uint64_t& replaced) {
@@ -123,13 +113,14 @@ std::string XmlText(std::string_view text, std::uint64_t& replaced) {
 std::string XmlName(std::string_view name) {
   std::string made;
   while (!name.empty()) {
-    char32_t c = 0;
-    const std::string_view taken = TakeCharacter(name, c);
-    if (!Continues(c)) {
+    const Utf8Character c = NextUtf8(name);
+    const std::string_view taken = name.substr(0, c.size);
+    name.remove_prefix(taken.size());
+    if (!c.valid || !Continues(c.code)) {
       made += '_';
       continue;
     }
-    if (made.empty() && !Begins(c)) made = "_";
+    if (made.empty() && !Begins(c.code)) made = "_";
     made += taken;
   }
   return made.empty() ? "_" : made;
