@@ -79,12 +79,12 @@ rm -f "$work/copy" "$work/export"
 echo "-- every form, on the log and on one of all kinds of events; in turn, $size MiB each"
 [ -n "$folder" ] || folder=$work/sample
 build/release/tests/make_mixed_log "$folder" "$work/Mixed.evtx" "$size"
-# form OPTIONS: as an argument of bench/ratios.py. Each command writes over its own file.
-form() { echo "$1=exec $program -log $forms_log -quiet $1 >'$work/form$1' 2>/dev/null"; }
+# form OPTIONS: as an argument of bench/ratios.py.
+form() { echo "$1=exec $program -log $forms_log -quiet $1 >\$OUT 2>/dev/null"; }
 for forms_log in "$log" "$work/Mixed.evtx"; do
   echo "$(basename "$forms_log"):"
   if [ -n "$evtx_dump" ]; then
-    bench/ratios.py "$runs" evtx_dump "evtx_dump=exec $evtx_dump -t 1 -o jsonl $forms_log >$work/export 2>/dev/null" \
+    bench/ratios.py "$runs" evtx_dump "evtx_dump=exec $evtx_dump -t 1 -o jsonl $forms_log >\$OUT 2>/dev/null" \
       "$(form -csv)" "$(form '-csvgen -complete')" "$(form -json)" "$(form -event_json)" "$(form -event_xml)"
   else
     bench/ratios.py "$runs" -csv "$(form -csv)" "$(form '-csvgen -complete')" "$(form -json)" \

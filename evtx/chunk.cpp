@@ -47,7 +47,7 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.found_size = 0;
   chunk.templates.clear();
   chunk.names.clear();
-  chunk.trees.clear();
+  Clear(chunk.trees);
   chunk.new_templates.clear();
   chunk.own_trees.clear();
   chunk.new_kinds.clear();
@@ -56,7 +56,7 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.new_plans.clear();
   chunk.new_plan_values = 0;
   chunk.last_plan = nullptr;
-  chunk.resolved.clear();
+  Clear(chunk.resolved);
   chunk.text_left = kMaxChunkText;
   chunk.made_names_left = kMaxChunkNameText;
   chunk.numbered_left = kMaxChunkNumberedText;

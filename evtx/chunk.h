@@ -6,11 +6,11 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "evtx/compile.h"
 #include "evtx/evtx_format.h"
+#include "evtx/offset_table.h"
 #include "evtx/template_store.h"
 #include "logs/bytes.h"
 #include "logs/text_sink.h"
@@ -50,7 +50,7 @@ struct EvtxChunk {
   std::map<Guid, TemplateRef> templates;  // the first definition of a GUID stays
   std::vector<ChunkName> names;           // only filled for a trace; decoding follows offsets
   // Trees by the chunk offset of their definition; what the chunk compiled itself lies below.
-  std::unordered_map<std::uint32_t, const Tree*> trees;
+  OffsetTable<const Tree*> trees;
   std::vector<StoredTemplate> new_templates;     // that can be kept for the chunks to come
   std::vector<std::unique_ptr<Tree>> own_trees;  // that cannot
   KindTable new_kinds;
@@ -61,7 +61,7 @@ struct EvtxChunk {
   PlanKey last_key;                 // neighbouring records are mostly alike
   const Plan* last_plan = nullptr;
   // What the map holds under the GUID of the definition at an offset, for offsets asked for before.
-  std::unordered_map<std::uint32_t, const TemplateRef*> resolved;
+  OffsetTable<const TemplateRef*> resolved;
   std::uint64_t text_left = kMaxChunkText;
   std::uint64_t made_names_left = kMaxChunkNameText;    // bytes of names made of values
   std::uint64_t numbered_left = kMaxChunkNumberedText;  // and of those made by a number

@@ -54,10 +54,10 @@ bool IsOfForm(const Token& token) {
 
 void AddBytes(Reading& run, char kind, Bytes bytes) {
   std::string& key = run.room.key;
-  key += kind;
-  key += static_cast<char>(bytes.size() & 0xFF);
-  key += static_cast<char>(bytes.size() >> 8 & 0xFF);
-  key += static_cast<char>(bytes.size() >> 16);
+  const auto size = static_cast<std::uint32_t>(bytes.size());
+  const char head[] = {kind, static_cast<char>(size), static_cast<char>(size >> 8),
+                       static_cast<char>(size >> 16)};
+  key.append(head, sizeof head);
   key.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
 }
 

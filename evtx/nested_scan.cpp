@@ -46,7 +46,7 @@ bool ScanInstance(NestedScan& scan, std::uint32_t token, int depth, std::uint32_
     const bool only = HoldsOneBinaryXml(scan.event.array) && !HoldsBinaryXml(array);
     scan.event.nested = {only, nullptr, instance.definition, head.size, array};
   }
-  if (!chunk.resolved.contains(instance.definition)) {
+  if (!Find(chunk.resolved, instance.definition)) {
     scan.met.push_back({chunk.file_offset + instance.definition, chunk.file_offset,
                         instance.definition, Origin(scan.event.record_id, kOriginNested), head.next,
                         head.guid, head.size});
@@ -111,7 +111,7 @@ void RegisterNestedTemplates(EvtxDecoder& decoder, std::uint32_t record, const D
   }
   for (const TemplateRef& nested_template : scan.met) {
     const TemplateRef& kept = RegisterTemplate(chunk, nested_template);
-    chunk.resolved.emplace(nested_template.chunk_offset, &kept);
+    Add<const TemplateRef*>(chunk.resolved, nested_template.chunk_offset, &kept);
   }
 }
 

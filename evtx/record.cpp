@@ -70,7 +70,7 @@ const TemplateRef* FindReference(EvtxChunk& chunk, std::uint32_t record, std::ui
                                       head.next, head.guid, head.size});
   }
   if (found->definition_file_offset != kUnknownDefinition) {
-    chunk.resolved.emplace(definition, found);
+    Add(chunk.resolved, definition, found);
   }
   return found;
 }
@@ -119,11 +119,9 @@ void FrameInstance(EvtxDecoder& decoder, std::uint32_t record, std::uint32_t def
     NoteNoTemplate(decoder, event);
     return;
   }
-  const auto known = chunk.resolved.find(definition);
+  const TemplateRef* const* const known = Find(chunk.resolved, definition);
   const TemplateRef* reference =
-      known != chunk.resolved.end()
-          ? known->second
-          : FindReference(chunk, record, definition, head, expected_number);
+      known ? *known : FindReference(chunk, record, definition, head, expected_number);
   const std::uint32_t here = record + kRecordInlinePosition;
   std::uint64_t array = here;
   if (definition == here) array += kDefinitionHeadSize + std::uint64_t{head.size};

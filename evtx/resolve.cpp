@@ -267,14 +267,13 @@ void ResolveStream(Resolution& run, std::uint32_t number, int depth) {
 
 const Tree* TemplateTree(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t offset,
                          std::uint32_t size) {
-  const auto known = decoder.chunk.trees.find(offset);
-  if (known != decoder.chunk.trees.end()) {
-    if (!known->second) NoteFault(decoder, event, RecordFault::kLimit);
-    return known->second;
+  if (const Tree* const* const known = Find(decoder.chunk.trees, offset)) {
+    if (!*known) NoteFault(decoder, event, RecordFault::kLimit);
+    return *known;
   }
   const Tree* tree = PrepareTemplate(decoder, event, offset, offset + kDefinitionHeadSize,
                                      BodyEnd(decoder.chunk.data, offset, size));
-  decoder.chunk.trees.emplace(offset, tree);
+  Add(decoder.chunk.trees, offset, tree);
   return tree;
 }
 

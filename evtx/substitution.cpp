@@ -5,7 +5,7 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint32_t kListType = 0x80 << 16;  // in a descriptor
+constexpr std::uint8_t kListType = 0x80;
 
 // The descriptors of an array and where its values begin.
 struct ArrayHead {
@@ -26,58 +26,60 @@ bool ReadArrayHead(Bytes chunk, std::uint32_t offset, Policy policy, ArrayHead& 
   return true;
 }
 
-// What the bits say of an array with more values than there are bits.
-void FindBinaryXml(const SubstitutionValue* values, SubstitutionArray& array) {
+// What the types of an array's values say of it.
+void LookAtTypes(const SubstitutionValue* values, SubstitutionArray& array) {
   array.binary_xml = 0;
+  array.has_ansi = array.has_lists = false;
   for (std::uint32_t i = 0; i < array.count; ++i) {
+    array.has_ansi |= values[i].type == kEvtVarTypeAnsiString;
+    array.has_lists |= (values[i].type & kListType) != 0;
     if (values[i].type != kEvtVarTypeEvtBXml) continue;
     if (i < kSlotBits) array.binary_xml |= std::uint64_t{1} << i;
     array.binary_xml_beyond |= i >= kSlotBits;
   }
 }
 
+// Leaves out the values that would run past the chunk.
+void CutArray(const SubstitutionValue* values, std::size_t chunk_size, SubstitutionArray& array) {
+  while (array.end > chunk_size) array.end = values[--array.count].offset;
+  array.cut = true;
+}
+
 }  // namespace
 
 bool ParseSubstitutionArray(Bytes chunk, std::uint32_t offset, Policy policy, SlotList& slots,
                             SubstitutionArray& array) {
-  ArrayHead head;
-  if (!ReadArrayHead(chunk, offset, policy, head)) {
-    array = {};
-    array.first = static_cast<std::uint32_t>(slots.count);
-    array.end = offset;
-    return false;
-  }
+  array = {};
   array.first = static_cast<std::uint32_t>(slots.count);
+  array.end = offset;
+  ArrayHead head;
+  if (!ReadArrayHead(chunk, offset, policy, head)) return false;
   SubstitutionValue* const values = MoreSlots(slots, head.count);
-  const auto chunk_end = static_cast<std::uint32_t>(chunk.size());
   const std::uint8_t* descriptor = head.descriptors;
   std::uint32_t at = head.values;
-  std::uint32_t taken = 0;
   // Kept out of `array`, which the bytes that are read might otherwise be a part of.
   std::uint64_t binary_xml = 0;
   bool has_ansi = false;
   std::uint32_t any = 0;
-  for (; taken < head.count; ++taken, descriptor += kDescriptorSize) {
+  for (std::uint32_t i = 0; i < head.count; ++i, descriptor += kDescriptorSize) {
     const std::uint32_t fields = Load<std::uint32_t>(descriptor);
     const std::uint32_t size = fields & 0xFFFF;
     const auto type = static_cast<std::uint8_t>(fields >> 16);
-    if (size > chunk_end - at) break;
-    values[taken] = {at, size, type};
+    values[i] = {at, size, type};
     any |= fields;
-    if (type == kEvtVarTypeEvtBXml) binary_xml |= std::uint64_t{1} << taken % kSlotBits;
+    if (type == kEvtVarTypeEvtBXml) binary_xml |= std::uint64_t{1} << i % kSlotBits;
     if (type == kEvtVarTypeAnsiString) has_ansi = true;
     at += size;
   }
-  slots.count += taken;
-  array.count = taken;
+  array.count = head.count;
   array.end = at;
-  array.bytes = at - head.values;
   array.binary_xml = binary_xml;
-  array.binary_xml_beyond = false;
-  array.cut = taken < head.count;
   array.has_ansi = has_ansi;
-  array.has_lists = (any & kListType) != 0;
-  if (taken > kSlotBits && binary_xml != 0) FindBinaryXml(values, array);
+  array.has_lists = (any >> 16 & kListType) != 0;
+  if (at > chunk.size()) CutArray(values, chunk.size(), array);
+  if (array.cut || (array.count > kSlotBits && binary_xml != 0)) LookAtTypes(values, array);
+  array.bytes = array.end - head.values;
+  slots.count += array.count;
   return true;
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <bit>
 #include <cstdint>
 
 #include "event/policy.h"
@@ -45,7 +44,9 @@ inline bool HoldsBinaryXml(const SubstitutionArray& array) {
 }
 
 inline bool HoldsOneBinaryXml(const SubstitutionArray& array) {
-  return std::has_single_bit(array.binary_xml) && !array.binary_xml_beyond;
+  // std::has_single_bit is a call where the processor may be any.
+  const std::uint64_t but_one = array.binary_xml & (array.binary_xml - 1);
+  return array.binary_xml != 0 && but_one == 0 && !array.binary_xml_beyond;
 }
 
 // A template instance: the definition that it names and its array.

@@ -251,14 +251,21 @@ JsonMember PulledData(const Plan& plan, const std::vector<PulledValue>& pulled) 
   return std::move(data.object);
 }
 
-// A value's text without quotes and escapes; returns the end.
-char* WritePlainText(const EventStructure& event, const RecordJson& layout, const JsonStep& step,
-                     char* out) {
+// The parts of a value's text, of which `write` gives those that are slots; returns the end.
+template <typename Write>
+char* WriteParts(const EventStructure& event, const RecordJson& layout, const JsonStep& step,
+                 char* out, Write write) {
   for (const JsonStepPart& part : PartsOf(layout.steps, step)) {
-    out = part.is_slot ? WriteSlotText(event, event.slots[part.slot], out)
+    out = part.is_slot ? write(event, event.slots[part.slot], out)
                        : CopyText(LiteralOf(layout.steps, part), out);
   }
   return out;
+}
+
+// A value's text without quotes and escapes.
+char* WritePlainText(const EventStructure& event, const RecordJson& layout, const JsonStep& step,
+                     char* out) {
+  return WriteParts(event, layout, step, out, WriteSlotText);
 }
 
 // A bound of the same.
@@ -344,11 +351,7 @@ char* WriteSlotInLine(const EventStructure& event, const SubstitutionValue& valu
 
 char* WriteInLine(const EventStructure& event, const RecordJson& layout, const JsonStep& step,
                   char* out) {
-  for (const JsonStepPart& part : PartsOf(layout.steps, step)) {
-    out = part.is_slot ? WriteSlotInLine(event, event.slots[part.slot], out)
-                       : CopyText(LiteralOf(layout.steps, part), out);
-  }
-  return out;
+  return WriteParts(event, layout, step, out, WriteSlotInLine);
 }
 
 // "name: value" pairs on their way into a message.

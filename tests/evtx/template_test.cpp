@@ -245,7 +245,7 @@ TEST(Template, IsReadOnceAndServesEveryRecordOfTheChunk) {
   };
   WalkSlots(decoder, chunks, 4096, handlers);
   EXPECT_EQ(count, 50);
-  EXPECT_EQ(decoder.chunk.trees.size(), 1U);
+  EXPECT_EQ(decoder.chunk.trees.used, 1U);
 }
 
 }  // namespace
