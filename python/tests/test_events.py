@@ -69,6 +69,7 @@ def test_events_come_in_their_own_structure_too(made: Path) -> None:
         ({"string": ""}, "string needs a value"),
         ({"string": "-out"}, "reads like an option"),
         ({"log": "x"}, "log cannot be given: the paths say"),
+        ({"carve": "x"}, "carve cannot be given: the paths say"),
         ({"out": "x"}, "out cannot be given"),
         ({"quiet": True}, "quiet cannot be given"),
     ],

@@ -232,6 +232,8 @@ def test_wrong_calls_make_no_table(made: Path, tmp_path: Path) -> None:
     with duckdb.connect() as connection:
         with pytest.raises(tarnlex.OptionError, match="part cannot be given: a load cuts"):
             tarnlex.load(connection, made, part="1/2")
+        with pytest.raises(tarnlex.OptionError, match="unique cannot be given: each log"):
+            tarnlex.load(connection, made, unique=True)
         with pytest.raises(tarnlex.OptionError, match="is recover meant"):
             tarnlex.load(connection, made, recovery=True)
         with pytest.raises(tarnlex.PathError):

@@ -69,6 +69,7 @@ def test_the_wheel_is_for_any_linux(packed: Path) -> None:
     assert "requires no external shared libraries" in shown
     names = zipfile.ZipFile(wheel).namelist()
     assert "tarnlex/py.typed" in names
+    assert f"tarnlex-{version()}.dist-info/licenses/LICENSE" in names
     assert not [name for name in names if name.endswith((".evtx", ".Evt", ".pyc"))]
 
 

@@ -43,11 +43,9 @@ def events(paths: Paths, **chosen: Value) -> Iterator[dict[str, Any]]:
     form = ["-event_json" if chosen.pop("event_json", False) else "-json"]
     line = options.arguments(chosen)
     runs = in_runs(listed(paths))
-    written = [name for name in options.FILES if chosen.get(name)]
-    if written and len(runs) > 1:
-        raise OptionError(
-            f"{written[0]} goes with one folder, or with files, as each run would write it anew"
-        )
+    whole = [name for name in options.WHOLE_RUN if chosen.get(name)]
+    if whole and len(runs) > 1:
+        raise OptionError(f"{whole[0]} goes with one folder, or with files: each folder is a run of its own")
     options.check(line)
     return _stream(runs, [*form, "-quiet", *line], chosen.get("account"))
 

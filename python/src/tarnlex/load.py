@@ -17,9 +17,8 @@ if TYPE_CHECKING:
     from duckdb import DuckDBPyConnection
 
 REFUSED = {
-    **dict.fromkeys(
-        options.FILES, "each log is read by a run of its own; the table of loads has their accounts"
-    ),
+    **dict.fromkeys(options.FILES, "each log is a run of its own; the table of loads has their accounts"),
+    "unique": "each log is a run of its own, which knows nothing of the others",
     "part": "a load cuts large logs into parts itself",
     "event_json": "the table's columns are the members of -json",
     "strict": "the table of loads says what was not read",

@@ -20,13 +20,18 @@ Value: TypeAlias = str | int | bool | os.PathLike[str] | datetime.datetime | Ite
 
 # What callers of this package say by other means, and why they cannot say it here.
 OWN = {
-    **dict.fromkeys(("log", "dir", "pipe", "partition", "livesys", "vss"), "the paths say which logs"),
+    **dict.fromkeys(
+        ("log", "dir", "pipe", "partition", "livesys", "vss", "carve", "carve_out"),
+        "the paths say which logs",
+    ),
     **dict.fromkeys(("json", "out", "outfile", "outdir"), "events come as -json writes them"),
     **dict.fromkeys(("h", "help", "options", "version"), "it makes the program say something and end"),
     "quiet": "a run is always quiet",
 }
 # Those that name a file to write.
 FILES = ("account", "diags", "stats", "hist")
+# Those that are about all logs of a run together.
+WHOLE_RUN = (*FILES, "unique")
 
 
 @functools.cache
