@@ -239,8 +239,8 @@ def test_a_wrong_command_line_ends_with_1(capsys: pytest.CaptureFixture[str]) ->
 
 def test_a_stopped_command_leaves_no_file(case: Path, tmp_path: Path) -> None:
     code = (
-        "import os, signal, sys, tarnlex.desk.overview as o; from tarnlex.desk.main import main\n"
-        "def page(*_):\n    os.kill(os.getpid(), signal.SIGTERM)\n    return 'text'\n"
+        "import os, signal, sys, time, tarnlex.desk.overview as o; from tarnlex.desk.main import main\n"
+        "def page(*_):\n    os.kill(os.getpid(), signal.SIGTERM)\n    time.sleep(1)\n    return 'text'\n"
         "o.page = page; sys.exit(main(sys.argv[1:]))"
     )
     done = subprocess.run(

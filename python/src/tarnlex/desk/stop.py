@@ -5,6 +5,7 @@ thread, and the first one waits for the signal and interrupts the database.
 """
 
 import concurrent.futures
+import contextlib
 import signal
 import threading
 import weakref
@@ -64,9 +65,14 @@ def run(command: Callable[[], int]) -> int:
             return running.result()
         except Stopped:
             _stopping.set()
+            # Told twice, it ends no sooner.
+            for number in (signal.SIGINT, signal.SIGTERM):
+                signal.signal(number, signal.SIG_IGN)
             while not running.done():
-                for connection in list(_connections):
-                    connection.interrupt()
+                # One that is closed or opened at this moment is asked again in the next turn, if need be.
+                with contextlib.suppress(duckdb.Error, RuntimeError):
+                    for connection in list(_connections):
+                        connection.interrupt()
                 concurrent.futures.wait([running], timeout=0.1)
             raise
 
