@@ -67,15 +67,6 @@ bool IsOfLog(const EvtRing& ring, const EvtRecord& record) {
          record.record_number >= ring.oldest_record && record.record_number < ring.next_record;
 }
 
-// Leaves a record that is not sound with its number and times.
-void Judge(EvtRecord& record, FoundIn from, Bytes bytes) {
-  const bool sound = IsSoundEvtRecord(bytes);
-  record.recovery = {from, sound ? Checked::kAll : Checked::kNone, sound};
-  if (sound) return;
-  record.event_id = 0;
-  record.event_type = 0;
-}
-
 bool ReadFound(EvtRecovery& recovery, std::uint32_t length, EvtRecord& record) {
   ShowInWindow(recovery.log, recovery.at, EvtRecordReach(length), recovery.window);
   record.structure.policy = recovery.walked.policy;
@@ -101,12 +92,20 @@ bool Settle(EvtRecovery& recovery, EvtRecord& record) {
     ++account.records;
     return true;
   }
-  Judge(record, IsBehindWalk(account, record) ? FoundIn::kTail : FoundIn::kSlack, bytes);
+  JudgeEvtRecord(record, IsBehindWalk(account, record) ? FoundIn::kTail : FoundIn::kSlack, bytes);
   CountRecovered(account.recovered, record.recovery);
   return true;
 }
 
 }  // namespace
+
+void JudgeEvtRecord(EvtRecord& record, FoundIn from, Bytes bytes) {
+  const bool sound = IsSoundEvtRecord(bytes);
+  record.recovery = {from, sound ? Checked::kAll : Checked::kNone, sound};
+  if (sound) return;
+  record.event_id = 0;
+  record.event_type = 0;
+}
 
 void BeginEvtNotes(EvtCursor& cursor) {
   cursor.notes.wanted = true;

@@ -10,6 +10,10 @@
 
 namespace tarnlex {
 
+// Says where a whole record was found, whose bytes these are, and what of it is proved. One that is
+// not sound is left with its number and times.
+void JudgeEvtRecord(EvtRecord& record, FoundIn from, Bytes bytes);
+
 // Has a walk that has not begun yet note what there is to recover. Finds out what the log uses of
 // its file: records outside of that are not given by the walk.
 void BeginEvtNotes(EvtCursor& cursor);

@@ -1,6 +1,8 @@
 target_sources(tarnlex_core PRIVATE
   evt/account.cpp
+  evt/carve.cpp
   evt/copies.cpp
+  evt/event_identity.cpp
   evt/evt_log.cpp
   evt/file_header.cpp
   evt/plan.cpp

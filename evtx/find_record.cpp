@@ -153,6 +153,11 @@ std::uint32_t WholeRecordSize(Bytes bytes, std::size_t at) {
   return head.signature && head.copied ? head.size : 0;
 }
 
+std::uint32_t SoundRecordSize(Bytes bytes, std::size_t at) {
+  const Head head = ReadHead(bytes, at);
+  return IsWhole(head) && head.timed ? head.size : 0;
+}
+
 bool HoldsWholeRecord(Bytes data) {
   const auto size = static_cast<std::uint32_t>(data.size());
   return FindHead(data, kFirstRecord, size,

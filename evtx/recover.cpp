@@ -11,14 +11,6 @@
 namespace tarnlex {
 namespace {
 
-// Whether a record can have been written behind another, given what lies between them: as many
-// records as are missing, each of the least size.
-bool Follows(std::uint64_t id, std::uint64_t before, std::uint32_t gap) {
-  if (before == 0 || id <= before) return false;
-  const std::uint64_t missing = id - before - 1;
-  return gap == 0 ? missing == 0 : missing > 0 && missing <= gap / kLeastInstanceRecord;
-}
-
 struct FoundRecord {
   std::uint32_t offset = 0;
   std::uint32_t size = 0;
@@ -62,6 +54,8 @@ bool HasSoundTime(EvtxDecoder& decoder, DecodedEvent& event) {
          IsPlausibleTime(event.own_time);
 }
 
+}  // namespace
+
 void FrameJudged(EvtxDecoder& decoder, const Recovery& judged, std::uint32_t offset,
                  DecodedEvent& event) {
   event.recovery = judged;
@@ -71,7 +65,11 @@ void FrameJudged(EvtxDecoder& decoder, const Recovery& judged, std::uint32_t off
   FrameRecord(decoder, offset, 0, event);
 }
 
-}  // namespace
+bool Follows(std::uint64_t id, std::uint64_t before, std::uint32_t gap) {
+  if (before == 0 || id <= before) return false;
+  const std::uint64_t missing = id - before - 1;
+  return gap == 0 ? missing == 0 : missing > 0 && missing <= gap / kLeastInstanceRecord;
+}
 
 void NoteLiveRecord(RecoveryNotes& notes, std::uint64_t id, std::uint64_t time) {
   if (notes.live.size() == kMostLive) {

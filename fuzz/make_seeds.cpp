@@ -248,6 +248,22 @@ void SaveEvtSeeds() {
   Save("recover", "evt_cleared", cleared);
 }
 
+// Chunks that are whole, cut and without a header, and records of both kinds by themselves.
+void SaveCarveSeeds() {
+  const ByteString chunks = SmallLog().BuildChunks();
+  EvtBuilder evt;
+  evt.AddEntry({.event_id = 528, .sid = "S-1-5-18", .strings = {"alice", "", "WKS"}});
+  ByteString image = Hex("00 01 02");
+  image.insert(image.end(), chunks.begin(), chunks.begin() + 3000);
+  PutBytes(image, evt.Build());
+  image.insert(image.end(), chunks.begin() + 512, chunks.begin() + 3000);
+  Save("carve", "pieces", image);
+  Save("carve", "chunks", chunks);
+  image = evt.Build();
+  image.insert(image.end(), image.begin() + 48, image.end());
+  Save("carve", "evt", image);
+}
+
 void SaveOpenerSeeds() {
   const auto with_path = [](std::string_view path, const ByteString& content) {
     ByteString bytes(path.begin(), path.end());
@@ -324,6 +340,7 @@ int main(int argc, char** argv) {
   SaveKeptSeeds();
   SaveReportSeeds();
   SaveEvtSeeds();
+  SaveCarveSeeds();
   SaveOpenerSeeds();
   SaveValueSeeds();
   SaveTextSeeds();

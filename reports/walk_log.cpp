@@ -74,6 +74,12 @@ void TraceReplaced(const LogPass& pass, TextSink& trace) {
   if (count > 0) TraceLine(trace, "characters that XML cannot hold: " + std::to_string(count));
 }
 
+void TraceDuplicates(const LogPass& pass, TextSink& trace) {
+  const UniqueCounts& unique = pass.account.unique;
+  if (!unique.asked) return;
+  TraceLine(trace, "events given before, left out: " + std::to_string(unique.duplicates));
+}
+
 void TraceAccountHead(const LogPass& pass, TextSink& trace) {
   TraceLine(trace, "--- account of " + pass.log.path);
   const RunOptions& options = pass.options;
@@ -86,6 +92,7 @@ void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
   TraceAccountHead(pass, *decoder.trace);
   WriteAccount(*decoder.trace, decoder.account);
   TraceReplaced(pass, *decoder.trace);
+  TraceDuplicates(pass, *decoder.trace);
   Flush(*decoder.trace);
 }
 
@@ -95,6 +102,7 @@ void WriteEvtAccount(LogPass& pass, const EvtAccount& account) {
   TraceAccountHead(pass, *trace);
   WriteAccount(*trace, account);
   TraceReplaced(pass, *trace);
+  TraceDuplicates(pass, *trace);
   Flush(*trace);
 }
 

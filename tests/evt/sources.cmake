@@ -1,4 +1,5 @@
 target_sources(tarnlex_tests PRIVATE
+  ${CMAKE_CURRENT_SOURCE_DIR}/evt/carve_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/copies_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/evt_log_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evt/plan_test.cpp

@@ -401,7 +401,7 @@ TEST(Recover, CountsByPlaceAndClass) {
   ByteString file = Forgotten(0);
   Zero(file, NestedDefinition(file), 24);
   const RecoveryCounts counts = Recover(file).account.recovered;
-  EXPECT_EQ(counts.from, (std::array<std::uint64_t, 4>{0, 4, 0, 0}));
+  EXPECT_EQ(counts.from, (std::array<std::uint64_t, 5>{0, 4, 0, 0, 0}));
   EXPECT_EQ(counts.checked, (std::array<std::uint64_t, 3>{0, 3, 1}));
 }
 
