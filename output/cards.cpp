@@ -28,6 +28,7 @@ struct Card {
   std::string event_id;
   std::string recovered;
   std::string offset;
+  std::string log_name;
   std::string date_time;
   DateTimeText time;
   std::string_view level;
@@ -58,7 +59,7 @@ std::string_view FixedText(const CardWriter& writer, const EventRecord& row, Col
     case ColumnKind::kProvider: return row.providerName;
     case ColumnKind::kRecovered: return card.recovered;
     case ColumnKind::kOffset: return card.offset;
-    case ColumnKind::kLog: return writer.log_name;
+    case ColumnKind::kLog: return card.log_name;
     case ColumnKind::kValue: break;
   }
   return {};
@@ -70,6 +71,7 @@ void FillTexts(CardWriter& writer, const EventRows& rows, std::uint32_t number) 
   card.record = std::to_string(row.eventRecordId);
   card.event_id = KnowsEventId(rows, number) ? std::to_string(row.eventId) : std::string();
   card.recovered = RecoveryText(rows, number);
+  card.log_name = LogNameOf(rows, number, writer.log_name);
   if (rows.keeps_places) card.offset = std::to_string(rows.places[number].file_offset);
   card.time = FormatDateTime(writer.date_time, row.timeCreated);
   card.date_time = std::string(card.time.date).append(" ").append(card.time.time);
@@ -100,7 +102,7 @@ void AddAllLines(CardWriter& writer, const EventRecord& row) {
     const bool told = writer.is_evtx && static_cast<int>(i) == row.columns->provider_name;
     if (!told) card.lines.push_back({row.columns->names[i], card.values[i]});
   }
-  if (writer.options.recover)
+  if (TellsPlaces(writer.options))
     AddFixedLines(writer, row, {ColumnKind::kRecovered, ColumnKind::kOffset});
   AddFixedLines(writer, row, {ColumnKind::kLog});
 }

@@ -86,9 +86,7 @@ void WriteCell(TableWriter& table, const EventRows& rows, std::uint32_t number, 
       break;
     case ColumnKind::kRecovered: WriteRecovered(table, rows, number); break;
     case ColumnKind::kOffset: WriteNumberCell(table, rows.places[number].file_offset); break;
-    case ColumnKind::kLog:
-      WriteRepeatedCell(table, table.log_name_text, table.log_name, width);
-      break;
+    case ColumnKind::kLog: WriteLogName(table, rows, number, width); break;
     case ColumnKind::kValue: WriteValueCell(table, PickedText(read, column), width); break;
   }
 }

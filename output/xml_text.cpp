@@ -2,16 +2,16 @@
 
 #include <algorithm>
 
+#include "logs/find_special.h"
 #include "logs/text.h"
 #include "logs/utf8.h"
 
 namespace tarnlex {
 namespace {
 
-// What cannot stand as it is in every place, and the first byte of two characters that are none.
-bool NeedsLook(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < ' ' || c == '&' || c == '<' || c == '>' || c == '"' || byte == 0xEF;
+// The first byte of what cannot stand as it is in every place, and of two characters that are none.
+const char* FindToEscape(const char* begin, const char* end) {
+  return FindSpecial<'&', '<', '>', '"', '\xEF'>(begin, end);
 }
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
@@ -73,18 +73,14 @@ bool Continues(char32_t c) { return Begins(c) || c == '-' || c == '.' || (c >= '
 }  // namespace
 
 char* EscapeXml(char* begin, char* end, std::uint64_t& replaced) {
-  // Most texts need nothing; this loop has no way out early, so that it runs many bytes at a time.
-  const auto size = static_cast<std::size_t>(end - begin);
-  unsigned any = 0;
-  for (std::size_t i = 0; i < size; ++i) any |= NeedsLook(begin[i]) ? 1U : 0U;
-  if (any == 0) return end;
-  char* out = std::find_if(begin, end, NeedsLook);
+  char* out = begin + (FindToEscape(begin, end) - begin);
+  if (out == end) return end;
   const std::string copy(out, end);
   for (std::string_view rest = copy; !rest.empty();) {
     out = EscapeFirst(rest, replaced, out);
-    const auto plain = std::find_if(rest.begin(), rest.end(), NeedsLook);
-    out = std::copy(rest.begin(), plain, out);
-    rest.remove_prefix(static_cast<std::size_t>(plain - rest.begin()));
+    const char* const next = FindToEscape(rest.data(), rest.data() + rest.size());
+    out = std::copy(rest.data(), next, out);
+    rest.remove_prefix(static_cast<std::size_t>(next - rest.data()));
   }
   return out;
 }

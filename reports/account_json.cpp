@@ -265,6 +265,43 @@ void PutEvt(std::string& line, const EvtAccount& account) {
   PutSurvey(line, account.survey);
 }
 
+// What was found in an image, and where.
+void PutImage(std::string& line, const LogAccount& account) {
+  const CarveCounts& counts = account.carved;
+  PutLosses(line, LossesOf(account));
+  Begin(line, "carved", '{');
+  Put(line, "chunks", counts.chunks);
+  Put(line, "sound_chunks", counts.sound_chunks);
+  Put(line, "in_chunks", counts.in_chunks);
+  Put(line, "outside", counts.outside);
+  Put(line, "evt_headers", counts.evt_headers);
+  Put(line, "evt_records", counts.evt_records);
+  Begin(line, "places", '[');
+  for (const CarvedChunk& chunk : counts.list) {
+    Begin(line, {}, '{');
+    Put(line, "chunk_at", chunk.offset);
+    Put(line, "records", chunk.records);
+    PutTruth(line, "sound", chunk.sound);
+    line += '}';
+  }
+  line += ']';
+  if (counts.kept > 0) {
+    Put(line, "kept", counts.kept);
+    PutText(line, "file_headers", "made anew");
+  }
+  line += '}';
+  Begin(line, "bytes", '{');
+  Put(line, "searched", counts.searched);
+  Put(line, "holes", counts.holes);
+  Put(line, "unread", counts.unread);
+  line += '}';
+}
+
+std::string_view TypeOf(const LogAccount& account) {
+  if (account.outcome == LogOutcome::kNotSearched) return "folder";
+  return account.is_image ? "image" : "log";
+}
+
 std::string_view OutcomeText(LogOutcome outcome) {
   switch (outcome) {
     case LogOutcome::kNotReached: return "not reached";
@@ -291,13 +328,17 @@ std::string LogLine(const LogAccount& account) {
   const bool read = account.outcome == LogOutcome::kRead;
   std::string line;
   Begin(line, {}, '{');
-  PutText(line, "type", account.outcome == LogOutcome::kNotSearched ? "folder" : "log");
+  PutText(line, "type", TypeOf(account));
   PutText(line, "path", log.path);
   PutText(line, "outcome", OutcomeText(account.outcome));
   if (account.size > 0) Put(line, "size", account.size);
   if (account.parts > 1) {
     Put(line, "part", account.part);
     Put(line, "parts", account.parts);
+  }
+  if (account.is_image) {
+    if (read) PutImage(line, account);
+    return line + "}\n";
   }
   if (read || !log.format_unknown) PutText(line, "format", log.is_evtx ? "EVTX" : "EVT");
   if (log.kind_from != KindFrom::kNothing) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "event/carving.h"
 #include "event/recovery.h"
 #include "evt/walk.h"
 #include "evtx/account.h"
@@ -35,6 +36,7 @@ struct UniqueCounts {
   std::uint64_t duplicates = 0;    // events that were given before, and not again
   std::uint64_t not_compared = 0;  // given events that later ones could not be compared with
 };
+UniqueCounts& operator+=(UniqueCounts& sum, const UniqueCounts& more);
 
 struct LogAccount {
   LogInfo log;  // the format is that of its content, once it is read
@@ -43,6 +45,8 @@ struct LogAccount {
   bool surveyed = false;   // the account has checksums and the like
   std::uint64_t part = 1;  // that was walked, of so many
   std::uint64_t parts = 1;
+  bool is_image = false;  // searched for logs, of either container
+  CarveCounts carved = {};
   WalkAccount evtx = {};  // of its container one of the two
   EvtAccount evt = {};
   UniqueCounts unique = {};

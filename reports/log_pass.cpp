@@ -4,6 +4,7 @@
 
 #include "evtx/record.h"
 #include "logs/messages.h"
+#include "output/json_text.h"
 #include "output/table.h"
 
 namespace tarnlex {
@@ -16,7 +17,7 @@ void CountRow(LogPass& pass, std::uint32_t position) {
   const EventRecord& row = pass.rows.rows.back();
   const auto count = [&](std::uint32_t query) {
     const QuerySpec& spec = pass.queries[query];
-    CountMatch(pass.run.statistics, query,
+    CountMatch(pass.run.statistics, pass.first_query + query,
                pass.log.is_evtx ? spec.histogram_fields : spec.histogram_columns, row);
   };
   count(position);
@@ -77,7 +78,8 @@ EventRows MakeRows(const LogPass& pass) {
     rows.joined = JoinedForm(pass.options);
     if (!pass.options.columns.empty()) rows.wanted = &pass.options.columns;
   }
-  rows.keeps_places = pass.options.recover;
+  if (!IsStream(pass.options)) ExpectRepeated(rows.repeated);
+  rows.keeps_places = TellsPlaces(pass.options);
   rows.keeps_hosts = pass.options.complete && pass.options.l2t_form;
   return rows;
 }
@@ -117,7 +119,7 @@ void AddEvtx(LogPass& pass, std::uint32_t at, EvtxDecoder& decoder, DecodedEvent
       pass,
       [&] {
         AddEvtxRow(pass.rows, pass.evtx, pass.evtx.queries[at], decoder, event);
-        KeepPlace(pass.rows, {event.recovery, event.record_file_offset});
+        KeepPlace(pass.rows, {event.recovery, event.record_file_offset, pass.source});
       },
       [&](TextSink& out) {
         WriteEvtxStreamRecord(out, pass.stream, pass.options, pass.queries[at], at, decoder, event);
@@ -129,7 +131,7 @@ void AddEvt(LogPass& pass, std::uint32_t at, EvtRecord& record) {
       pass,
       [&] {
         AddEvtRow(pass.rows, pass.evt, pass.evt.queries[at], record);
-        KeepPlace(pass.rows, {{}, record.offset});
+        KeepPlace(pass.rows, {record.recovery, record.offset, pass.source});
       },
       [&](TextSink& out) {
         WriteEvtStreamRecord(out, pass.stream, pass.options, pass.queries[at], at, record);
@@ -150,6 +152,12 @@ void PrepareEvtPass(LogPass& pass) {
   pass.rows = MakeRows(pass);
   pass.evt = PrepareEvtQueries(pass.queries);
   if (IsStream(pass.options)) pass.stream = MakeRecordStream(pass.log.path, pass.queries);
+}
+
+void ComeFrom(LogPass& pass, std::uint64_t source) {
+  if (source == pass.source) return;
+  pass.source = source;
+  if (IsStream(pass.options)) pass.stream.log = JsonString(pass.log.path + SourceText(source));
 }
 
 void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {

@@ -9,6 +9,7 @@
 
 #include "logs/platform.h"
 #include "reports/builtin_reports.h"
+#include "reports/carve_image.h"
 #include "reports/command_language.h"
 #include "reports/log_pass.h"
 #include "reports/report_library.h"
@@ -32,10 +33,14 @@ QueryList QueriesOf(const RunOptions& options, const LogInfo& log,
   return queries;
 }
 
+// A ready-made report. Nobody knows which log a record of an image was of, so each has to show it.
 Work ReportWork(const RunOptions& options, const BuiltinReport& report) {
-  return {[&](const LogInfo& log) { return ReportFits(report, log, options.complete); },
+  return {[&](const LogInfo& log) {
+            return IsCarving(options) || ReportFits(report, log, options.complete);
+          },
           [&](const LogInfo& log) {
-            return QueriesOf(options, log, ReportLines(report, FormatOf(log)));
+            QueryList queries = QueriesOf(options, log, ReportLines(report, FormatOf(log)));
+            return IsCarving(options) ? QueriesByKind(report, queries) : queries;
           }};
 }
 
@@ -62,16 +67,43 @@ std::vector<Work> PlanWork(const RunOptions& options, const RunState& run) {
   return works;
 }
 
+void TellApart(LogPass& pass, UniqueEvents* unique) {
+  if (unique) BeginUniquePass(pass.unique, *unique, false);
+  pass.account.unique.asked = unique != nullptr;
+}
+
+// One search of an image with the queries made for either container. True when it wrote rows.
+bool SearchImage(const RunOptions& options, RunState& run, const LogInfo& image, const Work& work,
+                 UniqueEvents* unique) {
+  LogInfo evtx_log = image;
+  LogInfo evt_log = image;
+  evtx_log.is_evtx = true;
+  evt_log.is_evtx = false;
+  QueryList evtx_queries = work.queries(evtx_log);
+  QueryList evt_queries = work.queries(evt_log);
+  const std::size_t count = evtx_queries.size() + evt_queries.size();
+  if (count == 0) return false;
+  if (options.stats_on) BeginWalk(run.statistics, image, count, work.filters);
+  LogPass evtx{options, run, evtx_log, evtx_queries};
+  LogPass evt{options, run, evt_log, evt_queries};
+  TellApart(evtx, unique);
+  TellApart(evt, unique);
+  evt.first_query = evtx_queries.size();
+  CarveImage(evtx, evt);
+  return evtx.wrote || evt.wrote;
+}
+
 // One walk over one log with the queries made for it. True when it wrote rows.
 bool RunLog(const RunOptions& options, RunState& run, const LogInfo& log, const Work& work,
             UniqueEvents* unique) {
-  QueryList queries = work.queries(log);
   // Behind a record that could not be written nothing is worth reading.
-  if (queries.empty() || HasFailed(run.records)) return false;
+  if (HasFailed(run.records)) return false;
+  if (IsCarving(options)) return SearchImage(options, run, log, work, unique);
+  QueryList queries = work.queries(log);
+  if (queries.empty()) return false;
   if (options.stats_on) BeginWalk(run.statistics, log, queries.size(), work.filters);
   LogPass pass{options, run, log, queries};
-  if (unique) BeginUniquePass(pass.unique, *unique, false);
-  pass.account.unique.asked = unique != nullptr;
+  TellApart(pass, unique);
   WalkLog(pass);
   return pass.wrote;
 }
@@ -81,13 +113,17 @@ std::size_t CountLogs(const Work& work, const LogTable& logs) {
       logs.begin(), logs.end(), [&](const auto& log) { return work.takes(log.second); }));
 }
 
+std::uint64_t SizeOf(const std::string& path) {
+  const auto file = OpenImage(path);
+  return file ? file->file.size : 0;
+}
+
 // The sizes of all that is to be read; only asked for when somebody watches.
 std::uint64_t BytesOf(const std::vector<Work>& works, const LogTable& logs) {
   std::uint64_t bytes = 0;
   for (const auto& [path, log] : logs) {
-    const auto file = OpenInput(path);
-    if (!file) continue;
-    for (const Work& work : works) bytes += work.takes(log) ? file->size : 0;
+    const std::uint64_t size = SizeOf(path);
+    for (const Work& work : works) bytes += work.takes(log) ? size : 0;
   }
   return bytes;
 }
@@ -106,7 +142,7 @@ void BeginLogOf(const RunOptions& options, RunState& run, const LogInfo& log, st
 // Whether logs are walked before, to note the events that they have: a recovered record of one log
 // gives way to a record that another log still has.
 bool NotesFirst(const RunOptions& options, const LogTable& logs) {
-  return options.unique && options.recover && logs.size() > 1;
+  return options.unique && options.recover && !IsCarving(options) && logs.size() > 1;
 }
 
 // Notes the events that a work will count and give, as far as logs have them.

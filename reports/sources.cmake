@@ -1,6 +1,8 @@
 target_sources(tarnlex_core PRIVATE
   reports/account_json.cpp
   reports/builtin_reports.cpp
+  reports/carve_image.cpp
+  reports/carved_logs.cpp
   reports/command_file.cpp
   reports/command_language.cpp
   reports/command_remarks.cpp
@@ -8,6 +10,7 @@ target_sources(tarnlex_core PRIVATE
   reports/evt_query.cpp
   reports/evtx_query.cpp
   reports/filter.cpp
+  reports/image_window.cpp
   reports/log_account.cpp
   reports/log_pass.cpp
   reports/plan_rows.cpp

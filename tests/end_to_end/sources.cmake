@@ -1,4 +1,5 @@
 target_sources(tarnlex_tests PRIVATE
+  ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/carve_out_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/columns_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/golden_case.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/golden_test.cpp
