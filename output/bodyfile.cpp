@@ -41,7 +41,7 @@ void WriteName(BodyfileWriter& line, const CellCleaner& cleaner, std::string_vie
 // names.
 void WriteValues(BodyfileWriter& line, const EventRecord& row) {
   if (row.columns == nullptr) return;
-  CellReader reader{row.dataItems};
+  CellReader reader = ReaderOf(row);
   std::string_view before = ", ";
   std::string_view last;
   for (const std::string_view name : row.columns->names) {

@@ -89,6 +89,19 @@ RowKey KeyOf(const EventRows& rows, std::size_t number) {
   return {row.timeCreated, row.eventRecordId, static_cast<std::uint32_t>(number)};
 }
 
+std::size_t OffsetIn(const RowBuilder& builder, const char* at) {
+  return static_cast<std::size_t>(at - builder.start);
+}
+
+void WriteHead(const RowBuilder& builder, std::size_t piece, std::uint32_t head) {
+  std::memcpy(builder.start + piece, &head, sizeof head);
+}
+
+// Of the piece that ends at `at`.
+std::uint32_t OpenPieceSize(const RowBuilder& builder, const char* at) {
+  return static_cast<std::uint32_t>(OffsetIn(builder, at) - builder.piece - kPieceHead);
+}
+
 // Each character of a line break becomes at most this much longer when it is marked.
 constexpr std::size_t kLongerPerBreak = 3;
 
@@ -152,10 +165,27 @@ void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends) {
 
 void FreeRowBytes::operator()(char* bytes) const { ::operator delete[](bytes, kRowAlignment); }
 
+std::string_view ReadLongCell(const char*& at) {
+  std::uint32_t length;
+  std::memcpy(&length, at, sizeof length);
+  const std::string_view text(at + sizeof length, length);
+  at += sizeof length + length;
+  return text;
+}
+
+std::string_view ReadKnownCell(const char*& at) {
+  std::uint32_t length;
+  const char* text;
+  std::memcpy(&length, at, sizeof length);
+  std::memcpy(&text, at + sizeof length, sizeof text);
+  at += sizeof length + sizeof text;
+  return {text, length};
+}
+
 void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells) {
   cells.clear();
   if (row.columns == nullptr) return;
-  CellReader reader{row.dataItems};
+  CellReader reader = ReaderOf(row);
   for (std::size_t i = 0; i < row.columns->names.size(); ++i) cells.push_back(NextCell(reader));
 }
 
@@ -172,7 +202,7 @@ bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::str
   text = {};
   const int position = row.columns == nullptr ? -1 : FindColumn(*row.columns, name, fold);
   if (position < 0) return false;
-  CellReader reader{row.dataItems};
+  CellReader reader = ReaderOf(row);
   for (int i = 0; i <= position; ++i) text = NextCell(reader);
   return true;
 }
@@ -202,6 +232,24 @@ const ColumnSet* AddColumnSet(EventRows& rows, const std::vector<std::string_vie
   const ColumnSet* set = StoreColumnSet(rows, key.second);
   rows.sets_by_names.emplace(std::pair(key.first, set->names), set);
   return set;
+}
+
+const RowLayout* AddLayout(EventRows& rows, std::size_t columns,
+                           const std::vector<FixedText>& fixed) {
+  auto layout = std::make_unique<RowLayout>();
+  layout->cells.resize(columns);
+  std::size_t size = kReadableBehind;
+  for (const FixedText& each : fixed) size += each.text.size();
+  layout->texts.reserve(size);  // so that texts stay where they are
+  for (const FixedText& each : fixed) {
+    const char* const text = layout->texts.data() + layout->texts.size();
+    layout->cells[each.column] = {text, static_cast<std::uint32_t>(each.text.size())};
+    layout->texts += each.text;
+  }
+  layout->texts.append(kReadableBehind, '\0');
+  rows.set_bytes += sizeof(RowLayout) + size + columns * sizeof(FixedCell);
+  rows.layouts.push_back(std::move(layout));
+  return rows.layouts.back().get();
 }
 
 std::string_view InternText(EventRows& rows, std::string_view text) {
@@ -263,6 +311,49 @@ char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end)
   return EndPlainCell(builder, out);
 }
 
+char* BeginStretch(RowBuilder& builder, char* at) {
+  if (builder.form == CellForm::kPacked) return at;
+  builder.piece = OffsetIn(builder, at);
+  builder.has_known = false;
+  return at + kPieceHead;
+}
+
+char* EndStretch(RowBuilder& builder, char* at) {
+  if (builder.form == CellForm::kPacked) return at;
+  const std::uint32_t size = OpenPieceSize(builder, at);
+  if (size > 0 || !builder.has_known) {
+    WriteHead(builder, builder.piece, size | kLastPiece);
+    return at;
+  }
+  // The known piece before it is the last.
+  std::uint32_t head;
+  std::memcpy(&head, builder.start + builder.known, sizeof head);
+  WriteHead(builder, builder.known, head | kLastPiece);
+  return builder.start + builder.piece;
+}
+
+char* AddKnownCell(RowBuilder& builder, char* at, std::string_view text) {
+  builder.known_text += text.size() + 1;
+  const char* const place = text.data();
+  if (builder.form == CellForm::kPacked) {
+    const auto length = static_cast<std::uint32_t>(text.size());
+    std::memcpy(at, &kKnownCell, sizeof kKnownCell);
+    std::memcpy(at + kCellPrefix, &length, sizeof length);
+    std::memcpy(at + kLongCellPrefix, &place, sizeof place);
+    return at + kLongCellPrefix + sizeof place;
+  }
+  const std::uint32_t size = OpenPieceSize(builder, at);
+  if (size == 0) at -= kPieceHead;
+  if (size > 0) WriteHead(builder, builder.piece, size);
+  builder.known = OffsetIn(builder, at);
+  builder.has_known = true;
+  WriteHead(builder, builder.known, static_cast<std::uint32_t>(text.size() + 1) | kKnownPiece);
+  std::memcpy(at + kPieceHead, &place, sizeof place);
+  at += kPieceHead + sizeof place;
+  builder.piece = OffsetIn(builder, at);
+  return at + kPieceHead;
+}
+
 void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row) {
   const auto size = static_cast<std::size_t>(end - builder.start);
   char* place = builder.start;
@@ -279,23 +370,25 @@ void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& 
     rows.free_at += size;
   }
   rows.rows.push_back(row);
-  rows.rows.back().dataItems = place;
-  rows.rows.back().form = builder.form;
+  EventRecord& added = rows.rows.back();
+  added.dataItems = place;
+  added.form = builder.form;
   const bool joined = builder.form == CellForm::kJoined;
-  rows.rows.back().dataSize = joined ? static_cast<std::uint32_t>(size) : 0;
+  added.dataSize = joined ? static_cast<std::uint32_t>(size + builder.known_text) : 0;
+  PlaceRepeated(rows.repeated, place);
 }
 
 void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells) {
   std::size_t max_bytes = 0;
   for (const std::string_view cell : cells) max_bytes += cell.size() + kMaxCellOverhead;
   RowBuilder builder = BeginRow(rows, max_bytes);
-  char* at = builder.start;
+  char* at = cells.empty() ? builder.start : BeginStretch(builder, builder.start);
   for (const std::string_view cell : cells) {
     char* text = BeginCell(builder, at);
     if (!cell.empty()) std::memcpy(text, cell.data(), cell.size());
     at = EndCell(builder, text + cell.size());
   }
-  EndRow(rows, builder, at, row);
+  EndRow(rows, builder, cells.empty() ? at : EndStretch(builder, at), row);
 }
 
 std::string RecoveryText(const EventRows& rows, std::uint32_t number) {
@@ -321,6 +414,7 @@ void ClearRows(EventRows& rows) {
   std::vector<EventRecord>().swap(rows.rows);
   rows.hosts.clear();
   rows.places.clear();
+  ForgetRepeated(rows.repeated);
   rows.scratch = {};
   if (rows.blocks.empty()) return;
   rows.blocks.resize(1);

@@ -1,6 +1,8 @@
-// The rows of one log, kept from the walk until they are written. A row's cell texts lie in an
-// arena, packed or, when all that is ever done with them is to write them between separators,
-// joined; rows of one shape share their column names. Nothing here knows which container a row is
+// The rows of one log, kept from the walk until they are written. They are what a run's memory goes
+// into, so what many rows have is kept once: rows of one shape share their column names, rows of
+// one layout the cells that are the same in all of them, and of a long cell that came before only
+// its place is kept. A row's own cells lie in an arena, packed or, when all that is ever done with
+// them is to write them between separators, joined. Nothing here knows which container a row is
 // from.
 #pragma once
 
@@ -17,8 +19,10 @@
 #include <utility>
 #include <vector>
 
+#include "event/carving.h"
 #include "event/recovery.h"
 #include "output/cell_cleaner.h"
+#include "output/repeated_cells.h"
 
 namespace tarnlex {
 
@@ -29,13 +33,26 @@ struct ColumnSet {
   int level = -1;          // position of "Level"
 };
 
-// How the cells of a row lie in memory.
+// A cell that all rows of a layout have, behind which a block may be read; `text` is null for one
+// that each row has of its own.
+struct FixedCell {
+  const char* text = nullptr;
+  std::uint32_t size = 0;
+};
+
+// Which cells rows share, and their texts.
+struct RowLayout {
+  std::vector<FixedCell> cells;  // one per column
+  std::string texts;
+};
+
+// How a row's own cells lie in memory.
 enum class CellForm : std::uint8_t {
   kPacked,  // each behind its length
   kJoined,  // as they will be written: cleaned, each followed by the separator
 };
 
-// One output row, filled from either container. The packed cells stay valid until the collection
+// One output row, filled from either container. Its own cells stay valid until the collection
 // that holds the row is cleared; a row of a collection takes its texts from InternText.
 struct EventRecord {
   std::uint32_t queryIndex = 0;   // position of the query that took the record
@@ -47,56 +64,97 @@ struct EventRecord {
   std::string_view queryName;
   std::string_view queryLabel;
   const ColumnSet* columns = nullptr;
-  const char* dataItems = nullptr;  // the cell texts, one per column, in column order
-  std::uint32_t dataSize = 0;       // of all of them together when they are joined
+  const RowLayout* layout = nullptr;  // null: all cells are the row's own
+  const char* dataItems = nullptr;    // these cells, in column order
+  std::uint32_t dataSize = 0;         // of their texts together, at most, when they are joined
   CellForm form = CellForm::kPacked;
 };
 
-// How joined cells look: cleaned, and each followed by the separator, so that a row can be written
-// as it lies. No cleaned text holds the separator; that is how cells are told apart.
+// How joined cells look: cleaned, and each followed by the separator, so that they can be written
+// as they lie. No cleaned text holds the separator; that is how cells are told apart.
 struct JoinedCells {
   CellForm form = CellForm::kPacked;  // joined: as below, but for rows that are too large
   char separator = 0;
   CellCleaner cleaner = {};
 };
 
-// A packed cell is a 16-bit length and the text; a length of kLongCell says that the true length
-// follows as a 32-bit number. Behind every packed cell at least kReadableBehind bytes may be read,
-// so that writers can take whole blocks.
+// A packed cell is a 16-bit length and the text. A length of kLongCell says that the true length
+// follows as a 32-bit number, one of kKnownCell that so do the length and the place of a text that
+// another row has. Behind every packed cell at least kReadableBehind bytes may be read, so that
+// writers can take whole blocks.
 inline constexpr std::size_t kReadableBehind = 16;
 inline constexpr std::uint16_t kLongCell = 0xFFFF;
+inline constexpr std::uint16_t kKnownCell = 0xFFFE;
 inline constexpr std::size_t kCellPrefix = sizeof(std::uint16_t);
 inline constexpr std::size_t kLongCellPrefix = kCellPrefix + sizeof(std::uint32_t);
 
-// Steps through the packed cells of a row; may be asked once per column, never more often.
-struct CellReader {
-  const char* at = nullptr;
-};
-inline std::string_view NextCell(CellReader& reader) {
-  std::uint16_t short_length;
-  std::memcpy(&short_length, reader.at, sizeof short_length);
-  reader.at += kCellPrefix;
-  std::size_t length = short_length;
-  if (short_length == kLongCell) {
-    std::uint32_t long_length;
-    std::memcpy(&long_length, reader.at, sizeof long_length);
-    reader.at += sizeof long_length;
-    length = long_length;
-  }
-  const std::string_view text(reader.at, length);
-  reader.at += length;
+// The text of a packed cell that is long or known; `at` is behind its first number, and is moved
+// behind the cell.
+std::string_view ReadLongCell(const char*& at);
+std::string_view ReadKnownCell(const char*& at);
+inline std::string_view NextOwnCell(const char*& at) {
+  std::uint16_t length;
+  std::memcpy(&length, at, sizeof length);
+  at += kCellPrefix;
+  if (length >= kKnownCell) return length == kLongCell ? ReadLongCell(at) : ReadKnownCell(at);
+  const std::string_view text(at, length);
+  at += length;
   return text;
 }
 
-// All cells of `row`, which are packed, by column position; `cells` is overwritten.
+// Steps through the cells of a row whose own are packed; may be asked once per column, never more
+// often.
+struct CellReader {
+  const char* at = nullptr;
+  const FixedCell* fixed = nullptr;
+};
+inline CellReader ReaderOf(const EventRecord& row) {
+  return {row.dataItems, row.layout ? row.layout->cells.data() : nullptr};
+}
+inline std::string_view NextCell(CellReader& reader) {
+  if (reader.fixed) {
+    const FixedCell& fixed = *reader.fixed++;
+    if (fixed.text) return {fixed.text, fixed.size};
+  }
+  return NextOwnCell(reader.at);
+}
+
+// Joined cells make up stretches: those of a row between two cells that its layout has. A stretch
+// consists of pieces, each behind a 32-bit number: how many bytes it has, whether it is the last of
+// its stretch, and whether its bytes, a cell with its separator, lie in another row; then their
+// place follows.
+inline constexpr std::uint32_t kKnownPiece = std::uint32_t{1} << 31;
+inline constexpr std::uint32_t kLastPiece = std::uint32_t{1} << 30;
+inline constexpr std::size_t kPieceHead = sizeof(std::uint32_t);
+struct JoinedPiece {
+  std::string_view cells;
+  bool is_known = false;  // a single cell
+  bool is_last = false;
+};
+inline JoinedPiece NextPiece(const char*& at) {
+  std::uint32_t head;
+  std::memcpy(&head, at, sizeof head);
+  at += kPieceHead;
+  const std::size_t size = head & ~(kKnownPiece | kLastPiece);
+  const char* cells = at;
+  if (head & kKnownPiece) {
+    std::memcpy(&cells, at, sizeof cells);
+    at += sizeof cells;
+  } else {
+    at += size;
+  }
+  return {{cells, size}, (head & kKnownPiece) != 0, (head & kLastPiece) != 0};
+}
+
+// All cells of `row`, whose own are packed, by column position; `cells` is overwritten.
 void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells);
 
 // The column of one name, -1 without it. Names are compared exactly, then, with `fold`, without
 // regard to ASCII case.
 int FindColumn(const ColumnSet& columns, std::string_view name, bool fold);
 
-// The text of one named value of `row`, whose cells are packed; false and a nullptr-data view when
-// the row has no such column. Names are compared as FindColumn does it.
+// The text of one named value of `row`, whose own cells are packed; false and a nullptr-data view
+// when the row has no such column. Names are compared as FindColumn does it.
 bool FindCell(const EventRecord& row, std::string_view name, bool fold, std::string_view& text);
 
 // Memory for rows, laid out so that it can be had in large pages (see ExpectFilled).
@@ -121,6 +179,7 @@ using TextSet = std::unordered_set<std::string, HashText, std::equal_to<>>;
 struct RowPlace {
   Recovery recovery;
   std::uint64_t file_offset = 0;
+  std::uint64_t source = kNoSource;  // in an image: where what the record was found in begins
 };
 
 // The ordered collection of one log's rows. Column sets and long-lived texts live in it too and
@@ -139,13 +198,16 @@ struct EventRows {
   char* free_at = nullptr;
   char* free_end = nullptr;
   RowBytes scratch;                              // a row that has no place in the blocks yet
+  RepeatedCells repeated;                        // cells whose texts other rows may have
   TextSet texts;                                 // interned: column, query and provider names
   std::array<std::string_view, 64> recent = {};  // the interned texts last asked for, by hash
   std::vector<std::unique_ptr<ColumnSet>> column_sets;
   // Column sets by the hash of their names, then by the names.
   std::map<std::pair<std::size_t, std::vector<std::string_view>>, const ColumnSet*> sets_by_names;
+  std::vector<std::unique_ptr<RowLayout>> layouts;
   std::size_t block_bytes = 0;
-  std::size_t set_bytes = 0;  // roughly what all column sets take, and what others keep of them
+  // Roughly what all column sets and layouts take, and what others keep of them.
+  std::size_t set_bytes = 0;
 };
 
 // Roughly the memory that a collection takes; cheap enough to ask for every row.
@@ -164,6 +226,14 @@ bool KeepsColumn(const EventRows& rows, std::string_view name);
 const ColumnSet* AddColumnSet(EventRows& rows, const std::vector<std::string_view>& names,
                               std::vector<int>& position_of);
 
+// A layout of rows with so many columns that share these cells; it lives as long as the collection.
+struct FixedText {
+  std::size_t column = 0;
+  std::string text;
+};
+const RowLayout* AddLayout(EventRows& rows, std::size_t columns,
+                           const std::vector<FixedText>& fixed);
+
 // A copy of `text` that lives as long as the collection; equal texts are kept once.
 std::string_view InternText(EventRows& rows, std::string_view text);
 
@@ -171,16 +241,21 @@ std::string_view InternText(EventRows& rows, std::string_view text);
 // is not used costs next to nothing. More rows than that may come.
 void ExpectRows(EventRows& rows, std::size_t count);
 
-// Builds the cells of one row in place: BeginRow with an upper bound of all its text plus
-// kMaxCellOverhead for every cell, then for every column in order BeginCell (first at
-// builder.start), text written behind it, EndCell; at last EndRow gives the cells to `row` and
-// stores it. A row that is never ended takes no room. A cell may not reach 4 GiB. Up to kCellBlock
-// bytes behind the bound may be overwritten.
+// Builds the own cells of one row in place: BeginRow with an upper bound of all their text plus
+// kMaxCellOverhead for every cell; then, first at builder.start, for every stretch between cells of
+// the layout BeginStretch, for every cell BeginCell, text written behind it, EndCell, or
+// AddKnownCell, and EndStretch; at last EndRow gives the cells to `row` and stores it. Packed cells
+// need no stretches. A row that is never ended takes no room. A cell may not reach 4 GiB. Up to
+// kCellBlock bytes behind the bound may be overwritten.
 struct RowBuilder {
   EventRows* rows = nullptr;
   char* start = nullptr;
   char* bound = nullptr;  // what is written ends here at most
   char* cell = nullptr;
+  std::size_t piece = 0;   // where the number before what is joined at present lies
+  std::size_t known = 0;   // the same of the known piece before it in its stretch, if there is one
+  bool has_known = false;  // it is
+  std::size_t known_text = 0;  // bytes of all known pieces
   CellForm form = CellForm::kPacked;
 };
 inline constexpr std::size_t kMaxCellOverhead = 8;  // bytes that a cell needs beside its text
@@ -213,7 +288,7 @@ inline char* EndPlainCell(RowBuilder& builder, char* text_end) {
     return EndPlainCell(text_end, builder.rows->joined.separator);
   }
   const auto length = static_cast<std::size_t>(text_end - builder.cell) - kCellPrefix;
-  if (length >= kLongCell) return EndLongCell(builder, text_end);
+  if (length >= kKnownCell) return EndLongCell(builder, text_end);
   const auto short_length = static_cast<std::uint16_t>(length);
   std::memcpy(builder.cell, &short_length, sizeof short_length);
   return text_end;
@@ -228,6 +303,13 @@ inline char* EndCell(RowBuilder& builder, char* text_end) {
   return EndPlainCell(builder, text_end);
 }
 
+// Both return where the next cell begins.
+char* BeginStretch(RowBuilder& builder, char* at);
+char* EndStretch(RowBuilder& builder, char* at);
+
+// A cell that another row has, of kLeastRepeated bytes or more.
+char* AddKnownCell(RowBuilder& builder, char* at, std::string_view text);
+
 void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row);
 
 // Convenience for rows that are not made in the fast path: one text per column of row.columns.
@@ -236,6 +318,17 @@ void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::stri
 // What is told of the row at a position where rows say where they are from: how it was recovered,
 // "slack/all", and nothing of one that was not.
 std::string RecoveryText(const EventRows& rows, std::uint32_t number);
+
+// Where what the row's record was found in begins; kNoSource in a log, which is all there is.
+inline std::uint64_t SourceOf(const EventRows& rows, std::uint32_t number) {
+  return number < rows.places.size() ? rows.places[number].source : kNoSource;
+}
+
+// The name of the log, or of the image with the place that the row's record was found in.
+inline std::string LogNameOf(const EventRows& rows, std::uint32_t number, const std::string& name) {
+  const std::uint64_t source = SourceOf(rows, number);
+  return source == kNoSource ? name : name + SourceText(source);
+}
 
 // Positions in EventRows::rows.
 using RowNumbers = std::vector<std::uint32_t>;

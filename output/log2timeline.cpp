@@ -89,7 +89,7 @@ void WriteShort(TimelineWriter& line, const EventRecord& row) {
 
 void WriteDescription(TimelineWriter& line, const EventRecord& row) {
   if (row.columns != nullptr) {
-    CellReader reader{row.dataItems};
+    CellReader reader = ReaderOf(row);
     std::string_view opening = line.fixed.opening;
     for (const std::string_view name : row.columns->names) {
       WriteVerbatim(line.cells, opening);
@@ -147,7 +147,7 @@ void WriteLine(TimelineWriter& line, const EventRows& rows, std::uint32_t number
   WriteShort(line, row);
   WriteDescription(line, row);
   WriteField(line, "2");
-  WriteField(line, line.log_name);
+  WriteField(line, LogNameOf(rows, number, line.log_name));
   WriteInode(line);
   WriteNotes(line, rows, number);
   WriteVerbatim(line.cells, line.fixed.program);

@@ -21,6 +21,8 @@ target_sources(tarnlex_core PRIVATE
   output/picked_table.cpp
   output/record_json.cpp
   output/record_output.cpp
+  output/repeated_cells.cpp
+  output/row_pattern.cpp
   output/repeated_array.cpp
   output/run_status.cpp
   output/statistics.cpp

@@ -12,6 +12,7 @@
 #include "output/empty_cells.h"
 #include "output/log2timeline.h"
 #include "output/picked_table.h"
+#include "output/row_pattern.h"
 #include "output/table_cells.h"
 #include "output/table_columns.h"
 
@@ -42,12 +43,11 @@ void WriteEmptyCells(TableWriter& table, std::size_t next, std::size_t column) {
                     .substr(empty.starts[next], empty.starts[column] - empty.starts[next]));
 }
 
-void WriteValueCells(TableWriter& table, const TableColumns& columns, const EventRecord& row,
-                     const std::vector<std::uint32_t>* positions) {
+void WriteValueCells(TableWriter& table, const TableColumns& columns, const EventRecord& row) {
   std::size_t next = 0;
-  if (positions != nullptr) {
-    CellReader reader{row.dataItems};
-    for (const std::uint32_t column : *positions) {
+  if (row.columns != nullptr) {
+    CellReader reader = ReaderOf(row);
+    for (const std::uint32_t column : columns.positions.find(row.columns)->second) {
       WriteEmptyCells(table, next, column);
       const std::string_view text = NextCell(reader);
       const std::size_t longer = WriteCleanedCell(table.cells, table.value_cleaner, text);
@@ -59,43 +59,6 @@ void WriteValueCells(TableWriter& table, const TableColumns& columns, const Even
   WriteEmptyCells(table, next, columns.names.size());
 }
 
-// Copies a joined cell and its separator; a block behind them is overwritten. Returns their end.
-const char* CopyJoinedCell(char separator, const char* from, char*& out) {
-  for (;;) {
-    const std::size_t before = FindInCellBlock(separator, from);
-    std::memcpy(out, from, kCellBlock);
-    const std::size_t copied = std::min(before + 1, kCellBlock);
-    from += copied;
-    out += copied;
-    if (before < kCellBlock) return from;
-  }
-}
-
-// Joined cells go out as they lie, with empty ones in between where the row lacks columns.
-void WriteJoinedCells(TableWriter& table, const TableColumns& columns, const EventRecord& row,
-                      const std::vector<std::uint32_t>& positions) {
-  if (positions.size() == columns.names.size()) {
-    WriteVerbatim(table.cells, {row.dataItems, row.dataSize});
-    return;
-  }
-  NeedRoom(table.cells, row.dataSize + columns.names.size() + kCellBlock);
-  const char separator = table.separator.front();
-  const char* from = row.dataItems;
-  char* at = table.cells.at;
-  std::size_t next = 0;
-  const auto skip_to = [&](std::size_t column) {
-    std::memset(at, separator, column - next);
-    at += column - next;
-  };
-  for (const std::uint32_t column : positions) {
-    skip_to(column);
-    from = CopyJoinedCell(separator, from, at);
-    next = column + std::size_t{1};
-  }
-  skip_to(columns.names.size());
-  table.cells.at = at;
-}
-
 // Where the row is from, in tables that say so.
 void WritePlaceCells(TableWriter& table, const EventRows& rows, std::uint32_t number) {
   WriteRecovered(table, rows, number);
@@ -105,7 +68,7 @@ void WritePlaceCells(TableWriter& table, const EventRows& rows, std::uint32_t nu
 }
 
 void WriteRow(TableWriter& table, const TableColumns& columns, const EventRows& rows,
-              std::uint32_t number, const std::vector<std::uint32_t>* positions) {
+              std::uint32_t number, const RowPattern* pattern) {
   const EventRecord& row = rows.rows[number];
   WriteNumberCell(table, row.eventRecordId);
   Write(table.cells, table.between);
@@ -123,13 +86,13 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRows& 
     WriteRepeatedCell(table, table.provider_text, row.providerName, columns.provider_width);
     Write(table.cells, table.between);
   }
-  if (positions != nullptr && row.form == CellForm::kJoined) {
-    WriteJoinedCells(table, columns, row, *positions);
+  if (pattern) {
+    WriteJoinedCells(table.cells, *pattern, row, table.separator.front());
   } else {
-    WriteValueCells(table, columns, row, positions);
+    WriteValueCells(table, columns, row);
   }
   if (rows.keeps_places) WritePlaceCells(table, rows, number);
-  WriteRepeatedCell(table, table.log_name_text, table.log_name, kLogWidth);
+  WriteLogName(table, rows, number, kLogWidth);
   Write(table.cells, table.row_end);
 }
 
@@ -166,17 +129,15 @@ void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::
                 const TableColumns& columns) {
   WriteHeader(table, columns, rows.keeps_places);
   MakeEmptyRow(table, columns);
-  const ColumnSet* last = nullptr;
-  const std::vector<std::uint32_t>* positions = nullptr;
+  RowPatterns patterns;
   for (std::size_t i = 0; i < group.size(); ++i) {
     if (table.cells.sink->failed) return;
     FetchAhead(rows, group, i);
     const EventRecord& row = rows.rows[group[i]];
-    if (row.columns != last) {
-      last = row.columns;
-      positions = last == nullptr ? nullptr : &columns.positions.find(last)->second;
-    }
-    WriteRow(table, columns, rows, group[i], positions);
+    const bool joined = row.form == CellForm::kJoined && row.columns != nullptr;
+    const RowPattern* const pattern =
+        joined ? &PatternOf(patterns, columns, row, table.separator.front()) : nullptr;
+    WriteRow(table, columns, rows, group[i], pattern);
   }
 }
 

@@ -95,7 +95,7 @@ void Widen(std::size_t& width, std::string_view text) {
 
 void MeasureRow(TableColumns& columns, const EventRecord& row) {
   if (row.columns == nullptr) return;
-  CellReader reader{row.dataItems};
+  CellReader reader = ReaderOf(row);
   for (const std::uint32_t position : columns.positions.find(row.columns)->second) {
     std::size_t& width = columns.widths[position];
     width = std::max(width, CountCellCharacters(NextCell(reader)));

@@ -113,15 +113,14 @@ std::string XmlText(std::string_view text, std::uint64_t& replaced) {
 std::string XmlName(std::string_view name) {
   std::string made;
   while (!name.empty()) {
-    const Utf8Character c = NextUtf8(name);
-    const std::string_view taken = name.substr(0, c.size);
-    name.remove_prefix(taken.size());
-    if (!c.valid || !Continues(c.code)) {
+    const Utf8Character next = NextUtf8(name);
+    if (!Continues(next.code)) {
       made += '_';
-      continue;
+    } else {
+      if (made.empty() && !Begins(next.code)) made = "_";
+      made += name.substr(0, next.size);
     }
-    if (made.empty() && !Begins(c.code)) made = "_";
-    made += taken;
+    name.remove_prefix(next.size);
   }
   return made.empty() ? "_" : made;
 }

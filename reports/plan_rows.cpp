@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <span>
 
 #include "event/slot_text.h"
 #include "event/value.h"
@@ -11,17 +12,6 @@
 
 namespace tarnlex {
 namespace {
-
-std::uint32_t SizeOf(const char* begin, const char* end) {
-  return static_cast<std::uint32_t>(end - begin);
-}
-
-// Mostly a few short cells, so that one block is all there is to copy.
-char* CopyFixed(const char* from, std::size_t size, char* at) {
-  std::memcpy(at, from, kCellBlock);
-  if (size > kCellBlock) std::memcpy(at + kCellBlock, from + kCellBlock, size - kCellBlock);
-  return at + size;
-}
 
 // What the text of a "Level" value means to a row.
 std::uint32_t LevelOf(std::string_view text) {
@@ -61,26 +51,25 @@ PlanCell MakeCell(const Plan& plan, const PlanValue* value) {
   return cell;
 }
 
-// Where finished cells are made: a row that is never ended lends its place to them.
-struct FinishedCells {
-  RowBuilder builder;
-  char* at = nullptr;
-  std::uint32_t begin = 0;  // of those that no cell has been given yet
-};
-
-void FinishCell(EventRows& rows, const Plan& plan, const PlanValue* value, const PlanCell& cell,
-                FinishedCells& finished, PlanLayout& layout) {
+// The text of a literal value as rows have it, and what it says of them. A row that is never ended
+// lends its place to it.
+std::string FinishedText(EventRows& rows, const Plan& plan, const PlanValue* value,
+                         const PlanCell& cell, PlanLayout& layout) {
   static const EventStructure kNoSlots;
-  char* const text = BeginCell(finished.builder, finished.at);
+  RowBuilder builder = BeginRow(rows, LiteralSize(plan, value) + kMaxCellOverhead);
+  char* const text = BeginCell(builder, builder.start);
   char* const end = value ? WriteText(kNoSlots, plan, *value, text) : text;
   if (cell.is_provider) layout.provider = InternText(rows, {text, end});
   if (cell.is_level) layout.level = LevelOf({text, end});
-  finished.at = EndCell(finished.builder, end);
+  const char* const behind = EndCell(builder, end);
+  const char* at = builder.start;
+  return builder.form == CellForm::kJoined ? std::string(at, behind - 1)
+                                           : std::string(NextOwnCell(at));
 }
 
 std::size_t MaxRowBytes(const PlannedEvent& event, const PlanLayout& layout) {
   constexpr std::size_t kOverhead = kMaxCellOverhead + kUnresolved.size();
-  return event.max_text + layout.fixed.size() + layout.cells.size() * kOverhead;
+  return event.max_text + layout.cells.size() * kOverhead;
 }
 
 char* WriteParts(const EventStructure& event, const Plan& plan, const PlanCell& cell,
@@ -112,24 +101,63 @@ bool IsFree(std::uint8_t type) {
   return kPolicy == Policy::kComplete ? IsFreeCompleteText(type) : IsFreeText(type);
 }
 
+// Whether rows may share the cell of such a value: one whose text comes of its bytes alone, and is
+// long. A single-byte text may go on behind them.
+bool MayShare(const EventRows& rows, const PlanCell& cell, const SubstitutionValue& value,
+              Bytes bytes) {
+  const bool is_string = value.type == kEvtVarTypeString;
+  if (!is_string && value.type != kEvtVarTypeGuid && value.type != kEvtVarTypeSid) return false;
+  return MayRepeat(rows.repeated, is_string ? value.size / 2 : value.size) && !cell.describes_row &&
+         Fits(bytes, value.offset, value.size);
+}
+
+// Adds the cell of a value if a row has its text, or else gives the value a place for it. Returns
+// where the next cell begins, null in the second case.
+char* AddIfKnown(EventRows& rows, const SubstitutionValue& value, Bytes bytes, RowBuilder& builder,
+                 char* at, RepeatedCell*& place) {
+  const Bytes raw = bytes.subspan(value.offset, value.size);
+  RepeatedCell& there = PlaceOf(rows.repeated, raw);
+  if (HoldsCell(there, raw, value.type)) return AddKnownCell(builder, at, there.text);
+  Remember(there, raw, value.type);
+  place = &there;
+  return nullptr;
+}
+
+// Notes the cell that has been made of a value and ends at `end`, for later rows.
+template <CellForm kForm>
+void NoteCell(EventRows& rows, const RowBuilder& builder, RepeatedCell& place, const char* end) {
+  const char* at = builder.cell;
+  const std::string_view text = kForm == CellForm::kJoined
+                                    ? std::string_view(at, static_cast<std::size_t>(end - at) - 1)
+                                    : NextOwnCell(at);
+  const auto offset = static_cast<std::size_t>(text.data() - builder.start);
+  rows.repeated.unplaced.push_back({&place, offset, text.size()});
+}
+
 // One copy for each policy and each way of keeping cells: with a separator that is known
 // beforehand, ending a plain cell is a single store.
 template <CellForm kForm, Policy kPolicy>
-char* WriteCells(EventRows& rows, PlanLayout& layout, const EventStructure& event, const Plan& plan,
-                 RowBuilder& builder, EventRecord& row) {
+char* WriteStretch(EventRows& rows, PlanLayout& layout, const EventStructure& event,
+                   const Plan& plan, std::span<const PlanCell> cells, RowBuilder& builder, char* at,
+                   EventRecord& row) {
   const Bytes bytes = event.bytes;
   const SubstitutionValue* const slots = event.slots.room.data();
-  const char* const fixed = layout.fixed.data();
   const char separator = rows.joined.separator;
-  char* at = builder.start;
-  for (const PlanCell& cell : layout.cells) {
-    at = CopyFixed(fixed + cell.fixed_begin, cell.fixed_size, at);
+  for (const PlanCell& cell : cells) {
     char* const text = at + (kForm == CellForm::kJoined ? 0 : kCellPrefix);
     char* end = nullptr;
+    RepeatedCell* place = nullptr;
     bool plain = false;
     if (cell.is_slot) {
-      // Most values are texts, and most texts plain; `end` stays null for the others.
       const SubstitutionValue& value = slots[cell.slot];
+      if (value.size >= kLeastRepeated && MayShare(rows, cell, value, bytes)) {
+        char* const next = AddIfKnown(rows, value, bytes, builder, at, place);
+        if (next) {
+          at = next;
+          continue;
+        }
+      }
+      // Most values are texts, and most texts plain; `end` stays null for the others.
       const bool is_text = value.type == kEvtVarTypeString;
       end = is_text ? WritePlainAscii(bytes, value.offset, value.size / 2, text) : nullptr;
       plain = end || !IsFree<kPolicy>(value.type);
@@ -143,13 +171,30 @@ char* WriteCells(EventRows& rows, PlanLayout& layout, const EventStructure& even
     }
     if (cell.describes_row) DescribeRow(rows, cell, {text, end}, layout, row);
     if (kForm == CellForm::kJoined && plain) {
+      builder.cell = at;
       at = EndPlainCell(end, separator);
     } else {
       BeginCell(builder, at);
       at = plain ? EndPlainCell(builder, end) : EndCell(builder, CleanedEnd(layout, text, end));
     }
+    if (place) NoteCell<kForm>(rows, builder, *place, at);
   }
-  return CopyFixed(fixed + layout.last_begin, layout.last_size, at);
+  return at;
+}
+
+template <CellForm kForm, Policy kPolicy>
+char* WriteCells(EventRows& rows, PlanLayout& layout, const EventStructure& event, const Plan& plan,
+                 RowBuilder& builder, EventRecord& row) {
+  char* at = builder.start;
+  std::uint32_t begin = 0;
+  for (const std::uint32_t end : layout.stretches) {
+    const std::span<const PlanCell> cells(layout.cells.data() + begin, end - begin);
+    at = BeginStretch(builder, at);
+    at = WriteStretch<kForm, kPolicy>(rows, layout, event, plan, cells, builder, at, row);
+    at = EndStretch(builder, at);
+    begin = end;
+  }
+  return at;
 }
 
 template <Policy kPolicy>
@@ -172,29 +217,24 @@ void MakeLayout(EventRows& rows, const Plan& plan, const ColumnSet& columns,
   layout.unresolved = unresolved;
   layout.provider = {};
   layout.level = 0;
-  std::size_t literals = 0;
-  for (const PlanValue* value : values) literals += finish ? LiteralSize(plan, value) : 0;
-  FinishedCells finished;
-  if (finish) finished.builder = BeginRow(rows, literals + values.size() * kMaxCellOverhead);
-  finished.at = finished.builder.start;
+  std::vector<FixedText> finished;
+  layout.stretches.clear();
   for (std::size_t column = 0; column < values.size(); ++column) {
     PlanCell cell = MakeCell(plan, values[column]);
     cell.is_provider = static_cast<int>(column) == columns.provider_name;
     cell.is_level = static_cast<int>(column) == columns.level;
     cell.describes_row = cell.is_provider || cell.is_level;
     if (finish && IsLiteral(plan, values[column])) {
-      FinishCell(rows, plan, values[column], cell, finished, layout);
+      finished.push_back({column, FinishedText(rows, plan, values[column], cell, layout)});
       continue;
     }
-    cell.fixed_begin = finished.begin;
-    cell.fixed_size = SizeOf(finished.builder.start, finished.at) - finished.begin;
-    finished.begin += cell.fixed_size;
+    const bool goes_on =
+        !layout.stretches.empty() && (finished.empty() || finished.back().column + 1 != column);
+    if (!goes_on) layout.stretches.push_back(0);
     layout.cells.push_back(cell);
+    layout.stretches.back() = static_cast<std::uint32_t>(layout.cells.size());
   }
-  layout.last_begin = finished.begin;
-  layout.last_size = SizeOf(finished.builder.start, finished.at) - finished.begin;
-  layout.fixed.assign(finished.builder.start, finished.at);
-  layout.fixed.append(kCellBlock, '\0');
+  layout.finished = finished.empty() ? nullptr : AddLayout(rows, values.size(), finished);
 }
 
 PlanLayout* PlaceOf(KeptLayouts& kept, const Plan& plan) {
@@ -211,6 +251,7 @@ bool FitsFinished(const PlannedEvent& event, const PlanLayout& layout) {
 
 void AddPlanRow(EventRows& rows, PlanLayout& layout, const PlannedEvent& event, EventRecord& row) {
   row.columns = layout.columns;
+  row.layout = layout.finished;
   row.providerName = layout.provider;
   row.level = layout.level;
   RowBuilder builder = BeginRow(rows, MaxRowBytes(event, layout));

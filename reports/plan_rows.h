@@ -1,6 +1,5 @@
 // Rows of records of both containers, written from their plans. Which of a row's cells are the same
-// for all records of a kept plan is settled once, and those cells are copied as they will lie in
-// the row.
+// for all records of a kept plan is settled once, and those cells are kept once for all its rows.
 #pragma once
 
 #include <cstddef>
@@ -18,10 +17,8 @@ namespace tarnlex {
 // The text of a value that an optional substitution leaves out.
 inline constexpr std::string_view kUnresolved = "[null]";
 
-// A cell whose text is made for each record, and the finished cells in front of it.
+// A cell whose text is made for each record.
 struct PlanCell {
-  std::uint32_t fixed_begin = 0;  // of the finished cells, in PlanLayout::fixed
-  std::uint32_t fixed_size = 0;
   const PlanValue* value = nullptr;  // null: the cell is empty
   std::uint32_t slot = 0;            // the value's only part, where that is a slot
   bool is_slot = false;
@@ -34,15 +31,14 @@ struct PlanCell {
 // How the rows are laid out that one query makes of the records of one plan. Valid as long as the
 // plan and the collection of the rows.
 struct PlanLayout {
-  const ColumnSet* columns = nullptr;  // null until made
-  std::string fixed;                   // finished cells, and a block behind them to be read
-  std::vector<PlanCell> cells;
-  std::uint32_t last_begin = 0;  // of the finished cells behind all others
-  std::uint32_t last_size = 0;
-  std::string_view unresolved;     // the text of a value that empty slots leave out
-  std::string_view provider;       // from a finished cell
-  std::string_view last_provider;  // of the last record
-  std::uint32_t level = 0;         // from a finished cell, or as the record has it
+  const ColumnSet* columns = nullptr;    // null until made
+  const RowLayout* finished = nullptr;   // the finished cells, if there are any
+  std::vector<PlanCell> cells;           // all others, in column order
+  std::vector<std::uint32_t> stretches;  // where in `cells` ends what no finished cell interrupts
+  std::string_view unresolved;           // the text of a value that empty slots leave out
+  std::string_view provider;             // from a finished cell
+  std::string_view last_provider;        // of the last record
+  std::uint32_t level = 0;               // from a finished cell, or as the record has it
   // Takes out of the text between two places what no row may hold; returns its new end. Null:
   // nothing is taken out.
   char* (*clean)(char* begin, char* end) = nullptr;

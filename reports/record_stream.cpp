@@ -103,6 +103,8 @@ bool WriteWhole(TextSink& out, RecordStream& stream, const RunOptions& options,
 
 // The document of an EVT record, which is that of all with as many strings.
 const Plan& DocumentPlan(RecordStream& stream, EvtRecord& record) {
+  static const Plan kNothing;
+  if (!record.recovery.has_values) return kNothing;
   const auto strings = static_cast<std::uint32_t>(record.strings.size());
   const std::uint32_t key = 2 * strings + (record.data.empty() ? 0 : 1);
   return KeptOrMade(stream.evt, key, strings, [&](Plan& plan, bool keep) {
@@ -164,9 +166,11 @@ void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions&
   const EventStructure& event = EvtSlotsOf(record);
   const Plan& plan = DocumentPlan(stream, record);
   const std::size_t slot_room = RoomForSlots(event, plan.document);
-  StreamedEvent whole{event, plan, record.record_number, EvtFiletime(record.time_written)};
-  whole.slot_room = slot_room;
-  if (WriteWhole(out, stream, options, whole)) return;
+  if (WriteWhole(out, stream, options,
+                 {event, plan, record.record_number, EvtFiletime(record.time_written),
+                  record.offset, record.recovery, slot_room})) {
+    return;
+  }
   RecordJson& layout = Place(stream, query, position, plan);
   if (!layout.made) {
     const Plan& names = EvtPlanOf(record);
@@ -179,7 +183,7 @@ void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions&
                         record.filetime,
                         EvtFiletime(record.time_written),
                         record.offset,
-                        {},
+                        record.recovery,
                         options.timesketch};
   WriteRecordJson(out, line, event, slot_room, layout);
 }

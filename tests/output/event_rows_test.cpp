@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/output/row_maker.h"
+
 namespace tarnlex {
 namespace {
 
@@ -160,16 +162,14 @@ EventRows JoinedRows() {
   return rows;
 }
 
-std::string_view CellsOf(const EventRecord& row) { return {row.dataItems, row.dataSize}; }
-
 TEST(JoinedCells, LieAsTheyWillBeWritten) {
   EventRows rows = JoinedRows();
   EventRecord record;
   record.columns = AddColumns(rows, {"a", "b", "c"});
   AddRow(rows, record, {"1", "", "two, three"});
   AddRow(rows, record, {"", "", ""});
-  EXPECT_EQ(CellsOf(rows.rows[0]), "1,,two; three,");
-  EXPECT_EQ(CellsOf(rows.rows[1]), ",,,");
+  EXPECT_EQ(OwnCells(rows.rows[0]), "1,,two; three,");
+  EXPECT_EQ(OwnCells(rows.rows[1]), ",,,");
 }
 
 TEST(JoinedCells, MarkLineBreaksWhereverTheyStand) {
@@ -178,8 +178,8 @@ TEST(JoinedCells, MarkLineBreaksWhereverTheyStand) {
   record.columns = AddColumns(rows, {"a", "b"});
   AddRow(rows, record, {"\r\n", "\n\r,\r\r\n"});
   AddRow(rows, record, {"fifteen letters\n,behind a block\r\nand behind it", "plain"});
-  EXPECT_EQ(CellsOf(rows.rows[0]), "[CRLF],[LFCR];[CR][CRLF],");
-  EXPECT_EQ(CellsOf(rows.rows[1]), "fifteen letters[LF];behind a block[CRLF]and behind it,plain,");
+  EXPECT_EQ(OwnCells(rows.rows[0]), "[CRLF],[LFCR];[CR][CRLF],");
+  EXPECT_EQ(OwnCells(rows.rows[1]), "fifteen letters[LF];behind a block[CRLF]and behind it,plain,");
 }
 
 TEST(JoinedCells, AreNotMadeOfWhatMayBecomeVeryLong) {
@@ -205,9 +205,83 @@ TEST(JoinedCells, GrowBeyondWhatWasPromised) {
     std::string marked;
     for (std::size_t i = 0; i < length; ++i) marked += "[LF]";
     AddRow(rows, record, {breaks, plain, breaks});
-    ASSERT_EQ(CellsOf(rows.rows.back()), marked + "," + plain + "," + marked + ",");
+    ASSERT_EQ(OwnCells(rows.rows.back()), marked + "," + plain + "," + marked + ",");
   }
-  EXPECT_EQ(CellsOf(rows.rows.front()), "[LF],x,[LF],");
+  EXPECT_EQ(OwnCells(rows.rows.front()), "[LF],x,[LF],");
+}
+
+TEST(JoinedCells, OfARowTakeNoMoreThanItSays) {
+  EventRows rows = JoinedRows();
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a", "b"});
+  AddRow(rows, record, {"0123456789\n", "x"});
+  EXPECT_GE(rows.rows[0].dataSize, OwnCells(rows.rows[0]).size());
+}
+
+// Two stretches around a cell that the layout has: own cells "one" and a known one, then "two" or
+// nothing.
+EventRecord AddStretches(EventRows& rows, std::string_view known, bool ends_known) {
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a", "b", "c", "d"});
+  record.layout = AddLayout(rows, 4, {{2, "shared"}});
+  RowBuilder builder = BeginRow(rows, 200);
+  const auto add = [&](char* at, std::string_view text) {
+    char* const begin = BeginCell(builder, at);
+    std::memcpy(begin, text.data(), text.size());
+    return EndCell(builder, begin + text.size());
+  };
+  char* at = BeginStretch(builder, builder.start);
+  at = ends_known ? add(at, "one") : AddKnownCell(builder, at, known);
+  at = ends_known ? AddKnownCell(builder, at, known) : add(at, "one");
+  at = BeginStretch(builder, EndStretch(builder, at));
+  EndRow(rows, builder, EndStretch(builder, add(at, "two")), record);
+  return rows.rows.back();
+}
+
+constexpr std::string_view kKnownText = "a text that another row has,";
+
+TEST(KnownCells, AreReadWhereTheyLieFirst) {
+  EventRows rows;
+  const std::string_view known = kKnownText.substr(0, kKnownText.size() - 1);
+  for (const bool ends_known : {false, true}) {
+    const EventRecord row = AddStretches(rows, known, ends_known);
+    std::vector<std::string_view> cells;
+    ReadCells(row, cells);
+    const std::vector<std::string_view> expected =
+        ends_known ? std::vector<std::string_view>{"one", known, "shared", "two"}
+                   : std::vector<std::string_view>{known, "one", "shared", "two"};
+    EXPECT_EQ(cells, expected);
+    EXPECT_EQ(cells[ends_known ? 1 : 0].data(), known.data());
+  }
+}
+
+TEST(KnownCells, ArePiecesOfStretches) {
+  EventRows rows = JoinedRows();
+  const std::string_view known = kKnownText.substr(0, kKnownText.size() - 1);
+  const EventRecord row = AddStretches(rows, known, true);
+  EXPECT_EQ(OwnCells(row), "one,a text that another row has,two,");
+  EXPECT_EQ(OwnCells(AddStretches(rows, known, false)), "a text that another row has,one,two,");
+  EXPECT_GE(row.dataSize, OwnCells(row).size());
+  const char* at = row.dataItems;
+  EXPECT_FALSE(NextPiece(at).is_last);
+  const JoinedPiece piece = NextPiece(at);
+  EXPECT_TRUE(piece.is_known);
+  EXPECT_TRUE(piece.is_last);  // no empty piece behind it
+  EXPECT_EQ(piece.cells.data(), known.data());
+}
+
+TEST(RowLayout, GivesTheCellsThatRowsDoNotHave) {
+  EventRows rows;
+  EventRecord record;
+  record.columns = AddColumns(rows, {"a", "b", "c"});
+  record.layout = AddLayout(rows, 3, {{0, ""}, {2, "always the same"}});
+  AddRow(rows, record, {"own"});
+  std::vector<std::string_view> cells;
+  ReadCells(rows.rows[0], cells);
+  EXPECT_EQ(cells, (std::vector<std::string_view>{"", "own", "always the same"}));
+  std::string_view text;
+  EXPECT_TRUE(FindCell(rows.rows[0], "c", false, text));
+  EXPECT_EQ(text, "always the same");
 }
 
 TEST(FindCell, ComparesExactlyOrWithoutCase) {

@@ -1,6 +1,7 @@
 // Rows made by hand for the writers' tests.
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -40,6 +41,25 @@ inline void AddRow(EventRows& rows, const RowSpec& spec) {
   row.queryName = InternText(rows, spec.name);
   row.columns = AddColumnSet(rows, names, position_of);
   AddRow(rows, row, cells);
+}
+
+// A row's own joined cells, of all its stretches.
+inline std::string OwnCells(const EventRecord& row) {
+  std::size_t stretches = 0;
+  bool in_stretch = false;
+  const std::size_t count = row.columns ? row.columns->names.size() : 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const bool own = !row.layout || !row.layout->cells[i].text;
+    stretches += own && !in_stretch ? 1 : 0;
+    in_stretch = own;
+  }
+  std::string cells;
+  for (const char* at = row.dataItems; stretches > 0;) {
+    const JoinedPiece piece = NextPiece(at);
+    cells += piece.cells;
+    stretches -= piece.is_last ? 1 : 0;
+  }
+  return cells;
 }
 
 inline LogInfo LogAt(std::string_view path, bool is_evtx = true) {

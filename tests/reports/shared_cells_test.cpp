@@ -1,0 +1,169 @@
+// Rows share the cells that are the same in them, and tables do not show it.
+#include <gtest/gtest.h>
+
+#include "output/table.h"
+#include "reports/evtx_query.h"
+#include "tests/evtx/decoding.h"
+#include "tests/output/row_maker.h"
+
+namespace tarnlex {
+namespace {
+
+using support::DataField;
+using support::Event;
+using support::EvtxBuilder;
+
+Event With(std::uint32_t id, std::vector<DataField> data) {
+  Event event;
+  event.event_id = id;
+  event.data = std::move(data);
+  return event;
+}
+
+struct Walked {
+  EventRows rows;
+  EvtxQueries all;
+};
+
+// The rows of all values of the events, which come one second after the other.
+void Walk(const std::vector<Event>& events, const RunOptions& options, bool share, Walked& walked) {
+  EvtxBuilder log;
+  for (const Event& event : events) log.AddEvent(event);
+  static const QueryList queries = [] {
+    QuerySpec spec;
+    spec.all_data = true;
+    return QueryList{spec};
+  }();
+  walked.rows.joined = JoinedForm(options);
+  if (share) ExpectRepeated(walked.rows.repeated);
+  walked.all = PrepareEvtxQueries(queries);
+  EvtxDecoder decoder;
+  EvtxHandlers handlers;
+  handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
+    AddEvtxRow(walked.rows, walked.all, walked.all.queries[0], with, event);
+  };
+  const support::ByteString chunks = log.BuildChunks();
+  WalkSlots(decoder, chunks, 4096, handlers);
+}
+
+std::string TableOf(const std::vector<Event>& events, const RunOptions& options, bool share) {
+  Walked walked;
+  Walk(events, options, share, walked);
+  EXPECT_EQ(walked.rows.rows.size(), events.size());
+  std::string text;
+  bool header_pending = true;
+  TextSink sink = MakeStringSink(text);
+  WriteLogResults(sink, walked.rows, LogAt("a.evtx"), options, header_pending);
+  Flush(sink);
+  return text;
+}
+
+RunOptions Csv(bool csvgen) {
+  RunOptions options;
+  options.separator = ",";
+  options.separator_class = {',', ' '};
+  options.delimited = true;
+  options.csv_form = !csvgen;
+  options.csvgen_form = csvgen;
+  return options;
+}
+
+const std::string kPath = "C:\\Windows\\System32\\a program, with | signs.exe";
+const std::string kBroken =
+    "SeSecurityPrivilege\r\n\t\t\tSeBackupPrivilege\r\n\t\t\tSeTcbPrivilege";
+const std::string kGuid = "54849625-5478-4994-a5ba-3e3b0328c30d";
+const std::string kSid = "S-1-5-21-1111111111-2222222222-3333333333-1001";
+
+// Events of four kinds with long and short values that repeat, change, and change places.
+std::vector<Event> Events() {
+  std::vector<Event> events;
+  for (std::uint32_t i = 0; i < 60; ++i) {
+    const std::string own = "a text of its own, number " + std::to_string(i);
+    const std::string& some = i % 3 == 0 ? kPath : i % 3 == 1 ? kBroken : own;
+    std::vector<DataField> data = {{"A", some},
+                                   {"B", support::GuidValue(kGuid)},
+                                   {"C", std::to_string(i)},
+                                   {"D", support::SidValue(kSid)},
+                                   {"E", i % 2 == 0 ? kBroken : ""},
+                                   {"F", some}};
+    if (i % 4 == 1) data.erase(data.begin() + 2);
+    if (i % 4 == 2) data.insert(data.begin(), {"0", "the first column"});
+    if (i % 4 == 3) data = {{"F", kPath}};
+    events.push_back(With(i % 4, data));
+  }
+  return events;
+}
+
+TEST(SharedCells, DoNotShowInAnyTable) {
+  RunOptions padded;
+  for (const RunOptions& options : {Csv(false), Csv(true), padded}) {
+    const std::string table = TableOf(Events(), options, true);
+    EXPECT_EQ(table, TableOf(Events(), options, false));
+    EXPECT_NE(table.find("[CRLF]"), std::string::npos);
+    EXPECT_NE(table.find(kSid), std::string::npos);
+    EXPECT_NE(table.find("number 56"), std::string::npos);
+  }
+}
+
+TEST(SharedCells, LieWhereTheFirstRowHasThem) {
+  Walked walked;
+  const Event event = With(1, {{"A", kPath}, {"B", support::SidValue(kSid)}});
+  Walk({event, event}, RunOptions{}, true, walked);
+  for (const char* name : {"A", "B"}) {
+    std::string_view first;
+    std::string_view second;
+    ASSERT_TRUE(FindCell(walked.rows.rows.at(0), name, false, first));
+    ASSERT_TRUE(FindCell(walked.rows.rows.at(1), name, false, second));
+    EXPECT_EQ(second, name[0] == 'A' ? kPath : kSid);
+    EXPECT_EQ(second.data(), first.data());
+  }
+}
+
+TEST(SharedCells, AreOfOneType) {
+  // Sixteen bytes are a GUID, and behind them so many a text.
+  support::ByteString bytes;
+  for (int i = 0; i < 16; ++i) bytes.insert(bytes.end(), {'a', 0});
+  const auto text = [&](std::uint8_t type) {
+    const Event event = With(1, {{"A", support::RawValue(type, bytes)}});
+    Walked walked;
+    Walk({With(1, {{"A", support::RawValue(kEvtVarTypeString, bytes)}}), event}, RunOptions{}, true,
+         walked);
+    std::string_view cell;
+    EXPECT_TRUE(FindCell(walked.rows.rows.at(1), "A", false, cell));
+    return std::string(cell);
+  };
+  EXPECT_EQ(text(kEvtVarTypeString), "aaaaaaaaaaaaaaaa");
+  EXPECT_EQ(text(kEvtVarTypeGuid), "00610061-0061-0061-6100-610061006100");
+}
+
+TEST(SharedCells, AreNotMadeOfTextsThatGoOnBehindTheirBytes) {
+  // A single-byte text ends at the next zero, wherever that is.
+  const std::string head(20, 'x');
+  const auto event = [&](const std::string& rest) {
+    const support::ByteString begin(head.begin(), head.end());
+    const support::ByteString end(rest.begin(), rest.end());
+    return With(1, {{"A", support::RawValue(kEvtVarTypeAnsiString, begin)},
+                    {"B", support::RawValue(kEvtVarTypeAnsiString, end)}});
+  };
+  Walked walked;
+  Walk({event("one"), event("two")}, RunOptions{}, true, walked);
+  std::string_view first;
+  std::string_view second;
+  ASSERT_TRUE(FindCell(walked.rows.rows.at(0), "A", false, first));
+  ASSERT_TRUE(FindCell(walked.rows.rows.at(1), "A", false, second));
+  EXPECT_TRUE(first.starts_with(head + "one"));
+  EXPECT_TRUE(second.starts_with(head + "two"));
+}
+
+TEST(SharedCells, AreForgottenWithTheRows) {
+  Walked walked;
+  const Event event = With(1, {{"A", kPath}});
+  Walk({event, event}, RunOptions{}, true, walked);
+  ClearRows(walked.rows);
+  for (const RepeatedCell& place : walked.rows.repeated.places) {
+    EXPECT_EQ(place.text.data(), nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace tarnlex
