@@ -114,7 +114,7 @@ std::string XmlName(std::string_view name) {
   std::string made;
   while (!name.empty()) {
     const Utf8Character next = NextUtf8(name);
-    if (!next.valid || !Continues(next.code)) {
+    if (!Continues(next.code)) {
       made += '_';
     } else {
       if (made.empty() && !Begins(next.code)) made = "_";
