@@ -70,9 +70,10 @@ def run(command: Callable[[], int]) -> int:
                 signal.signal(number, signal.SIG_IGN)
             while not running.done():
                 # One that is closed or opened at this moment is asked again in the next turn, if need be.
-                with contextlib.suppress(duckdb.Error, RuntimeError):
+                with contextlib.suppress(RuntimeError):
                     for connection in list(_connections):
-                        connection.interrupt()
+                        with contextlib.suppress(duckdb.Error):
+                            connection.interrupt()
                 concurrent.futures.wait([running], timeout=0.1)
             raise
 
