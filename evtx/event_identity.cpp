@@ -23,7 +23,11 @@ enum class Part : std::uint8_t {
   kUnvouched,   // what of it is proved
 };
 
+// What the records of a chunk may say together: something at first, and more with the bytes of
+// each.
 constexpr std::uint64_t kMostPerChunk = std::uint64_t{8} << 20;
+constexpr std::uint64_t kFirstPerChunk = std::uint64_t{32} << 10;
+constexpr std::uint64_t kPerByte = kMostPerChunk / kChunkSize;
 constexpr std::u16string_view kIdName = u"EventRecordID";
 
 struct Writing {
@@ -258,7 +262,7 @@ void BeginChunk(IdentityRoom& room, const EvtxDecoder& decoder) {
   room.chunk_size = chunk.data.size();
   room.definitions.clear();
   room.chunk.reset();
-  room.bytes_left = kMostPerChunk;
+  room.bytes_left = kFirstPerChunk;
 }
 
 // The record's binary XML; false when it cannot be read to its end.
@@ -272,10 +276,16 @@ bool PutRecordXml(Writing& run, std::uint32_t at, std::uint32_t size) {
   return PutBinaryXml(run, at + kRecordHeaderSize, at + size - kRecordSizeCopy, 0);
 }
 
-// What its own bytes say depends on the chunk in ways that cannot be told.
+// What a record's own bytes say depends on its chunk in ways that cannot be told, unless no name is
+// taken from there.
 void PutPlace(Writing& run, std::uint32_t at, std::uint32_t size) {
   run.room.written.clear();
   run.has_id = false;
+  if (!run.vouched_for) {
+    Put(run, Part::kBytes);
+    PutSized(run, Clip(run.chunk, at, size));
+    return;
+  }
   if (!run.room.chunk) run.room.chunk = HashBytes(run.room.key, run.chunk);
   Put(run, Part::kUnreadable);
   PutHash(run, *run.room.chunk);
@@ -297,6 +307,7 @@ Hash128 IdentityOf(IdentityRoom& room, const EvtxDecoder& decoder, const Decoded
   room.slots.count = 0;
   Writing run{room, decoder.chunk.data, event.recovery.checked == Checked::kAll};
   const auto at = static_cast<std::uint32_t>(event.record_file_offset - event.chunk_file_offset);
+  room.bytes_left = std::min(kMostPerChunk, room.bytes_left + kPerByte * event.share);
   if (!run.vouched_for) {
     Put(run, Part::kUnvouched);
     Put(run, event.recovery.checked);

@@ -182,7 +182,8 @@ void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event) {
 void RouteEvtRecord(LogPass& pass, EvtRecord& record) {
   BeginRecord(pass.unique);
   const auto is_first = [&](EventUse use) {
-    return IsFirst(pass, use, false, [&] { return EventOf(pass.unique, record); });
+    return IsFirst(pass, use, IsRecovered(record.recovery),
+                   [&] { return EventOf(pass.unique, record); });
   };
   CountAny(pass, record.event_id, record.filetime, is_first);
   std::vector<EvtQuery>& queries = pass.evt.queries;

@@ -7,6 +7,7 @@
 #include "tests/end_to_end/in_process.h"
 #include "tests/end_to_end/real_logs.h"
 #include "tests/end_to_end/sample_files.h"
+#include "tests/support/evt_builder.h"
 
 namespace tarnlex {
 namespace {
@@ -103,6 +104,26 @@ TEST(Unique, PrefersWhatALogHasToWhatIsRecovered) {
   for (const std::string& line : lines) ++of_log[LogOf(line)];
   EXPECT_EQ(of_log,
             (std::map<std::string, int>{{"copies/now.evtx", 2}, {"copies/shadow1.evtx", 3}}));
+}
+
+// The log as it was before it was cleared.
+TEST(Unique, PrefersWhatAnOldLogHasToWhatIsRecovered) {
+  const TempDirectory directory;
+  WriteSampleFiles(directory.path);
+  support::EvtBuilder log;
+  for (int i = 1; i <= 6; ++i) {
+    log.AddEntry(
+        {.event_id = 101, .sid = "S-1-5-18", .strings = {"old " + std::to_string(i), "of a log"}});
+  }
+  const support::ByteString before = log.Build();
+  directory.AddFile("zz", std::string(before.begin(), before.end()));
+  std::map<std::string, int> of_log;
+  for (const std::string& line :
+       Events(directory.path, {"cleared/SysEvent.Evt", "zz"}, {"-recover", "-unique"})) {
+    ++of_log[LogOf(line)];
+  }
+  // Two that are new, and one that was written over in part.
+  EXPECT_EQ(of_log, (std::map<std::string, int>{{"cleared/SysEvent.Evt", 3}, {"zz", 6}}));
 }
 
 TEST(Unique, KnowsTheLogsBeforeThatWerePipedIn) {
