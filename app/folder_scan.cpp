@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "logs/log_content.h"
+#include "logs/messages.h"
 #include "logs/paths.h"
 #include "logs/read_file.h"
 #include "reports/run_account.h"
@@ -62,10 +63,6 @@ std::vector<FolderEntry> Enter(const std::string& folder, FolderScan& scan) {
   if (id && !scan.entered.insert(*id).second) return entries;
   if (!ListFolder(folder, entries)) scan.unread.push_back({folder, LogOutcome::kNotSearched});
   return entries;
-}
-
-std::string Counted(std::uint64_t count, std::string_view one, std::string_view many) {
-  return std::to_string(count).append(" ").append(count == 1 ? one : many);
 }
 
 }  // namespace

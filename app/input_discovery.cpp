@@ -37,6 +37,7 @@ bool IsOnlySource(const RunOptions& options, const char* name, std::string& comp
   if (!options.log_paths.empty()) other = "-log";
   if (!options.folders.empty()) other = "-dir";
   if (options.pipe) other = "-pipe";
+  if (IsCarving(options)) other = "-carve";
   if (other == nullptr) return true;
   return Complain(complaints, std::string("Error, can't use ") + name + " with " + other +
                                   " option, aborting\n");
@@ -135,6 +136,27 @@ bool UseFolders(const RunOptions& options, LogTable& logs, std::vector<UnreadPat
   return !logs.empty() || Complain(complaints, "no event log found, aborting\n");
 }
 
+// Images to be searched for logs.
+bool UseImages(const RunOptions& options, LogTable& logs, std::string& complaints) {
+  const char* other = nullptr;
+  if (options.logs_listed) other = "-log";
+  if (!options.folders.empty()) other = "-dir";
+  if (options.pipe) other = "-pipe";
+  if (other != nullptr) {
+    return Complain(complaints,
+                    std::string("Error, can't use -carve with ") + other + " option, aborting\n");
+  }
+  for (const std::string& path : options.images) {
+    LogInfo& image = logs[path];
+    image.path = path;
+    if (!OpenImage(path)) {
+      image.opened = OpenResult::kCannotOpen;
+      Complain(complaints, "prob opening image " + path + ", skipping\n");
+    }
+  }
+  return true;
+}
+
 // The logs of -log, unless their paths are piped in.
 bool UseList(const RunOptions& options, const LogTable& logs, std::string& complaints) {
   if (options.pipe) {
@@ -149,7 +171,9 @@ bool UseList(const RunOptions& options, const LogTable& logs, std::string& compl
 
 bool FindLogs(const RunOptions& options, LogTable& logs, std::vector<UnreadPath>& unread,
               std::string& complaints, const std::function<bool()>& stop) {
-  for (const std::string& path : options.log_paths) logs[path].path = path;
+  if (!IsCarving(options)) {
+    for (const std::string& path : options.log_paths) logs[path].path = path;
+  }
   if (options.live_system) {
     return IsOnlySource(options, "-livesys", complaints) && UseLiveSystem(logs, complaints);
   }
@@ -161,11 +185,13 @@ bool FindLogs(const RunOptions& options, LogTable& logs, std::vector<UnreadPath>
     return IsOnlySource(options, "-vss", complaints) &&
            UseShadowCopy(*options.shadow_copy, logs, complaints);
   }
+  if (IsCarving(options)) return UseImages(options, logs, complaints);
   if (!options.folders.empty()) return UseFolders(options, logs, unread, complaints, stop);
   return UseList(options, logs, complaints);
 }
 
 void JudgeLogs(const RunOptions& options, LogTable& logs, TextSink& messages) {
+  if (IsCarving(options)) return;
   for (const std::string& path : options.log_paths) {
     SayUnusable(ProbeLog(logs[path], path, JudgementOf(options)), path, messages);
   }

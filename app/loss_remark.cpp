@@ -3,30 +3,29 @@
 #include <cstdint>
 #include <string_view>
 
+#include "logs/messages.h"
+
 namespace tarnlex {
 namespace {
-
-std::string Counted(std::uint64_t count, std::string_view what) {
-  return std::to_string(count).append(" ").append(what).append(count == 1 ? "" : "s");
-}
 
 void AddPart(std::string& line, std::string_view label, const std::string& text) {
   line.append(line.empty() ? "" : "; ").append(label).append(": ").append(text);
 }
 
-void AddNames(std::string& line, std::string_view label, std::string_view what,
+void AddNames(std::string& line, std::string_view label, const std::string& what,
               const NamedLogs& logs) {
   if (logs.count == 0) return;
-  std::string text = Counted(logs.count, what) + " (";
-  for (const std::string& name : logs.names)
+  std::string text = Counted(logs.count, what, what + "s") + " (";
+  for (const std::string& name : logs.names) {
     text.append(&name == &logs.names[0] ? "" : ", ") += name;
+  }
   const std::uint64_t more = logs.count - logs.names.size();
   if (more > 0) text += " and " + std::to_string(more) + " more";
   AddPart(line, label, text + ")");
 }
 
 void AddRecords(std::string& line, std::string_view label, std::uint64_t count) {
-  if (count > 0) AddPart(line, label, Counted(count, "record"));
+  if (count > 0) AddPart(line, label, Counted(count, "record", "records"));
 }
 
 // With -complete rows go by the time of their events.

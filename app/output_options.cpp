@@ -168,6 +168,17 @@ void ParseReading(RunOptions& options, Arguments& args) {
   if (FindValue("-color", args, value)) options.color = ReadColorUse(value).value_or(options.color);
 }
 
+// What lies outside of logs is judged as what they do not use any more is: with all that it says.
+void ParseCarving(RunOptions& options, Arguments& args) {
+  std::string value;
+  if (FindValue("-carve", args, value)) options.images = ReadPathList(value);
+  const bool has_folder = FindValue("-carve_out", args, value);
+  if (!IsCarving(options)) return;
+  options.complete = true;
+  options.keeps_carved = has_folder;
+  if (has_folder) options.carve_folder = ExpandPathVariables(value);
+}
+
 bool IsDateFormat(const std::string& format) { return format.size() == 8 || format.size() == 10; }
 
 bool IsTimeFormat(const std::string& format) {
@@ -223,6 +234,8 @@ bool ParseOutputOptions(RunOptions& options, Arguments& args, std::string& compl
   // Streams are for tools that cannot ask again for what they were not given.
   if (FindFlag("-complete", args) || IsStream(options)) options.complete = true;
   if (FindFlag("-recover", args)) options.recover = options.complete = true;
+  if (FindFlag("-unique", args)) options.unique = true;
+  ParseCarving(options, args);
   if (options.json_form && FindFlag("-timesketch", args)) options.timesketch = true;
   if (options.complete) ReplaceByBlank(options);
   FindFlag("-verbose", args);  // accepted and without effect

@@ -112,22 +112,12 @@ bool ReadPart(std::string_view text, RunOptions& options) {
 
 bool ParsePart(RunOptions& options, Arguments& args, std::string& complaints) {
   std::string value;
-  if (!FindValue("-part", args, value) || ReadPart(value, options)) return true;
+  const bool whole = !FindValue("-part", args, value) || ReadPart(value, options);
+  // An image has no slots to cut it between.
+  if (IsCarving(options)) options.part = options.parts = 1;
+  if (whole) return true;
   complaints += "no part of a log: " + value + ", aborting\n";
   return false;
-}
-
-// Variables are expanded; a path that is listed twice is one.
-std::vector<std::string> ReadPathList(const std::string& list) {
-  std::vector<std::string> pieces;
-  SplitList(list, '|', true, pieces);
-  std::vector<std::string> paths;
-  std::set<std::string> known;
-  for (const std::string& piece : pieces) {
-    std::string path = ExpandPathVariables(piece);
-    if (known.insert(path).second) paths.push_back(std::move(path));
-  }
-  return paths;
 }
 
 void ParseInputs(RunOptions& options, Arguments& args) {
@@ -145,6 +135,18 @@ void ParseInputs(RunOptions& options, Arguments& args) {
 }
 
 }  // namespace
+
+std::vector<std::string> ReadPathList(const std::string& list) {
+  std::vector<std::string> pieces;
+  SplitList(list, '|', true, pieces);
+  std::vector<std::string> paths;
+  std::set<std::string> known;
+  for (const std::string& piece : pieces) {
+    std::string path = ExpandPathVariables(piece);
+    if (known.insert(path).second) paths.push_back(std::move(path));
+  }
+  return paths;
+}
 
 CommandLine ReadCommandLine(Arguments args, std::uint64_t now) {
   CommandLine line;

@@ -30,6 +30,10 @@ CommandLine ReadCommandLine(Arguments args, std::uint64_t now);
 // the reason is the last of them, and no option behind it has been read.
 bool ParseOptions(RunOptions& options, Arguments& args, std::uint64_t now, std::string& complaints);
 
+// The paths of a list with "|" in between; variables are expanded, and a path that is listed twice
+// is one.
+std::vector<std::string> ReadPathList(const std::string& list);
+
 // "auto", "always" or "never" in any case; nothing for any other text.
 std::optional<ColorUse> ReadColorUse(std::string_view text);
 

@@ -64,6 +64,11 @@ bool OpenOutputs(const RunOptions& options, RunState& run) {
   if (options.have_out_dir && !MakeDirectory(options.out_dir)) {
     return RefuseOutput(options.out_dir, run.messages);
   }
+  if (options.keeps_carved) {
+    if (!MakeDirectory(options.carve_folder))
+      return RefuseOutput(options.carve_folder, run.messages);
+    run.carved_logs.emplace().folder = options.carve_folder;
+  }
   if (options.account_on && !OpenAccount(options, run)) return false;
   // Opened and closed again: the examiner should learn of a bad name now, not after the work.
   if (options.to_file && !OpenGuardedOutput(options.out_file)) {

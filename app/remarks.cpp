@@ -21,6 +21,7 @@ constexpr std::string_view kForms[] = {"-event_xml", "-event_json", "-json",    
                                        "-multiline", "-xml",        "-bodyfile", "-csvl2t",
                                        "-csvgen",    "-csv"};
 constexpr std::string_view kOneFile[] = {"-out", "-outfile"};
+constexpr std::string_view kWholeImages[] = {"-carve", "-part"};
 constexpr std::string_view kVolumes[] = {"-livesys", "-partition", "-vss"};
 
 void Remark(OptionScan& scan, std::initializer_list<std::string_view> parts) {
@@ -40,6 +41,7 @@ void RemarkLeftOver(OptionScan& scan) {
   }
   std::string_view hint;
   if (UseOf(scan, "-dir")) hint = "; several folders are one argument: -dir \"A | B\"";
+  if (UseOf(scan, "-carve")) hint = "; several images are one argument: -carve \"A | B\"";
   if (UseOf(scan, "-log")) hint = "; several logs are one argument: -log \"A | B\"";
   Remark(scan, {"ignoring ", names, ", left over", hint});
 }
@@ -139,6 +141,8 @@ std::vector<std::string> RemarksOn(const Arguments& args, std::uint64_t now) {
     Remark(scan, {"ignoring -log, paths are piped in"});
   }
   RemarkExcluded(scan, kVolumes);
+  RemarkExcluded(scan, kWholeImages);
+  RemarkWithout(scan, "-carve_out", "-carve");
   RemarkWithout(scan, "-allparams", "-bodyfile");
   RemarkWithout(scan, "-hist", "-stats");
   RemarkWithout(scan, "-timesketch", "-json");

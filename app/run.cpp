@@ -134,7 +134,8 @@ void KeepRecordsUtf8(Run& run, Console& console) {
 bool FileFailed(const Run& run) {
   const RunState& state = run.state;
   return (state.diags && state.diags->failed) || (state.account.out && state.account.out->failed) ||
-         run.stats.failed || state.records.failed || state.records.sink.failed;
+         (state.carved_logs && !state.carved_logs->failed.empty()) || run.stats.failed ||
+         state.records.failed || state.records.sink.failed;
 }
 
 // A reader that left had what it wanted, unless it was there for records and got none.
@@ -287,6 +288,19 @@ void SayInterrupted(Run& run, const Console& console) {
                                           : "what was read until then is written\n");
 }
 
+// Says what the files are that were made of what was found: they are no copies of logs.
+void EndCarvedLogs(RunState& run) {
+  if (!run.carved_logs) return;
+  CarvedLogs& carved = *run.carved_logs;
+  FinishCarvedLogs(carved);
+  Say(run.messages, std::to_string(carved.made) + (carved.made == 1 ? " log" : " logs") +
+                        " made of what was found, with file headers made anew, in " +
+                        carved.folder + "\n");
+  if (!carved.failed.empty()) {
+    Say(run.messages, "prob writing file ", carved.failed, ", aborting\n");
+  }
+}
+
 // Everything behind the run header.
 int Work(Run& run, const CommandLine& line, const std::string& header, Console& console) {
   RunState& state = run.state;
@@ -303,6 +317,7 @@ int Work(Run& run, const CommandLine& line, const std::string& header, Console& 
   const int result =
       options.pipe ? RunFromInput(run, options, console) : RunFixedList(run, options);
   EndRecords(state.records, options);
+  EndCarvedLogs(state);
   if (run.out.stopped) state.progress.stopped = true;
   if (state.progress.stopped) SayInterrupted(run, console);
   Say(state.messages, LossRemark(state.account, options));

@@ -3,24 +3,24 @@
 
 _tarnlex() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-  local options='-log -dir -livesys -vss -partition -pipe -part
+  local options='-log -dir -livesys -vss -partition -pipe -carve -part
     -pw -time -logon -startstop -creds -usb -report -cmdfile
-    -eventid -string -start_time -stop_time
+    -eventid -string -start_time -stop_time -unique
     -complete -recover -csv -csvgen -csvl2t -bodyfile -allparams -xml -multiline -json -timesketch
     -event_json -event_xml
     -cards -width -columns -color
     -csv_separator -no_whitespace -pair_datetime -dateformat -timeformat
     -alias -aliaspath -hostname -username
-    -out -outfile -outdir -stats -hist -diags -account
+    -out -outfile -outdir -carve_out -stats -hist -diags -account
     -quiet -strict -verbose -base10 -signal -sqlite
     -h -help --help -options -version --version'
   COMPREPLY=()
   case $before in
-    -log | -cmdfile | -out | -outfile | -stats | -diags | -account)
+    -log | -carve | -cmdfile | -out | -outfile | -stats | -diags | -account)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
       ;;
-    -dir | -outdir | -partition)
+    -dir | -outdir | -carve_out | -partition)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -d -- "$word")
       ;;

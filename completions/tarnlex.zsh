@@ -7,11 +7,13 @@ _arguments \
   '-partition[the logs of a Windows volume: where it is mounted, or its drive letter]:VOLUME:_files -/' \
   '-livesys[the logs of the running system (Windows)]' \
   '-vss[the logs of a volume shadow copy (Windows)]:NUMBER: ' \
+  '-carve[logs and records that lie in these raw images: disks, free space, page files, memory (since 0.34)]:FILE:_files' \
   '-part[of each EVTX log only the K-th of N parts, cut between chunks (since 0.34)]:K: ' \
   '-eventid[events of these identifiers]:ID: ' \
   '-string[events one of whose values holds the text]:TEXT: ' \
   '-start_time[events of this time on: 2023-03-14T11:00:00Z, "03/14/2023 11:00:00", -2d]:TIME: ' \
   '-stop_time[events up to this time]:TIME: ' \
+  '-unique[each event once, however many logs hold it (since 0.34)]' \
   '-pw[changes of passwords]' \
   '-time[changes of the system time]' \
   '-logon[logons and logoffs]' \
@@ -49,6 +51,7 @@ _arguments \
   '-out[all records into one file]:FILE:_files' \
   '-outfile[the same]:FILE:_files' \
   '-outdir[the records of each log into a file of its own]:FOLDER:_files -/' \
+  '-carve_out[with -carve: the logs that were found, as files that any reader opens (since 0.34)]:FOLDER:_files -/' \
   '-stats[what was counted]:FILE:_files' \
   '-hist[with -stats: counts by the values of these columns]:NAME: ' \
   '-diags[what was read and what was not]:FILE:_files' \

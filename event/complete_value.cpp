@@ -27,11 +27,8 @@ char* WriteHexNumber(Bytes number, char* out) {
 }
 
 char* WriteHexBytes(Bytes bytes, char* out) {
-  for (const std::uint8_t byte : bytes) {
-    *out++ = "0123456789ABCDEF"[byte >> 4];
-    *out++ = "0123456789ABCDEF"[byte & 0xF];
-  }
-  return out;
+  return WriteValueText(bytes, {0, static_cast<std::uint32_t>(bytes.size()), kEvtVarTypeBinary},
+                        out);
 }
 
 char* WriteTruth(Bytes bytes, char* out) {

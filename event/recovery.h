@@ -15,6 +15,7 @@ enum class FoundIn : std::uint8_t {
   kSlack,     // in what a chunk, or the log, does not use any more
   kUnsigned,  // in a slot of the size of a chunk without a chunk's signature
   kTail,      // behind the last whole slot
+  kCarved,    // in a raw image, in a log or not
   kCount
 };
 
@@ -35,7 +36,7 @@ struct Recovery {
 inline bool IsRecovered(const Recovery& recovery) { return recovery.from != FoundIn::kLog; }
 
 constexpr std::string_view NameOf(FoundIn from) {
-  constexpr std::string_view kNames[] = {"log", "slack", "unsigned", "tail"};
+  constexpr std::string_view kNames[] = {"log", "slack", "unsigned", "tail", "carved"};
   return kNames[static_cast<std::size_t>(from)];
 }
 
@@ -53,6 +54,11 @@ struct RecoveryCounts {
   std::uint64_t outside = 0;       // recovered or copies, in slots without a signature or the tail
   std::uint64_t not_compared = 0;  // records of the log that could not be kept for that
 };
+
+constexpr void CountRecovered(RecoveryCounts& counts, const Recovery& recovery) {
+  ++counts.from[static_cast<std::size_t>(recovery.from)];
+  ++counts.checked[static_cast<std::size_t>(recovery.checked)];
+}
 
 constexpr RecoveryCounts& operator+=(RecoveryCounts& sum, const RecoveryCounts& more) {
   sum.asked |= more.asked;

@@ -1,4 +1,5 @@
 target_sources(tarnlex_core PRIVATE
+  event/carving.cpp
   event/complete_value.cpp
   event/document.cpp
   event/extent.cpp

@@ -3,8 +3,8 @@
 // File header: 48 bytes. Only its size and its signature decide what is read; where the ring of
 // records begins and ends is not believed, since a dirty log's header is out of date.
 //
-//   0 header size (0x30)   4 "LfLe"              24 next record number    28 oldest record number
-//  36 flags                44 header size again
+//   0 header size (0x30)   4 "LfLe"              16 oldest record         20 end-of-file record
+//  24 next record number  28 oldest record number 36 flags                44 header size again
 //
 // Record: a fixed part of 56 bytes, then source name, computer name, SID, strings and data at
 // offsets counted from the record's first byte, padding, and the length once more.
@@ -15,7 +15,11 @@
 //  40 SID length          44 SID offset          48 data length          52 data offset
 //  56 source name, zero-terminated; computer name, zero-terminated
 //
-// End-of-file record: its length, then 0x11111111 in place of the signature.
+// End-of-file record: 40 bytes, with 0x11111111 in place of the signature.
+//
+//   0 length               4 0x11111111           8 0x22222222           12 0x33333333
+//  16 0x44444444          20 oldest record       24 this record          28 next record number
+//  32 oldest record number 36 length again
 #pragma once
 
 #include <cstddef>
@@ -25,14 +29,17 @@ namespace tarnlex {
 
 inline constexpr std::uint32_t kEvtSignature = 0x654C664C;  // "LfLe"
 inline constexpr std::uint32_t kEvtEndMark = 0x11111111;
+inline constexpr std::size_t kEvtEndRecordSize = 40;
 inline constexpr std::size_t kEvtHeaderUsed = 48;
 inline constexpr std::uint32_t kEvtHeaderDirty = 1;
 inline constexpr std::uint32_t kEvtHeaderWrapped = 2;
 inline constexpr std::uint32_t kEvtHeaderFull = 4;
 inline constexpr std::size_t kEvtFixedSize = 56;
+inline constexpr std::size_t kEvtLengthCopy = 4;
 
-// A text whose terminator is not among this many units counts as empty when it is stepped over;
-// damaged records depend on it for where their next string is found.
+// A text whose terminator is not among this many units counts as empty when it is stepped over, but
+// under the complete policy; the strings of tables behind long texts are what they have always
+// been.
 inline constexpr std::size_t kEvtMeasuredUnits = 512;
 
 // The computer name has no length of its own.

@@ -29,6 +29,11 @@ void AddSlotValue(Plan& plan, std::string_view name, std::uint32_t slot, bool op
   plan.parts.push_back({nullptr, 0, slot, optional});
 }
 
+void AddNoValue(Plan& plan) {
+  AddValue(plan, kNoValue);
+  plan.parts.push_back({kNoValue.data(), static_cast<std::uint32_t>(kNoValue.size()), 0, false});
+}
+
 void MakePlan(Plan& plan, std::uint32_t strings) {
   AddSlotValue(plan, kEvtSourceColumn, kEvtSourceName);
   AddSlotValue(plan, kEvtComputerColumn, kEvtComputerName);
@@ -41,8 +46,18 @@ void MakePlan(Plan& plan, std::uint32_t strings) {
   for (std::uint32_t i = 0; i < strings; ++i) {
     plan.parts.push_back({nullptr, 0, kEvtFirstString + i, false});
   }
-  AddValue(plan, kNoValue);
-  plan.parts.push_back({kNoValue.data(), static_cast<std::uint32_t>(kNoValue.size()), 0, false});
+  AddNoValue(plan);
+}
+
+Plan PlanOfNothing() {
+  Plan plan;
+  AddNoValue(plan);
+  return plan;
+}
+
+std::span<const PlanValue> WithoutBehind(const Plan& plan, std::size_t behind) {
+  const std::span values(plan.values);
+  return values.first(values.size() - std::min(values.size(), behind));
 }
 
 // Most texts have no line breaks at all, and others long stretches without, so that texts are
@@ -80,6 +95,8 @@ std::string EvtParameterName(std::uint64_t number) {
 }
 
 const Plan& EvtPlanOf(EvtRecord& record) {
+  static const Plan kNothing = PlanOfNothing();
+  if (!record.recovery.has_values) return kNothing;
   EvtSlotsOf(record);
   const auto strings = static_cast<std::uint32_t>(record.strings.size());
   return KeptOrMade(record.plans, strings, strings, [&](Plan& plan, bool keep) {
@@ -89,11 +106,11 @@ const Plan& EvtPlanOf(EvtRecord& record) {
 }
 
 std::span<const PlanValue> EvtColumnValues(const Plan& plan) {
-  return std::span(plan.values).first(plan.values.size() - kValuesBehind);
+  return WithoutBehind(plan, kValuesBehind);
 }
 
 std::span<const PlanValue> EvtSearchedValues(const Plan& plan) {
-  return std::span(plan.values).first(plan.values.size() - kValuesBehind + 1);
+  return WithoutBehind(plan, kValuesBehind - 1);
 }
 
 const PlanValue& EvtPulledValue(const Plan& plan, Policy policy, std::string_view column) {

@@ -21,9 +21,10 @@ inline constexpr std::string_view kEvtParameter = "param_";
 std::string EvtParameterName(std::uint64_t number);
 
 // The plan of the record, kept for all that have as many strings; valid until the next record is
-// read. Its values are the columns ("source name", "computer name", "param_01" and so on, in this
-// order), then "user_sid", "success_type" (the event type), "string" (all strings, joined with
-// nothing) and the text that stands for a value that is not there.
+// read. A record of which nothing is proved but its head has no values. Otherwise its values are
+// the columns ("source name", "computer name", "param_01" and so on, in this order), then
+// "user_sid", "success_type" (the event type), "string" (all strings, joined with nothing) and the
+// text that stands for a value that is not there.
 const Plan& EvtPlanOf(EvtRecord& record);
 
 // The values that become columns.

@@ -57,11 +57,14 @@ Bytes TextAt(TerminatorFinder& finder, std::uint64_t at, std::size_t limit) {
   return Clip(finder.bytes, at, 2 * units);
 }
 
-// Units that the position moves over a text, its terminator not counted.
-std::size_t MeasureAt(TerminatorFinder& finder, std::uint64_t at) {
+// Units that the position moves over a text, its terminator not counted. Under the complete policy
+// a text is as long as it is.
+std::size_t MeasureAt(TerminatorFinder& finder, std::uint64_t at, Policy policy) {
+  const bool complete = policy == Policy::kComplete;
   bool terminated = false;
-  const std::size_t units = UnitsBefore(finder, at, kEvtMeasuredUnits, terminated);
-  return terminated ? units : 0;
+  const std::size_t units =
+      UnitsBefore(finder, at, complete ? kMaxTextUnits : kEvtMeasuredUnits, terminated);
+  return terminated || complete ? units : 0;
 }
 
 void CutNames(EvtRecord& record) {
@@ -73,7 +76,7 @@ void CutNames(EvtRecord& record) {
   TerminatorFinder finder{
       Stretch(record.log, record.offset + kEvtFixedSize, reach, record.names_room)};
   record.source_name = TextAt(finder, 0, static_cast<std::size_t>(limit));
-  const std::uint64_t at = 2 * (MeasureAt(finder, 0) + 1);
+  const std::uint64_t at = 2 * (MeasureAt(finder, 0, record.structure.policy) + 1);
   record.computer_name = TextAt(finder, at, kEvtUnboundedUnits);
 }
 
@@ -101,7 +104,7 @@ void CutStrings(EvtRecord& record, bool& cut) {
       break;
     }
     record.strings.push_back(TextAt(finder, at, static_cast<std::size_t>(remaining / 2)));
-    const std::size_t units = MeasureAt(finder, at);
+    const std::size_t units = MeasureAt(finder, at, record.structure.policy);
     // Terminators are deliberately not taken off: where the strings of a damaged record end depends
     // on it.
     remaining -= static_cast<std::int64_t>(2 * units);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "event/plan.h"
+#include "event/recovery.h"
 #include "event/structure.h"
 #include "event/tree.h"
 #include "evt/evt_format.h"
@@ -48,6 +49,7 @@ struct EvtRecord {
   std::uint32_t data_length = 0;
   std::uint32_t data_offset = 0;
 
+  Recovery recovery = {};      // of a record that the log does not have
   std::uint64_t offset = 0;    // of the record in the log
   std::uint64_t filetime = 0;  // of time_generated; 0 when that is 0
   std::uint16_t event_id = 0;  // the low half of event_code

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "evt/evt_format.h"
+#include "evt/sound_record.h"
 
 namespace tarnlex {
 namespace {
@@ -16,8 +17,42 @@ constexpr std::uint32_t kLargestWhole = std::uint32_t{1} << 20;
 
 bool IsWhole(std::uint32_t length) { return length >= kEvtFixedSize && length <= kLargestWhole; }
 
+// What lies between the last whole record and `end`.
+void NoteGap(EvtCursor& cursor, std::uint64_t end) {
+  EvtNotes& notes = cursor.notes;
+  const EvtGap gap{std::max(notes.whole_to, cursor.header_size), end};
+  notes.whole_to = end;
+  if (gap.begin >= end) return;
+  if (notes.gaps.size() == kMostEvtGaps) {
+    ++cursor.account.not_searched;
+  } else {
+    notes.gaps.push_back(gap);
+  }
+}
+
+bool IsPlausible(const EvtRecord& record) {
+  const Bytes fixed = Clip(record.log.part, record.offset - record.log.begin, kEvtFixedSize);
+  return PlausibleEvtLength(fixed) == record.length;
+}
+
+// Notes what lies in front of a whole record; false for one that the log does not have.
+bool NoteRecord(EvtCursor& cursor, const EvtRecord& record) {
+  EvtNotes& notes = cursor.notes;
+  const std::uint64_t end = record.offset - record.log.begin + record.length;
+  std::uint32_t copy = 0;
+  const bool whole = record.length >= kEvtFixedSize + kEvtLengthCopy &&
+                     ReadAt(record.log.part, end - kEvtLengthCopy, copy) && copy == record.length;
+  const bool is_of_log = IsInRing(notes.ring, record.offset);
+  cursor.account.broken_outside += !is_of_log && (!whole || !IsPlausible(record));
+  if (!whole || !is_of_log) return is_of_log;
+  NoteGap(cursor, record.offset);
+  notes.whole_to = record.offset + record.length;
+  return true;
+}
+
 // Ends the walk where it stands.
 bool Stop(EvtCursor& cursor) {
+  if (cursor.notes.wanted) NoteGap(cursor, cursor.log.size);
   if (cursor.offset < cursor.log.size) {
     cursor.account.unwalked_bytes += cursor.log.size - cursor.offset;
   }
@@ -166,11 +201,12 @@ bool NextEvtRecord(EvtCursor& cursor, EvtRecord& record) {
   record.structure.policy = cursor.policy;
   bool torn = false;
   while (NextStoredRecord(cursor, record, torn)) {
+    if (cursor.notes.wanted && !NoteRecord(cursor, record)) continue;
     if (complete && IsCopy(cursor, record)) continue;
     CountRecord(account, record);
     return true;
   }
-  if (ReadJoinedRecord(cursor, record)) {
+  if (IsInRing(cursor.notes.ring, cursor.offset) && ReadJoinedRecord(cursor, record)) {
     torn = false;
     const bool is_copy = IsCopy(cursor, record);
     if (!is_copy) CountRecord(account, record);

@@ -7,10 +7,12 @@
 #include <vector>
 
 #include "event/policy.h"
+#include "event/recovery.h"
 #include "evt/copies.h"
 #include "evt/evt_log.h"
 #include "evt/file_header.h"
 #include "evt/record.h"
+#include "evt/ring.h"
 #include "logs/bytes.h"
 #include "logs/record_survey.h"
 
@@ -30,10 +32,31 @@ struct EvtAccount {
   std::uint64_t joined_records = 0;  // went on behind the header
   std::uint64_t copies = 0;          // of records that the log has elsewhere; not given
   std::uint64_t not_kept = 0;        // records that later ones were not compared with
+  // Of a recovery (see recover.h):
+  RecoveryCounts recovered = {};
+  bool ring_known = false;             // it is known what the log uses of its file
+  std::uint64_t regained_records = 0;  // of the log, behind lengths that lead past them
+  std::uint64_t broken_outside = 0;    // outside of the ring, not whole, and not given
+  std::uint64_t not_searched = 0;      // gaps beyond kMostEvtGaps
   // Gathered only for those who ask (see survey.h):
   EvtFileHeader header;
   RecordSurvey survey;
 };
+
+// A stretch of the file without whole records of the log, to be searched once the log is known.
+struct EvtGap {
+  std::uint64_t begin = 0;
+  std::uint64_t end = 0;
+};
+
+// What a walk notes for a recovery (see recover.h).
+struct EvtNotes {
+  bool wanted = false;
+  EvtRing ring = {};  // records outside of it are not given
+  std::vector<EvtGap> gaps;
+  std::uint64_t whole_to = 0;  // behind the last whole record of the log
+};
+inline constexpr std::size_t kMostEvtGaps = std::size_t{1} << 16;
 
 struct EvtCursor {
   EvtLog log;
@@ -43,6 +66,7 @@ struct EvtCursor {
   std::uint64_t offset = 0;
   std::uint64_t first_mark = 0;  // where the first record began, or an end-of-file record
   EvtCopies copies;
+  EvtNotes notes;
   std::vector<std::uint8_t> joined;  // a record of which the log holds two pieces
   EvtAccount account;
 };

@@ -70,13 +70,16 @@ void WriteRegained(TextSink& out, const WalkAccount& account) {
 
 void WriteRecovered(TextSink& out, const RecoveryCounts& counts) {
   constexpr std::string_view kFrom[] = {"", "in slack", "in slots without a chunk signature",
-                                        "behind the last whole slot"};
+                                        "behind the last whole slot", "in a raw image"};
   constexpr std::string_view kChecked[] = {"everything checked", "system values checked",
                                            "nothing checked"};
   std::uint64_t all = 0;
   for (const std::uint64_t count : counts.checked) all += count;
   Line(out, "records recovered", all);
   for (std::size_t i = 1; i < counts.from.size(); ++i) {
+    // An image has no others, and no log has these.
+    const bool carved = static_cast<FoundIn>(i) == FoundIn::kCarved;
+    if (carved == (counts.from[static_cast<std::size_t>(FoundIn::kCarved)] == 0)) continue;
     Line(out, "  " + std::string(kFrom[i]), counts.from[i]);
   }
   for (std::size_t i = 0; i < counts.checked.size(); ++i) {

@@ -45,6 +45,8 @@ inline constexpr std::uint32_t kRecordIdField = 8;
 inline constexpr std::uint32_t kRecordTimeField = 16;
 inline constexpr std::uint32_t kRecordHeaderSize = 24;
 inline constexpr std::uint32_t kRecordSizeCopy = 4;  // ends the record
+// Behind a record's values: an end token, and what fills it up to a multiple of 8.
+inline constexpr std::uint32_t kMostBehindStream = 1 + 8;
 // Of a record that is a template instance, from the record's start.
 inline constexpr std::uint32_t kRecordDefinitionField = kRecordHeaderSize + 10;
 inline constexpr std::uint32_t kRecordInlinePosition = kRecordHeaderSize + 14;

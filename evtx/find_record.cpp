@@ -32,7 +32,7 @@ Head ReadHead(Bytes bytes, std::uint64_t at) {
   head.signature = Load<std::uint32_t>(record) == kRecordSignature;
   head.id = Load<std::uint64_t>(record + kRecordIdField);
   const auto time = Load<std::uint64_t>(record + kRecordTimeField);
-  const bool dated = time >= kTimeOf1990 && time < kTimeOf2100;
+  const bool dated = IsPlausibleTime(time);
   head.plausible = head.id > 0 && head.id <= kMostIdentifier && (time == 0 || dated);
   head.timed = head.plausible && dated;
   const auto size = Load<std::uint32_t>(record + kRecordSizeField);
@@ -146,9 +146,16 @@ bool NextWholeRecord(Bytes bytes, std::uint32_t begin, RecordPlace& place) {
   return true;
 }
 
+bool IsPlausibleTime(std::uint64_t time) { return time >= kTimeOf1990 && time < kTimeOf2100; }
+
 std::uint32_t WholeRecordSize(Bytes bytes, std::size_t at) {
   const Head head = ReadHead(bytes, at);
   return head.signature && head.copied ? head.size : 0;
+}
+
+std::uint32_t SoundRecordSize(Bytes bytes, std::size_t at) {
+  const Head head = ReadHead(bytes, at);
+  return IsWhole(head) && head.timed ? head.size : 0;
 }
 
 bool HoldsWholeRecord(Bytes data) {

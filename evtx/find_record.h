@@ -45,8 +45,14 @@ bool NextRecord(RecordSearch& search, RecordPlace& place);
 // inside of a record is a part of its values.
 bool NextWholeRecord(Bytes bytes, std::uint32_t begin, RecordPlace& place);
 
+// Whether a FILETIME lies in the years that records are from.
+bool IsPlausibleTime(std::uint64_t time);
+
 // The size of the record at `at`, if a whole one begins there, else 0.
 std::uint32_t WholeRecordSize(Bytes bytes, std::size_t at);
+
+// The same for a record with a plausible identifier, and a plausible time that is not missing.
+std::uint32_t SoundRecordSize(Bytes bytes, std::size_t at);
 
 // Whether a whole record with a plausible identifier and time stands anywhere in a chunk.
 bool HoldsWholeRecord(Bytes data);

@@ -8,8 +8,6 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint32_t kMostBehind = 1 + 8;  // an end token, and what fills a record up
-
 struct Judging {
   SoundChecks& checks;
   SlotList slots = {};
@@ -59,7 +57,7 @@ bool AreSoundValues(Judging& run, const SubstitutionArray& array, int depth) {
 
 // Behind the values stand an end token, what fills the record up, and its size.
 bool EndsBehind(Bytes chunk, const SubstitutionArray& array, std::uint32_t end) {
-  return array.end == end || (end - array.end <= kMostBehind && chunk[array.end] == 0);
+  return array.end == end || (end - array.end <= kMostBehindStream && chunk[array.end] == 0);
 }
 
 Checked ClassOf(Judging& run, std::uint32_t token, const SubstitutionArray& array) {

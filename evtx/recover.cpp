@@ -5,18 +5,11 @@
 #include "evtx/evtx_format.h"
 #include "evtx/find_record.h"
 #include "evtx/judge_record.h"
+#include "evtx/plan_of.h"
 #include "evtx/record.h"
 
 namespace tarnlex {
 namespace {
-
-// Whether a record can have been written behind another, given what lies between them: as many
-// records as are missing, each of the least size.
-bool Follows(std::uint64_t id, std::uint64_t before, std::uint32_t gap) {
-  if (before == 0 || id <= before) return false;
-  const std::uint64_t missing = id - before - 1;
-  return gap == 0 ? missing == 0 : missing > 0 && missing <= gap / kLeastInstanceRecord;
-}
 
 struct FoundRecord {
   std::uint32_t offset = 0;
@@ -55,12 +48,28 @@ bool IsLive(const RecoveryNotes& notes, const FoundRecord& record) {
                             std::pair(record.id, record.time));
 }
 
-void CountRecovered(RecoveryCounts& counts, const Recovery& recovery) {
-  ++counts.from[static_cast<std::size_t>(recovery.from)];
-  ++counts.checked[static_cast<std::size_t>(recovery.checked)];
+// Whether the event's own time, if it states one, is as plausible as its header's.
+bool HasSoundTime(EvtxDecoder& decoder, DecodedEvent& event) {
+  return event.recovery.checked == Checked::kNone || PlanOf(decoder, event).system_time < 0 ||
+         IsPlausibleTime(event.own_time);
 }
 
 }  // namespace
+
+void FrameJudged(EvtxDecoder& decoder, const Recovery& judged, std::uint32_t offset,
+                 DecodedEvent& event) {
+  event.recovery = judged;
+  FrameRecord(decoder, offset, 0, event);
+  if (HasSoundTime(decoder, event)) return;
+  event.recovery = {judged.from, Checked::kNone, false};
+  FrameRecord(decoder, offset, 0, event);
+}
+
+bool Follows(std::uint64_t id, std::uint64_t before, std::uint32_t gap) {
+  if (before == 0 || id <= before) return false;
+  const std::uint64_t missing = id - before - 1;
+  return gap == 0 ? missing == 0 : missing > 0 && missing <= gap / kLeastInstanceRecord;
+}
 
 void NoteLiveRecord(RecoveryNotes& notes, std::uint64_t id, std::uint64_t time) {
   if (notes.live.size() == kMostLive) {
@@ -91,8 +100,8 @@ void RecoverPlace(EvtxDecoder& decoder, const RecoveryNotes& notes, Bytes slot,
       ++counts.copies;
       continue;
     }
-    event.recovery = JudgeRecord(checks, place.from, record.offset, record.size);
-    FrameRecord(decoder, record.offset, 0, event);
+    FrameJudged(decoder, JudgeRecord(checks, place.from, record.offset, record.size), record.offset,
+                event);
     CountRecovered(counts, event.recovery);
     handlers.record(decoder, event);
   }

@@ -29,6 +29,15 @@ struct RecoveryNotes {
 };
 inline constexpr std::size_t kMostLive = std::size_t{1} << 24;  // in 256 MiB
 
+// Whether a record can have been written behind one of the identifier `before`, given the bytes
+// between them: as many records as are missing, each of the least size.
+bool Follows(std::uint64_t id, std::uint64_t before, std::uint32_t gap);
+
+// Frames the record at `offset` of the decoder's chunk with what is proved of it. One whose own
+// time is none cannot have been written: then its head is all that is told.
+void FrameJudged(EvtxDecoder& decoder, const Recovery& judged, std::uint32_t offset,
+                 DecodedEvent& event);
+
 void NoteLiveRecord(RecoveryNotes& notes, std::uint64_t id, std::uint64_t time);
 
 // Notes a place of a slot, whose bytes these are, unless no whole record stands in it.

@@ -9,13 +9,12 @@
 #include "evtx/binary_xml.h"
 #include "evtx/evtx_format.h"
 #include "evtx/name_hash.h"
-#include "evtx/sound_value.h"
+#include "logs/sound_text.h"
 #include "logs/text.h"
 
 namespace tarnlex {
 namespace {
 
-constexpr std::uint32_t kMostBehind = 1 + 8;  // an end token, and what fills a record up
 constexpr std::uint32_t kUnitsPerToken = 16;
 
 // A name and the element that it stands in.
@@ -165,7 +164,7 @@ bool ReadSoundStream(Reading& run, std::uint32_t begin, std::uint32_t end, Strea
     if (token.kind == TokenKind::kEndOfStream) break;
     if (!TakeToken(run, token)) return false;
   }
-  return run.open.empty() && end - std::min(pos, end) <= kMostBehind && begin < pos;
+  return run.open.empty() && end - std::min(pos, end) <= kMostBehindStream && begin < pos;
 }
 
 SoundDefinition CheckDefinition(SoundChecks& checks, std::uint32_t definition, std::uint32_t size) {

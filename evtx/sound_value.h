@@ -9,10 +9,6 @@
 
 namespace tarnlex {
 
-// Whether UTF-16LE is text: no half of a surrogate pair, nothing for private use, no character
-// that is none, and no control characters but tabs and line breaks.
-bool IsSoundText(Bytes units);
-
 // Whether a value's bytes can be one of its type. Binary XML is not looked into.
 bool IsSoundValue(Bytes chunk, const SubstitutionValue& value);
 

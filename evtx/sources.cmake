@@ -1,9 +1,12 @@
 target_sources(tarnlex_core PRIVATE
   evtx/account.cpp
   evtx/binary_xml.cpp
+  evtx/carve.cpp
   evtx/chunk.cpp
+  evtx/chunk_checksum.cpp
   evtx/compile.cpp
   evtx/element_kind.cpp
+  evtx/event_identity.cpp
   evtx/file_header.cpp
   evtx/find_record.cpp
   evtx/first_record.cpp

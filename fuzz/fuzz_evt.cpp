@@ -56,7 +56,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (begun && Gather(whole) != Gather(windowed)) std::abort();
     TextSink out = MakeSink([](std::string_view) { return true; });
     RunOptions options;
-    options.complete = policy == Policy::kComplete;
+    options.complete = options.unique = policy == Policy::kComplete;
     DumpLog(file, options, out);
   }
   return 0;

@@ -12,6 +12,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   options.delimited = size % 4 > 1;
   options.recover = AsksForRecovery({data, size});
   options.complete = options.recover || AsksForComplete({data, size});
+  options.unique = size % 8 > 3;
   DumpLog(FileOf({data, size}), options, out, size % 2 == 1 ? &trace : nullptr);
   return 0;
 }

@@ -1,5 +1,6 @@
 // make_seeds OUT_DIR: writes a folder of first inputs for every fuzz target, made with the builders
 // that the tests use.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -131,10 +132,13 @@ void SaveEvtxSeeds() {
   forgotten[7] = 3;
   Save("evtx", "forgotten", forgotten);
   Save("streams", "forgotten", forgotten);
+  Save("recover", "forgotten", forgotten);
   EvtxBuilder two = SmallLog();
   two.AddChunk().AddSlot().AddEvent(EventOfAllTypes());
   Save("evtx", "two_chunks_and_a_gap", two.Build());
   const ByteString chunk = SmallLog().BuildChunks();
+  Save("recover", "slack", ByteString(chunk.begin(), chunk.begin() + 8192));
+  Save("recover", "unsigned", ByteString(chunk.begin(), chunk.begin() + 8191));
   Save("evtx", "bare_chunk", chunk);
   Save("chunk", "small", ByteString(chunk.begin(), chunk.begin() + 8192));
   Save("chunk", "first_record", ByteString(chunk.begin(), chunk.begin() + 2560));
@@ -236,6 +240,28 @@ void SaveEvtSeeds() {
   Save("evt", "wrapped", log.Build({.start = 260, .file_size = 520, .flags = kEvtWrapped}));
   log.AddRaw(Hex("00 00 00 00 11 11 11 11")).AddEntry({.event_id = 1, .length = 0});
   Save("evt", "odd_lengths", log.Build());
+  Save("recover", "evt_odd_lengths", log.Build());
+  ByteString cleared = log.Build({.flags = kEvtDirty});
+  Save("recover", "evt_small", cleared);
+  const ByteString empty = EvtBuilder().Build({.flags = kEvtDirty});
+  std::copy(empty.begin(), empty.end(), cleared.begin());
+  Save("recover", "evt_cleared", cleared);
+}
+
+// Chunks that are whole, cut and without a header, and records of both kinds by themselves.
+void SaveCarveSeeds() {
+  const ByteString chunks = SmallLog().BuildChunks();
+  EvtBuilder evt;
+  evt.AddEntry({.event_id = 528, .sid = "S-1-5-18", .strings = {"alice", "", "WKS"}});
+  ByteString image = Hex("00 01 02");
+  image.insert(image.end(), chunks.begin(), chunks.begin() + 3000);
+  PutBytes(image, evt.Build());
+  image.insert(image.end(), chunks.begin() + 512, chunks.begin() + 3000);
+  Save("carve", "pieces", image);
+  Save("carve", "chunks", chunks);
+  image = evt.Build();
+  image.insert(image.end(), image.begin() + 48, image.end());
+  Save("carve", "evt", image);
 }
 
 void SaveOpenerSeeds() {
@@ -314,6 +340,7 @@ int main(int argc, char** argv) {
   SaveKeptSeeds();
   SaveReportSeeds();
   SaveEvtSeeds();
+  SaveCarveSeeds();
   SaveOpenerSeeds();
   SaveValueSeeds();
   SaveTextSeeds();

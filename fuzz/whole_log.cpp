@@ -21,6 +21,8 @@ RunState RunInto(TextSink& out, TextSink* trace) {
 void RunQueries(const InputFile& file, const LogInfo& log, QueryList& queries,
                 const RunOptions& options, RunState& run) {
   LogPass pass{options, run, log, queries};
+  UniqueEvents events;
+  if (options.unique) BeginUniquePass(pass.unique, events, false);
   WalkLogFile(pass, file);
   EndRecords(run.records, options);
   Flush(*run.records.standard_output);

@@ -1,6 +1,7 @@
 // Lines for the person at the console: written to standard error at once, never held back.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,11 @@ inline void Say(TextSink& messages, std::string_view text) { AppendNow(messages,
 inline void Say(TextSink& messages, std::string_view head, std::string_view name,
                 std::string_view tail) {
   Say(messages, std::string(head).append(name).append(tail));
+}
+
+// "1 log" or "2 logs".
+inline std::string Counted(std::uint64_t count, std::string_view one, std::string_view many) {
+  return std::to_string(count).append(" ").append(count == 1 ? one : many);
 }
 
 }  // namespace tarnlex

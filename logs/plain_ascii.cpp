@@ -102,4 +102,8 @@ char* WriteXmlAscii(Bytes bytes, std::size_t offset, std::size_t count, char* ou
   return WriteAscii<'&', '<', '>', '"'>(bytes, offset, count, out);
 }
 
+char* WriteQuotableAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
+  return WriteAscii<'"', '\\'>(bytes, offset, count, out);
+}
+
 }  // namespace tarnlex

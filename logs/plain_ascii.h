@@ -22,6 +22,9 @@ char* WritePlainAscii(Bytes bytes, std::size_t offset, std::size_t count, char* 
 // The same for texts of XML, which hold no character that markup has a meaning for.
 char* WriteXmlAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
 
+// The same for texts between quotes, which hold no quote and no backslash.
+char* WriteQuotableAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out);
+
 // Writes units at the beginning of `from`, which holds `count` of them at least, up to the first
 // that is not plain between quotes: a quote, a backslash, and what is no printable ASCII character.
 // Commas and bars are plain there. Returns how many were written at `out`, which has room for

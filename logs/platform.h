@@ -26,12 +26,43 @@ struct InputFile {
 // empty, absent, unreadable or a directory, or that holds a zero byte.
 std::optional<InputFile> OpenInput(const std::string& path);
 
+// A stretch of a file, from `begin` to before `end`.
+struct FileStretch {
+  std::uint64_t begin = 0;
+  std::uint64_t end = 0;
+};
+
+// A file or a device that is read from its first byte to its last.
+struct ImageFile {
+  InputFile file;
+  // The first stretch at or behind `offset` that the file system keeps bytes of; what is left out
+  // reads as zeros. Empty at the end. Where the system does not tell, all of the rest is one.
+  std::function<FileStretch(std::uint64_t offset)> next_stretch;
+};
+
+// Opens a file, or a block device (a drive or volume on Windows), for reading as OpenInput does.
+std::optional<ImageFile> OpenImage(const std::string& path);
+
 // Opens a file for writing, truncated or, with `append`, behind what it holds; the function writes
 // a whole block and says whether that succeeded. An empty block closes the file and says whether
 // the system has taken everything written before; without one, the file is closed when the last
 // copy of the function goes. Nothing when it cannot be opened.
 std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path,
                                                                 bool append = false);
+
+// A file that is being made: bytes go where they are told to, as they are.
+struct NewFile {
+  std::function<bool(std::uint64_t offset, std::span<const std::uint8_t> bytes)> write;
+  std::function<bool()> close;  // whether the system has taken everything
+};
+
+// Makes a file that is not there yet, or opens one that this run has made, for writing. Nothing
+// when it cannot, or when something stands under the path that is to be made.
+std::optional<NewFile> MakeFile(const std::string& path);
+std::optional<NewFile> ReopenFile(const std::string& path);
+
+// Gives a file another name in its folder, unless something stands under that; false then.
+bool RenameToNew(const std::string& from, const std::string& to);
 
 // What tells one file from all others, whatever it is called. Nothing for a path that names none.
 struct FileId {
@@ -111,6 +142,10 @@ bool OnRemovableDrive(const std::string& program_path);
 // Tells the system that a large stretch of fresh memory is about to be filled, so that it can be
 // had in large pages: a page fault for every 4 KiB is dear. Only a hint.
 void ExpectFilled(void* memory, std::size_t size);
+
+// Bytes of memory that are to be had before the system has to take them from somebody; nothing
+// where it does not say.
+std::optional<std::uint64_t> AvailableMemory();
 
 // The present instant as a FILETIME.
 std::uint64_t CurrentFiletime();

@@ -16,6 +16,7 @@
 #include <memory>
 #include <utility>
 
+#include "logs/parse_number.h"
 #include "logs/platform.h"
 #include "logs/text.h"
 
@@ -52,6 +53,17 @@ bool WriteAll(int number, std::string_view text) {
   return true;
 }
 
+bool WriteAllAt(int number, std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t wrote = pwrite(number, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote <= 0) return false;
+    offset += static_cast<std::uint64_t>(wrote);
+    bytes = bytes.subspan(static_cast<std::size_t>(wrote));
+  }
+  return true;
+}
+
 std::size_t ReadAllAt(int number, std::uint64_t offset, std::span<std::uint8_t> to) {
   constexpr auto kLastOffset = static_cast<std::uint64_t>(INT64_MAX);
   std::size_t done = 0;
@@ -63,6 +75,32 @@ std::size_t ReadAllAt(int number, std::uint64_t offset, std::span<std::uint8_t> 
     done += static_cast<std::size_t>(got);
   }
   return done;
+}
+
+FileStretch StretchFrom(int number, std::uint64_t offset, std::uint64_t size) {
+  if (offset >= size) return {size, size};
+#if defined(SEEK_DATA) && defined(SEEK_HOLE)
+  const off_t begin = lseek(number, static_cast<off_t>(offset), SEEK_DATA);
+  if (begin < 0) return errno == ENXIO ? FileStretch{size, size} : FileStretch{offset, size};
+  const off_t end = lseek(number, begin, SEEK_HOLE);
+  if (end <= begin) return {static_cast<std::uint64_t>(begin), size};
+  return {static_cast<std::uint64_t>(begin), std::min(static_cast<std::uint64_t>(end), size)};
+#else
+  static_cast<void>(number);
+  return {offset, size};
+#endif
+}
+
+std::optional<NewFile> OpenForBytes(const std::string& path, int flags) {
+  if (path.empty() || HoldsZeroByte(path)) return std::nullopt;
+  const auto file = std::make_shared<Descriptor>(open(path.c_str(), flags | O_CLOEXEC, 0666));
+  if (file->number < 0) return std::nullopt;
+  NewFile made;
+  made.write = [file](std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+    return WriteAllAt(file->number, offset, bytes);
+  };
+  made.close = [file] { return Close(*file); };
+  return made;
 }
 
 EntryKind KindOf(mode_t mode) {
@@ -150,6 +188,28 @@ std::optional<InputFile> OpenInput(const std::string& path) {
   return input;
 }
 
+std::optional<ImageFile> OpenImage(const std::string& path) {
+  if (path.empty() || HoldsZeroByte(path)) return std::nullopt;
+  const auto file = std::make_shared<Descriptor>(OpenForReading(path));
+  if (file->number < 0) return std::nullopt;
+  struct stat status {};
+  if (fstat(file->number, &status) != 0) return std::nullopt;
+  if (!S_ISREG(status.st_mode) && !S_ISBLK(status.st_mode)) return std::nullopt;
+  // Of a device the end is the size.
+  const off_t end = lseek(file->number, 0, SEEK_END);
+  if (end < 0) return std::nullopt;
+  const auto size = static_cast<std::uint64_t>(end);
+  ImageFile image;
+  image.file.size = size;
+  image.file.read = [file](std::uint64_t offset, std::span<std::uint8_t> to) {
+    return ReadAllAt(file->number, offset, to);
+  };
+  image.next_stretch = [file, size](std::uint64_t offset) {
+    return StretchFrom(file->number, offset, size);
+  };
+  return image;
+}
+
 std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path,
                                                                 bool append) {
   if (path.empty() || HoldsZeroByte(path)) return std::nullopt;
@@ -159,6 +219,21 @@ std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::strin
   return [file](std::string_view text) {
     return text.empty() ? Close(*file) : WriteAll(file->number, text);
   };
+}
+
+std::optional<NewFile> MakeFile(const std::string& path) {
+  return OpenForBytes(path, O_WRONLY | O_CREAT | O_EXCL);
+}
+
+std::optional<NewFile> ReopenFile(const std::string& path) { return OpenForBytes(path, O_WRONLY); }
+
+bool RenameToNew(const std::string& from, const std::string& to) {
+  if (HoldsZeroByte(from) || HoldsZeroByte(to)) return false;
+  if (link(from.c_str(), to.c_str()) == 0) return unlink(from.c_str()) == 0;
+  struct stat status {};
+  // Not all file systems know files with two names.
+  if (errno == EEXIST || lstat(to.c_str(), &status) == 0) return false;
+  return rename(from.c_str(), to.c_str()) == 0;
 }
 
 std::optional<FileId> IdentifyFile(const std::string& path) {
@@ -285,6 +360,20 @@ void ExpectFilled(void* memory, std::size_t size) {
   static_cast<void>(memory);
   static_cast<void>(size);
 #endif
+}
+
+std::optional<std::uint64_t> AvailableMemory() {
+  constexpr std::string_view kLabel = "MemAvailable:";
+  constexpr std::uint64_t kUnit = 1024;
+  const std::optional<InputFile> file = OpenInput("/proc/meminfo");
+  if (!file) return std::nullopt;
+  std::array<std::uint8_t, 4096> bytes{};
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), file->read(0, bytes));
+  std::size_t at = text.find(kLabel);
+  if (at == std::string_view::npos) return std::nullopt;
+  at = text.find_first_not_of(' ', at + kLabel.size());
+  if (at == std::string_view::npos) return std::nullopt;
+  return kUnit * LeadingNumber(text.substr(at));
 }
 
 std::uint64_t CurrentFiletime() {

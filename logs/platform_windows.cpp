@@ -2,6 +2,7 @@
 // gets the line ends of Windows programs, whatever it is written to.
 #define NOMINMAX
 #include <windows.h>
+#include <winioctl.h>
 
 #include <algorithm>
 #include <atomic>
@@ -83,6 +84,83 @@ std::size_t ReadAllAt(HANDLE file, std::uint64_t offset, std::span<std::uint8_t>
     done += got;
   }
   return done;
+}
+
+// A drive or a volume, "\\\\.\\PhysicalDrive0" or "\\\\.\\C:", which is read by whole sectors only.
+bool IsDevice(const std::string& path) { return path.starts_with("\\\\.\\"); }
+
+// Reads what lies in the sectors around `to` and copies its part of them. The room is aligned as
+// drivers want it.
+std::size_t ReadSectors(HANDLE device, std::uint64_t size, std::uint64_t sector,
+                        std::uint64_t offset, std::span<std::uint8_t> to) {
+  constexpr std::size_t kRoom = std::size_t{1} << 20;
+  static const std::unique_ptr<void, void (*)(void*)> kMemory(
+      VirtualAlloc(nullptr, kRoom, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE),
+      [](void* memory) { VirtualFree(memory, 0, MEM_RELEASE); });
+  auto* const room = static_cast<std::uint8_t*>(kMemory.get());
+  if (room == nullptr || offset >= size) return 0;
+  const std::uint64_t begin = offset / sector * sector;
+  const std::uint64_t wanted = std::min<std::uint64_t>(to.size(), size - offset);
+  const std::uint64_t end = (offset + wanted + sector - 1) / sector * sector;
+  const std::size_t got =
+      ReadAllAt(device, begin, {room, static_cast<std::size_t>(std::min(end - begin, kRoom))});
+  const std::uint64_t skipped = offset - begin;
+  if (got <= skipped) return 0;
+  const auto given = static_cast<std::size_t>(std::min(got - skipped, wanted));
+  std::copy_n(room + skipped, given, to.data());
+  return given;
+}
+
+bool OpenDevice(const std::string& path, InputFile& input) {
+  if (!IsUsable(path)) return false;
+  const auto device = std::make_shared<File>(
+      CreateFileW(Wide(path).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+  GET_LENGTH_INFORMATION length{};
+  DISK_GEOMETRY geometry{};
+  DWORD got = 0;
+  if (device->handle == INVALID_HANDLE_VALUE ||
+      !DeviceIoControl(device->handle, IOCTL_DISK_GET_LENGTH_INFO, nullptr, 0, &length,
+                       sizeof length, &got, nullptr) ||
+      !DeviceIoControl(device->handle, IOCTL_DISK_GET_DRIVE_GEOMETRY, nullptr, 0, &geometry,
+                       sizeof geometry, &got, nullptr) ||
+      geometry.BytesPerSector == 0) {
+    return false;
+  }
+  const auto size = static_cast<std::uint64_t>(length.Length.QuadPart);
+  input.size = size;
+  input.read = [device, size, sector = std::uint64_t{geometry.BytesPerSector}](
+                   std::uint64_t offset, std::span<std::uint8_t> to) {
+    return ReadSectors(device->handle, size, sector, offset, to);
+  };
+  return true;
+}
+
+bool WriteAllAt(HANDLE file, std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+  while (!bytes.empty()) {
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(offset & 0xFFFFFFFF);
+    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    const auto size = static_cast<DWORD>(std::min(bytes.size(), kMaxTransfer));
+    DWORD wrote = 0;
+    if (!WriteFile(file, bytes.data(), size, &wrote, &place) || wrote == 0) return false;
+    offset += wrote;
+    bytes = bytes.subspan(wrote);
+  }
+  return true;
+}
+
+std::optional<NewFile> OpenForBytes(const std::string& path, DWORD how) {
+  if (!IsUsable(path)) return std::nullopt;
+  const auto file =
+      std::make_shared<File>(CreateFileW(SystemPath(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ,
+                                         nullptr, how, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (file->handle == INVALID_HANDLE_VALUE) return std::nullopt;
+  NewFile made;
+  made.write = [file](std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+    return WriteAllAt(file->handle, offset, bytes);
+  };
+  made.close = [file] { return Close(*file); };
+  return made;
 }
 
 std::string WindowsLines(std::string_view text) {
@@ -184,6 +262,21 @@ std::optional<InputFile> OpenInput(const std::string& path) {
   return input;
 }
 
+std::optional<ImageFile> OpenImage(const std::string& path) {
+  ImageFile image;
+  if (!IsDevice(path)) {
+    const auto file = OpenInput(path);
+    if (!file) return std::nullopt;
+    image.file = *file;
+  } else if (!OpenDevice(path, image.file)) {
+    return std::nullopt;
+  }
+  image.next_stretch = [size = image.file.size](std::uint64_t offset) {
+    return FileStretch{std::min(offset, size), size};
+  };
+  return image;
+}
+
 std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::string& path,
                                                                 bool append) {
   if (!IsUsable(path)) return std::nullopt;
@@ -194,6 +287,17 @@ std::optional<std::function<bool(std::string_view)>> OpenOutput(const std::strin
   return [file](std::string_view text) {
     return text.empty() ? Close(*file) : WriteText(file->handle, text);
   };
+}
+
+std::optional<NewFile> MakeFile(const std::string& path) { return OpenForBytes(path, CREATE_NEW); }
+
+std::optional<NewFile> ReopenFile(const std::string& path) {
+  return OpenForBytes(path, OPEN_EXISTING);
+}
+
+bool RenameToNew(const std::string& from, const std::string& to) {
+  return IsUsable(from) && IsUsable(to) &&
+         MoveFileExW(SystemPath(from).c_str(), SystemPath(to).c_str(), 0) != 0;
 }
 
 bool FileExists(const std::string& path) {

@@ -5,6 +5,7 @@
 #include <shellapi.h>
 #include <shlobj.h>
 
+#include <algorithm>
 #include <array>
 
 #include "logs/platform.h"
@@ -217,6 +218,13 @@ bool OnRemovableDrive(const std::string& program_path) {
 
 // Large pages are a privilege of services here.
 void ExpectFilled(void*, std::size_t) {}
+
+std::optional<std::uint64_t> AvailableMemory() {
+  MEMORYSTATUSEX memory{};
+  memory.dwLength = sizeof memory;
+  if (!GlobalMemoryStatusEx(&memory)) return std::nullopt;
+  return std::min<std::uint64_t>(memory.ullAvailPhys, memory.ullAvailPageFile);
+}
 
 std::uint64_t CurrentFiletime() {
   FILETIME now{};

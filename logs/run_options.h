@@ -79,6 +79,13 @@ struct RunOptions {
   bool complete = false;
   // Whether records are given that a log does not use any more.
   bool recover = false;
+  // Whether an event that several logs hold is given once.
+  bool unique = false;
+
+  // Raw images that are searched for logs, each once, in its order, and where found logs go.
+  std::vector<std::string> images;
+  bool keeps_carved = false;
+  std::string carve_folder;
 
   // How the run talks.
   bool strict = false;  // what there is to remark ends the run
@@ -121,6 +128,12 @@ struct RunOptions {
   std::string stats_file;
   std::vector<std::string> hist_ids;
 };
+
+// Whether logs are looked for in raw images, and nothing else is read.
+inline bool IsCarving(const RunOptions& options) { return !options.images.empty(); }
+
+// Whether records say where they stand, and what of them is proved.
+inline bool TellsPlaces(const RunOptions& options) { return options.recover || IsCarving(options); }
 
 // Whether records are written as they are read, and nothing but records goes to standard output.
 inline bool IsStream(const RunOptions& options) {

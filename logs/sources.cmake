@@ -6,6 +6,7 @@ target_sources(tarnlex_core PRIVATE
   logs/iso_time.cpp
   logs/known_options.cpp
   logs/log_content.cpp
+  logs/log_marks.cpp
   logs/option_search.cpp
   logs/output_guard.cpp
   logs/parse_number.cpp
@@ -13,6 +14,8 @@ target_sources(tarnlex_core PRIVATE
   logs/plain_ascii.cpp
   logs/record_survey.cpp
   logs/sid.cpp
+  logs/sip_hash.cpp
+  logs/sound_text.cpp
   logs/status_line.cpp
   logs/text.cpp
   logs/text_sink.cpp

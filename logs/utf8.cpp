@@ -1,7 +1,10 @@
 #include "logs/utf8.h"
 
 #include <algorithm>
-#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace tarnlex {
 namespace {
@@ -25,14 +28,37 @@ bool IsShortest(std::uint32_t code, std::size_t size) {
 
 // Text is ASCII mostly: looked at many bytes at a time.
 constexpr std::size_t kAsciiBlock = 64;
+
+#if defined(__SSE2__)
+
 bool IsAsciiBlock(const char* at) {
-  std::uint64_t any = 0;
+  __m128i any = _mm_setzero_si128();
   for (std::size_t i = 0; i < kAsciiBlock; i += sizeof any) {
-    std::uint64_t bytes;
-    std::memcpy(&bytes, at + i, sizeof bytes);
-    any |= bytes;
+    any = _mm_or_si128(any,
+                       _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + i)));  // unaligned
   }
-  return (any & 0x8080808080808080U) == 0;
+  return _mm_movemask_epi8(any) == 0;
+}
+
+#else
+
+bool IsAsciiBlock(const char* at) {
+  return std::all_of(at, at + kAsciiBlock, [](char c) { return c >= 0; });
+}
+
+#endif
+
+// A multiple of the block's size that begins the text and is all ASCII.
+std::size_t AsciiBlocks(std::string_view text) {
+  std::size_t at = 0;
+  for (; text.size() - at >= 2 * kAsciiBlock; at += 2 * kAsciiBlock) {
+    const char* const two = text.data() + at;
+    if (!IsAsciiBlock(two) || !IsAsciiBlock(two + kAsciiBlock)) break;
+  }
+  for (; text.size() - at >= kAsciiBlock; at += kAsciiBlock) {
+    if (!IsAsciiBlock(text.data() + at)) break;
+  }
+  return at;
 }
 
 }  // namespace
@@ -57,10 +83,7 @@ Utf8Character NextUtf8(std::string_view text) {
 std::size_t ValidUtf8(std::string_view text) {
   std::size_t at = 0;
   while (at < text.size()) {
-    if (text.size() - at >= kAsciiBlock && IsAsciiBlock(text.data() + at)) {
-      at += kAsciiBlock;
-      continue;
-    }
+    at += AsciiBlocks(text.substr(at));
     // Once around behind a block that is not all ASCII, or to the end.
     const std::size_t end = std::min(at + kAsciiBlock, text.size());
     while (at < end) {

@@ -28,10 +28,12 @@ struct Card {
   std::string event_id;
   std::string recovered;
   std::string offset;
+  std::string log_name;
   std::string date_time;
   DateTimeText time;
   std::string_view level;
   std::vector<std::string_view> values;
+  PickedRow picked;
   std::vector<CardLine> lines;
 };
 
@@ -57,7 +59,7 @@ std::string_view FixedText(const CardWriter& writer, const EventRecord& row, Col
     case ColumnKind::kProvider: return row.providerName;
     case ColumnKind::kRecovered: return card.recovered;
     case ColumnKind::kOffset: return card.offset;
-    case ColumnKind::kLog: return writer.log_name;
+    case ColumnKind::kLog: return card.log_name;
     case ColumnKind::kValue: break;
   }
   return {};
@@ -69,12 +71,11 @@ void FillTexts(CardWriter& writer, const EventRows& rows, std::uint32_t number) 
   card.record = std::to_string(row.eventRecordId);
   card.event_id = KnowsEventId(rows, number) ? std::to_string(row.eventId) : std::string();
   card.recovered = RecoveryText(rows, number);
+  card.log_name = LogNameOf(rows, number, writer.log_name);
   if (rows.keeps_places) card.offset = std::to_string(rows.places[number].file_offset);
   card.time = FormatDateTime(writer.date_time, row.timeCreated);
   card.date_time = std::string(card.time.date).append(" ").append(card.time.time);
   card.level = LevelText(writer.is_evtx, row.level);
-  card.values.clear();
-  if (row.columns) ReadCells(row, card.values);
 }
 
 void AddFixedLines(CardWriter& writer, const EventRecord& row,
@@ -87,6 +88,7 @@ void AddFixedLines(CardWriter& writer, const EventRecord& row,
 // All that the row has; its provider once.
 void AddAllLines(CardWriter& writer, const EventRecord& row) {
   Card& card = writer.card;
+  ReadCells(row, card.values);
   AddFixedLines(writer, row, {ColumnKind::kRecord, ColumnKind::kEventId});
   if (writer.options.pair_datetime) {
     AddFixedLines(writer, row, {ColumnKind::kDateTime});
@@ -100,21 +102,20 @@ void AddAllLines(CardWriter& writer, const EventRecord& row) {
     const bool told = writer.is_evtx && static_cast<int>(i) == row.columns->provider_name;
     if (!told) card.lines.push_back({row.columns->names[i], card.values[i]});
   }
-  if (writer.options.recover)
+  if (TellsPlaces(writer.options))
     AddFixedLines(writer, row, {ColumnKind::kRecovered, ColumnKind::kOffset});
   AddFixedLines(writer, row, {ColumnKind::kLog});
 }
 
 void AddPickedLines(CardWriter& writer, const PickedColumns& picked, const EventRecord& row) {
   Card& card = writer.card;
-  const std::vector<int>* const cells =
-      row.columns ? &picked.cells.find(row.columns)->second : nullptr;
+  ReadPickedRow(picked, row, card.picked);
   for (std::size_t i = 0; i < picked.columns.size(); ++i) {
     const PickedColumn& column = picked.columns[i];
-    std::string_view value = FixedText(writer, row, column.kind);
-    const int cell = cells ? (*cells)[i] : -1;
-    if (cell >= 0) value = card.values[static_cast<std::size_t>(cell)];
-    card.lines.push_back({column.name, value, column.kind});
+    const bool is_value = column.kind == ColumnKind::kValue;
+    card.lines.push_back(
+        {column.name, is_value ? PickedText(card.picked, i) : FixedText(writer, row, column.kind),
+         column.kind});
   }
 }
 

@@ -19,6 +19,8 @@ using Kind = EventJsonStepKind;
 struct Filling {
   const EventStructure& event;
   const EventJson& layout;
+  const SubstitutionValue* slots = event.slots.room.data();
+  const char* literals = layout.literals.data();
   char* begin = nullptr;  // of attributes
   bool has_attributes = false;
   char* list = nullptr;  // where its first value stands
@@ -26,12 +28,12 @@ struct Filling {
   bool met_array = false;  // of several values, where an element is to stand for each
 };
 
-std::string_view LiteralOf(const EventJson& layout, std::uint32_t at, std::uint32_t size) {
-  return {layout.literals.data() + at, size};
+std::string_view LiteralOf(const Filling& run, std::uint32_t at, std::uint32_t size) {
+  return {run.literals + at, size};
 }
 
 const SubstitutionValue& ValueOf(const Filling& run, const EventJsonPart& part) {
-  return part.is_element ? part.element : run.event.slots[part.slot];
+  return part.is_element ? part.element : run.slots[part.slot];
 }
 
 std::span<const EventJsonPart> PartsOf(const Filling& run, const EventJsonStep& step) {
@@ -45,7 +47,7 @@ char* WriteArrayText(Filling& run, const SubstitutionValue& array, std::size_t& 
 }
 
 char* WriteText(Filling& run, const EventJsonPart& part, char* out) {
-  if (part.is_literal) return CopyText(LiteralOf(run.layout, part.literal, part.literal_size), out);
+  if (part.is_literal) return CopyText(LiteralOf(run, part.literal, part.literal_size), out);
   const SubstitutionValue& value = ValueOf(run, part);
   std::size_t count = 0;
   char* const end = IsArray(value) ? WriteArrayText(run, value, count, out)
@@ -96,55 +98,47 @@ const EventJsonPart* OnlyPart(const Filling& run, std::span<const EventJsonPart>
 }
 
 // The value of a step, which mostly is one slot.
-char* WriteValue(Filling& run, const EventJsonStep& step, char* out) {
-  if (step.slot != kNoSlot && !IsArray(run.event.slots[step.slot])) {
-    return WriteEventJsonValue(run.event, run.event.slots[step.slot], out);
+inline char* WriteValue(Filling& run, const EventJsonStep& step, char* out) {
+  if (step.slot == kNoSlot) return step.part_count == 0 ? out : WriteParts(run, step, out);
+  const SubstitutionValue& value = run.slots[step.slot];
+  if (value.type == kEvtVarTypeNull) return out;
+  return IsArray(value) ? WriteParts(run, step, out) : WriteEventJsonValue(run.event, value, out);
+}
+
+// What stands for a value without a text.
+std::string_view EmptyOf(Kind kind) {
+  switch (kind) {
+    case Kind::kValue:
+    case Kind::kEnd: return "null";
+    case Kind::kDataValue:
+    case Kind::kEndData: return "\"\"";
+    default: return {};
   }
-  return WriteParts(run, step, out);
 }
 
-char* WriteValueOr(Filling& run, const EventJsonStep& step, std::string_view empty, char* out) {
+// The text of an element with attributes, and its end.
+char* WriteTextMember(Filling& run, const EventJsonStep& step, char* out) {
+  if (step.part_count == 0) return out;
   char* const end = WriteValue(run, step, out);
-  return end != out ? end : CopyText(empty, out);
+  return end != out ? CopyText("}", end) : CopyText(kEndOfBoth, out - kTextBehindAttributes.size());
 }
 
-// A member with a comma in front or behind; nothing without a text.
-char* WriteMember(Filling& run, const EventJsonStep& step, std::string_view key, char* out) {
-  char* const at = CopyText(key, out);
-  char* const end = WriteValue(run, step, at);
-  return end != at ? end : out;
+// An element of whose attributes none has a text is its value alone.
+char* EndElement(Filling& run, const EventJsonStep& step, char* out) {
+  if (run.has_attributes) return WriteTextMember(run, step, out);
+  char* const end = WriteValue(run, step, run.begin);
+  return end != run.begin ? end : CopyText(EmptyOf(step.kind), end);
 }
 
-char* BeginAttributes(Filling& run, char* out) {
-  run.begin = out;
-  run.has_attributes = false;
-  return CopyText("{\"#attributes\":{", out);
+char* BeginContent(const Filling& run, char* out) {
+  return run.has_attributes ? out : CopyText("{", run.begin);
 }
 
-// The step's literal, the attribute's name, is written here: only if it has a text.
-char* WriteAttribute(Filling& run, const EventJsonStep& step, char* out) {
-  char* at = out;
-  if (run.has_attributes) *at++ = ',';
-  at = CopyPadded(LiteralOf(run.layout, step.literal, step.literal_size), at);
-  char* const end = WriteValue(run, step, at);
-  if (end == at) return out;
-  run.has_attributes = true;
-  return end;
-}
-
-char* EndAttributes(const Filling& run, char* out) {
-  return run.has_attributes ? CopyText("}", out) : run.begin;
-}
-
-char* EndElement(Filling& run, const EventJsonStep& step, bool has_attributes,
-                 std::string_view empty, char* out) {
-  if (!has_attributes) return WriteValueOr(run, step, empty, out);
-  return CopyText("}", WriteMember(run, step, ",\"#text\":", out));
-}
-
+// With a comma behind.
 char* WriteInnerText(Filling& run, const EventJsonStep& step, char* out) {
-  char* const end = WriteMember(run, step, "\"#text\":", out);
-  return end != out ? CopyText(",", end) : out;
+  char* const at = CopyText("\"#text\":", out);
+  char* const end = WriteValue(run, step, at);
+  return end != at ? CopyText(",", end) : out;
 }
 
 char* BeginList(Filling& run, char* out) {
@@ -165,7 +159,11 @@ char* WriteListValue(Filling& run, const EventJsonStep& step, char* out) {
   SubstitutionValue first;
   SubstitutionValue element;
   const bool several = is_array && NextElement(elements, first) && NextElement(elements, element);
-  if (!several) return WriteValueOr(run, step, "\"\"", BeginEntry(run, out));
+  if (!several) {
+    char* const begin = BeginEntry(run, out);
+    char* const end = WriteValue(run, step, begin);
+    return end != begin ? end : CopyText("\"\"", begin);
+  }
   elements = ElementsOf(run.event.bytes, ValueOf(run, parts[0]));
   while (NextElement(elements, element)) {
     out = BeginEntry(run, out);
@@ -181,39 +179,59 @@ char* EndList(const Filling& run, char* out) {
   return out - 1;
 }
 
-char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
-  if (step.kind == Kind::kAttribute) return WriteAttribute(run, step, out);
-  out = CopyPadded(LiteralOf(run.layout, step.literal, step.literal_size), out);
+// Steps that are no value alone; what stands in front of them has been written.
+[[gnu::noinline]] char* WriteMark(Filling& run, const EventJsonStep& step, char* out) {
   switch (step.kind) {
-    case Kind::kValue: return WriteValueOr(run, step, "null", out);
-    case Kind::kDataValue: return WriteValueOr(run, step, "\"\"", out);
-    case Kind::kBeginAttributes: return BeginAttributes(run, out);
-    case Kind::kEndAttributes: return EndAttributes(run, out);
-    case Kind::kEnd: return EndElement(run, step, run.has_attributes, "null", out);
-    case Kind::kEndData: return EndElement(run, step, run.has_attributes, "\"\"", out);
-    case Kind::kEndFixed: return EndElement(run, step, true, "", out);
-    case Kind::kBeginContent: return CopyText(run.has_attributes ? "," : "{", out);
+    case Kind::kEnd:
+    case Kind::kEndData: return EndElement(run, step, out);
+    case Kind::kEndFixed: return WriteTextMember(run, step, out);
+    case Kind::kBeginContent: return BeginContent(run, out);
     case Kind::kText: return WriteInnerText(run, step, out);
     case Kind::kBeginList: return BeginList(run, out);
     case Kind::kEntry: return BeginEntry(run, out);
     case Kind::kListValue: return WriteListValue(run, step, out);
     case Kind::kEndList: return EndList(run, out);
+    case Kind::kValue:
+    case Kind::kDataValue:
+    case Kind::kBeginAttributes:
     case Kind::kAttribute:
     case Kind::kNothing: break;
   }
   return out;
 }
 
+bool IsValue(Kind kind) {
+  return kind == Kind::kValue || kind == Kind::kDataValue || kind == Kind::kAttribute;
+}
+
+char* BeginAttributes(Filling& run, char* out) {
+  run.begin = out - kAttributesBegin.size();
+  run.has_attributes = false;
+  return out;
+}
+
+// Most steps are values.
+inline char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
+  const bool is_attribute = step.kind == Kind::kAttribute;
+  // Without its comma where the attribute is the first.
+  const std::uint32_t left_out = is_attribute && !run.has_attributes ? 1 : 0;
+  const std::string_view literal =
+      LiteralOf(run, step.literal + left_out, step.literal_size - left_out);
+  char* const at = CopyPadded(literal, out);
+  if (step.kind == Kind::kBeginAttributes) return BeginAttributes(run, at);
+  if (!IsValue(step.kind)) return WriteMark(run, step, at);
+  char* const end = WriteValue(run, step, at);
+  run.has_attributes |= is_attribute && end != at;
+  if (end != at) return end;
+  return is_attribute ? out : CopyText(EmptyOf(step.kind), at);
+}
+
 // What every line ends with.
 constexpr std::string_view kLineEnd = "}\n";
 
-// Room for the texts of all slots that the layout has.
-std::size_t RoomForSlots(const EventStructure& event, const EventJson& layout) {
+// Room for the texts of all slots of a layout that repeats elements, and what stands in them.
+std::size_t RoomForParts(const EventStructure& event, const EventJson& layout) {
   std::size_t size = 0;
-  if (layout.slots_once) {
-    for (std::size_t i = 0; i < event.slots.count; ++i) size += MaxSlotText(event, event.slots[i]);
-    return size;
-  }
   for (const EventJsonPart& part : layout.parts) {
     if (!part.is_literal && !part.is_element) size += MaxSlotText(event, event.slots[part.slot]);
   }
@@ -223,9 +241,10 @@ std::size_t RoomForSlots(const EventStructure& event, const EventJson& layout) {
 }  // namespace
 
 bool WriteEventJson(TextSink& out, const EventStructure& event, const EventJson& layout,
-                    bool repeats, std::string_view beside) {
+                    bool repeats, std::size_t slot_room, std::string_view beside) {
   Filling run{event, layout};
-  char* at = Reserve(out, layout.room + RoomForSlots(event, layout) + beside.size());
+  if (repeats) slot_room = RoomForParts(event, layout);
+  char* at = Reserve(out, layout.room + slot_room + beside.size());
   for (const EventJsonStep& step : layout.steps) at = WriteStep(run, step, at);
   if (run.met_array && !repeats) return false;
   if (!beside.empty()) at = CopyText(kLineEnd, CopyText(beside, at - kLineEnd.size()));

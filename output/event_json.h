@@ -20,14 +20,13 @@ enum class EventJsonStepKind : std::uint8_t {
   kValue,      // a value: null without a text
   kDataValue,  // the same of a "Data": "" without a text
   // Attributes of which perhaps none has a text; then the element is written as if it had none.
-  kBeginAttributes,
-  kAttribute,
-  kEndAttributes,
-  kEnd,           // behind them: the element's text, if it has one, and its end
-  kEndData,       // the same of a "Data"
-  kBeginContent,  // behind them: elements follow
-  kEndFixed,      // as kEnd, of an element whose attributes are all there
-  kText,          // the member "#text" in front of elements; nothing without a text
+  kBeginAttributes,  // its literal ends with kAttributesBegin
+  kAttribute,        // its literal begins with a comma
+  kEnd,              // behind them, and behind kEndOfBoth, or kTextBehindAttributes and a value
+  kEndData,          // the same of a "Data"
+  kBeginContent,     // behind them: elements follow
+  kEndFixed,         // as kEnd, of an element whose attributes are all there, and that has a value
+  kText,             // the member "#text" in front of elements; nothing without a text
   // A list that is its only value if it has but one.
   kBeginList,
   kEntry,      // an object, which follows
@@ -46,6 +45,10 @@ struct EventJsonPart {
   SubstitutionValue element = {};
 };
 
+inline constexpr std::string_view kAttributesBegin = "{\"#attributes\":{";
+inline constexpr std::string_view kTextBehindAttributes = "},\"#text\":";
+inline constexpr std::string_view kEndOfBoth = "}}";  // of the attributes and the element
+
 inline constexpr std::uint32_t kNoSlot = ~std::uint32_t{0};
 
 struct EventJsonStep {
@@ -62,8 +65,7 @@ struct EventJson {
   std::string literals;  // and behind them a block that may be read
   std::vector<EventJsonStep> steps;
   std::vector<EventJsonPart> parts;
-  std::size_t room = 0;     // bytes that a line takes at most, beside the texts of slots
-  bool slots_once = false;  // no slot stands in two places
+  std::size_t room = 0;  // bytes that a line takes at most, beside the texts of slots
   bool made = false;
 };
 
@@ -73,9 +75,10 @@ struct EventJson {
 EventJson LayOutEventJson(const EventStructure& event, const Document& document, bool repeats);
 
 // Writes the line of an event. False, nothing being written, when it has to have a layout of its
-// own, with `repeats`; never if it has one. What stands beside the event is told by `beside`.
+// own, with `repeats`; never if it has one. `slot_room` bounds the texts of the document's slots
+// (RoomForSlots); what stands beside the event is told by `beside`.
 bool WriteEventJson(TextSink& out, const EventStructure& event, const EventJson& layout,
-                    bool repeats, std::string_view beside);
+                    bool repeats, std::size_t slot_room, std::string_view beside);
 
 // Writes the line of a record that has no event: what its header says of it.
 void WriteBareEventJson(TextSink& out, std::uint64_t record_id, std::uint64_t written_time,

@@ -1,7 +1,6 @@
 // Makes the layouts that output/event_json.cpp follows.
 #include <algorithm>
 #include <map>
-#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -40,9 +39,11 @@ struct Element {
 
 // Names that are taken in an object.
 struct Names {
-  std::set<std::string, std::less<>> taken;
-  std::map<std::string, std::size_t, std::less<>> numbers;  // the last number behind a name
+  std::vector<std::string> few = {};  // looked through one by one
+  // All of them once they are many, with the last number that was tried behind each.
+  std::map<std::string, std::size_t, std::less<>> many = {};
 };
+constexpr std::size_t kFewNames = 64;
 
 void Say(LayingOut& run, std::string_view text) { run.layout.literals += text; }
 
@@ -55,10 +56,10 @@ bool IsLiteral(Parts parts) {
                       [](const Item& part) { return part.kind == ItemKind::kSlot; });
 }
 
-std::string LiteralText(Parts parts) {
-  std::string text;
-  for (const Item& part : parts) text += part.text;
-  return text;
+bool IsEmpty(Parts parts) {
+  return std::all_of(parts.begin(), parts.end(), [](const Item& part) {
+    return part.kind != ItemKind::kSlot && part.text.empty();
+  });
 }
 
 EventJsonPart MakePart(LayingOut& run, const Item& item, const OneOfArray& one) {
@@ -66,11 +67,10 @@ EventJsonPart MakePart(LayingOut& run, const Item& item, const OneOfArray& one) 
   part.slot = item.slot;
   part.optional = item.optional;
   if (item.kind != ItemKind::kSlot) {
-    const std::string string = JsonString(item.text);
     part.is_literal = true;
     part.literal = Said(run);
-    part.literal_size = static_cast<std::uint32_t>(string.size() - 2);
-    Say(run, std::string_view(string).substr(1, string.size() - 2));
+    AppendEscapedJson(run.layout.literals, item.text);
+    part.literal_size = Said(run) - part.literal;
   } else if (one && IsArray(run.event.slots[item.slot])) {
     part.is_element = true;
     part.element = *one;
@@ -93,17 +93,40 @@ void AddStep(LayingOut& run, Kind kind, Parts parts = {}, const OneOfArray& one 
   run.literal = Said(run);
 }
 
-std::string FreeName(Names& names, std::string_view name) {
-  std::string free(name);
-  std::size_t& number = names.numbers[free];
-  while (!names.taken.insert(free).second) {
-    free = std::string(name) + "_" + std::to_string(++number);
+void SayString(LayingOut& run, std::string_view text) {
+  Say(run, "\"");
+  AppendEscapedJson(run.layout.literals, text);
+  Say(run, "\"");
+}
+
+// False for a name that is taken already.
+bool Take(Names& names, std::string_view name) {
+  if (names.many.empty()) {
+    if (std::find(names.few.begin(), names.few.end(), name) != names.few.end()) return false;
+    names.few.emplace_back(name);
+    if (names.few.size() <= kFewNames) return true;
+    for (std::string& each : names.few) names.many.emplace(std::move(each), 0);
+    return true;
   }
+  return names.many.try_emplace(std::string(name), 0).second;
+}
+
+// The name with the first number behind it that makes it another.
+std::string TakeNumbered(Names& names, std::string_view name) {
+  const auto known = names.many.find(name);
+  std::size_t first = 0;
+  std::size_t& number = known == names.many.end() ? first : known->second;
+  std::string free;
+  do {
+    free = std::string(name) + "_" + std::to_string(++number);
+  } while (!Take(names, free));
   return free;
 }
 
 void SayKey(LayingOut& run, Names& names, std::string_view name) {
-  Say(run, JsonString(FreeName(names, name)) + ":");
+  const bool is_free = Take(names, name);
+  SayString(run, is_free ? name : TakeNumbered(names, name));
+  Say(run, ":");
 }
 
 // Attributes that are said: those without any text are not.
@@ -113,8 +136,7 @@ std::vector<const AttributeView*> AttributesOf(const Element& element) {
   for (const AttributeView& attribute : element.view.attributes) {
     const bool is_name = skips_name && attribute.name == "Name";
     if (is_name) skips_name = false;
-    const bool is_empty = IsLiteral(attribute.parts) && LiteralText(attribute.parts).empty();
-    if (!is_name && !is_empty) said.push_back(&attribute);
+    if (!is_name && !IsEmpty(attribute.parts)) said.push_back(&attribute);
   }
   return said;
 }
@@ -123,13 +145,14 @@ enum class Attributes : std::uint8_t { kNone, kFixed, kPerhaps };
 
 void SayFixedAttributes(LayingOut& run, const std::vector<const AttributeView*>& attributes) {
   Names names;
-  Say(run, "{\"#attributes\":{");
+  Say(run, kAttributesBegin);
   for (const AttributeView* attribute : attributes) {
     if (attribute != attributes.front()) Say(run, ",");
     SayKey(run, names, attribute->name);
-    Say(run, JsonString(LiteralText(attribute->parts)));
+    Say(run, "\"");
+    for (const Item& part : attribute->parts) AppendEscapedJson(run.layout.literals, part.text);
+    Say(run, "\"");
   }
-  Say(run, "}");
 }
 
 Attributes LayOutAttributes(LayingOut& run, const Element& element) {
@@ -142,12 +165,13 @@ Attributes LayOutAttributes(LayingOut& run, const Element& element) {
     return Attributes::kFixed;
   }
   Names names;
+  Say(run, kAttributesBegin);
   AddStep(run, Kind::kBeginAttributes);
   for (const AttributeView* attribute : said) {
+    Say(run, ",");
     SayKey(run, names, attribute->name);
     AddStep(run, Kind::kAttribute, attribute->parts, element.one);
   }
-  AddStep(run, Kind::kEndAttributes);
   return Attributes::kPerhaps;
 }
 
@@ -155,14 +179,15 @@ Attributes LayOutAttributes(LayingOut& run, const Element& element) {
 void LayOutText(LayingOut& run, const Element& element, Attributes attributes) {
   const bool is_data = element.named_data || element.unnamed_data;
   const Parts parts = element.view.parts;
-  switch (attributes) {
-    case Attributes::kNone:
-      AddStep(run, is_data ? Kind::kDataValue : Kind::kValue, parts, element.one);
-      break;
-    case Attributes::kFixed: AddStep(run, Kind::kEndFixed, parts, element.one); break;
-    case Attributes::kPerhaps:
-      AddStep(run, is_data ? Kind::kEndData : Kind::kEnd, parts, element.one);
-      break;
+  if (attributes == Attributes::kNone) {
+    AddStep(run, is_data ? Kind::kDataValue : Kind::kValue, parts, element.one);
+    return;
+  }
+  Say(run, parts.empty() ? kEndOfBoth : kTextBehindAttributes);
+  if (attributes == Attributes::kPerhaps) {
+    AddStep(run, is_data ? Kind::kEndData : Kind::kEnd, parts, element.one);
+  } else if (!parts.empty()) {
+    AddStep(run, Kind::kEndFixed, parts, element.one);
   }
 }
 
@@ -183,15 +208,16 @@ Element MakeElement(const LayingOut& run, std::uint32_t at, bool by_name) {
   return element;
 }
 
-// The elements that one of them becomes.
-std::vector<Element> Repeated(LayingOut& run, Element element) {
-  if (element.unnamed_data) return {std::move(element)};
-  std::vector<Element> elements;
+// Adds the elements that one of them becomes.
+void AddRepeated(LayingOut& run, Element element, std::vector<Element>& elements) {
+  if (element.unnamed_data || run.repeatable == 0) {
+    elements.push_back(std::move(element));
+    return;
+  }
   for (const OneOfArray& one : RepeatedFor(run.event, run.document, element.at, run.repeatable)) {
     elements.push_back(element);
     elements.back().one = one;
   }
-  return elements;
 }
 
 bool IsBareValue(const Element& element) {
@@ -231,13 +257,12 @@ bool HoldsData(std::string_view name) { return name == "EventData" || name == "U
 // The members for the elements inside of one.
 void LayOutChildren(LayingOut& run, const Element& parent, bool holds_data) {
   Names names;
-  if (!parent.view.attributes.empty()) names.taken.insert("#attributes");
-  if (!parent.view.parts.empty()) names.taken.insert("#text");
+  if (!parent.view.attributes.empty()) Take(names, "#attributes");
+  if (!parent.view.parts.empty()) Take(names, "#text");
   std::vector<Element> elements;
+  elements.reserve(parent.view.children.size());
   for (const std::uint32_t at : parent.view.children) {
-    for (Element& element : Repeated(run, MakeElement(run, at, holds_data))) {
-      elements.push_back(std::move(element));
-    }
+    AddRepeated(run, MakeElement(run, at, holds_data), elements);
   }
   bool first = true;
   bool listed = false;
@@ -263,8 +288,11 @@ void LayOutElement(LayingOut& run, const Element& element, bool holds_data) {
   }
   switch (attributes) {
     case Attributes::kNone: Say(run, "{"); break;
-    case Attributes::kFixed: Say(run, ","); break;
-    case Attributes::kPerhaps: AddStep(run, Kind::kBeginContent); break;
+    case Attributes::kFixed: Say(run, "},"); break;
+    case Attributes::kPerhaps:
+      Say(run, "},");
+      AddStep(run, Kind::kBeginContent);
+      break;
   }
   if (!element.view.parts.empty()) AddStep(run, Kind::kText, element.view.parts, element.one);
   LayOutChildren(run, element, holds_data);
@@ -291,13 +319,14 @@ EventJson LayOutEventJson(const EventStructure& event, const Document& document,
   layout.made = true;
   LayingOut run{event, document, layout, repeats ? kMostRepeated : 0};
   const Element root = MakeElement(run, 0, false);
-  Say(run, "{" + JsonString(root.name) + ":");
+  Say(run, "{");
+  SayString(run, root.name);
+  Say(run, ":");
   LayOutElement(run, root, false);
   Say(run, "}\n");
   AddStep(run, Kind::kNothing);
   layout.literals.append(kCopyBlock, ' ');
   layout.room = RoomFor(event, layout);
-  layout.slots_once = document.slots_once && !repeats;
   return layout;
 }
 

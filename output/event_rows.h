@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "event/carving.h"
 #include "event/recovery.h"
 #include "output/cell_cleaner.h"
 #include "output/repeated_cells.h"
@@ -177,6 +178,7 @@ using TextSet = std::unordered_set<std::string, HashText, std::equal_to<>>;
 struct RowPlace {
   Recovery recovery;
   std::uint64_t file_offset = 0;
+  std::uint64_t source = kNoSource;  // in an image: where what the record was found in begins
 };
 
 // The ordered collection of one log's rows. Column sets and long-lived texts live in it too and
@@ -315,6 +317,17 @@ void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::stri
 // What is told of the row at a position where rows say where they are from: how it was recovered,
 // "slack/all", and nothing of one that was not.
 std::string RecoveryText(const EventRows& rows, std::uint32_t number);
+
+// Where what the row's record was found in begins; kNoSource in a log, which is all there is.
+inline std::uint64_t SourceOf(const EventRows& rows, std::uint32_t number) {
+  return number < rows.places.size() ? rows.places[number].source : kNoSource;
+}
+
+// The name of the log, or of the image with the place that the row's record was found in.
+inline std::string LogNameOf(const EventRows& rows, std::uint32_t number, const std::string& name) {
+  const std::uint64_t source = SourceOf(rows, number);
+  return source == kNoSource ? name : name + SourceText(source);
+}
 
 // Positions in EventRows::rows.
 using RowNumbers = std::vector<std::uint32_t>;

@@ -1,6 +1,7 @@
 #include "output/event_text.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -79,12 +80,11 @@ char* WriteHexNumber(Bytes bytes, char* out) {
   const std::uint64_t number =
       bytes.size() == 4 ? Load<std::uint32_t>(bytes.data()) : Load<std::uint64_t>(bytes.data());
   out = CopyText("0x", out);
-  char digits[2 * sizeof number];
-  WriteHex16(number, digits);
-  const auto zeros = std::min<std::size_t>(static_cast<std::size_t>(std::countl_zero(number)) / 4,
-                                           sizeof digits - 1);
-  std::memcpy(out, digits + zeros, sizeof digits - zeros);
-  return out + sizeof digits - zeros;
+  constexpr int kDigits = 2 * sizeof number;
+  const int zeros = std::min(std::countl_zero(number) / 4, kDigits - 1);
+  // The first digit comes first; what is behind the last is written over.
+  WriteHex16(number << 4 * zeros, out);
+  return out + (kDigits - zeros);
 }
 
 // What is neither true nor false is the number that it is.
@@ -114,57 +114,120 @@ char* WriteBracedGuid(Bytes bytes, char* out) {
   return end + 1;
 }
 
-char* WriteLongTime(std::uint64_t filetime, char* out) {
-  return filetime >> 63 == 0 ? WriteIsoTime(filetime, out) : out;
-}
-
-// As WriteOwn.
-char* WriteOwnXml(std::uint8_t type, Bytes bytes, char* out) {
+char* WriteEventTimeOf(Bytes bytes, char* out) {
   std::uint64_t filetime = 0;
-  switch (type) {
-    case kEvtVarTypeSizeT:
-    case kEvtVarTypeHexInt32:
-    case kEvtVarTypeHexInt64: return WriteHexNumber(bytes, out);
-    case kEvtVarTypeGuid: return WriteBracedGuid(bytes, out);
-    case kEvtVarTypeFileTime:
-      return ReadAt(bytes, 0, filetime) ? WriteLongTime(filetime, out) : out;
-    case kEvtVarTypeSysTime:
-      return ReadSystemTime(bytes, filetime) ? WriteLongTime(filetime, out) : out;
-    default: return out;
-  }
+  return ReadAt(bytes, 0, filetime) ? WriteEventTime(filetime, out) : out;
 }
 
-// Of types whose texts are not those of tables; nothing where the bytes are too few.
-char* WriteOwn(std::uint8_t type, Bytes bytes, char* out) {
+char* WriteEventSystemTime(Bytes bytes, char* out) {
   std::uint64_t filetime = 0;
-  switch (type) {
-    case kEvtVarTypeSizeT:
-    case kEvtVarTypeHexInt32:
-    case kEvtVarTypeHexInt64: return WriteHexNumber(bytes, out);
-    case kEvtVarTypeSingle: return WriteFloat<float>(bytes, {-6, 12}, out);
-    case kEvtVarTypeDouble: return WriteFloat<double>(bytes, {-5, 15}, out);
-    case kEvtVarTypeBoolean: return WriteTruth(bytes, out);
-    case kEvtVarTypeGuid: return WriteGuid(bytes, out);
-    case kEvtVarTypeFileTime:
-      return ReadAt(bytes, 0, filetime) ? WriteEventTime(filetime, out) : out;
-    case kEvtVarTypeSysTime:
-      return ReadSystemTime(bytes, filetime) ? WriteEventTime(filetime, out) : out;
-    default: return out;
-  }
+  return ReadSystemTime(bytes, filetime) ? WriteEventTime(filetime, out) : out;
 }
 
-constexpr std::uint32_t kOwnTexts =
-    TypeBit(kEvtVarTypeSizeT) | TypeBit(kEvtVarTypeSingle) | TypeBit(kEvtVarTypeDouble) |
-    TypeBit(kEvtVarTypeBoolean) | TypeBit(kEvtVarTypeGuid) | TypeBit(kEvtVarTypeFileTime) |
-    TypeBit(kEvtVarTypeSysTime) | TypeBit(kEvtVarTypeHexInt32) | TypeBit(kEvtVarTypeHexInt64);
-constexpr std::uint32_t kBare =
-    TypeBit(kEvtVarTypeSByte) | TypeBit(kEvtVarTypeByte) | TypeBit(kEvtVarTypeInt16) |
-    TypeBit(kEvtVarTypeUInt16) | TypeBit(kEvtVarTypeInt32) | TypeBit(kEvtVarTypeUInt32) |
-    TypeBit(kEvtVarTypeInt64) | TypeBit(kEvtVarTypeUInt64) | TypeBit(kEvtVarTypeBoolean);
-
-bool IsIn(std::uint32_t types, std::uint8_t type) {
-  return type < kTypeBits && (types >> type & 1) != 0;
+char* WriteLongTime(Bytes bytes, char* out) {
+  std::uint64_t filetime = 0;
+  return ReadAt(bytes, 0, filetime) && filetime >> 63 == 0 ? WriteIsoTime(filetime, out) : out;
 }
+
+char* WriteLongSystemTime(Bytes bytes, char* out) {
+  std::uint64_t filetime = 0;
+  return ReadSystemTime(bytes, filetime) && filetime >> 63 == 0 ? WriteIsoTime(filetime, out) : out;
+}
+
+// How values of each type are written.
+using Writer = char* (*)(const EventStructure&, const SubstitutionValue&, char*);
+using Writers = std::array<Writer, kTypeBits>;
+
+char* WriteNothing(const EventStructure&, const SubstitutionValue&, char* out) { return out; }
+
+// The text that tables have too.
+char* WriteCommon(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  return WriteCompleteText(event.bytes, value, out);
+}
+
+// A text of another form; where the bytes are too few for it, that of tables.
+template <char* (*kWriteOwn)(Bytes, char*)>
+char* WriteOwn(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  char* const end = kWriteOwn(Clip(event.bytes, value.offset, value.size), out);
+  return end != out ? end : WriteCommon(event, value, out);
+}
+
+constexpr Writers kXmlWriters = [] {
+  Writers writers{};
+  writers.fill(WriteCommon);
+  writers[kEvtVarTypeNull] = WriteNothing;
+  writers[kEvtVarTypeSizeT] = WriteOwn<WriteHexNumber>;
+  writers[kEvtVarTypeHexInt32] = WriteOwn<WriteHexNumber>;
+  writers[kEvtVarTypeHexInt64] = WriteOwn<WriteHexNumber>;
+  writers[kEvtVarTypeGuid] = WriteOwn<WriteBracedGuid>;
+  writers[kEvtVarTypeFileTime] = WriteOwn<WriteLongTime>;
+  writers[kEvtVarTypeSysTime] = WriteOwn<WriteLongSystemTime>;
+  return writers;
+}();
+
+char* WriteSingle(Bytes bytes, char* out) { return WriteFloat<float>(bytes, {-6, 12}, out); }
+char* WriteDouble(Bytes bytes, char* out) { return WriteFloat<double>(bytes, {-5, 15}, out); }
+
+constexpr Writers kTextWriters = [] {
+  Writers writers = kXmlWriters;
+  writers[kEvtVarTypeSingle] = WriteOwn<WriteSingle>;
+  writers[kEvtVarTypeDouble] = WriteOwn<WriteDouble>;
+  writers[kEvtVarTypeBoolean] = WriteOwn<WriteTruth>;
+  writers[kEvtVarTypeGuid] = WriteOwn<WriteGuid>;
+  writers[kEvtVarTypeFileTime] = WriteOwn<WriteEventTimeOf>;
+  writers[kEvtVarTypeSysTime] = WriteOwn<WriteEventSystemTime>;
+  return writers;
+}();
+
+// Nothing for an empty text.
+template <Writer kWriteText>
+char* WriteQuoted(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  char* const end = kWriteText(event, value, out + 1);
+  if (end == out + 1) return out;
+  *out = *end = '"';
+  return end + 1;
+}
+
+char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  return WriteJsonText(event.bytes, value, out);
+}
+
+template <Writer kWriteText>
+char* WriteEscaped(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  return EscapeJson(out, kWriteText(event, value, out));
+}
+
+template <typename T>
+char* WriteInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  char* const end = WriteJsonInteger<T>(event, value, out);
+  return end != out ? end : WriteQuoted<WriteCommon>(event, value, out);
+}
+
+constexpr Writers kJsonWriters = [] {
+  Writers writers{};
+  writers.fill(WriteQuoted<WriteCommon>);
+  writers[kEvtVarTypeNull] = WriteNothing;
+  writers[kEvtVarTypeString] = WriteQuoted<WriteString>;
+  writers[kEvtVarTypeAnsiString] = WriteQuoted<WriteEscaped<WriteCommon>>;
+  writers[kEvtVarTypeSByte] = WriteInteger<std::int8_t>;
+  writers[kEvtVarTypeByte] = WriteInteger<std::uint8_t>;
+  writers[kEvtVarTypeInt16] = WriteInteger<std::int16_t>;
+  writers[kEvtVarTypeUInt16] = WriteInteger<std::uint16_t>;
+  writers[kEvtVarTypeInt32] = WriteInteger<std::int32_t>;
+  writers[kEvtVarTypeUInt32] = WriteInteger<std::uint32_t>;
+  writers[kEvtVarTypeInt64] = WriteInteger<std::int64_t>;
+  writers[kEvtVarTypeUInt64] = WriteInteger<std::uint64_t>;
+  writers[kEvtVarTypeSingle] = WriteQuoted<WriteEscaped<WriteOwn<WriteSingle>>>;
+  writers[kEvtVarTypeDouble] = WriteQuoted<WriteEscaped<WriteOwn<WriteDouble>>>;
+  writers[kEvtVarTypeBoolean] = WriteOwn<WriteTruth>;
+  writers[kEvtVarTypeGuid] = WriteQuoted<WriteOwn<WriteGuid>>;
+  writers[kEvtVarTypeSizeT] = WriteQuoted<WriteOwn<WriteHexNumber>>;
+  writers[kEvtVarTypeFileTime] = WriteQuoted<WriteOwn<WriteEventTimeOf>>;
+  writers[kEvtVarTypeSysTime] = WriteQuoted<WriteOwn<WriteEventSystemTime>>;
+  writers[kEvtVarTypeHexInt32] = WriteQuoted<WriteOwn<WriteHexNumber>>;
+  writers[kEvtVarTypeHexInt64] = WriteQuoted<WriteOwn<WriteHexNumber>>;
+  return writers;
+}();
 
 }  // namespace
 
@@ -176,30 +239,18 @@ char* WriteEventTime(std::uint64_t filetime, char* out) {
 }
 
 char* WriteEventText(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  if (IsIn(kOwnTexts, value.type)) {
-    char* const end = WriteOwn(value.type, Clip(event.bytes, value.offset, value.size), out);
-    if (end != out) return end;
-  }
-  return WriteCompleteText(event.bytes, value, out);
+  return value.type < kTypeBits ? kTextWriters[value.type](event, value, out)
+                                : WriteCommon(event, value, out);
 }
-
-namespace {
-
-char* WriteBare(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* end = WriteJsonInteger(event, value, out);
-  if (end != out) return end;
-  end = WriteEventText(event, value, out);
-  return end == out || value.type == kEvtVarTypeBoolean ? end : QuoteJson(out, end);
-}
-
-}  // namespace
 
 char* WriteXmlValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  if (IsIn(kOwnTexts, value.type)) {
-    char* const end = WriteOwnXml(value.type, Clip(event.bytes, value.offset, value.size), out);
-    if (end != out) return end;
-  }
-  return WriteCompleteText(event.bytes, value, out);
+  return value.type < kTypeBits ? kXmlWriters[value.type](event, value, out)
+                                : WriteCommon(event, value, out);
+}
+
+char* WriteEventJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  return value.type < kTypeBits ? kJsonWriters[value.type](event, value, out)
+                                : WriteQuoted<WriteEscaped<WriteCommon>>(event, value, out);
 }
 
 std::string EventTextOf(const EventStructure& event, std::span<const Item> parts) {
@@ -214,21 +265,6 @@ std::string EventTextOf(const EventStructure& event, std::span<const Item> parts
     text.append(room.data(), WriteEventText(event, value, room.data()));
   }
   return text;
-}
-
-char* WriteEventJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* end = nullptr;
-  if (value.type == kEvtVarTypeString) {
-    end = WriteJsonText(event.bytes, value, out + 1);
-  } else if (IsIn(kBare, value.type)) {
-    return WriteBare(event, value, out);
-  } else {
-    end = WriteEventText(event, value, out + 1);
-    if (IsFreeCompleteText(value.type)) end = EscapeJson(out + 1, end);
-  }
-  if (end == out + 1) return out;
-  *out = *end = '"';
-  return end + 1;
 }
 
 }  // namespace tarnlex

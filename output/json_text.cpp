@@ -1,11 +1,12 @@
 #include "output/json_text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
-#include <type_traits>
 
 #include "event/slot_text.h"
+#include "logs/find_special.h"
 #include "logs/iso_time.h"
 #include "logs/plain_ascii.h"
 #include "logs/text.h"
@@ -21,10 +22,9 @@ constexpr bool EndsLine(std::uint16_t unit) {
   return unit == 0x85 || unit == 0x2028 || unit == 0x2029;
 }
 
-// Whether the character may have to be written otherwise; it begins a line end, or must.
-bool NeedsEscape(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < ' ' || c == '"' || c == '\\' || byte == 0xC2 || byte == 0xE2;
+// The first byte that may have to be written otherwise: it begins a line end, or must.
+const char* FindToEscape(const char* begin, const char* end) {
+  return FindSpecial<'"', '\\', '\xC2', '\xE2'>(begin, end);
 }
 
 char* WriteEscape(char c, char* out) {
@@ -41,16 +41,18 @@ char* WriteEscape(char c, char* out) {
   return WriteHex(static_cast<unsigned char>(c), 4, out);
 }
 
-// Takes the first character, or byte of one, off `rest` and writes it.
+// Takes the first character, or byte of one, which FindToEscape has found, off `rest` and writes
+// it.
 char* EscapeFirst(std::string_view& rest, char* out) {
   const char c = rest.front();
-  for (std::size_t i = 0; i < std::size(kLineEnds) && NeedsEscape(c); ++i) {
+  const bool is_ascii = static_cast<unsigned char>(c) < 0x80;
+  for (std::size_t i = 0; i < std::size(kLineEnds) && !is_ascii; ++i) {
     if (!rest.starts_with(kLineEnds[i])) continue;
     rest.remove_prefix(kLineEnds[i].size());
     return std::copy(kEscapedLineEnds[i].begin(), kEscapedLineEnds[i].end(), out);
   }
   rest.remove_prefix(1);
-  if (NeedsEscape(c) && static_cast<unsigned char>(c) < 0x80) return WriteEscape(c, out);
+  if (is_ascii) return WriteEscape(c, out);
   *out = c;
   return out + 1;
 }
@@ -122,36 +124,37 @@ char* WriteBare(const EventStructure& event, const SubstitutionValue& value, cha
   return IsReadable(value) ? end : QuoteJson(out, end);
 }
 
-// The number at the beginning of a value; nothing of one that has too few bytes.
-template <typename T>
-char* WriteNumber(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  T number = 0;
-  if (value.size < sizeof number || !ReadAt(event.bytes, value.offset, number)) return out;
-  using Widest = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
-  return WriteDecimal(static_cast<Widest>(number), out);
-}
-
 char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
   *out = '"';
-  if (value.type == kEvtVarTypeString) {
-    char* const end = WriteJsonText(event.bytes, value, out + 1);
-    *end = '"';
-    return end + 1;
-  }
-  char* end = WriteCompleteText(event.bytes, value, out + 1);
-  if (IsFreeCompleteText(value.type)) end = EscapeJson(out + 1, end);
+  char* const end = WriteJsonText(event.bytes, value, out + 1);
   *end = '"';
   return end + 1;
 }
 
-char* WriteTime(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  const Bytes bytes = Clip(event.bytes, value.offset, value.size);
-  std::uint64_t filetime = 0;
-  const bool is_time = value.type == kEvtVarTypeFileTime ? ReadAt(bytes, 0, filetime)
-                                                         : ReadSystemTime(bytes, filetime);
-  char* const end = is_time ? WriteJsonTime(filetime, out) : out;
-  return end != out ? end : WriteString(event, value, out);
+// A text of any other type, with no character that has to be escaped.
+char* WriteQuoted(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  *out = '"';
+  char* const end = WriteCompleteText(event.bytes, value, out + 1);
+  *end = '"';
+  return end + 1;
 }
+
+char* WriteEscapedText(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  *out = '"';
+  char* const end = EscapeJson(out + 1, WriteCompleteText(event.bytes, value, out + 1));
+  *end = '"';
+  return end + 1;
+}
+
+template <bool (*kReadTime)(Bytes, std::uint64_t&)>
+char* WriteTime(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  std::uint64_t filetime = 0;
+  const bool is_time = kReadTime(Clip(event.bytes, value.offset, value.size), filetime);
+  char* const end = is_time ? WriteJsonTime(filetime, out) : out;
+  return end != out ? end : WriteQuoted(event, value, out);
+}
+
+bool ReadFiletime(Bytes bytes, std::uint64_t& filetime) { return ReadAt(bytes, 0, filetime); }
 
 char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, char* out) {
   char* const end = WriteCompleteText(event.bytes, value, out);
@@ -159,74 +162,86 @@ char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, ch
   return is_number ? end : QuoteJson(out, end);
 }
 
+template <typename T>
+char* WriteInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  char* const end = WriteJsonInteger<T>(event, value, out);
+  return end != out ? end : WriteBare(event, value, out);
+}
+
+// How values of each type are written.
+using Writer = char* (*)(const EventStructure&, const SubstitutionValue&, char*);
+
+constexpr auto kWriters = [] {
+  std::array<Writer, kTypeBits> writers{};
+  writers.fill(WriteQuoted);
+  writers[kEvtVarTypeString] = WriteString;
+  writers[kEvtVarTypeAnsiString] = WriteEscapedText;
+  writers[kEvtVarTypeSByte] = WriteInteger<std::int8_t>;
+  writers[kEvtVarTypeByte] = WriteInteger<std::uint8_t>;
+  writers[kEvtVarTypeInt16] = WriteInteger<std::int16_t>;
+  writers[kEvtVarTypeUInt16] = WriteInteger<std::uint16_t>;
+  writers[kEvtVarTypeInt32] = WriteInteger<std::int32_t>;
+  writers[kEvtVarTypeUInt32] = WriteInteger<std::uint32_t>;
+  writers[kEvtVarTypeInt64] = WriteInteger<std::int64_t>;
+  writers[kEvtVarTypeUInt64] = WriteInteger<std::uint64_t>;
+  writers[kEvtVarTypeSingle] = WriteFloat;
+  writers[kEvtVarTypeDouble] = WriteFloat;
+  writers[kEvtVarTypeBoolean] = WriteBare;
+  writers[kEvtVarTypeSizeT] = WriteBare;
+  writers[kEvtVarTypeFileTime] = WriteTime<ReadFiletime>;
+  writers[kEvtVarTypeSysTime] = WriteTime<ReadSystemTime>;
+  return writers;
+}();
+
 char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* const end = WriteJsonInteger(event, value, out);
-  if (end != out) return end;
-  switch (value.type) {
-    case kEvtVarTypeSByte:
-    case kEvtVarTypeByte:
-    case kEvtVarTypeInt16:
-    case kEvtVarTypeUInt16:
-    case kEvtVarTypeInt32:
-    case kEvtVarTypeUInt32:
-    case kEvtVarTypeInt64:
-    case kEvtVarTypeUInt64:
-    case kEvtVarTypeSizeT:
-    case kEvtVarTypeBoolean: return WriteBare(event, value, out);
-    case kEvtVarTypeSingle:
-    case kEvtVarTypeDouble: return WriteFloat(event, value, out);
-    case kEvtVarTypeFileTime:
-    case kEvtVarTypeSysTime: return WriteTime(event, value, out);
-    default: return WriteString(event, value, out);
-  }
+  return value.type < kTypeBits ? kWriters[value.type](event, value, out)
+                                : WriteEscapedText(event, value, out);
+}
+
+[[gnu::noinline]] char* WriteList(const EventStructure& event, const SubstitutionValue& array,
+                                  char* out) {
+  *out = '[';
+  char* const end = WriteJsonEntries(event, array, out + 1);
+  *end = ']';
+  return end + 1;
 }
 
 }  // namespace
 
-char* WriteJsonInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  switch (value.type) {
-    case kEvtVarTypeSByte: return WriteNumber<std::int8_t>(event, value, out);
-    case kEvtVarTypeByte: return WriteNumber<std::uint8_t>(event, value, out);
-    case kEvtVarTypeInt16: return WriteNumber<std::int16_t>(event, value, out);
-    case kEvtVarTypeUInt16: return WriteNumber<std::uint16_t>(event, value, out);
-    case kEvtVarTypeInt32: return WriteNumber<std::int32_t>(event, value, out);
-    case kEvtVarTypeUInt32: return WriteNumber<std::uint32_t>(event, value, out);
-    case kEvtVarTypeInt64: return WriteNumber<std::int64_t>(event, value, out);
-    case kEvtVarTypeUInt64: return WriteNumber<std::uint64_t>(event, value, out);
-    default: return out;
-  }
-}
-
-char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
+char* WriteUncommonJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
   if (!Fits(bytes, text.offset, text.size)) return out;
   return WriteEscaped(bytes.subspan(text.offset), text.size / 2, out);
 }
 
 char* EscapeJson(char* begin, char* end) {
-  // Most texts need nothing; this loop has no way out early, so that it runs many bytes at a time.
-  const auto size = static_cast<std::size_t>(end - begin);
-  unsigned any = 0;
-  for (std::size_t i = 0; i < size; ++i) any |= NeedsEscape(begin[i]) ? 1U : 0U;
-  if (any == 0) return end;
-  char* const first = std::find_if(begin, end, NeedsEscape);
-  const std::string copy(first, end);
-  char* out = first;
+  char* out = begin + (FindToEscape(begin, end) - begin);
+  if (out == end) return end;
+  const std::string copy(out, end);
   for (std::string_view rest = copy; !rest.empty();) {
     out = EscapeFirst(rest, out);
-    const auto plain = std::find_if(rest.begin(), rest.end(), NeedsEscape);
-    out = std::copy(rest.begin(), plain, out);
-    rest.remove_prefix(static_cast<std::size_t>(plain - rest.begin()));
+    const char* const next = FindToEscape(rest.data(), rest.data() + rest.size());
+    out = std::copy(rest.data(), next, out);
+    rest.remove_prefix(static_cast<std::size_t>(next - rest.data()));
   }
   return out;
 }
 
 std::string EscapedJson(std::string_view text) {
-  if (std::none_of(text.begin(), text.end(), NeedsEscape)) return std::string(text);
-  std::string escaped(kJsonPerByte * text.size(), '\0');
-  std::copy(text.begin(), text.end(), escaped.begin());
-  char* const end = EscapeJson(escaped.data(), escaped.data() + text.size());
-  escaped.resize(static_cast<std::size_t>(end - escaped.data()));
+  std::string escaped;
+  AppendEscapedJson(escaped, text);
   return escaped;
+}
+
+void AppendEscapedJson(std::string& to, std::string_view text) {
+  if (FindToEscape(text.data(), text.data() + text.size()) == text.data() + text.size()) {
+    to += text;
+    return;
+  }
+  const std::size_t at = to.size();
+  to.resize(at + kJsonPerByte * text.size());
+  char* const begin = to.data() + at;
+  std::copy(text.begin(), text.end(), begin);
+  to.resize(static_cast<std::size_t>(EscapeJson(begin, begin + text.size()) - to.data()));
 }
 
 std::string JsonString(std::string_view text, std::string_view behind) {
@@ -245,10 +260,7 @@ char* QuoteJson(char* begin, char* end) {
 
 char* WriteJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
   if (!IsArray(value)) return WriteOne(event, value, out);
-  *out = '[';
-  char* const end = WriteJsonEntries(event, value, out + 1);
-  *end = ']';
-  return end + 1;
+  return WriteList(event, value, out);
 }
 
 char* WriteJsonEntries(const EventStructure& event, const SubstitutionValue& array, char* out) {

@@ -2,11 +2,15 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "event/structure.h"
 #include "event/value.h"
+#include "logs/plain_ascii.h"
+#include "logs/text.h"
 
 namespace tarnlex {
 
@@ -18,15 +22,29 @@ inline constexpr std::size_t kJsonPerByte = 6;
 // (U+0085, U+2028, U+2029) are escaped too.
 char* EscapeJson(char* begin, char* end);
 
-// Writes a value of type kEvtVarTypeString as it stands between quotes; returns the end. There is
-// room for kJsonPerByte times its bytes.
-char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out);
+// The long way of WriteJsonText.
+char* WriteUncommonJsonText(Bytes bytes, const SubstitutionValue& text, char* out);
 
-// Writes an integer of as many bytes as its type asks for; nothing of any other value.
-char* WriteJsonInteger(const EventStructure& event, const SubstitutionValue& value, char* out);
+// Writes a value of type kEvtVarTypeString as it stands between quotes; returns the end. There is
+// room for kJsonPerByte times its bytes and kPlainAsciiBlock more.
+inline char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
+  char* const plain_end = WriteQuotableAscii(bytes, text.offset, text.size / 2, out);
+  return plain_end ? plain_end : WriteUncommonJsonText(bytes, text, out);
+}
+
+// Writes the number that a value holds in as many bytes as its type asks for; nothing of one that
+// has fewer.
+template <typename T>
+char* WriteJsonInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
+  T number = 0;
+  if (value.size < sizeof number || !ReadAt(event.bytes, value.offset, number)) return out;
+  using Widest = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
+  return WriteDecimal(static_cast<Widest>(number), out);
+}
 
 // A text as it stands between quotes.
 std::string EscapedJson(std::string_view text);
+void AppendEscapedJson(std::string& to, std::string_view text);
 
 // A text as a JSON string, quotes included, and `behind`.
 std::string JsonString(std::string_view text, std::string_view behind = {});

@@ -147,7 +147,7 @@ void WriteLine(TimelineWriter& line, const EventRows& rows, std::uint32_t number
   WriteShort(line, row);
   WriteDescription(line, row);
   WriteField(line, "2");
-  WriteField(line, line.log_name);
+  WriteField(line, LogNameOf(rows, number, line.log_name));
   WriteInode(line);
   WriteNotes(line, rows, number);
   WriteVerbatim(line.cells, line.fixed.program);

@@ -93,6 +93,17 @@ PickedColumns PickColumns(const EventRows& rows, std::span<const std::uint32_t> 
   return picked;
 }
 
+void ReadPickedRow(const PickedColumns& picked, const EventRecord& row, PickedRow& read) {
+  read.row = &row;
+  read.cells = row.columns ? &picked.cells.find(row.columns)->second : nullptr;
+  if (row.columns) ReadCells(row, read.texts);
+}
+
+std::string_view PickedText(const PickedRow& row, std::size_t column) {
+  const int cell = row.cells ? (*row.cells)[column] : -1;
+  return cell < 0 ? std::string_view() : row.texts[static_cast<std::size_t>(cell)];
+}
+
 void NoteColumns(const EventRows& rows, const LogInfo& log, const RunOptions& options,
                  std::vector<std::string>& missing) {
   if (missing.empty()) return;

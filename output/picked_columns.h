@@ -51,6 +51,19 @@ struct PickedColumns {
 PickedColumns PickColumns(const EventRows& rows, std::span<const std::uint32_t> group,
                           const std::vector<std::string>& names, bool is_evtx, bool paired);
 
+// A row with its texts at hand.
+struct PickedRow {
+  const EventRecord* row = nullptr;
+  const std::vector<int>* cells = nullptr;  // of PickedColumns; null for a row without values
+  std::vector<std::string_view> texts;
+};
+
+// Reads a row of those that the columns were picked for into `read`.
+void ReadPickedRow(const PickedColumns& picked, const EventRecord& row, PickedRow& read);
+
+// The row's value in a column; empty without one.
+std::string_view PickedText(const PickedRow& row, std::size_t column);
+
 // Takes the names out of `missing` that the rows have a column for.
 void NoteColumns(const EventRows& rows, const LogInfo& log, const RunOptions& options,
                  std::vector<std::string>& missing);

@@ -10,28 +10,6 @@
 namespace tarnlex {
 namespace {
 
-// A row whose cells are at hand.
-struct PickedRow {
-  const EventRecord* row = nullptr;
-  std::uint32_t number = 0;
-  const std::vector<int>* cells = nullptr;  // null for a row without values
-  std::vector<std::string_view> texts;
-};
-
-void ReadPickedRow(const PickedColumns& picked, const EventRows& rows, std::uint32_t number,
-                   PickedRow& read) {
-  const EventRecord& row = rows.rows[number];
-  read.row = &row;
-  read.number = number;
-  read.cells = row.columns ? &picked.cells.find(row.columns)->second : nullptr;
-  if (row.columns) ReadCells(row, read.texts);
-}
-
-std::string_view ValueText(const PickedRow& row, std::size_t column) {
-  const int cell = row.cells ? (*row.cells)[column] : -1;
-  return cell < 0 ? std::string_view() : row.texts[static_cast<std::size_t>(cell)];
-}
-
 // Behind a cell that is not there no block can be read.
 std::size_t CharactersOf(std::string_view cell) {
   return cell.empty() ? 0 : CountCellCharacters(cell);
@@ -56,7 +34,7 @@ std::size_t TextWidth(ColumnKind kind, const PickedRow& row, std::size_t column)
   switch (kind) {
     case ColumnKind::kQueryName: return CountCodePoints(row.row->queryName);
     case ColumnKind::kProvider: return CountCodePoints(row.row->providerName);
-    case ColumnKind::kValue: return CharactersOf(ValueText(row, column));
+    case ColumnKind::kValue: return CharactersOf(PickedText(row, column));
     default: return 0;
   }
 }
@@ -69,7 +47,7 @@ std::vector<std::size_t> Measure(const TableWriter& table, const EventRows& rows
   PickedRow read;
   for (std::size_t i = 0; i < group.size(); ++i) {
     FetchAhead(rows, group, i);
-    ReadPickedRow(picked, rows, group[i], read);
+    ReadPickedRow(picked, rows.rows[group[i]], read);
     for (std::size_t column = 0; column < widths.size(); ++column) {
       widths[column] =
           std::max(widths[column], TextWidth(picked.columns[column].kind, read, column));
@@ -89,13 +67,13 @@ void WriteValueCell(TableWriter& table, std::string_view text, std::size_t width
   if (table.padded) Pad(table, width, CharactersOf(text) + longer);
 }
 
-void WriteCell(TableWriter& table, const EventRows& rows, ColumnKind kind, const PickedRow& read,
-               std::size_t column, std::size_t width) {
+void WriteCell(TableWriter& table, const EventRows& rows, std::uint32_t number, ColumnKind kind,
+               const PickedRow& read, std::size_t column, std::size_t width) {
   const EventRecord& row = *read.row;
   const auto time = [&] { return FormatDateTime(table.date_time, row.timeCreated); };
   switch (kind) {
     case ColumnKind::kRecord: WriteNumberCell(table, row.eventRecordId); break;
-    case ColumnKind::kEventId: WriteEventId(table, rows, read.number); break;
+    case ColumnKind::kEventId: WriteEventId(table, rows, number); break;
     case ColumnKind::kDate: WriteDateCell(table, time()); break;
     case ColumnKind::kTime: WriteTimeCell(table, time()); break;
     case ColumnKind::kDateTime: WritePairedCell(table, time()); break;
@@ -106,12 +84,10 @@ void WriteCell(TableWriter& table, const EventRows& rows, ColumnKind kind, const
     case ColumnKind::kProvider:
       WriteRepeatedCell(table, table.provider_text, row.providerName, width);
       break;
-    case ColumnKind::kRecovered: WriteRecovered(table, rows, read.number); break;
-    case ColumnKind::kOffset: WriteNumberCell(table, rows.places[read.number].file_offset); break;
-    case ColumnKind::kLog:
-      WriteRepeatedCell(table, table.log_name_text, table.log_name, width);
-      break;
-    case ColumnKind::kValue: WriteValueCell(table, ValueText(read, column), width); break;
+    case ColumnKind::kRecovered: WriteRecovered(table, rows, number); break;
+    case ColumnKind::kOffset: WriteNumberCell(table, rows.places[number].file_offset); break;
+    case ColumnKind::kLog: WriteLogName(table, rows, number, width); break;
+    case ColumnKind::kValue: WriteValueCell(table, PickedText(read, column), width); break;
   }
 }
 
@@ -137,10 +113,10 @@ void WritePickedTable(TableWriter& table, const EventRows& rows,
   for (std::size_t i = 0; i < group.size(); ++i) {
     if (table.cells.sink->failed) return;
     FetchAhead(rows, group, i);
-    ReadPickedRow(picked, rows, group[i], read);
+    ReadPickedRow(picked, rows.rows[group[i]], read);
     for (std::size_t column = 0; column < widths.size(); ++column) {
       if (column > 0) Write(table.cells, table.between);
-      WriteCell(table, rows, picked.columns[column].kind, read, column, widths[column]);
+      WriteCell(table, rows, group[i], picked.columns[column].kind, read, column, widths[column]);
     }
     Write(table.cells, table.row_end);
   }

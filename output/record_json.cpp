@@ -320,15 +320,11 @@ std::string NameInEvent(std::string_view name) {
 // More than all that is written beside the layout.
 constexpr std::size_t kRecordOverhead = 512;
 
-// A bound of the texts of all slots that the document has.
-std::size_t SlotTexts(const EventStructure& event, const Document& document) {
+// A bound of the texts of all slots of a layout, each as often as it stands there.
+std::size_t RoomForParts(const EventStructure& event, const RecordJson& layout) {
   std::size_t size = 0;
-  if (document.slots_once) {
-    for (std::size_t i = 0; i < event.slots.count; ++i) size += MaxSlotText(event, event.slots[i]);
-    return size;
-  }
-  for (const Item& item : document.items) {
-    if (item.kind == ItemKind::kSlot) size += MaxSlotText(event, event.slots[item.slot]);
+  for (const JsonStepPart& part : layout.steps.parts) {
+    if (part.is_slot) size += MaxSlotText(event, event.slots[part.slot]);
   }
   return size;
 }
@@ -429,6 +425,7 @@ RecordJson LayOutRecordJson(const EventStructure& event, const Document& documen
                             const std::vector<PulledValue>* pulled) {
   RecordJson layout;
   layout.made = true;
+  layout.pulls = pulled != nullptr;
   LayingOut run{event, document};
   Runs runs;
   JsonObject system = MakeObject("System");
@@ -455,8 +452,9 @@ RecordJson LayOutRecordJson(const EventStructure& event, const Document& documen
 }
 
 void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructure& event,
-                     const Document& document, const RecordJson& layout) {
-  const std::size_t once = FixedSize(layout.steps) + SlotTexts(event, document);
+                     std::size_t slot_room, const RecordJson& layout) {
+  const std::size_t once =
+      FixedSize(layout.steps) + (layout.pulls ? RoomForParts(event, layout) : slot_room);
   const std::size_t bound = (record.timesketch ? 3 : 1) * once + record.log.size() +
                             2 * record.report.size() + kRecordOverhead +
                             MaxPlainText(event, layout, StepAt(layout, layout.level));

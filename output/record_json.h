@@ -35,6 +35,7 @@ struct RecordJson {
   int title = -1;      // "Provider"
   int id = -1;         // "EventID"
   int record_id = -1;  // "EventRecordID"
+  bool pulls = false;  // a slot may stand in it twice: among what is pulled, and in "System"
   bool made = false;
 };
 
@@ -55,8 +56,9 @@ struct JsonRecord {
   bool timesketch = false;  // with what an import into Timesketch asks for
 };
 
-// Writes the line of a record, whose plan made the layout.
+// Writes the line of a record, whose plan made the layout. `slot_room` bounds the texts of the
+// document's slots (RoomForSlots).
 void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructure& event,
-                     const Document& document, const RecordJson& layout);
+                     std::size_t slot_room, const RecordJson& layout);
 
 }  // namespace tarnlex

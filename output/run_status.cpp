@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "logs/status_line.h"
+#include "logs/utf8.h"
 #include "output/visible_text.h"
 
 namespace tarnlex {
@@ -13,35 +14,20 @@ constexpr std::size_t kNameColumns = 24;  // worth leaving other things out for
 constexpr std::string_view kCut = "..";
 
 struct Range {
-  char32_t first;
-  char32_t last;
+  std::uint32_t first;
+  std::uint32_t last;
 };
 // What takes two columns on the terminals that we know; a blank more or less does no harm.
 constexpr Range kWide[] = {{0x1100, 0x115F}, {0x2E80, 0xA4CF},   {0xAC00, 0xD7A3},
                            {0xF900, 0xFAFF}, {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},
                            {0xFFE0, 0xFFE6}, {0x1F300, 0x1FAFF}, {0x20000, 0x3FFFD}};
 
-std::size_t LengthOfCharacter(unsigned char lead) {
-  if (lead < 0xC0) return 1;
-  if (lead < 0xE0) return 2;
-  return lead < 0xF0 ? 3 : 4;
-}
-
-char32_t CharacterAt(std::string_view text, std::size_t at, std::size_t length) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[at + i]); };
-  char32_t character = length == 1 ? byte(0) : byte(0) & (0x7FU >> length);
-  for (std::size_t i = 1; i < length; ++i) character = character << 6 | (byte(i) & 0x3FU);
-  return character;
-}
-
 // Columns of the character at `at`, which is moved behind it.
 std::size_t TakeCharacter(std::string_view text, std::size_t& at) {
-  const std::size_t length =
-      std::min(LengthOfCharacter(static_cast<unsigned char>(text[at])), text.size() - at);
-  const char32_t character = CharacterAt(text, at, length);
-  at += length;
-  const auto holds = [character](const Range& range) {
-    return range.first <= character && character <= range.last;
+  const Utf8Character character = NextUtf8(text.substr(at));
+  at += character.size;
+  const auto holds = [code = character.code](const Range& range) {
+    return range.first <= code && code <= range.last;
   };
   return std::any_of(std::begin(kWide), std::end(kWide), holds) ? 2 : 1;
 }
@@ -81,6 +67,18 @@ std::vector<std::string> Details(const RunStatus& status) {
 
 std::string Join(std::string text, const std::vector<std::string>& details) {
   for (const std::string& detail : details) text.append(", ").append(detail);
+  return text;
+}
+
+// The place and as much beside it as `fits`.
+template <typename Fits>
+std::string PlaceAndDetails(const RunStatus& status, Fits fits) {
+  std::vector<std::string> details = Details(status);
+  std::string text = Join(PlaceText(status), details);
+  while (!details.empty() && !fits(text)) {
+    details.pop_back();
+    text = Join(PlaceText(status), details);
+  }
   return text;
 }
 
@@ -125,12 +123,8 @@ std::string StatusText(const RunStatus& status, std::size_t columns) {
   if (status.log == 0) return BeginOf("looking for event logs", columns);
   const std::string name = VisibleName(status.name);
   const std::size_t wanted = std::min(TextColumns(name), kNameColumns) + 2;
-  std::vector<std::string> details = Details(status);
-  std::string text = Join(PlaceText(status), details);
-  while (!details.empty() && text.size() + wanted > columns) {
-    details.pop_back();
-    text = Join(PlaceText(status), details);
-  }
+  const std::string text = PlaceAndDetails(
+      status, [&](const std::string& shown) { return shown.size() + wanted <= columns; });
   if (text.size() + 2 >= columns) return BeginOf(text, columns);
   return text + ": " + EndOf(name, columns - text.size() - 2);
 }
@@ -139,13 +133,10 @@ std::string PipedStatusText(const RunStatus& status, std::size_t columns) {
   std::string text = AnalyzingText(VisibleName(status.name));
   const std::size_t width = TextColumns(text);
   if (width < kStatusColumns) text.append(kStatusColumns - width, ' ');
-  std::vector<std::string> details = Details(status);
-  std::string place = Join(PlaceText(status), details);
-  while (!details.empty() && TextColumns(text) + place.size() > columns) {
-    details.pop_back();
-    place = Join(PlaceText(status), details);
-  }
-  return BeginOf(text + place, columns);
+  const std::size_t front = TextColumns(text);
+  text += PlaceAndDetails(
+      status, [&](const std::string& shown) { return front + shown.size() <= columns; });
+  return BeginOf(text, columns);
 }
 
 }  // namespace tarnlex

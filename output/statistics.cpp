@@ -209,10 +209,14 @@ void WriteFilters(StatsWriter& writer, const LogStats& stats) {
   }
 }
 
-void WriteHead(StatsWriter& writer, const LogInfo& log) {
+std::string_view FormatText(const LogInfo& log, bool is_image) {
+  if (is_image) return "format: raw image, searched for logs";
+  return log.is_evtx ? "format: evtx [newer Vista/Win7 format]" : "format: evt [older XP format]";
+}
+
+void WriteHead(StatsWriter& writer, const LogInfo& log, bool is_image) {
   WriteLine(writer, "log: " + log.path);
-  WriteLine(writer, log.is_evtx ? "format: evtx [newer Vista/Win7 format]"
-                                : "format: evt [older XP format]");
+  WriteLine(writer, FormatText(log, is_image));
   if (!log.kind.empty() && log.kind != kKindUnknown) WriteLine(writer, "type: " + log.kind);
 }
 
@@ -272,7 +276,7 @@ void WriteLogStats(TextSink& out, const LogStats& stats, const RunOptions& optio
   writer.date_time = MakeDateTimeFormatter(options.date_format, options.time_format);
   writer.cleaner = MakeCellCleaner(options.separator_class, false);
   writer.cleans = options.complete;
-  WriteHead(writer, stats.log);
+  WriteHead(writer, stats.log, IsCarving(options));
   std::vector<IdLine> lines = IdLines(stats.event_ids);
   if (lines.empty() || !stats.any_match) {
     WriteLine(writer, "No events found in log OR log skipped based on filter selected");

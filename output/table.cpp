@@ -92,7 +92,7 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRows& 
     WriteValueCells(table, columns, row);
   }
   if (rows.keeps_places) WritePlaceCells(table, rows, number);
-  WriteRepeatedCell(table, table.log_name_text, table.log_name, kLogWidth);
+  WriteLogName(table, rows, number, kLogWidth);
   Write(table.cells, table.row_end);
 }
 

@@ -62,7 +62,7 @@ TableWriter MakeTableWriter(TextSink& out, const LogInfo& log, const RunOptions&
   table.is_evtx = log.is_evtx;
   table.date_width = CountCodePoints(options.date_format);
   table.time_width = CountCodePoints(options.time_format);
-  table.log_name = DisplayName(log, options);
+  table.log_name = table.log_cell = DisplayName(log, options);
   return table;
 }
 
@@ -115,6 +115,17 @@ void WriteName(TableWriter& table, std::string_view name, std::size_t width, boo
 
 void PaintHeader(TableWriter& table) { PaintCells(table, kHeaderColor); }
 void PaintPlain(TableWriter& table) { PaintCells(table, kNoColor); }
+
+void WriteLogName(TableWriter& table, const EventRows& rows, std::uint32_t number,
+                  std::size_t width) {
+  const std::uint64_t source = SourceOf(rows, number);
+  if (source != table.log_source) {
+    table.log_source = source;
+    table.log_cell = LogNameOf(rows, number, table.log_name);
+    table.log_name_text = {};
+  }
+  WriteRepeatedCell(table, table.log_name_text, table.log_cell, width);
+}
 
 void WriteRecovered(TableWriter& table, const EventRows& rows, std::uint32_t number) {
   const std::string recovered = RecoveryText(rows, number);

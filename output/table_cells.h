@@ -67,6 +67,8 @@ struct TableWriter {
   RepeatedText query_name_text;
   RepeatedText provider_text;
   RepeatedText log_name_text;
+  std::uint64_t log_source = kNoSource;  // of the row before, and what its log is called then
+  std::string log_cell;
 };
 
 // Writes through `out`, which must be left alone until FinishCells.
@@ -112,6 +114,10 @@ inline void WriteEventId(TableWriter& table, const EventRows& rows, std::uint32_
 
 // How the row's record was recovered, in rows that say where they are from.
 void WriteRecovered(TableWriter& table, const EventRows& rows, std::uint32_t number);
+
+// What the row's log is called, or the place in an image that it was found in.
+void WriteLogName(TableWriter& table, const EventRows& rows, std::uint32_t number,
+                  std::size_t width);
 
 // A text that is mostly the very one of the row before: cleaned when it changes.
 inline void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_view text,

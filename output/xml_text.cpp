@@ -2,15 +2,16 @@
 
 #include <algorithm>
 
+#include "logs/find_special.h"
 #include "logs/text.h"
+#include "logs/utf8.h"
 
 namespace tarnlex {
 namespace {
 
-// What cannot stand as it is in every place, and the first byte of two characters that are none.
-bool NeedsLook(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < ' ' || c == '&' || c == '<' || c == '>' || c == '"' || byte == 0xEF;
+// The first byte of what cannot stand as it is in every place, and of two characters that are none.
+const char* FindToEscape(const char* begin, const char* end) {
+  return FindSpecial<'&', '<', '>', '"', '\xEF'>(begin, end);
 }
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
@@ -69,32 +70,17 @@ bool Begins(char32_t c) { return c == '_' || IsLetter(c); }
 
 bool Continues(char32_t c) { return Begins(c) || c == '-' || c == '.' || (c >= '0' && c <= '9'); }
 
-// Takes a character off the front of UTF-8 text, which is not empty.
-std::string_view TakeCharacter(std::string_view& text, char32_t& c) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  const std::size_t wanted = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  const std::string_view taken = text.substr(0, wanted);
-  c = wanted == 1 ? lead : lead & (0xFFU >> (wanted + 1));
-  for (const char byte : taken.substr(1)) c = c << 6 | (static_cast<unsigned char>(byte) & 0x3FU);
-  text.remove_prefix(taken.size());
-  return taken;
-}
-
 }  // namespace
 
 char* EscapeXml(char* begin, char* end, std::uint64_t& replaced) {
-  // Most texts need nothing; this loop has no way out early, so that it runs many bytes at a time.
-  const auto size = static_cast<std::size_t>(end - begin);
-  unsigned any = 0;
-  for (std::size_t i = 0; i < size; ++i) any |= NeedsLook(begin[i]) ? 1U : 0U;
-  if (any == 0) return end;
-  char* out = std::find_if(begin, end, NeedsLook);
+  char* out = begin + (FindToEscape(begin, end) - begin);
+  if (out == end) return end;
   const std::string copy(out, end);
   for (std::string_view rest = copy; !rest.empty();) {
     out = EscapeFirst(rest, replaced, out);
-    const auto plain = std::find_if(rest.begin(), rest.end(), NeedsLook);
-    out = std::copy(rest.begin(), plain, out);
-    rest.remove_prefix(static_cast<std::size_t>(plain - rest.begin()));
+    const char* const next = FindToEscape(rest.data(), rest.data() + rest.size());
+    out = std::copy(rest.data(), next, out);
+    rest.remove_prefix(static_cast<std::size_t>(next - rest.data()));
   }
   return out;
 }
@@ -127,14 +113,14 @@ std::string XmlText(std::string_view text, std::uint64_t& replaced) {
 std::string XmlName(std::string_view name) {
   std::string made;
   while (!name.empty()) {
-    char32_t c = 0;
-    const std::string_view taken = TakeCharacter(name, c);
-    if (!Continues(c)) {
+    const Utf8Character next = NextUtf8(name);
+    if (!Continues(next.code)) {
       made += '_';
-      continue;
+    } else {
+      if (made.empty() && !Begins(next.code)) made = "_";
+      made += name.substr(0, next.size);
     }
-    if (made.empty() && !Begins(c)) made = "_";
-    made += taken;
+    name.remove_prefix(next.size);
   }
   return made.empty() ? "_" : made;
 }

@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <optional>
+#include <ranges>
 #include <string_view>
 
 #include "logs/iso_time.h"
@@ -20,6 +21,18 @@ void PutName(std::string& line, std::string_view name) {
 void Begin(std::string& line, std::string_view name, char bracket) {
   PutName(line, name);
   line += bracket;
+}
+
+// A list of objects: `put` puts in the members of one.
+template <typename Entries, typename PutEntry>
+void PutEach(std::string& line, std::string_view name, Entries&& entries, PutEntry put) {
+  Begin(line, name, '[');
+  for (const auto& entry : entries) {
+    Begin(line, {}, '{');
+    put(entry);
+    line += '}';
+  }
+  line += ']';
 }
 
 template <std::unsigned_integral T>
@@ -60,6 +73,11 @@ void PutRecovered(std::string& line, const RecoveryCounts& counts) {
   line += '}';
 }
 
+void PutUnique(std::string& line, const UniqueCounts& counts) {
+  Put(line, "duplicates", counts.duplicates);
+  if (counts.not_compared > 0) Put(line, "not_compared", counts.not_compared);
+}
+
 void PutLosses(std::string& line, const Losses& losses) {
   Begin(line, "records", '{');
   Put(line, "decoded", losses.records);
@@ -72,6 +90,7 @@ void PutLosses(std::string& line, const Losses& losses) {
   Put(line, "other_time", losses.other_times);
   line += '}';
   if (losses.recovered.asked) PutRecovered(line, losses.recovered);
+  if (losses.unique.asked) PutUnique(line, losses.unique);
 }
 
 void PutFault(std::string& line, const WalkAccount& account, RecordFault fault) {
@@ -81,14 +100,12 @@ void PutFault(std::string& line, const WalkAccount& account, RecordFault fault) 
   PutText(line, "reason", FaultName(fault));
   PutTruth(line, "loss", IsLoss(fault) || fault == RecordFault::kTemplateOffset);
   Put(line, "records", count);
-  Begin(line, "places", '[');
-  for (const FaultyRecord& record : account.faulty) {
-    if (record.fault != fault) continue;
-    Begin(line, {}, '{');
-    PutRecord(line, {record.record_id, record.file_offset});
-    line += '}';
-  }
-  line += "]}";
+  const auto is_one = [fault](const FaultyRecord& record) { return record.fault == fault; };
+  PutEach(line, "places", account.faulty | std::views::filter(is_one),
+          [&](const FaultyRecord& record) {
+            PutRecord(line, {record.record_id, record.file_offset});
+          });
+  line += '}';
 }
 
 void PutFaults(std::string& line, const WalkAccount& account) {
@@ -100,27 +117,19 @@ void PutFaults(std::string& line, const WalkAccount& account) {
 }
 
 void PutLeft(std::string& line, const WalkAccount& account) {
-  Begin(line, "chunks_left", '[');
-  for (const LeftChunk& left : account.left) {
-    Begin(line, {}, '{');
+  PutEach(line, "chunks_left", account.left, [&](const LeftChunk& left) {
     Put(line, "chunk_at", left.file_offset);
     Put(line, "at", left.record_offset);
     Put(line, "promised", left.missing);
-    line += '}';
-  }
-  line += ']';
+  });
 }
 
 void PutSkipped(std::string& line, const WalkAccount& account) {
-  Begin(line, "slots_skipped", '[');
-  for (const SkippedSlots& run : account.skipped) {
-    Begin(line, {}, '{');
+  PutEach(line, "slots_skipped", account.skipped, [&](const SkippedSlots& run) {
     Put(line, "at", run.file_offset);
     Put(line, "slots", run.count);
     Put(line, "records", run.record_heads);
-    line += '}';
-  }
-  line += ']';
+  });
 }
 
 void PutChunks(std::string& line, const WalkAccount& account) {
@@ -136,14 +145,11 @@ void PutChunks(std::string& line, const WalkAccount& account) {
 void PutChecksums(std::string& line, const WalkAccount& account) {
   Begin(line, "checksums", '{');
   Put(line, "broken", account.broken_checksums);
-  Begin(line, "places", '[');
-  for (const BrokenChecksum& broken : account.broken) {
-    Begin(line, {}, '{');
+  PutEach(line, "places", account.broken, [&](const BrokenChecksum& broken) {
     Put(line, "chunk_at", broken.file_offset);
     PutText(line, "of", broken.of == ChecksumOf::kChunkHeader ? "header" : "records");
-    line += '}';
-  }
-  line += "]}";
+  });
+  line += '}';
 }
 
 // Of a part there is no telling whether the header's numbers agree with the log.
@@ -201,14 +207,11 @@ void PutIdentifiers(std::string& line, const RecordSurvey& survey) {
   Put(line, "missing", gaps.missing);
   Put(line, "repeated", survey.repeated);
   Put(line, "unplaced", survey.unplaced);
-  Begin(line, "places", '[');
-  for (const IdGap& gap : gaps.gaps) {
-    Begin(line, {}, '{');
+  PutEach(line, "places", gaps.gaps, [&](const IdGap& gap) {
     Put(line, "behind", gap.behind);
     Put(line, "before", gap.before);
-    line += '}';
-  }
-  line += "]}";
+  });
+  line += '}';
 }
 
 void PutTimes(std::string& line, const RecordSurvey& survey) {
@@ -216,29 +219,23 @@ void PutTimes(std::string& line, const RecordSurvey& survey) {
   PutTime(line, "first", survey.first_time);
   PutTime(line, "last", survey.last_time);
   Put(line, "back", survey.steps);
-  Begin(line, "places", '[');
-  for (const StepBack& step : survey.steps_back) {
-    Begin(line, {}, '{');
+  PutEach(line, "places", survey.steps_back, [&](const StepBack& step) {
     PutRecord(line, step.record);
     PutTime(line, "time", step.record.time);
     PutTime(line, "time_before", step.time_before);
-    line += '}';
-  }
-  line += "]}";
+  });
+  line += '}';
 }
 
 void PutCleared(std::string& line, const RecordSurvey& survey) {
   Begin(line, "cleared", '{');
   Put(line, "events", survey.clears);
-  Begin(line, "places", '[');
-  for (const ClearedLog& cleared : survey.cleared) {
-    Begin(line, {}, '{');
+  PutEach(line, "places", survey.cleared, [&](const ClearedLog& cleared) {
     Put(line, "event_id", cleared.event_id);
     PutRecord(line, cleared.record);
     PutTime(line, "time", cleared.record.time);
-    line += '}';
-  }
-  line += "]}";
+  });
+  line += '}';
 }
 
 void PutSurvey(std::string& line, const RecordSurvey& survey) {
@@ -268,6 +265,43 @@ void PutEvt(std::string& line, const EvtAccount& account) {
   PutSurvey(line, account.survey);
 }
 
+// What was found in an image, and where.
+void PutImage(std::string& line, const LogAccount& account) {
+  const CarveCounts& counts = account.carved;
+  PutLosses(line, LossesOf(account));
+  Begin(line, "carved", '{');
+  Put(line, "chunks", counts.chunks);
+  Put(line, "sound_chunks", counts.sound_chunks);
+  Put(line, "in_chunks", counts.in_chunks);
+  Put(line, "outside", counts.outside);
+  Put(line, "evt_headers", counts.evt_headers);
+  Put(line, "evt_records", counts.evt_records);
+  Begin(line, "places", '[');
+  for (const CarvedChunk& chunk : counts.list) {
+    Begin(line, {}, '{');
+    Put(line, "chunk_at", chunk.offset);
+    Put(line, "records", chunk.records);
+    PutTruth(line, "sound", chunk.sound);
+    line += '}';
+  }
+  line += ']';
+  if (counts.kept > 0) {
+    Put(line, "kept", counts.kept);
+    PutText(line, "file_headers", "made anew");
+  }
+  line += '}';
+  Begin(line, "bytes", '{');
+  Put(line, "searched", counts.searched);
+  Put(line, "holes", counts.holes);
+  Put(line, "unread", counts.unread);
+  line += '}';
+}
+
+std::string_view TypeOf(const LogAccount& account) {
+  if (account.outcome == LogOutcome::kNotSearched) return "folder";
+  return account.is_image ? "image" : "log";
+}
+
 std::string_view OutcomeText(LogOutcome outcome) {
   switch (outcome) {
     case LogOutcome::kNotReached: return "not reached";
@@ -294,13 +328,17 @@ std::string LogLine(const LogAccount& account) {
   const bool read = account.outcome == LogOutcome::kRead;
   std::string line;
   Begin(line, {}, '{');
-  PutText(line, "type", account.outcome == LogOutcome::kNotSearched ? "folder" : "log");
+  PutText(line, "type", TypeOf(account));
   PutText(line, "path", log.path);
   PutText(line, "outcome", OutcomeText(account.outcome));
   if (account.size > 0) Put(line, "size", account.size);
   if (account.parts > 1) {
     Put(line, "part", account.part);
     Put(line, "parts", account.parts);
+  }
+  if (account.is_image) {
+    if (read) PutImage(line, account);
+    return line + "}\n";
   }
   if (read || !log.format_unknown) PutText(line, "format", log.is_evtx ? "EVTX" : "EVT");
   if (log.kind_from != KindFrom::kNothing) {

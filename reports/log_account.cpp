@@ -37,8 +37,9 @@ Losses LossesOfEvt(const EvtAccount& account) {
   losses.partial = account.cut_records;
   losses.undated = account.undated;
   losses.left = account.torn_record ? 1 : 0;
-  losses.regained = account.joined_records;
+  losses.regained = account.joined_records + account.regained_records;
   losses.copies = account.copies;
+  losses.recovered = account.recovered;
   return losses;
 }
 
@@ -50,9 +51,21 @@ bool HasChunkBehindHeader(const std::string& path) {
 
 }  // namespace
 
+UniqueCounts& operator+=(UniqueCounts& sum, const UniqueCounts& more) {
+  sum.asked |= more.asked;
+  sum.duplicates += more.duplicates;
+  sum.not_compared += more.not_compared;
+  return sum;
+}
+
 Losses LossesOf(const LogAccount& account) {
   if (account.outcome != LogOutcome::kRead) return {};
-  return account.log.is_evtx ? LossesOfEvtx(account.evtx) : LossesOfEvt(account.evt);
+  if (account.is_image) {
+    return {.recovered = account.evtx.recovered, .unique = account.unique};
+  }
+  Losses losses = account.log.is_evtx ? LossesOfEvtx(account.evtx) : LossesOfEvt(account.evt);
+  losses.unique = account.unique;
+  return losses;
 }
 
 Losses& operator+=(Losses& sum, const Losses& more) {
@@ -65,6 +78,7 @@ Losses& operator+=(Losses& sum, const Losses& more) {
   sum.regained += more.regained;
   sum.copies += more.copies;
   sum.recovered += more.recovered;
+  sum.unique += more.unique;
   return sum;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "event/carving.h"
 #include "event/recovery.h"
 #include "evt/walk.h"
 #include "evtx/account.h"
@@ -29,6 +30,14 @@ enum class LogOutcome : std::uint8_t {
   kRead,       // to its end, though perhaps not all of it
 };
 
+// What -unique has made of a log.
+struct UniqueCounts {
+  bool asked = false;              // false: every event is given
+  std::uint64_t duplicates = 0;    // events that were given before, and not again
+  std::uint64_t not_compared = 0;  // given events that later ones could not be compared with
+};
+UniqueCounts& operator+=(UniqueCounts& sum, const UniqueCounts& more);
+
 struct LogAccount {
   LogInfo log;  // the format is that of its content, once it is read
   std::uint64_t size = 0;
@@ -36,8 +45,11 @@ struct LogAccount {
   bool surveyed = false;   // the account has checksums and the like
   std::uint64_t part = 1;  // that was walked, of so many
   std::uint64_t parts = 1;
+  bool is_image = false;  // searched for logs, of either container
+  CarveCounts carved = {};
   WalkAccount evtx = {};  // of its container one of the two
   EvtAccount evt = {};
+  UniqueCounts unique = {};
 };
 
 // What there is to say of it in numbers. Of a log that was not read nothing is known.
@@ -51,6 +63,7 @@ struct Losses {
   std::uint64_t regained = 0;     // decoded records that a walk by sizes would not come to
   std::uint64_t copies = 0;       // of records, left out
   RecoveryCounts recovered = {};  // none of them among the others
+  UniqueCounts unique = {};
 };
 Losses LossesOf(const LogAccount& account);
 Losses& operator+=(Losses& sum, const Losses& more);

@@ -17,6 +17,7 @@
 #include "reports/query_spec.h"
 #include "reports/record_stream.h"
 #include "reports/run_state.h"
+#include "reports/unique.h"
 
 namespace tarnlex {
 
@@ -29,15 +30,21 @@ struct LogPass {
   EvtxQueries evtx = {};  // prepared when the log is EVTX
   EvtQueries evt = {};    // prepared when it is EVT
   EventRows rows = {};
-  RecordStream stream = {};                          // prepared for the forms that are streams
-  LogAccount account = {};                           // of this walk
-  bool wrote = false;                                // a row has been handed to the writers
+  RecordStream stream = {};          // prepared for the forms that are streams
+  LogAccount account = {};           // of this walk
+  std::size_t first_query = 0;       // the number that its first query is counted under
+  std::uint64_t source = kNoSource;  // in an image: where what its records come from begins
+  UniquePass unique = {};            // begun where an event is given once
+  bool wrote = false;                // a row has been handed to the writers
   std::size_t most_memory = std::size_t{512} << 20;  // of the rows; then they are written
 };
 
 // Makes the queries ready for records of the log's format; before the first record.
 void PrepareEvtxPass(LogPass& pass);
 void PrepareEvtPass(LogPass& pass);
+
+// Names the place in an image that the records to come were found in.
+void ComeFrom(LogPass& pass, std::uint64_t source);
 
 // Counts a record and offers it to the queries in their order.
 void RouteEvtxRecord(LogPass& pass, EvtxDecoder& decoder, DecodedEvent& event);

@@ -4,6 +4,7 @@
 #include "evt/structure.h"
 #include "evtx/plan_of.h"
 #include "output/json_text.h"
+#include "output/slot_room.h"
 #include "reports/evt_query.h"
 
 namespace tarnlex {
@@ -60,6 +61,7 @@ struct StreamedEvent {
   std::uint64_t written_time = 0;
   std::uint64_t file_offset = 0;
   Recovery recovery = {};
+  std::size_t slot_room = 0;
 };
 
 void WriteEventJson(TextSink& out, Layouts<EventJson>& layouts, const StreamedEvent& event) {
@@ -71,9 +73,9 @@ void WriteEventJson(TextSink& out, Layouts<EventJson>& layouts, const StreamedEv
   }
   EventJson& layout = Place(layouts, event.plan);
   if (!layout.made) layout = LayOutEventJson(event.structure, document, false);
-  if (WriteEventJson(out, event.structure, layout, false, beside)) return;
+  if (WriteEventJson(out, event.structure, layout, false, event.slot_room, beside)) return;
   layouts.loose = LayOutEventJson(event.structure, document, true);
-  WriteEventJson(out, event.structure, layouts.loose, true, beside);
+  WriteEventJson(out, event.structure, layouts.loose, true, event.slot_room, beside);
 }
 
 void WriteEventXml(TextSink& out, RecordStream& stream, const StreamedEvent& event) {
@@ -101,12 +103,28 @@ bool WriteWhole(TextSink& out, RecordStream& stream, const RunOptions& options,
 
 // The document of an EVT record, which is that of all with as many strings.
 const Plan& DocumentPlan(RecordStream& stream, EvtRecord& record) {
+  static const Plan kNothing;
+  if (!record.recovery.has_values) return kNothing;
   const auto strings = static_cast<std::uint32_t>(record.strings.size());
   const std::uint32_t key = 2 * strings + (record.data.empty() ? 0 : 1);
   return KeptOrMade(stream.evt, key, strings, [&](Plan& plan, bool keep) {
     MakeDocument(EvtStructureOf(record), plan.document);
     if (keep) plan.id = static_cast<std::uint32_t>(stream.evt.kept.size() - 1);
   });
+}
+
+// RoomForSlots of a record. Those of a kept plan have the values of their arrays and no others, of
+// which the bytes are counted already.
+std::size_t RoomFor(const DecodedEvent& event, const Plan& plan) {
+  const std::size_t nested = event.nested.usable ? event.nested.array.count : 0;
+  const EventStructure& structure = event.structure;
+  const bool is_counted = plan.id != kUnkeptPlan && plan.document.slots_once &&
+                          IsComplete(structure) &&
+                          structure.slots.count == event.array.count + nested;
+  if (!is_counted) return RoomForSlots(structure, plan.document);
+  const std::size_t bytes =
+      std::size_t{event.array.bytes} + (nested > 0 ? event.nested.array.bytes : 0);
+  return kMaxNumberRoom * structure.slots.count + kCompleteTextPerByte * bytes;
 }
 
 }  // namespace
@@ -125,9 +143,10 @@ void WriteEvtxStreamRecord(TextSink& out, RecordStream& stream, const RunOptions
                            const QuerySpec& query, std::uint32_t position, EvtxDecoder& decoder,
                            DecodedEvent& event) {
   const Plan& plan = PlanOf(decoder, event);
+  const std::size_t slot_room = RoomFor(event, plan);
   if (WriteWhole(out, stream, options,
                  {event.structure, plan, event.record_id, event.written_time,
-                  event.record_file_offset, event.recovery})) {
+                  event.record_file_offset, event.recovery, slot_room})) {
     return;
   }
   RecordJson& layout = Place(stream, query, position, plan);
@@ -139,15 +158,17 @@ void WriteEvtxStreamRecord(TextSink& out, RecordStream& stream, const RunOptions
   const JsonRecord record{
       stream.log,         stream.queries[position].report, event.record_id, event.time,
       event.written_time, event.record_file_offset,        event.recovery,  options.timesketch};
-  WriteRecordJson(out, record, event.structure, plan.document, layout);
+  WriteRecordJson(out, record, event.structure, slot_room, layout);
 }
 
 void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions& options,
                           const QuerySpec& query, std::uint32_t position, EvtRecord& record) {
   const EventStructure& event = EvtSlotsOf(record);
   const Plan& plan = DocumentPlan(stream, record);
+  const std::size_t slot_room = RoomForSlots(event, plan.document);
   if (WriteWhole(out, stream, options,
-                 {event, plan, record.record_number, EvtFiletime(record.time_written)})) {
+                 {event, plan, record.record_number, EvtFiletime(record.time_written),
+                  record.offset, record.recovery, slot_room})) {
     return;
   }
   RecordJson& layout = Place(stream, query, position, plan);
@@ -162,9 +183,9 @@ void WriteEvtStreamRecord(TextSink& out, RecordStream& stream, const RunOptions&
                         record.filetime,
                         EvtFiletime(record.time_written),
                         record.offset,
-                        {},
+                        record.recovery,
                         options.timesketch};
-  WriteRecordJson(out, line, event, plan.document, layout);
+  WriteRecordJson(out, line, event, slot_room, layout);
 }
 
 }  // namespace tarnlex

@@ -24,6 +24,17 @@ bool NameFits(const BuiltinReport& report, const std::string& path) {
                      });
 }
 
+void AddForKind(std::string_view kind, QuerySpec query, QueryList& queries) {
+  if (query.format == LogFormat::EVTX) {
+    query.channel = kind;
+  } else if (kind == kKindSecurity) {
+    query.provider = kind;
+  } else {
+    query.none_of.push_back("source_name|" + std::string(kKindSecurity));
+  }
+  queries.push_back(std::move(query));
+}
+
 void AppendOption(std::string_view option, std::string_view value, std::string& line) {
   line.append(", ").append(option).append(", ").append(value);
 }
@@ -57,6 +68,19 @@ std::vector<TokenList> ReportLines(const BuiltinReport& report, LogFormat format
     lines.push_back(std::move(tokens));
   }
   return lines;
+}
+
+QueryList QueriesByKind(const BuiltinReport& report, const QueryList& queries) {
+  QueryList held;
+  for (const QuerySpec& query : queries) {
+    for (const std::string_view kind : report.kinds) {
+      if (!kind.empty()) AddForKind(kind, query, held);
+    }
+    if (report.kind_part.empty() || query.format != LogFormat::EVTX) continue;
+    held.push_back(query);
+    held.back().all_of.push_back("Channel|" + std::string(report.kind_part));
+  }
+  return held;
 }
 
 }  // namespace tarnlex

@@ -19,4 +19,9 @@ std::string CommandLineOf(const BuiltinQuery& query);
 // The report's lines for logs of one format, taken apart.
 std::vector<TokenList> ReportLines(const BuiltinReport& report, LogFormat format);
 
+// The queries of a report for an image, where records of all logs lie beside each other: those of
+// EVTX logs are held to the channels of the logs that the report is for. EVT records do not name
+// their log; the source Security writes to the security log alone.
+QueryList QueriesByKind(const BuiltinReport& report, const QueryList& queries);
+
 }  // namespace tarnlex

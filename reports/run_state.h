@@ -11,9 +11,11 @@
 #include "logs/text_sink.h"
 #include "output/record_output.h"
 #include "output/statistics.h"
+#include "reports/carved_logs.h"
 #include "reports/command_language.h"
 #include "reports/progress.h"
 #include "reports/run_account.h"
+#include "reports/unique.h"
 
 namespace tarnlex {
 
@@ -29,6 +31,8 @@ struct RunState {
   const LogInfo* current_log = nullptr;               // the entry of `logs` that is being processed
   std::function<void(const LogInfo&)> finished = {};  // told of each log that nothing is left of
   Progress progress = {};
+  std::vector<UniqueEvents> unique = {};       // with -unique, of each report
+  std::optional<CarvedLogs> carved_logs = {};  // with -carve_out
 };
 
 // Where decoding traces to; null without -diags.

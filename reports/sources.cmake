@@ -1,12 +1,16 @@
 target_sources(tarnlex_core PRIVATE
   reports/account_json.cpp
   reports/builtin_reports.cpp
+  reports/carve_image.cpp
+  reports/carved_logs.cpp
   reports/command_file.cpp
   reports/command_language.cpp
   reports/command_remarks.cpp
+  reports/event_marks.cpp
   reports/evt_query.cpp
   reports/evtx_query.cpp
   reports/filter.cpp
+  reports/image_window.cpp
   reports/log_account.cpp
   reports/log_pass.cpp
   reports/plan_rows.cpp
@@ -20,6 +24,7 @@ target_sources(tarnlex_core PRIVATE
   reports/report_texts.cpp
   reports/run_account.cpp
   reports/text_search.cpp
+  reports/unique.cpp
   reports/walk_log.cpp
 )
 

@@ -10,6 +10,7 @@
 #include "evt/account.h"
 #include "evt/evt_format.h"
 #include "evt/file_header.h"
+#include "evt/recover.h"
 #include "evt/survey.h"
 #include "evt/walk.h"
 #include "evtx/evtx_format.h"
@@ -73,6 +74,12 @@ void TraceReplaced(const LogPass& pass, TextSink& trace) {
   if (count > 0) TraceLine(trace, "characters that XML cannot hold: " + std::to_string(count));
 }
 
+void TraceDuplicates(const LogPass& pass, TextSink& trace) {
+  const UniqueCounts& unique = pass.account.unique;
+  if (!unique.asked) return;
+  TraceLine(trace, "events given before, left out: " + std::to_string(unique.duplicates));
+}
+
 void TraceAccountHead(const LogPass& pass, TextSink& trace) {
   TraceLine(trace, "--- account of " + pass.log.path);
   const RunOptions& options = pass.options;
@@ -85,6 +92,7 @@ void WriteEvtxAccount(LogPass& pass, const EvtxDecoder& decoder) {
   TraceAccountHead(pass, *decoder.trace);
   WriteAccount(*decoder.trace, decoder.account);
   TraceReplaced(pass, *decoder.trace);
+  TraceDuplicates(pass, *decoder.trace);
   Flush(*decoder.trace);
 }
 
@@ -94,6 +102,7 @@ void WriteEvtAccount(LogPass& pass, const EvtAccount& account) {
   TraceAccountHead(pass, *trace);
   WriteAccount(*trace, account);
   TraceReplaced(pass, *trace);
+  TraceDuplicates(pass, *trace);
   Flush(*trace);
 }
 
@@ -226,6 +235,17 @@ void WalkEvtxFile(LogPass& pass, const InputFile& file, std::uint64_t start,
   pass.account.outcome = LogOutcome::kRead;
 }
 
+// What the walk has not given; behind it, as records of the log go before their copies.
+void RecoverEvt(LogPass& pass, EvtCursor& cursor, EvtRecord& record) {
+  EvtRecovery recovery{cursor};
+  while (!StopsHere(pass.run.progress) && NextRecoveredEvtRecord(recovery, record)) {
+    RouteEvtRecord(pass, record);
+    if (pass.account.surveyed && !IsRecovered(record.recovery)) {
+      SurveyRecord(cursor.account, record);
+    }
+  }
+}
+
 void WalkEvtFile(LogPass& pass, const InputFile& file) {
   // Where its records begin shows only in walking it, and it is small: the first part has it all.
   if (pass.options.part > 1) {
@@ -237,6 +257,7 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
   if (file.size > kLargestEvt || !BeginEvtFileWalk(file, cursor, PolicyOf(pass.options))) return;
   const bool surveys = pass.account.surveyed;
   if (surveys) cursor.account.header = ReadEvtFileHeader(HeadOf(file, kEvtHeaderUsed));
+  if (pass.options.recover) BeginEvtNotes(cursor);
   pass.log.is_evtx = false;
   PrepareEvtPass(pass);
   if (!IsStream(pass.options)) ExpectRows(pass.rows, RowsToExpect(file.size, kSmallEvtRecord));
@@ -248,6 +269,7 @@ void WalkEvtFile(LogPass& pass, const InputFile& file) {
     RouteEvtRecord(pass, record);
     if (surveys) SurveyRecord(cursor.account, record);
   }
+  if (pass.options.recover && !progress.stopped) RecoverEvt(pass, cursor, record);
   if (!progress.stopped) Advance(progress, file.size, file.size);
   WriteRows(pass);
   cursor.account.cut_records = record.cut_records;

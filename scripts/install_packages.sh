@@ -13,10 +13,16 @@ packages_for() {
     # What the documents' commands use beside that; they are left out without it. Beside these packages of
     # PyPI, which tests/docs/get_packages.sh gets.
     docs) echo jq parallel python3-pandas python3-venv ;;
+    # In which the page of a case is looked at; its tests are skipped without it.
+    browser) echo chromium ;;
     check) echo git clang-format clang-tidy python3 ;;
     windows) echo g++-mingw-w64-x86-64-posix wine64 bsdutils ;;
     deb | source) echo git build-essential debhelper cmake ninja-build ;;
     tarball) echo git "$(packages_for build)" ;;
+    # Beside packages of PyPI, which python/tools.sh gets.
+    wheel) echo "$(packages_for tarball)" binutils python3-venv ;;
+    # Java is what Spark runs on.
+    desk) echo "$(packages_for wheel) $(packages_for browser)" openjdk-17-jre-headless ;;
     zip) echo git cmake ninja-build g++-mingw-w64-x86-64-posix zip unzip bsdextrautils mandoc ;;
     package) echo lintian binutils binutils-mingw-w64-x86-64 "$(packages_for deb) $(packages_for tarball) $(packages_for zip)" ;;
     fuzz) echo clang libclang-rt-14-dev ;;

@@ -4,13 +4,15 @@
 #   source   the Debian source package: tarnlex_VERSION-1.dsc and what it names
 #   tarball  tarnlex-VERSION-linux-MACHINE.tar.gz, for any Linux: the program needs no library
 #   zip      tarnlex-VERSION-windows.zip
+#   wheel    the package for Python with the program in it, tarnlex-VERSION-py3-none-PLATFORM.whl, and its
+#            sources, tarnlex-VERSION.tar.gz; only if it is asked for, as its tools come from PyPI
 # The same commit gives the same bytes, wherever and whenever it is built with the same compilers: all
 # dates are that of the commit, and no path of the build gets in. None but the source holds what could
 # be taken for an event log.
-# usage: package.sh [deb|source|tarball|zip] [OUT_DIR]   (default: all, in build)
+# usage: package.sh [deb|source|tarball|zip|wheel] [OUT_DIR]   (default: all but the wheel, in build)
 set -eu
 parts="deb source tarball zip"
-case ${1:-} in deb | source | tarball | zip) parts=$1; shift ;; esac
+case ${1:-} in deb | source | tarball | zip | wheel) parts=$1; shift ;; esac
 out=${1:-}
 [ -z "$out" ] || { mkdir -p "$out" && out=$(realpath "$out"); }
 cd "$(dirname "$0")/.."
@@ -63,13 +65,19 @@ make_debian() {
 make_deb() { make_debian -b "*.deb"; }
 make_source() { make_debian -S "*.dsc" "*.orig.tar.gz" "*.debian.tar.xz"; }
 
+# build_portable FILE: the program that needs no library.
+build_portable() {
+  quietly cmake --preset release
+  quietly cmake --build --preset release --target tarnlex_portable
+  strip -o "$1" build/release/tarnlex_portable
+}
+
 make_tarball() {
   name=tarnlex-$version-linux-$(uname -m)
-  quietly cmake --preset release
-  quietly cmake --build --preset release --target tarnlex tarnlex_portable
+  build_portable "$stage/portable"
+  quietly cmake --build --preset release --target tarnlex
   cmake --install build/release --prefix "$stage/$name" >/dev/null
-  cp build/release/tarnlex_portable "$stage/$name/bin/tarnlex"
-  strip "$stage/$name/bin/tarnlex"
+  mv "$stage/portable" "$stage/$name/bin/tarnlex"
   settle "$stage/$name"
   pack "$name" >"$out/$name.tar.gz"
 }
@@ -90,6 +98,20 @@ make_zip() {
   rm -f "$out/$name.zip"
   (cd "$stage" && find "$name" | sort | zip -q -X -@ "$out/$name.zip")
   unzip -tq "$out/$name.zip"
+}
+
+# Where the program runs, as one that needs no library does everywhere; of the C library it says nothing.
+platforms() { echo "manylinux_2_17_$1.manylinux2014_$1.musllinux_1_1_$1"; }
+
+make_wheel() {
+  python/tools.sh package build/wheel_tools
+  tools=$PWD/build/wheel_tools/bin
+  build_portable "$stage/tarnlex"
+  quietly "$tools/python" -m build --no-isolation --wheel --outdir "$stage/wheel" python \
+    -Ccmake.define.TARNLEX_BINARY="$stage/tarnlex"
+  quietly "$tools/python" -m build --no-isolation --sdist --outdir "$out" python
+  quietly "$tools/wheel" tags --remove --platform-tag "$(platforms "$(uname -m)")" "$stage"/wheel/*.whl
+  mv "$stage"/wheel/*.whl "$out"
 }
 
 for part in $parts; do "make_$part"; done

@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "app/usage.h"
 #include "logs/status_line.h"
 #include "tests/app/temp_directory.h"
+#include "tests/support/console_input.h"
 
 namespace tarnlex {
 namespace {
@@ -26,12 +28,7 @@ Outcome RunWith(std::vector<std::string> args, std::string input = {}) {
   Console console;
   console.out = MakeStringSink(outcome.out);
   console.err = MakeStringSink(outcome.err);
-  console.read_input = [&input](std::span<char> to) {
-    const std::size_t size = std::min(to.size(), input.size());
-    std::copy_n(input.begin(), size, to.begin());
-    input.erase(0, size);
-    return size;
-  };
+  console.read_input = support::InputOf(std::move(input));
   args.insert(args.begin(), "tarnlex");
   outcome.code = RunApp(args, console);
   return outcome;

@@ -83,6 +83,11 @@ def prepare(place, source, tarnlex, make_sample_log):
     """The world of the documents: logs here, a mounted volume, the evidence of some hosts."""
     os.makedirs(f"{place}/bin")
     os.symlink(tarnlex, f"{place}/bin/tarnlex")
+    # The package for Python as it is in the checkout.
+    os.environ["PYTHONPATH"] = f"{source}/python/src"
+    with open(f"{place}/bin/tarnlex-desk", "w", encoding="utf-8") as desk:
+        desk.write('#!/bin/sh\nexec python3 -m tarnlex.desk "$@"\n')
+    os.chmod(f"{place}/bin/tarnlex-desk", 0o755)
     work = f"{place}/work"
     subprocess.run([make_sample_log, work], check=True)
     for name in ("a.evtx", "b.evtx"):
@@ -303,6 +308,8 @@ def example_blocks(source):
 
 
 def is_missing(need):
+    if need == "tarnlex-desk":
+        return any(is_missing(f"python:{module}") for module in ("duckdb", "jinja2", "plotly", "rich", "sigma"))
     if need.startswith("python:"):
         found = ["python3", "-c", f"import {need[len('python:'):]}"]
         return subprocess.run(found, capture_output=True, check=False).returncode != 0

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -11,6 +10,7 @@
 
 #include "app/run.h"
 #include "tests/app/temp_directory.h"
+#include "tests/support/console_input.h"
 
 namespace tarnlex {
 
@@ -29,12 +29,7 @@ inline Outcome RunIn(const std::string& directory, std::vector<std::string> args
   Console console;
   console.out = MakeStringSink(outcome.out);
   console.err = MakeStringSink(outcome.err);
-  console.read_input = [&input](std::span<char> to) {
-    const std::size_t size = std::min(to.size(), input.size());
-    std::copy_n(input.begin(), size, to.begin());
-    input.remove_prefix(size);
-    return size;
-  };
+  console.read_input = support::InputOf(std::string(input));
   args.insert(args.begin(), "tarnlex");
   outcome.code = RunApp(args, console);
   std::filesystem::current_path(before);

@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <utility>
 
 #include "tests/end_to_end/in_process.h"
 #include "tests/support/child_run.h"
+#include "tests/support/console_input.h"
 #include "tests/support/evt_builder.h"
 #include "tests/support/evtx_builder.h"
 
@@ -35,12 +37,7 @@ struct InterruptTest : testing::Test {
     console.out = MakeStringSink(outcome.out);
     console.err = MakeStringSink(outcome.err);
     console.interrupted = [this, after] { return ++asked > after; };
-    console.read_input = [&input](std::span<char> to) {
-      const std::size_t size = std::min(to.size(), input.size());
-      std::copy_n(input.begin(), size, to.begin());
-      input.erase(0, size);
-      return size;
-    };
+    console.read_input = support::InputOf(std::move(input));
     args.insert(args.begin(), "tarnlex");
     asked = 0;
     outcome.code = RunApp(args, console);

@@ -457,6 +457,24 @@ ByteString RingOfXp() {
   return file;
 }
 
+// A log that was cleared, and has written two records since. Of the six that it had before, the
+// third lies under the new end, the fifth's source is no text any more, the others are whole.
+ByteString ClearedLogOfXp() {
+  const auto write = [](std::vector<const char*> texts) {
+    EvtBuilder log;
+    for (const char* text : texts) {
+      log.AddEntry({.event_id = 101, .sid = "S-1-5-18", .strings = {text, "of a log"}});
+    }
+    return log.Build({.flags = support::kEvtDirty});
+  };
+  ByteString file = write({"old 1", "old 2", "old 3", "old 4", "old 5", "old 6"});
+  const ByteString young = write({"new 1", "new 2"});
+  std::copy(young.begin(), young.end(), file.begin());
+  const std::size_t length = support::GetU32(file, support::kEvtHeaderSize);
+  file[support::kEvtHeaderSize + 4 * length + support::kEvtFixedSize] = 7;
+  return file;
+}
+
 // Five records of which the log has forgotten all but the first. The second one's own template is
 // in that; what the third brings along is whole, that of the fourth is overwritten, and the fifth's
 // own template is.
@@ -483,11 +501,56 @@ ByteString ForgottenLog() {
   return file;
 }
 
+// One log at three times: as it was, as it was when its second half had gone to another chunk, and
+// after it was cleared, when a record of which nothing else tells lies behind the one that says so.
+Event LogonOf(std::uint64_t id) {
+  Event event = Logon("user " + std::to_string(id), 2, Filetime(2012, 3, 7, 9, 0, 0) + id);
+  event.id = id;
+  return event;
+}
+
+ByteString LogBeforeClearing(bool in_two_chunks) {
+  EvtxBuilder log;
+  log.AddEvent(LogonOf(1));
+  if (in_two_chunks) log.AddChunk();
+  return log.AddEvent(LogonOf(2)).AddEvent(LogonOf(3)).Build();
+}
+
+ByteString LogAfterClearing() {
+  EvtxBuilder log;
+  Event cleared = LogonOf(1);
+  cleared.event_id = 1102;
+  cleared.time = Filetime(2012, 3, 7, 10, 0, 0);
+  log.AddEvent(cleared).AddEvent(LogonOf(2)).AddEvent(LogonOf(3)).AddEvent(LogonOf(4));
+  ByteString file = log.Build();
+  support::ForgetRecords(file, 0, 1);
+  return file;
+}
+
 ByteString BareChunk() {
   EvtxBuilder log;
   const PlainEvent event{.provider = "Cut out", .id = 5, .data = {{"Text", "from memory"}}};
   log.AddRecord({.time = Filetime(2012, 3, 7, 4, 0, 0), .body = PlainFragment(event)});
   return log.BuildChunks();
+}
+
+// What a disk may hold: a chunk at an odd place, the first half of one that another follows, a
+// record by itself, and an EVT log of which the end is gone.
+ByteString DiskImage() {
+  ByteString image(777);
+  support::PutBytes(image, BareChunk());
+  const ByteString forgotten = ForgottenLog();
+  constexpr std::size_t kKept = 6576;  // behind its second record
+  image.insert(image.end(), forgotten.begin() + support::kEvtxHeaderSize,
+               forgotten.begin() + kKept);
+  const ByteString small = SmallSecurityLog();
+  support::PutBytes(image, ByteString(small.begin() + support::kEvtxHeaderSize, small.end()));
+  image.resize(image.size() + 100);
+  const auto record = static_cast<std::ptrdiff_t>(support::RecordOffset(forgotten, 0, 4));
+  image.insert(image.end(), forgotten.begin() + record, forgotten.begin() + record + 2000);
+  const ByteString xp = SecurityLogOfXp();
+  image.insert(image.end(), xp.begin(), xp.end() - 200);
+  return image;
 }
 
 // The signature of the file is gone, the chunk behind it is whole.
@@ -530,11 +593,16 @@ void WriteSampleFiles(const std::string& directory) {
       {"app/AppEvent.Evt", ApplicationLogOfXp()},
       {"times.evt", TimesLogOfXp()},
       {"ring/SysEvent.Evt", RingOfXp()},
+      {"cleared/SysEvent.Evt", ClearedLogOfXp()},
       {"volume/WINDOWS/System32/Config/sysevent.EVT", SystemLogOfXp()},
       {"chunk.bin", BareChunk()},
+      {"disk.img", DiskImage()},
       {"headerless/a.evtx", HeaderlessLog()},
       {"headerless/b.evtx", HeaderlessLog()},
       {"headerless/chunk.bin", BareChunk()},
+      {"copies/now.evtx", LogAfterClearing()},
+      {"copies/shadow1.evtx", LogBeforeClearing(false)},
+      {"copies/shadow2.evtx", LogBeforeClearing(true)},
       {"empty.evtx", {}},
       {"notes.txt", ByteString(text.begin(), text.end())},
   };

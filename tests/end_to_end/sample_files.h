@@ -17,6 +17,7 @@ namespace tarnlex {
 // times.evtx, times.evt   events whose time is no instant, or out of order
 // volume/             a volume of Windows XP with a system log
 // chunk.bin           a chunk without file header
+// disk.img            chunks, pieces of chunks and records of both generations
 // tampered/           logs with a dirty header, a gap, time that goes back, a cleared log and, in
 // the
 //                     EVTX one, a chunk whose checksum does not hold

@@ -1,4 +1,5 @@
 target_sources(tarnlex_tests PRIVATE
+  ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/carve_out_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/columns_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/golden_case.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/golden_test.cpp
@@ -12,6 +13,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/program_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/real_logs_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/sample_files.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/unique_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/end_to_end/watched_test.cpp
 )
 target_compile_definitions(tarnlex_tests PRIVATE

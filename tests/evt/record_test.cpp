@@ -183,6 +183,28 @@ TEST(EvtRecord, MeasuresTextsOfFewerThan512Units) {
   }
 }
 
+TEST(EvtRecord, StepsOverTextsOfAnyLengthUnderTheCompletePolicy) {
+  for (const std::size_t length : {0U, 511U, 512U, 600U, 40'000U}) {
+    const std::u16string text(length, u'x');
+    const ByteString bytes = RawRecord(text + u'\0' + u"next" + u'\0' + u"last" + u'\0', 3);
+    EvtRecord record;
+    record.structure.policy = Policy::kComplete;
+    ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+    CutTexts(record);
+    EXPECT_EQ(StringsOf(record), (Texts{std::string(length, 'x'), "next", "last"})) << length;
+  }
+}
+
+// There is no other text behind it.
+TEST(EvtRecord, GivesATextWithoutTerminatorOnceUnderTheCompletePolicy) {
+  const ByteString bytes = RawRecord(u"abc", 3);
+  EvtRecord record;
+  record.structure.policy = Policy::kComplete;
+  ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+  CutTexts(record);
+  EXPECT_EQ(StringsOf(record), (Texts{"abc"}));
+}
+
 TEST(EvtRecord, TakesATextWithoutTerminatorToTheEndOfTheLog) {
   EXPECT_EQ(StringsIn(RawRecord(u"abc", 1)), (Texts{"abc"}));
   EXPECT_EQ(StringsIn(RawRecord(u"abc", 3)), (Texts{"abc", "bc", "c"}));

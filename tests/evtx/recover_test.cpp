@@ -77,6 +77,22 @@ TEST(Recover, ARecordThatBringsItsTemplatesAlongIsCheckedAgainstItself) {
   EXPECT_EQ(Summary(Recover(Forgotten(0))), "slack/all 1 slack/all 2 slack/all 3 slack/all 4");
 }
 
+// Nothing else tells bytes that were written over a time from the true ones.
+TEST(Recover, ARecordWhoseOwnTimeIsNoneTellsNothingButItsHead) {
+  for (const std::uint64_t time :
+       {std::uint64_t{0}, Filetime(1989, 12, 31), Filetime(2100, 1, 1)}) {
+    ByteString file = Forgotten(1);
+    const std::size_t record = support::RecordOffset(file, 0, 2);
+    const auto begin = file.begin() + static_cast<std::ptrdiff_t>(record);
+    const auto own = std::search(begin + 24, file.end(), begin + 16, begin + 24);
+    ASSERT_NE(own, file.end());
+    support::SetU64(file, static_cast<std::size_t>(own - file.begin()), time);
+    const RecoveredLog log = Recover(file);
+    EXPECT_EQ(Summary(log), "slack/all 2 slack/none 3 slack/all 4");
+    EXPECT_FALSE(log.found.at(1).recovery.has_values);
+  }
+}
+
 TEST(Recover, WithoutTheTemplateOfItsDataARecordTellsWhatEveryEventHas) {
   ByteString file = Forgotten(0);
   Zero(file, NestedDefinition(file), 24);
@@ -385,7 +401,7 @@ TEST(Recover, CountsByPlaceAndClass) {
   ByteString file = Forgotten(0);
   Zero(file, NestedDefinition(file), 24);
   const RecoveryCounts counts = Recover(file).account.recovered;
-  EXPECT_EQ(counts.from, (std::array<std::uint64_t, 4>{0, 4, 0, 0}));
+  EXPECT_EQ(counts.from, (std::array<std::uint64_t, 5>{0, 4, 0, 0, 0}));
   EXPECT_EQ(counts.checked, (std::array<std::uint64_t, 3>{0, 3, 1}));
 }
 

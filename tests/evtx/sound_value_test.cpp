@@ -18,26 +18,8 @@ ByteString Units(std::u16string_view text) {
   return bytes;
 }
 
-bool IsSoundString(std::u16string_view text) { return IsSoundText(Units(text)); }
-
 bool IsSound(const Value& value) {
   return IsSoundValue(value.bytes, {0, static_cast<std::uint32_t>(value.bytes.size()), value.type});
-}
-
-TEST(SoundText, TakesWhatPeopleWrite) {
-  EXPECT_TRUE(IsSoundString(u""));
-  EXPECT_TRUE(IsSoundString(u"C:\\Windows\t\"a\"\r\n"));
-  EXPECT_TRUE(IsSoundString(u"Grüße, Привет, 日本語, \U0001F600"));
-}
-
-TEST(SoundText, RefusesWhatNoTextHolds) {
-  const char16_t kUnits[] = {0x0000, 0x0001, 0x001B, 0x007F, 0x0085, 0xD800,
-                             0xDFFF, 0xE000, 0xF8FF, 0xFDD0, 0xFFFE, 0xFFFF};
-  for (const char16_t unit : kUnits) {
-    EXPECT_FALSE(IsSoundString(std::u16string(u"a") + unit + u"b")) << std::hex << int{unit};
-  }
-  EXPECT_FALSE(IsSoundString(u"\xDE00\xD83D"));  // the halves of a pair, the wrong way round
-  EXPECT_FALSE(IsSoundText(ByteString{0x41}));
 }
 
 TEST(SoundValue, TakesValuesOfEveryType) {

@@ -4,6 +4,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/bounds_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/compile_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/element_kind_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/event_identity_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/find_record_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/complete_record_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/nested_scan_test.cpp

@@ -11,6 +11,7 @@
 #include "tests/app/temp_directory.h"
 #include "tests/end_to_end/in_process.h"
 #include "tests/support/child_run.h"
+#include "tests/support/console_input.h"
 #include "tests/support/evtx_builder.h"
 
 namespace tarnlex {
@@ -85,14 +86,8 @@ TEST(FailedWrite, LeavesTheLogsBehindItUnread) {
   // The header goes through, the first log's records do not.
   console.out = MakeSink([&written](std::string_view) { return ++written < 2; });
   console.err = MakeStringSink(err);
-  console.read_input = [list =
-                            directory.path + "/Security.evtx\n" + directory.path + "/System.evtx\n",
-                        at = std::size_t{0}](std::span<char> to) mutable {
-    const std::size_t size = std::min(to.size(), list.size() - at);
-    std::copy_n(list.begin() + static_cast<std::ptrdiff_t>(at), size, to.begin());
-    at += size;
-    return size;
-  };
+  console.read_input =
+      support::InputOf(directory.path + "/Security.evtx\n" + directory.path + "/System.evtx\n");
   EXPECT_EQ(RunApp({"tarnlex", "-pipe"}, console), -1);
   EXPECT_EQ(written, 2);
   EXPECT_TRUE(SaysSo(err));

@@ -48,6 +48,21 @@ TEST(WritePlainAscii, RefusesWhatHasToBeLookedAtAgainWhereverItStands) {
   }
 }
 
+TEST(WriteQuotableAscii, RefusesWhatHasToBeEscapedWhereverItStands) {
+  for (std::uint32_t unit = 1; unit <= 0xFFFF; ++unit) {
+    const bool plain = unit >= 0x20 && unit < 0x80 && unit != '"' && unit != '\\';
+    std::u16string text = u"sixteen units of text and some more";
+    const std::size_t at = unit % text.size();
+    text[at] = static_cast<char16_t>(unit);
+    const std::vector<std::uint8_t> bytes = UnitsOf(text, 64);
+    std::string out(text.size() + kPlainAsciiBlock, '?');
+    const char* const end = WriteQuotableAscii(bytes, 0, text.size(), out.data());
+    ASSERT_EQ(end != nullptr, plain) << unit << " at " << at;
+    const std::string expected = plain ? Utf16ToUtf8(UnitsOf(text, 0)) : "";
+    ASSERT_EQ(out.substr(0, expected.size()), expected);
+  }
+}
+
 TEST(WritePlainAscii, LeavesZerosOutAtTheEndAndRefusesThemInside) {
   EXPECT_EQ(PlainText(std::u16string(u"ab\0\0", 4)), "ab");
   EXPECT_EQ(PlainText(std::u16string(u"a\0b", 3)), "<null>");

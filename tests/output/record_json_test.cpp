@@ -100,5 +100,24 @@ TEST(RecordJson, ALevelOfManyControlCharactersHasRoom) {
   EXPECT_EQ(line.find("LevelName"), line.npos);
 }
 
+// What a report pulls stands in the line a second time.
+TEST(RecordJson, ATextOfManyControlCharactersThatIsPulledHasRoom) {
+  constexpr std::size_t kMany = 60'000;
+  support::EvtxBuilder log;
+  log.AddRecord(
+      {.body = support::InstanceFragment(
+           support::MakeTemplate(
+               "event",
+               {Element("Event", {},
+                        {Element("System", {},
+                                 {Element("Computer", {}, {Slot(0, support::kAnsiString)})})})}),
+           {support::AnsiStringValue(std::string(kMany, '\x01'))})});
+  std::string computer;
+  for (std::size_t i = 0; i < kMany; ++i) computer += "\\u0001";
+  const std::string line = Streamed(log.Build(), &RunOptions::json_form, nullptr, {"Computer"});
+  EXPECT_TRUE(line.starts_with("{\"Log\":\"log\",\"Computer\":\"" + computer + "\","));
+  EXPECT_NE(line.find("\"EventData\":{\"Computer\":\"" + computer + "\"}"), line.npos);
+}
+
 }  // namespace
 }  // namespace tarnlex

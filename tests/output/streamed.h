@@ -17,9 +17,11 @@
 
 namespace tarnlex {
 
-// Everything that a form writes of a log; `trace` for what -diags says of it.
+// Everything that a form writes of a log; `trace` for what -diags says of it, `pull` for names that
+// a report pulls.
 inline std::string Streamed(const support::ByteString& log, bool RunOptions::*form,
-                            std::string* trace = nullptr) {
+                            std::string* trace = nullptr,
+                            const std::vector<std::string>& pull = {}) {
   InputFile file;
   file.size = log.size();
   file.read = [&log](std::uint64_t offset, std::span<std::uint8_t> to) {
@@ -34,6 +36,10 @@ inline std::string Streamed(const support::ByteString& log, bool RunOptions::*fo
   options.event_ids = {kAnyEventId};
   const LogInfo info{.path = "log"};
   QueryList queries = PlainQueries(info, options);
+  for (QuerySpec& query : queries) {
+    query.all_data = query.all_data && pull.empty();
+    query.pull.insert(query.pull.end(), pull.begin(), pull.end());
+  }
   std::string text;
   TextSink out = MakeStringSink(text);
   RunState run{out, MakeRecordOutput(out, out)};

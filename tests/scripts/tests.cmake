@@ -8,6 +8,8 @@ if(TARNLEX_PYTHON AND TARNLEX_EVTXEXPORT)
   add_test(NAME comparison_of_readers COMMAND ${TARNLEX_PYTHON}
     ${CMAKE_CURRENT_SOURCE_DIR}/scripts/compare_readers_test.py --reader evtxexport
     $<TARGET_FILE:tarnlex> ${logs}/Security.evtx ${logs}/System.evtx)
+  add_test(NAME recovered_counts COMMAND ${TARNLEX_PYTHON}
+    ${CMAKE_CURRENT_SOURCE_DIR}/scripts/count_recovered_test.py $<TARGET_FILE:tarnlex> ${logs}/Cleared.evtx)
   set_tests_properties(logs_to_compare PROPERTIES FIXTURES_SETUP logs_to_compare)
-  set_tests_properties(comparison_of_readers PROPERTIES FIXTURES_REQUIRED logs_to_compare)
+  set_tests_properties(comparison_of_readers recovered_counts PROPERTIES FIXTURES_REQUIRED logs_to_compare)
 endif()

@@ -1,7 +1,8 @@
 // make_sample_log OUT_DIR: writes a day of an invented computer as Security.evtx and System.evtx,
 // and a day of its forerunner as SecEvent.Evt and SysEvent.Evt, for the demonstration, for the
-// commands in the documents and for trying things out. Cleared.evtx is the security log after
-// somebody has cleared it: its first chunk has begun to be filled anew.
+// commands in the documents and for trying things out. Cleared.evtx and Cleared.Evt are the
+// security logs after somebody has cleared them: they have begun to be filled anew.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -254,6 +255,17 @@ ByteString OldSecurityLog() {
   return log.Build({.flags = kEvtDirty});
 }
 
+ByteString OldClearedLog() {
+  ByteString file = OldSecurityLog();
+  EvtBuilder log;
+  log.AddEntry(OldSecurityEntry(
+      517, 18, 8,
+      {"SYSTEM", "NT AUTHORITY", "(0x0,0x3E7)", "p.wren", std::string(kDomain), "(0x0,0x1A2B3)"}));
+  const ByteString young = log.Build({.flags = kEvtDirty});
+  std::copy(young.begin(), young.end(), file.begin());
+  return file;
+}
+
 ByteString OldSystemLog() {
   EvtBuilder log;
   const auto add = [&log](std::uint32_t id, std::uint16_t type, int minute, std::string source,
@@ -299,6 +311,7 @@ int main(int argc, char** argv) {
                        Write(directory / "System.evtx", SystemLog()) &&
                        Write(directory / "Cleared.evtx", ClearedLog()) &&
                        Write(directory / "SecEvent.Evt", OldSecurityLog()) &&
+                       Write(directory / "Cleared.Evt", OldClearedLog()) &&
                        Write(directory / "SysEvent.Evt", OldSystemLog());
   return written ? 0 : 1;
 }
