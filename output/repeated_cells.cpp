@@ -4,6 +4,7 @@ namespace tarnlex {
 
 void ExpectRepeated(RepeatedCells& cells) {
   constexpr std::size_t kPlaces = 1024;
+  cells.seen.resize(kPlaces);
   cells.places.resize(kPlaces);
 }
 

@@ -26,8 +26,11 @@ struct UnplacedCell {
   std::size_t size = 0;
 };
 
+// A value is remembered when it comes for the second time: most of those that never do cost a look
+// at a small table.
 struct RepeatedCells {
-  std::vector<RepeatedCell> places;  // by a hash of their values; empty: nothing is remembered
+  std::vector<std::uint64_t> seen;  // hashes of values, by themselves; empty: nothing is remembered
+  std::vector<RepeatedCell> places;  // as many, by the same hashes
   std::vector<UnplacedCell> unplaced;
 };
 
@@ -36,14 +39,14 @@ struct RepeatedCells {
 inline constexpr std::size_t kLeastRepeated = 16;
 inline constexpr std::size_t kMostRepeated = 1024;
 inline bool MayRepeat(const RepeatedCells& cells, std::size_t size) {
-  return size >= kLeastRepeated && size <= kMostRepeated && !cells.places.empty();
+  return size >= kLeastRepeated && size <= kMostRepeated && !cells.seen.empty();
 }
 
 // Begins to remember values.
 void ExpectRepeated(RepeatedCells& cells);
 
-// Where a value that may repeat has its place, whatever is there now.
-inline RepeatedCell& PlaceOf(RepeatedCells& cells, Bytes value) {
+// Where a value that may repeat has its place, whatever is there now; null for one that is new.
+inline RepeatedCell* PlaceOf(RepeatedCells& cells, Bytes value) {
   // Paths begin alike, and accounts end alike.
   std::uint64_t words[4];
   std::memcpy(&words[0], value.data(), 8);
@@ -53,7 +56,10 @@ inline RepeatedCell& PlaceOf(RepeatedCells& cells, Bytes value) {
   constexpr std::uint64_t kMix = 0x9E3779B97F4A7C15U;
   std::uint64_t hash = value.size();
   for (const std::uint64_t word : words) hash = (hash ^ word) * kMix;
-  return cells.places[(hash >> 32) % cells.places.size()];
+  const std::size_t at = (hash >> 32) % cells.seen.size();
+  if (cells.seen[at] == hash) return &cells.places[at];
+  cells.seen[at] = hash;
+  return nullptr;
 }
 
 inline bool HoldsCell(const RepeatedCell& place, Bytes value, std::uint8_t type) {

@@ -111,15 +111,15 @@ bool MayShare(const EventRows& rows, const PlanCell& cell, const SubstitutionVal
          Fits(bytes, value.offset, value.size);
 }
 
-// Adds the cell of a value if a row has its text, or else gives the value a place for it. Returns
-// where the next cell begins, null in the second case.
+// Adds the cell of a value if a row is known to have its text, and returns where the next cell
+// begins; null otherwise. Then `place` is where the text is to be noted, if it is.
 char* AddIfKnown(EventRows& rows, const SubstitutionValue& value, Bytes bytes, RowBuilder& builder,
                  char* at, RepeatedCell*& place) {
   const Bytes raw = bytes.subspan(value.offset, value.size);
-  RepeatedCell& there = PlaceOf(rows.repeated, raw);
-  if (HoldsCell(there, raw, value.type)) return AddKnownCell(builder, at, there.text);
-  Remember(there, raw, value.type);
-  place = &there;
+  place = PlaceOf(rows.repeated, raw);
+  if (!place) return nullptr;
+  if (HoldsCell(*place, raw, value.type)) return AddKnownCell(builder, at, place->text);
+  Remember(*place, raw, value.type);
   return nullptr;
 }
 
