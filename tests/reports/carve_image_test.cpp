@@ -276,25 +276,6 @@ TEST(CarveImage, FindsEvtRecordsInLogsAndByThemselves) {
   for (const Carved& record : found.records) EXPECT_EQ(record.checked, "all");
 }
 
-// The size in front of this record reads as the mark of another kind.
-TEST(CarveImage, FindsAnEvtRecordWhoseSizeLooksLikeARecord) {
-  constexpr std::size_t kSize = 0x2A2A;
-  support::EvtEntry entry{.number = 1, .time = 1'200'000'000, .event_id = 1};
-  const std::size_t rest = kSize + 2 - EvtEntryBytes(entry).size();
-  entry.data.assign(rest, 7);
-  ByteString record = EvtEntryBytes(entry);
-  while (record.size() > kSize) {
-    entry.data.pop_back();
-    record = EvtEntryBytes(entry);
-  }
-  record.resize(kSize);
-  support::SetU32(record, 0, kSize);
-  support::SetU32(record, kSize - 4, kSize);
-  ByteString image(64);
-  support::PutBytes(image, record);
-  EXPECT_EQ(Carve(image).counts.evt_records, 1U);
-}
-
 TEST(CarveImage, PassesOverWhatCannotBeRead) {
   EvtxBuilder log;
   for (int i = 0; i < 60; ++i) log.AddEvent({.event_id = 1, .data = {{"Name", "alice"}}});
