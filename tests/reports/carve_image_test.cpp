@@ -276,7 +276,6 @@ TEST(CarveImage, FindsEvtRecordsInLogsAndByThemselves) {
   for (const Carved& record : found.records) EXPECT_EQ(record.checked, "all");
 }
 
-// The size in front of this record reads as the mark of another kind.
 TEST(CarveImage, PassesOverWhatCannotBeRead) {
   EvtxBuilder log;
   for (int i = 0; i < 60; ++i) log.AddEvent({.event_id = 1, .data = {{"Name", "alice"}}});
