@@ -18,6 +18,8 @@ import tarnlex
 from tarnlex import table
 from tarnlex.schema import MEMBERS
 
+LOGS, EVENTS = 6, 127  # in the folder of made-up logs
+
 Connection = duckdb.DuckDBPyConnection
 
 
@@ -61,7 +63,7 @@ def counts(connection: Connection) -> dict[str, int]:
 def test_nothing_of_an_event_is_lost(made: Path, workers: int) -> None:
     with duckdb.connect() as connection:
         loaded = tarnlex.load(connection, made, workers=workers)
-        assert (loaded.logs, loaded.rows, loaded.unread) == (5, 109, [])
+        assert (loaded.logs, loaded.rows, loaded.unread) == (LOGS, EVENTS, [])
         assert sorted_by_place(members(connection)) == sorted_by_place(list(tarnlex.events(made)))
 
 
@@ -76,7 +78,7 @@ def test_nothing_of_real_logs_is_lost(real: Path) -> None:
 def test_options_filter_and_are_a_load_of_their_own(made: Path) -> None:
     with duckdb.connect() as connection:
         assert tarnlex.load(connection, made, eventid=4624).rows == 17
-        assert tarnlex.load(connection, made, eventid=4624).present == 5
+        assert tarnlex.load(connection, made, eventid=4624).present == LOGS
         assert tarnlex.load(connection, made, eventid=4625).rows > 0
         assert connection.execute("SELECT DISTINCT EventID FROM events ORDER BY 1").fetchall() == [
             (4624,),
@@ -124,13 +126,13 @@ def test_a_load_is_taken_up_and_a_changed_log_replaced(logs: Path) -> None:
     with duckdb.connect() as connection:
         tarnlex.load(connection, logs / "Security.evtx")
         loaded = tarnlex.load(connection, logs)
-        assert (loaded.logs, loaded.present, loaded.replaced) == (4, 1, 0)
+        assert (loaded.logs, loaded.present, loaded.replaced) == (LOGS - 1, 1, 0)
         before = counts(connection)
         (logs / "System.evtx").write_bytes((logs / "Cleared.evtx").read_bytes())
         loaded = tarnlex.load(connection, logs)
-        assert (loaded.logs, loaded.present, loaded.replaced) == (1, 4, 1)
+        assert (loaded.logs, loaded.present, loaded.replaced) == (1, LOGS - 2, 1)
         assert counts(connection) == before | {"System.evtx": before["Cleared.evtx"]}
-        assert connection.execute("SELECT count(*) FROM events_loads").fetchone() == (5,)
+        assert connection.execute("SELECT count(*) FROM events_loads").fetchone() == (LOGS,)
 
 
 def test_what_cannot_be_read_is_noted_and_stops_nothing(logs: Path) -> None:
@@ -148,7 +150,7 @@ def test_what_cannot_be_read_is_noted_and_stops_nothing(logs: Path) -> None:
             "SELECT path, rows, outcome FROM events_loads WHERE rows IS NULL"
         ).fetchall()
         assert noted == [(str(other), None, "no event log") for other in others]
-        assert sum(counts(connection).values()) == 109
+        assert sum(counts(connection).values()) == EVENTS
 
 
 def test_a_log_that_cannot_be_read_any_more_keeps_what_was_loaded(logs: Path) -> None:
@@ -207,7 +209,7 @@ def test_names_of_folders_are_names_only(made: Path, tmp_path: Path, monkeypatch
     folder = tmp_path / "case [1] of * it's"
     folder.mkdir()
     with duckdb.connect(str(folder / "case.duckdb")) as connection:
-        assert tarnlex.load(connection, made).rows == 109
+        assert tarnlex.load(connection, made).rows == EVENTS
     assert [path.name for path in folder.iterdir()] == ["case.duckdb"]
     odd = tmp_path / "this | that"
     shutil.copytree(made, odd / "logs")
@@ -215,7 +217,7 @@ def test_names_of_folders_are_names_only(made: Path, tmp_path: Path, monkeypatch
     with duckdb.connect() as connection, pytest.raises(tarnlex.PathError, match="name its logs"):
         tarnlex.load(connection, "logs")
     with duckdb.connect() as connection:
-        assert tarnlex.load(connection, sorted(Path("logs").iterdir())).rows == 109
+        assert tarnlex.load(connection, sorted(Path("logs").iterdir())).rows == EVENTS
 
 
 def test_a_database_for_reading_alone_is_told(made: Path, tmp_path: Path) -> None:
@@ -350,7 +352,7 @@ def test_a_full_disk_is_told_and_leaves_whole_logs(logs: Path, large: Path, tmp_
     with duckdb.connect(str(case)) as connection:
         tarnlex.load(connection, logs)
         assert counts(connection)["zzz.evtx"] == 9280
-        assert sum(counts(connection).values()) == 109 + 8 * 58 + 9280
+        assert sum(counts(connection).values()) == EVENTS + 8 * 58 + 9280
 
 
 @pytest.mark.parametrize("how", [signal.SIGINT, signal.SIGKILL])
