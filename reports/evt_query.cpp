@@ -125,6 +125,7 @@ void ForgetRows(EvtQueries& all) {
     query.layouts.clear();
     query.texts = {};
   }
+  all.loose = {};
 }
 
 bool EvtQueryTakes(EvtQueries& all, EvtQuery& query, EvtRecord& record) {

@@ -143,6 +143,8 @@ char* WriteStretch(EventRows& rows, PlanLayout& layout, const EventStructure& ev
   const Bytes bytes = event.bytes;
   const SubstitutionValue* const slots = event.slots.room.data();
   const char separator = rows.joined.separator;
+  // A row that is too large to be joined has other texts than those around it.
+  const bool shares = kForm == rows.joined.form;
   for (const PlanCell& cell : cells) {
     char* const text = at + (kForm == CellForm::kJoined ? 0 : kCellPrefix);
     char* end = nullptr;
@@ -150,7 +152,7 @@ char* WriteStretch(EventRows& rows, PlanLayout& layout, const EventStructure& ev
     bool plain = false;
     if (cell.is_slot) {
       const SubstitutionValue& value = slots[cell.slot];
-      if (value.size >= kLeastRepeated && MayShare(rows, cell, value, bytes)) {
+      if (shares && value.size >= kLeastRepeated && MayShare(rows, cell, value, bytes)) {
         char* const next = AddIfKnown(rows, value, bytes, builder, at, place);
         if (next) {
           at = next;

@@ -4,9 +4,11 @@
 #include <algorithm>
 
 #include "output/table.h"
+#include "reports/evt_query.h"
 #include "reports/evtx_query.h"
 #include "tests/evtx/decoding.h"
 #include "tests/output/row_maker.h"
+#include "tests/support/evt_builder.h"
 
 namespace tarnlex {
 namespace {
@@ -155,6 +157,35 @@ TEST(SharedCells, AreNotMadeOfTextsThatGoOnBehindTheirBytes) {
   ASSERT_TRUE(FindCell(walked.rows.rows.at(2), "A", false, second));
   EXPECT_TRUE(first.starts_with(head + "one"));
   EXPECT_TRUE(second.starts_with(head + "two"));
+}
+
+// A row that is too large to be joined lies among others that are.
+TEST(SharedCells, AreOfOneForm) {
+  QuerySpec spec;
+  spec.all_data = true;
+  QueryList queries{spec};
+  EvtQueries all = PrepareEvtQueries(queries);
+  const RunOptions options = Csv(true);
+  EventRows rows;
+  rows.joined = JoinedForm(options);
+  ExpectRepeated(rows.repeated);
+  const std::string large(kMostJoined, 'x');
+  for (const std::string& own : {std::string("1"), large, std::string("3"), large}) {
+    const support::ByteString bytes = support::EvtEntryBytes({.strings = {kPath, own, kBroken}});
+    EvtRecord record;
+    record.structure.policy = Policy::kComplete;
+    ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
+    AddEvtRow(rows, all, all.queries.at(0), record);
+  }
+  EXPECT_EQ(rows.rows.at(1).form, CellForm::kPacked);
+  std::string text;
+  bool header_pending = true;
+  TextSink sink = MakeStringSink(text);
+  WriteLogResults(sink, rows, LogAt("a.evt", false), options, header_pending);
+  Flush(sink);
+  const std::string path = "C:\\Windows\\System32\\a program; with | signs.exe,";
+  EXPECT_NE(text.find(path + "1,"), std::string::npos);
+  EXPECT_NE(text.find(path + "3,"), std::string::npos);
 }
 
 TEST(SharedCells, AreForgottenWithTheRows) {
