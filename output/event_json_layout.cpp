@@ -327,6 +327,9 @@ EventJson LayOutEventJson(const EventStructure& event, const Document& document,
   AddStep(run, Kind::kNothing);
   layout.literals.append(kCopyBlock, ' ');
   layout.room = RoomFor(event, layout);
+  layout.literals.shrink_to_fit();
+  layout.steps.shrink_to_fit();
+  layout.parts.shrink_to_fit();
   return layout;
 }
 

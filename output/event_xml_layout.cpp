@@ -286,6 +286,8 @@ EventXml LayOutEventXml(const EventStructure& event, const Document& document, b
   Say(run, "\n");
   AddStep(run, Kind::kNothing);
   layout.literals.append(kCopyBlock, ' ');
+  layout.literals.shrink_to_fit();
+  layout.steps.shrink_to_fit();
   return layout;
 }
 

@@ -451,6 +451,9 @@ RecordJson LayOutRecordJson(const EventStructure& event, const Document& documen
   for (JsonMember& member : rest.object.members) data.members.push_back(std::move(member));
   if (!system.object.members.empty()) runs.tail.members.push_back(std::move(system.object));
   FillSteps(runs, data, layout);
+  layout.steps.text.shrink_to_fit();
+  layout.steps.steps.shrink_to_fit();
+  layout.steps.parts.shrink_to_fit();
   return layout;
 }
 
