@@ -224,6 +224,15 @@ bool IsWorthKeeping(const EvtxDecoder& decoder, const DecodedEvent& event) {
                         chunk.new_plan_values + plan.values.size());
 }
 
+// A plan that stays takes no more memory than it needs.
+std::unique_ptr<Plan> KeptPlan(Plan& made) {
+  auto kept = std::make_unique<Plan>(std::move(made));
+  kept->values.shrink_to_fit();
+  kept->parts.shrink_to_fit();
+  kept->document.items.shrink_to_fit();
+  return kept;
+}
+
 }  // namespace
 
 const Plan& PlanOf(EvtxDecoder& decoder, DecodedEvent& event) {
@@ -242,7 +251,7 @@ const Plan& PlanOf(EvtxDecoder& decoder, DecodedEvent& event) {
     std::unique_ptr<Plan>& place = decoder.chunk.new_plans[key];
     if (IsWorthKeeping(decoder, event)) {
       const std::size_t made = decoder.chunk.new_plans.size() - 1;
-      place = std::make_unique<Plan>(std::move(event.own_plan));
+      place = KeptPlan(event.own_plan);
       place->id = decoder.store.plans_made + static_cast<std::uint32_t>(made);
       event.plan = place.get();
       decoder.chunk.new_plan_values += place->values.size();

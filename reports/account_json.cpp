@@ -1,9 +1,11 @@
 #include "reports/account_json.h"
 
+#include <algorithm>
 #include <concepts>
+#include <iterator>
 #include <optional>
-#include <ranges>
 #include <string_view>
+#include <vector>
 
 #include "logs/iso_time.h"
 #include "logs/run_options.h"
@@ -25,7 +27,7 @@ void Begin(std::string& line, std::string_view name, char bracket) {
 
 // A list of objects: `put` puts in the members of one.
 template <typename Entries, typename PutEntry>
-void PutEach(std::string& line, std::string_view name, Entries&& entries, PutEntry put) {
+void PutEach(std::string& line, std::string_view name, const Entries& entries, PutEntry put) {
   Begin(line, name, '[');
   for (const auto& entry : entries) {
     Begin(line, {}, '{');
@@ -100,11 +102,12 @@ void PutFault(std::string& line, const WalkAccount& account, RecordFault fault) 
   PutText(line, "reason", FaultName(fault));
   PutTruth(line, "loss", IsLoss(fault) || fault == RecordFault::kTemplateOffset);
   Put(line, "records", count);
-  const auto is_one = [fault](const FaultyRecord& record) { return record.fault == fault; };
-  PutEach(line, "places", account.faulty | std::views::filter(is_one),
-          [&](const FaultyRecord& record) {
-            PutRecord(line, {record.record_id, record.file_offset});
-          });
+  std::vector<FaultyRecord> records;
+  std::copy_if(account.faulty.begin(), account.faulty.end(), std::back_inserter(records),
+               [fault](const FaultyRecord& record) { return record.fault == fault; });
+  PutEach(line, "places", records, [&](const FaultyRecord& record) {
+    PutRecord(line, {record.record_id, record.file_offset});
+  });
   line += '}';
 }
 
