@@ -12,9 +12,10 @@
 namespace tarnlex {
 namespace {
 
-// What stands in front of each part of an event, so that no two events are written alike.
+// What stands in front of each part of an event, so that no two events are written alike. No kind
+// of token has one of these numbers, or where a stream ends would be for the next one to say.
 enum class Part : std::uint8_t {
-  kInstance = 1,
+  kInstance = 0x80,
   kElements,
   kEnd,
   kRecord,      // identifier and time of the record

@@ -173,6 +173,27 @@ TEST(EventIdentity, TellsValuesApartThatAreEqualOneBehindTheOther) {
   EXPECT_NE(IdentityOfOne(Forwarded(1, "ab")), IdentityOfOne(Forwarded(1, "a")));
 }
 
+TEST(EventIdentity, TellsStreamsApartThatAreEqualOneBehindTheOther) {
+  const auto identity_of = [](std::vector<Node> first, std::vector<Node> second) {
+    const auto stream = [](std::vector<Node> nodes) {
+      return support::Value{
+          .type = support::kBinaryXml,
+          .nested = {{.nodes = std::move(nodes), .header = false, .end_token = false}}};
+    };
+    const Node event =
+        Element("Event", {}, {Slot(0, support::kBinaryXml), Slot(1, support::kBinaryXml)});
+    return IdentityOfOne(support::Record{
+        .body = support::InstanceFragment(support::MakeTemplate("Two", {event}),
+                                          {stream(std::move(first)), stream(std::move(second))})});
+  };
+  const Node one = support::Text("one");
+  const Node two = support::Text("two");
+  const Node three = support::Text("three");
+  // Tokens that end an element and its start: nothing holds a stream to having them in order.
+  const Node ends = support::Raw({0x03, 0x02});
+  EXPECT_NE(identity_of({one}, {two, ends, three}), identity_of({one, ends, two}, {three}));
+}
+
 TEST(EventIdentity, GoesByTheIdentifierThatTheEventStates) {
   // As a log holds it that was exported: the header counts anew, and has a time of its own.
   const support::Fragment body = support::EventFragment(Logon(5));
