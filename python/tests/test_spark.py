@@ -77,9 +77,9 @@ def test_events_are_those_of_the_program(spark: Any, made: Path) -> None:
     from tarnlex.spark import events
 
     frame = events(spark, made)
-    assert same(frame, made) == 109
+    assert same(frame, made) == 127
     assert frame.filter("errors IS NOT NULL OR Unfit IS NOT NULL").count() == 0
-    assert frame.rdd.getNumPartitions() == 5
+    assert frame.rdd.getNumPartitions() == 6
     # Seconds of UTC, whatever the session's zone.
     first = frame.filter("EventID = 4624").selectExpr("unix_micros(TimeCreated)", "TimeCreatedText").first()
     assert first[0] % 10**6 == int(first[1][20:26])
@@ -108,7 +108,7 @@ def test_a_bad_log_is_a_row_and_no_lost_job(spark: Any, logs: Path) -> None:
     rows = events(spark, [bad, logs]).filter("errors IS NOT NULL").collect()
     assert [(row.Log, row.EventID) for row in rows] == [(str(bad), None)]
     assert rows[0].errors.startswith(f"{bad}: no event log")
-    assert events(spark, [bad, logs]).filter("errors IS NULL").count() == 109
+    assert events(spark, [bad, logs]).filter("errors IS NULL").count() == 127
 
 
 def program_that_breaks_off(folder: Path, *, for_good: bool) -> str:
@@ -137,9 +137,9 @@ def test_a_task_that_is_lost_is_run_again_without_doubled_rows(
 
     frame = events(spark, made, program_path=program_that_breaks_off(tmp_path, for_good=False))
     rows = frame.select("Log", "Offset", "errors").collect()
-    assert len(rows) == len(set(rows)) == 109
+    assert len(rows) == len(set(rows)) == 127
     assert {row.errors for row in rows} == {None}
-    assert [len(mark.read_text()) for mark in tmp_path.glob("*.tried")] == [2] * 5
+    assert [len(mark.read_text()) for mark in tmp_path.glob("*.tried")] == [2] * 6
 
 
 def test_a_program_that_always_breaks_off_costs_no_job(spark: Any, made: Path, tmp_path: Path) -> None:

@@ -100,7 +100,7 @@ class Ledger:
         """
         values = {
             "load_id": load,
-            "path": log.path,
+            "path": log.name,
             "size": log.size,
             "mtime": log.modified,
             "options": self._options,

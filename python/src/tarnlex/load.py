@@ -8,6 +8,7 @@ from pathlib import Path
 from typing import TYPE_CHECKING
 
 from tarnlex import logs, options
+from tarnlex.errors import LoadError
 from tarnlex.loaded import Loaded
 from tarnlex.options import Value
 from tarnlex.paths import PathLike, Paths, listed
@@ -102,5 +103,9 @@ def _scratch(connection: "DuckDBPyConnection", wanted: PathLike | None) -> Itera
         "SELECT path FROM duckdb_databases() WHERE database_name = current_database()"
     ).fetchone()
     beside = str(Path(row[0]).parent) if row and row[0] else None
-    with tempfile.TemporaryDirectory(prefix="tarnlex_load_", dir=wanted or beside) as folder:
+    try:
+        kept = tempfile.TemporaryDirectory(prefix="tarnlex_load_", dir=wanted or beside)
+    except OSError as error:
+        raise LoadError(f"no scratch folder can be made: {error}") from error
+    with kept as folder:
         yield Path(folder)

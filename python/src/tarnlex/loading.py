@@ -65,13 +65,13 @@ class Loading:
         except duckdb.Error as error:
             raise LoadError(f"the database does not take a table {self._table}: {error}") from error
         before = self._ledger.before(self._connection)
-        new = [log for log in wanted if before[log.path].state != (log.size, log.modified)]
+        new = [log for log in wanted if before[log.name].state != (log.size, log.modified)]
         self._loaded.present = len(wanted) - len(new)
         self._done(sum(log.size for log in wanted) - sum(log.size for log in new))
         numbers = count(self._ledger.last(self._connection) + 1)
         with self._pool, ThreadPoolExecutor(self._workers, "tarnlex_load") as threads:
             try:
-                running = [threads.submit(self._one, log, next(numbers), before[log.path]) for log in new]
+                running = [threads.submit(self._one, log, next(numbers), before[log.name]) for log in new]
                 wait(running, return_when=FIRST_EXCEPTION)
                 for one in running:
                     if one.done():
@@ -98,7 +98,7 @@ class Loading:
             except CancelledError:
                 return
             except duckdb.Error as error:
-                raise LoadError(f"the database does not take {log.path}: {error}") from error
+                raise LoadError(f"the database does not take {log.name}: {error}") from error
         self._done(log.size)
 
     def _take(self, cursor: duckdb.DuckDBPyConnection, log: Log, load: int, before: Before) -> None:
@@ -128,10 +128,10 @@ class Loading:
     def _note(self, cursor: duckdb.DuckDBPyConnection, log: Log, load: int, what: Decoded) -> None:
         """Notes a log that could not be read; what was loaded of it before stays."""
         with tables.transaction(cursor):
-            self._ledger.forget_failed(cursor, log.path)
+            self._ledger.forget_failed(cursor, log.name)
             self._ledger.record(cursor, log, load, rows=None, what=what)
         with self._lock:
-            self._loaded.unread.append(Unread(log.path, what.outcome, what.messages))
+            self._loaded.unread.append(Unread(log.name, what.outcome, what.messages))
 
     def _decoded(self, path: str, parts: list[str]) -> Generator[Decoded, None, None]:
         """The parts of a log in their order, decoded ahead as far as there is room."""

@@ -30,6 +30,11 @@ class Log(NamedTuple):
     modified: int
     outcome: str
 
+    @property
+    def name(self) -> str:
+        """The path as the program writes it: a text, also where the path is none."""
+        return self.path.encode("utf-8", "surrogateescape").decode("utf-8", "replace")
+
 
 def found(paths: Sequence[str]) -> list[Log]:
     """All logs that paths name, each once, in their order; folders are searched as `-dir` does.

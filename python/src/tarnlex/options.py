@@ -89,8 +89,8 @@ def _text(name: str, value: Value) -> str:
         return os.fspath(value)
     if isinstance(value, datetime.datetime):
         aware = value if value.tzinfo else value.replace(tzinfo=datetime.UTC)
-        return aware.astimezone(datetime.UTC).strftime("%Y-%m-%dT%H:%M:%SZ")
-    if isinstance(value, Iterable):
+        return aware.astimezone(datetime.UTC).replace(tzinfo=None).isoformat() + "Z"
+    if isinstance(value, Iterable) and not isinstance(value, bytes | bytearray | Mapping):
         parts = [str(part) for part in value]
         if parts and not any("|" in part for part in parts):
             return "|".join(parts)

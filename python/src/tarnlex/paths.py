@@ -23,7 +23,7 @@ def listed(paths: Paths, *, whole: bool = False) -> list[str]:
             with a "|", which stands between folders.
     """
     given = [paths] if isinstance(paths, str | os.PathLike) else list(paths)
-    found = [str(Path(path).absolute()) if whole else os.fspath(path) for path in given]
+    found = [_whole(path) if whole else os.fspath(path) for path in given]
     if not found:
         raise PathError("no path is given")
     for path in found:
@@ -34,6 +34,12 @@ def listed(paths: Paths, *, whole: bool = False) -> list[str]:
         if Path(path).is_dir() and ("|" in path or path != path.strip()):
             raise PathError(f'a folder with "|" or outer blanks cannot be searched: {path!r}; name its logs')
     return found
+
+
+def _whole(path: PathLike) -> str:
+    """A path from the root on, without "..", so that a log has one name however it is reached."""
+    given = Path(path)
+    return str(given.resolve() if ".." in given.parts else given.absolute())
 
 
 def in_runs(paths: Iterable[str]) -> list[tuple[list[str], list[str]]]:

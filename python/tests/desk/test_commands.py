@@ -193,7 +193,18 @@ def test_sql_says_how_many_rows_a_table_leaves_out(case: Path, capsys: pytest.Ca
 
 def test_sql_cannot_change_a_case(case: Path, capsys: pytest.CaptureFixture[str]) -> None:
     before = case.read_bytes()
-    for query in ("DROP TABLE events", "DELETE FROM events", "SELEC 1", "SELECT nothing FROM events"):
+    copy = f"COPY (SELECT 1) TO '{case}' (FORMAT csv)"
+    changing = (
+        "DROP TABLE events",
+        "DELETE FROM events",
+        copy,
+        f"EXPLAIN ANALYZE {copy}",
+        f"SELECT 1; {copy}",
+    )
+    for query in changing:
+        assert main(["sql", str(case), query]) == 1
+        assert "does more than to ask" in capsys.readouterr().err
+    for query in ("SELEC 1", "SELECT nothing FROM events"):
         assert main(["sql", str(case), query]) == 1
         assert "the query fails" in capsys.readouterr().err
     assert case.read_bytes() == before

@@ -8,7 +8,7 @@ import duckdb
 import tarnlex
 from tarnlex.desk.case import connect
 from tarnlex.desk.show import say
-from tarnlex.errors import NoLogsError, OptionError, PathError, SchemaError, TarnlexError
+from tarnlex.errors import SchemaError, TarnlexError
 
 #: What the account of each log says, a row a log, beside the events. As a view it is never behind.
 ACCOUNTS = """CREATE OR REPLACE VIEW accounts AS
@@ -43,9 +43,10 @@ def run(arguments: argparse.Namespace) -> int:
         _check(connection, arguments)
         loaded = _load(connection, arguments)
         events = connection.execute("SELECT count(*) FROM events").fetchall()[0][0]
-    except (NoLogsError, OptionError, PathError, SchemaError):
+    except TarnlexError:
+        empty = new and not _has_loads(connection)
         connection.close()
-        if new:
+        if empty:
             Path(arguments.case).unlink(missing_ok=True)
         raise
     except duckdb.Error as error:

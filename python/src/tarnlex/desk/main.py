@@ -2,6 +2,7 @@
 
 import argparse
 import importlib
+import io
 import os
 import signal
 import sys
@@ -81,6 +82,9 @@ def main(arguments: Sequence[str] | None = None) -> int:
     """
     chosen = _parser().parse_args(arguments)
     stop.listen()
+    if isinstance(sys.stdout, io.TextIOWrapper):
+        # What a terminal of few characters cannot show is written out.
+        sys.stdout.reconfigure(errors="backslashreplace")
     try:
         module = importlib.import_module(f"tarnlex.desk.{chosen.command}")
         # A load hears of signals by itself, as it waits for other processes.
@@ -95,7 +99,8 @@ def main(arguments: Sequence[str] | None = None) -> int:
     except KeyboardInterrupt as stopped:
         number = stopped.number if isinstance(stopped, stop.Stopped) else signal.SIGINT
         return _failed("stopped", 128 + number)
-    except TarnlexError as error:
+    except (TarnlexError, OSError) as error:
+        # Such as standard output that goes to a full disk.
         return _failed(str(error))
     return int(code)
 

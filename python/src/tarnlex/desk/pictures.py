@@ -17,6 +17,8 @@ from typing import Any
 
 import plotly.graph_objects as go
 
+from tarnlex.desk.show import visible
+
 Row = tuple[Any, ...]
 
 #: A strip of more days than this has only those with events.
@@ -48,10 +50,11 @@ def shown(text: object, width: int = 48) -> str:
     >>> shown("<b>x")
     '&lt;b&gt;x'
     """
-    whole = " ".join(str(text).split())
+    whole = visible(" ".join(str(text).split()))
     if len(whole) > width:
         whole = f"{whole[: width // 2]}…{whole[-(width // 2 - 1) :]}"
-    return html.escape(whole)
+    # Of names Plotly takes %{...} for a place to put something else into.
+    return html.escape(whole).replace("%{", "%&#123;")
 
 
 def spans(rows: Sequence[Row]) -> go.Figure:
@@ -131,15 +134,21 @@ def stacked(rows: Sequence[Row]) -> go.Figure:
     for name, computer, number in rows:
         sums[name] += number
         totals[computer] += number
-    names = [name for name, _ in sums.most_common()]
+    names = [name for name, _ in sums.most_common(ROOM)]
+    places = {name: place for place, name in enumerate(names)}
     computers = sorted(totals, key=lambda one: (-totals[one], str(one)))
     named = computers[: len(_COLOURS) - 1]
+    groups = [*([one] for one in named), computers[len(named) :]]
+    group_of = {computer: index for index, group in enumerate(groups) for computer in group}
+    counts = [[0] * len(names) for _ in groups]
+    for name, computer, number in rows:
+        if name in places:
+            counts[group_of[computer]][places[name]] += number
     traces = []
-    for index, group in enumerate([*([one] for one in named), computers[len(named) :]]):
-        numbers = [sum(row[2] for row in rows if row[0] == name and row[1] in group) for name in names]
+    for index, group in enumerate(groups):
         if group:
             label = shown(group[0]) if index < len(named) else f"{len(group)} other hosts"
-            traces.append(_bars(numbers, label, _COLOURS[index], [label] * len(names)))
+            traces.append(_bars(counts[index], label, _COLOURS[index], [label] * len(names)))
     figure = _figure(traces, 110 + 30 * len(names), legend=len(traces) > 1)
     figure.update_layout(barmode="stack")
     _name_rows(figure, names)

@@ -12,6 +12,9 @@ from sigma.rule import SigmaRule
 from tarnlex.desk.sigma_sql import Condition, Converter, RuleNotConvertedError
 from tarnlex.errors import TarnlexError
 
+#: Values of a file of rules; a few lines of aliases can stand for more than any memory holds.
+MOST_VALUES = 1_000_000
+
 
 @dataclass
 class Rule:
@@ -67,6 +70,8 @@ def read_rules(files: Sequence[Path], converter: Converter) -> Iterator[Rule]:
 
 def _rules_of_text(file: str, text: str, converter: Converter) -> Iterator[Rule]:
     documents = [one for one in yaml.safe_load_all(text) if one is not None]
+    if sum(_size(one, {}) for one in documents) > MOST_VALUES:
+        raise ValueError(f"it has more than {MOST_VALUES} values")
     if not documents or not all(isinstance(one, dict) for one in documents):
         yield Rule(file, Path(file).name, reason="is not a Sigma rule: it has no members")
         return
@@ -99,6 +104,23 @@ def _converted(file: str, parsed: SigmaRule, converter: Converter) -> Rule:
         except RuleNotConvertedError as error:
             rule.reason = f"cannot be converted: {_one_line(str(error))}"
     return rule
+
+
+def _size(value: object, known: dict[int, int]) -> int:
+    """How many values a value has, each alias counted as what it stands for.
+
+    Raises:
+        UnicodeEncodeError: A text holds halves of characters, which no event does.
+    """
+    if isinstance(value, str):
+        value.encode()
+    if not isinstance(value, dict | list):
+        return 1
+    if id(value) not in known:
+        known[id(value)] = MOST_VALUES + 1  # what holds itself has no end
+        inner = [*value, *value.values()] if isinstance(value, dict) else value
+        known[id(value)] = 1 + sum(_size(one, known) for one in inner)
+    return known[id(value)]
 
 
 def _one_line(text: str) -> str:
