@@ -75,6 +75,20 @@ def test_nothing_of_real_logs_is_lost(real: Path) -> None:
         assert sorted_by_place(members(connection)) == events
 
 
+def test_a_log_is_the_same_by_each_path_to_it(logs: Path) -> None:
+    with duckdb.connect() as connection:
+        tarnlex.load(connection, logs)
+        assert tarnlex.load(connection, logs / ".." / logs.name).present == LOGS
+
+
+def test_a_log_whose_name_is_no_text_is_loaded_once(logs: Path) -> None:
+    odd = Path(os.fsdecode(os.fsencode(logs) + b"/odd\xff.evtx"))
+    shutil.copy(logs / "Security.evtx", odd)
+    with duckdb.connect() as connection:
+        assert tarnlex.load(connection, odd).rows == 58
+        assert tarnlex.load(connection, odd).present == 1
+
+
 def test_options_filter_and_are_a_load_of_their_own(made: Path) -> None:
     with duckdb.connect() as connection:
         assert tarnlex.load(connection, made, eventid=4624).rows == 17

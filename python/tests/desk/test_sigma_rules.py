@@ -47,7 +47,14 @@ def test_a_rule_finds_what_it_is_about_and_nothing_else(
     assert hunted.get(rule, {}) == EXPECTED[rule]
 
 
+# Each of its lists has nine times as many values as the one before.
+MANY_VALUES = "a0: &a0 [x, x, x, x, x, x, x, x, x]\n" + "".join(
+    f"a{n}: &a{n} [{', '.join([f'*a{n - 1}'] * 9)}]\n" for n in range(1, 10)
+)
+
 BAD_RULES = {
+    "aliases.yml": (MANY_VALUES, "it has more than 1000000 values"),
+    "halves.yml": ('title: "\\ud800"', "surrogates not allowed"),
     "broken.yml": ("a: [b", "is not YAML: while parsing a flow sequence"),
     "bytes.yml": ("\udcff", "is not YAML: it is not text in UTF-8"),
     "list.yml": ("- a", "is not a Sigma rule: it has no members"),
@@ -78,7 +85,7 @@ def test_what_is_no_rule_is_named_with_its_reason_and_the_others_are_run(
     assert [json.loads(line)["Rule"] for line in out.splitlines()] == ["good"]
     for name, (_, reason) in BAD_RULES.items():
         assert any(name in line and reason in line for line in err.splitlines()), (name, err)
-    assert err.splitlines()[-1] == "7 rules: 1 run, 6 failed, 1 matched; 1 hits"
+    assert err.splitlines()[-1] == "9 rules: 1 run, 8 failed, 1 matched; 1 hits"
 
 
 def test_hits_say_rule_level_tags_time_computer_and_event(
