@@ -9,7 +9,7 @@ packages_for() {
     # The tests are configured with the program, whatever gets built then.
     build) echo g++ cmake ninja-build libgtest-dev ;;
     # Other readers of what the tests write; their tests are skipped without them.
-    test) echo libevtx-utils libevt-utils sleuthkit python3 mandoc ;;
+    test) echo libevtx-utils libevt-utils sleuthkit e2fsprogs python3 mandoc ;;
     # What the documents' commands use beside that; they are left out without it. Beside these packages of
     # PyPI, which tests/docs/get_packages.sh gets.
     docs) echo jq parallel python3-pandas python3-venv ;;

@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
 #include <random>
+#include <string_view>
 
 #include "tests/app/temp_directory.h"
 #include "tests/reports/carving.h"
@@ -168,6 +170,77 @@ TEST(CarveImage, GivesTheGoodRecordsOfChunksThatAreCut) {
   EXPECT_EQ(found.counts.chunks, 40U);
   for (const CarvedChunk& chunk : found.counts.list) partial += !chunk.sound;
   EXPECT_GT(partial, 10U);
+}
+
+// Records of the file table, as NTFS has them, which name the log.
+void PutFileRecords(Random& random, ByteString& image, std::size_t count) {
+  constexpr std::size_t kFileRecord = 1024;
+  for (; count > 0; --count) {
+    const std::size_t end = image.size() + kFileRecord;
+    for (const std::string_view text : {"FILE0", "ElfFile", "ElfChnk"}) {
+      image.insert(image.end(), text.begin(), text.end());
+      PutRandom(random, image, 100);
+    }
+    support::PutWide(image, u"Security.evtx");
+    image.resize(end);
+  }
+}
+
+// A log whose file was deleted lies in runs of clusters; other files have taken some of these.
+TEST(CarveImage, FindsDeletedLogsInTheClustersOfAVolume) {
+  constexpr std::size_t kCluster = 4096;
+  Random random(17);
+  ByteString image(16 * kCluster);
+  Truth truth;
+  for (int i = 0; i < 30; ++i) {
+    const ByteString log = MakeLog(random, 4, "Security");
+    for (std::size_t at = 0; at < log.size();) {
+      const std::size_t run = std::min((1 + Below(random, 40)) * kCluster, log.size() - at);
+      const bool is_overwritten = Below(random, 5) == 0;
+      if (is_overwritten) {
+        PutRandom(random, image, run);
+      } else {
+        PutPart(log, at, at + run, image, truth);
+      }
+      at += run;
+      PutFileRecords(random, image, 4 * Below(random, 3));
+      image.resize(image.size() + Below(random, 3) * kCluster);
+    }
+  }
+  const Tally tally = Hold(Carve(image), truth);
+  EXPECT_EQ(tally.missed, 0U);
+  EXPECT_GT(tally.given.at("all"), truth.records.size() / 2);
+}
+
+// A real volume, whose files were deleted. Its journal has copies of what tells of them.
+TEST(CarveImage, FindsTheLogsThatWereDeletedFromAnExt4Volume) {
+  if (std::system("PATH=$PATH:/sbin:/usr/sbin; command -v mkfs.ext4 debugfs >/dev/null") != 0) {
+    GTEST_SKIP() << "needs e2fsprogs";
+  }
+  const TempDirectory directory;
+  Random random(18);
+  std::string commands;
+  std::size_t records = 0;
+  for (int i = 0; i < 5; ++i) {
+    const std::string name = "log" + std::to_string(i);
+    const ByteString log = MakeLog(random, 3, name);
+    records += RecordsOfLog(log).size();
+    std::ofstream(directory.path + "/" + name, std::ios::binary)
+        .write(reinterpret_cast<const char*>(log.data()), static_cast<std::streamsize>(log.size()));
+    commands += "write " + name + " " + name + "\n";
+  }
+  for (int i = 0; i < 5; ++i) commands += "rm log" + std::to_string(i) + "\n";
+  std::ofstream(directory.path + "/commands") << commands;
+  const std::string make =
+      "cd '" + directory.path +
+      "' && PATH=$PATH:/sbin:/usr/sbin && mkfs.ext4 -q -F volume 16M >/dev/null && "
+      "debugfs -w -f commands volume >/dev/null 2>&1";
+  ASSERT_EQ(std::system(make.c_str()), 0);
+  const auto image = OpenImage(directory.path + "/volume");
+  ASSERT_TRUE(image);
+  const CarvedImage found = Carve(*image);
+  EXPECT_EQ(found.records.size(), records);
+  EXPECT_EQ(found.recovered.checked[static_cast<std::size_t>(Checked::kAll)], records);
 }
 
 TEST(CarveImage, TakesNothingInsideOfALiveValueForAChunk) {
