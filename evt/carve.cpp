@@ -6,8 +6,6 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint32_t kHeaderSize = 48;
-
 std::uint32_t Number(Bytes bytes, std::uint64_t offset) {
   std::uint32_t number = 0;
   ReadAt(bytes, offset, number);
@@ -17,8 +15,9 @@ std::uint32_t Number(Bytes bytes, std::uint64_t offset) {
 }  // namespace
 
 bool IsEvtHeader(Bytes bytes) {
-  return bytes.size() >= kHeaderSize && Number(bytes, 0) == kHeaderSize &&
-         Number(bytes, 4) == kEvtSignature && Number(bytes, kHeaderSize - 4) == kHeaderSize;
+  return bytes.size() >= kEvtHeaderUsed && Number(bytes, 0) == kEvtHeaderUsed &&
+         Number(bytes, 4) == kEvtSignature &&
+         Number(bytes, kEvtHeaderUsed - kEvtLengthCopy) == kEvtHeaderUsed;
 }
 
 std::uint32_t WholeEvtLength(Bytes bytes) {

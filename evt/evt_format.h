@@ -36,6 +36,7 @@ inline constexpr std::uint32_t kEvtHeaderWrapped = 2;
 inline constexpr std::uint32_t kEvtHeaderFull = 4;
 inline constexpr std::size_t kEvtFixedSize = 56;
 inline constexpr std::size_t kEvtLengthCopy = 4;
+inline constexpr std::uint32_t kEvtAlignment = 4;  // of records in whole logs, and of their parts
 
 // A text whose terminator is not among this many units counts as empty when it is stepped over, but
 // under the complete policy; the strings of tables behind long texts are what they have always

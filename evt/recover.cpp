@@ -8,8 +8,6 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint64_t kStep = 4;  // records begin on multiples of four
-
 // What a fixed part takes where the search stands; less at the end of the log.
 Bytes FixedPart(EvtRecovery& recovery) {
   EvtLog& log = recovery.log;
@@ -23,9 +21,10 @@ std::uint64_t StepsToSignature(const EvtLog& log, std::uint64_t at) {
   const Bytes part = Clip(log.part, at - log.begin, log.part.size());
   if (part.size() < kEvtFixedSize) return 0;
   const std::uint8_t* const begin = part.data() + sizeof(std::uint32_t);
-  const std::uint8_t* const end = begin + (part.size() - kEvtFixedSize) / kStep * kStep;
+  const std::uint8_t* const end =
+      begin + (part.size() - kEvtFixedSize) / kEvtAlignment * kEvtAlignment;
   const std::uint8_t* mark = begin;
-  while (mark != end && Load<std::uint32_t>(mark) != kEvtSignature) mark += kStep;
+  while (mark != end && Load<std::uint32_t>(mark) != kEvtSignature) mark += kEvtAlignment;
   return static_cast<std::uint64_t>(mark - begin);
 }
 
@@ -46,7 +45,7 @@ std::uint32_t FindWhole(EvtRecovery& recovery, std::uint64_t end) {
     recovery.at += StepsToSignature(recovery.log, recovery.at);
     const std::uint32_t length = WholeLength(recovery, end);
     if (length != 0) return length;
-    recovery.at += kStep;
+    recovery.at += kEvtAlignment;
   }
   return 0;
 }

@@ -8,8 +8,6 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint64_t kStep = 4;  // records begin on multiples of four
-
 // More than that only a crafted log has; then none of them is believed.
 constexpr std::size_t kMostEndRecords = 64;
 
@@ -45,8 +43,9 @@ std::vector<EvtRing> FindEndRecords(EvtLog& log, FileBytes& window) {
     if (!Fits(log.part, at - log.begin, kEvtEndRecordSize)) break;
     const Bytes part = Clip(log.part, at - log.begin, log.part.size());
     const std::uint8_t* const begin = part.data();
-    const std::uint8_t* const end = begin + ((part.size() - kEvtEndRecordSize) / kStep + 1) * kStep;
-    for (const std::uint8_t* record = begin; record != end; record += kStep) {
+    const std::uint8_t* const end =
+        begin + ((part.size() - kEvtEndRecordSize) / kEvtAlignment + 1) * kEvtAlignment;
+    for (const std::uint8_t* record = begin; record != end; record += kEvtAlignment) {
       if (Load<std::uint32_t>(record + sizeof(std::uint32_t)) != kEvtEndMark) continue;
       const std::uint64_t offset = at + static_cast<std::uint64_t>(record - begin);
       EvtRing ring;

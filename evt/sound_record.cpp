@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::uint32_t kTimeOf1990 = 631'152'000;  // Unix seconds
 constexpr std::uint32_t kTimeOf2100 = 4'102'444'800;
-constexpr std::uint32_t kAlignment = 4;
 
 // Drivers' records have up to 18 bytes behind their data that belong to nothing; they need not be
 // zero.
@@ -61,7 +60,7 @@ std::uint64_t BehindNames(Bytes record, std::uint64_t end) {
 
 // Between the parts lies only what brings the next one to a multiple of four.
 bool Follows(std::uint64_t before, std::uint64_t offset) {
-  return offset >= before && offset - before < kAlignment;
+  return offset >= before && offset - before < kEvtAlignment;
 }
 
 bool HasSoundSid(Bytes record, std::uint64_t behind_names) {
@@ -97,7 +96,7 @@ std::uint32_t PlausibleEvtLength(Bytes fixed_part) {
   const auto lies_inside = [end](Field field) {
     return field.length == 0 || Fits(end, field.offset, field.length);
   };
-  const bool whole = length % kAlignment == 0 && NumberAt(fixed_part, 8) != 0 &&
+  const bool whole = length % kEvtAlignment == 0 && NumberAt(fixed_part, 8) != 0 &&
                      IsDated(NumberAt(fixed_part, 12)) && IsDated(NumberAt(fixed_part, 16)) &&
                      StringsOf(fixed_part) <= end && lies_inside(SidOf(fixed_part)) &&
                      lies_inside(DataOf(fixed_part));

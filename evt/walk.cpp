@@ -10,8 +10,6 @@ namespace tarnlex {
 namespace {
 
 constexpr std::uint64_t kHeader = 48;
-constexpr std::uint64_t kStep = 4;  // records begin on multiples of four in whole logs
-
 // Larger records are neither joined nor compared; real ones stay far below.
 constexpr std::uint32_t kLargestWhole = std::uint32_t{1} << 20;
 
@@ -61,13 +59,13 @@ bool Stop(EvtCursor& cursor) {
 }
 
 void SkipBytes(EvtCursor& cursor) {
-  cursor.offset += kStep;
-  cursor.account.skipped_bytes += kStep;
+  cursor.offset += kEvtAlignment;
+  cursor.account.skipped_bytes += kEvtAlignment;
 }
 
 // Steps over a record; one that claims no length only by a step, in search of the next signature.
 void StepOver(EvtCursor& cursor, std::uint32_t length) {
-  cursor.offset += length == 0 ? kStep : length;
+  cursor.offset += length == 0 ? kEvtAlignment : length;
 }
 
 bool ReadHeader(EvtCursor& cursor) {

@@ -279,15 +279,11 @@ void PutImage(std::string& line, const LogAccount& account) {
   Put(line, "outside", counts.outside);
   Put(line, "evt_headers", counts.evt_headers);
   Put(line, "evt_records", counts.evt_records);
-  Begin(line, "places", '[');
-  for (const CarvedChunk& chunk : counts.list) {
-    Begin(line, {}, '{');
+  PutEach(line, "places", counts.list, [&](const CarvedChunk& chunk) {
     Put(line, "chunk_at", chunk.offset);
     Put(line, "records", chunk.records);
     PutTruth(line, "sound", chunk.sound);
-    line += '}';
-  }
-  line += ']';
+  });
   if (counts.kept > 0) {
     Put(line, "kept", counts.kept);
     PutText(line, "file_headers", "made anew");

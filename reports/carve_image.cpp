@@ -56,11 +56,7 @@ void ExtendEvtPlace(ImageSearch& search, std::uint64_t at, std::uint64_t size) {
 void KeepEvt(ImageSearch& search, Bytes bytes) {
   std::optional<CarvedLogs>& kept = search.evt.run.carved_logs;
   EvtRecord& record = search.record;
-  constexpr std::uint32_t kAlignment = 4;
-  if (!search.keeps || record.recovery.checked != Checked::kAll ||
-      record.length % kAlignment != 0) {
-    return;
-  }
+  if (!search.keeps || record.recovery.checked != Checked::kAll) return;
   ++search.counts.kept;
   CutTexts(record);
   const bool security = EqualsNoCase(Utf16ToUtf8(record.source_name), kKindSecurity);

@@ -107,8 +107,6 @@ std::vector<std::uint8_t> EvtxHeader(const CarvedLog& log) {
   return header;
 }
 
-constexpr std::uint32_t kEvtEndSize = 40;
-
 std::vector<std::uint8_t> EvtHeader(const CarvedLog& log) {
   constexpr std::uint32_t kSize = kEvtHeaderUsed;
   const auto end = static_cast<std::uint32_t>(log.size);
@@ -120,7 +118,7 @@ std::vector<std::uint8_t> EvtHeader(const CarvedLog& log) {
                                   end,
                                   static_cast<std::uint32_t>(log.last_id + 1),
                                   static_cast<std::uint32_t>(log.first_id),
-                                  end + kEvtEndSize,
+                                  static_cast<std::uint32_t>(end + kEvtEndRecordSize),
                                   0,
                                   0,
                                   kSize};
@@ -130,7 +128,8 @@ std::vector<std::uint8_t> EvtHeader(const CarvedLog& log) {
 }
 
 std::vector<std::uint8_t> EvtEnd(const CarvedLog& log) {
-  const std::uint32_t fields[] = {kEvtEndSize,
+  constexpr std::uint32_t kSize = kEvtEndRecordSize;
+  const std::uint32_t fields[] = {kSize,
                                   kEvtEndMark,
                                   2 * kEvtEndMark,
                                   3 * kEvtEndMark,
@@ -139,9 +138,9 @@ std::vector<std::uint8_t> EvtEnd(const CarvedLog& log) {
                                   static_cast<std::uint32_t>(log.size),
                                   static_cast<std::uint32_t>(log.last_id + 1),
                                   static_cast<std::uint32_t>(log.first_id),
-                                  kEvtEndSize};
-  std::vector<std::uint8_t> end(kEvtEndSize);
-  std::memcpy(end.data(), fields, kEvtEndSize);
+                                  kSize};
+  std::vector<std::uint8_t> end(kSize);
+  std::memcpy(end.data(), fields, kSize);
   return end;
 }
 
