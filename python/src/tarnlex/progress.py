@@ -3,6 +3,26 @@
 import contextlib
 import sys
 from collections.abc import Callable, Iterator
+from typing import TYPE_CHECKING
+
+if TYPE_CHECKING:
+    from rich.progress import Progress
+
+
+def _made() -> "Progress | None":
+    """What draws the bar; none where rich is missing."""
+    try:
+        from rich.console import Console  # noqa: PLC0415
+        from rich.progress import (  # noqa: PLC0415
+            BarColumn,
+            DownloadColumn,
+            Progress,
+            TimeRemainingColumn,
+        )
+    except ImportError:
+        return None
+    columns = (BarColumn(), DownloadColumn(binary_units=True), TimeRemainingColumn())
+    return Progress(*columns, console=Console(stderr=True), transient=True)
 
 
 @contextlib.contextmanager
@@ -16,19 +36,10 @@ def bar(total: int, shown: bool) -> Iterator[Callable[[int], None]]:
     Yields:
         What to call with the bytes that were done.
     """
-    if shown and sys.stderr.isatty():
-        with contextlib.suppress(ImportError):
-            from rich.console import Console  # noqa: PLC0415
-            from rich.progress import (  # noqa: PLC0415
-                BarColumn,
-                DownloadColumn,
-                Progress,
-                TimeRemainingColumn,
-            )
-
-            columns = (BarColumn(), DownloadColumn(binary_units=True), TimeRemainingColumn())
-            with Progress(*columns, console=Console(stderr=True), transient=True) as progress:
-                task = progress.add_task("", total=total)
-                yield lambda done: progress.advance(task, done)
-                return
-    yield lambda done: None
+    made = _made() if shown and sys.stderr.isatty() else None
+    if made is None:
+        yield lambda done: None
+        return
+    with made as progress:
+        task = progress.add_task("", total=total)
+        yield lambda done: progress.advance(task, done)
