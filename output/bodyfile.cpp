@@ -5,6 +5,7 @@
 
 #include "logs/date_time.h"
 #include "output/cell_writer.h"
+#include "output/row_order.h"
 
 namespace tarnlex {
 namespace {

@@ -8,6 +8,7 @@
 #include "output/display_name.h"
 #include "output/level.h"
 #include "output/picked_columns.h"
+#include "output/row_order.h"
 #include "output/table_cells.h"
 
 namespace tarnlex {

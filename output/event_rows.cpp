@@ -69,22 +69,12 @@ std::size_t Room(const EventRows& rows) {
   return static_cast<std::size_t>(rows.free_end - rows.free_at);
 }
 
-// What rows are ordered by, but for those of one instant; far smaller than the rows.
-struct RowKey {
-  std::uint64_t time = 0;
-  std::uint32_t number = 0;
-};
-
 // Room for a large number of elements that will all be used.
 template <typename T>
 void ReserveFilled(std::vector<T>& list, std::size_t count) {
   if (count <= list.capacity()) return;
   list.reserve(count);
   ExpectFilled(list.data(), count * sizeof(T));
-}
-
-RowKey KeyOf(const EventRows& rows, std::size_t number) {
-  return {rows.rows[number].timeCreated, static_cast<std::uint32_t>(number)};
 }
 
 std::size_t OffsetIn(const RowBuilder& builder, const char* at) {
@@ -120,48 +110,6 @@ void GrowRow(RowBuilder& builder, const char* text_end, std::size_t longer) {
     rows.scratch = std::move(grown);
   }
   builder.bound += longer;
-}
-
-struct IsEarlier {
-  const EventRows& rows;
-
-  bool operator()(const RowKey& a, const RowKey& b) const {
-    if (a.time != b.time) return a.time < b.time;
-    return rows.rows[a.number].eventRecordId < rows.rows[b.number].eventRecordId;
-  }
-};
-
-// Where each stretch of keys that lie in order ends. A log that has wrapped has two of them.
-std::vector<std::size_t> FindRuns(const std::vector<RowKey>& keys, IsEarlier is_earlier) {
-  std::vector<std::size_t> ends;
-  for (std::size_t i = 1; i < keys.size(); ++i) {
-    if (is_earlier(keys[i], keys[i - 1])) ends.push_back(i);
-  }
-  if (!keys.empty()) ends.push_back(keys.size());
-  return ends;
-}
-
-// Merges neighbouring runs until one is left: one pass for a wrapped log, and never more passes
-// than any other sort. Equal keys keep their order.
-void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends, IsEarlier is_earlier) {
-  if (ends.size() < 2) return;
-  std::vector<RowKey> merged;
-  ReserveFilled(merged, keys.size());
-  merged.resize(keys.size());
-  while (ends.size() > 1) {
-    std::vector<std::size_t> merged_ends;
-    std::size_t begin = 0;
-    for (std::size_t run = 0; run < ends.size(); run += 2) {
-      const std::size_t last = std::min(run + 1, ends.size() - 1);
-      const RowKey* const from = keys.data();
-      std::merge(from + begin, from + ends[run], from + ends[run], from + ends[last],
-                 merged.data() + begin, is_earlier);
-      begin = ends[last];
-      merged_ends.push_back(begin);
-    }
-    keys.swap(merged);
-    ends.swap(merged_ends);
-  }
 }
 
 }  // namespace
@@ -398,20 +346,6 @@ std::string RecoveryText(const EventRows& rows, std::uint32_t number) {
   if (number >= rows.places.size() || !IsRecovered(rows.places[number].recovery)) return {};
   const Recovery& recovery = rows.places[number].recovery;
   return std::string(NameOf(recovery.from)).append("/").append(NameOf(recovery.checked));
-}
-
-RowNumbers OrderRows(const EventRows& rows) {
-  std::vector<RowKey> keys;
-  ReserveFilled(keys, rows.rows.size());
-  for (std::size_t number = 0; number < rows.rows.size(); ++number) {
-    keys.push_back(KeyOf(rows, number));
-  }
-  const IsEarlier is_earlier{rows};
-  MergeRuns(keys, FindRuns(keys, is_earlier), is_earlier);
-  RowNumbers order;
-  order.reserve(keys.size());
-  for (const RowKey& key : keys) order.push_back(key.number);
-  return order;
 }
 
 void ClearRows(EventRows& rows) {

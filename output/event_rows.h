@@ -329,12 +329,6 @@ inline std::string LogNameOf(const EventRows& rows, std::uint32_t number, const 
   return source == kNoSource ? name : name + SourceText(source);
 }
 
-// Positions in EventRows::rows.
-using RowNumbers = std::vector<std::uint32_t>;
-
-// All rows by time created, then record identifier, then arrival. The rows stay where they are.
-RowNumbers OrderRows(const EventRows& rows);
-
 // Forgets all rows and gives their memory back but for the first block; column sets and interned
 // texts stay.
 void ClearRows(EventRows& rows);

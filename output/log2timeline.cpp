@@ -7,6 +7,7 @@
 #include "logs/text.h"
 #include "output/cell_writer.h"
 #include "output/display_name.h"
+#include "output/row_order.h"
 
 namespace tarnlex {
 namespace {

@@ -22,6 +22,7 @@ target_sources(tarnlex_core PRIVATE
   output/record_json.cpp
   output/record_output.cpp
   output/repeated_cells.cpp
+  output/row_order.cpp
   output/row_pattern.cpp
   output/repeated_array.cpp
   output/run_status.cpp

@@ -12,6 +12,7 @@
 #include "output/empty_cells.h"
 #include "output/log2timeline.h"
 #include "output/picked_table.h"
+#include "output/row_order.h"
 #include "output/row_pattern.h"
 #include "output/table_cells.h"
 #include "output/table_columns.h"

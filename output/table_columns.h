@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "output/event_rows.h"
+#include "output/row_order.h"
 
 namespace tarnlex {
 

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <numeric>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,13 +17,6 @@ namespace {
 const ColumnSet* AddColumns(EventRows& rows, const std::vector<std::string_view>& names) {
   std::vector<int> position_of;
   return AddColumnSet(rows, names, position_of);
-}
-
-EventRecord RecordAt(std::uint64_t time, std::uint64_t id) {
-  EventRecord record;
-  record.timeCreated = time;
-  record.eventRecordId = id;
-  return record;
 }
 
 TEST(ColumnSet, SortsNamesAndKeepsEachOnce) {
@@ -299,33 +291,6 @@ TEST(FindCell, ComparesExactlyOrWithoutCase) {
   EXPECT_FALSE(FindCell(rows.rows[0], "COMPUTER", false, text));
   EXPECT_EQ(text.data(), nullptr);
   EXPECT_FALSE(FindCell(EventRecord{}, "Computer", true, text));
-}
-
-TEST(OrderRows, GoesByTimeThenRecordThenArrival) {
-  EventRows rows;
-  AddRow(rows, RecordAt(20, 1), {});
-  AddRow(rows, RecordAt(10, 9), {});
-  AddRow(rows, RecordAt(10, 3), {});
-  AddRow(rows, RecordAt(10, 3), {});
-  EXPECT_EQ(OrderRows(rows), (RowNumbers{2, 3, 1, 0}));
-}
-
-TEST(OrderRows, LeavesNoRowOutWhateverTheArrival) {
-  EXPECT_TRUE(OrderRows(EventRows{}).empty());
-  // Stretches in order of every length from 1 to 6, so that an odd number of them is merged too.
-  EventRows rows;
-  for (std::uint64_t run = 1; run <= 6; ++run) {
-    for (std::uint64_t i = 0; i < run; ++i) AddRow(rows, RecordAt(100 - 10 * run + i % 3, run), {});
-  }
-  RowNumbers expected(rows.rows.size());
-  std::iota(expected.begin(), expected.end(), 0U);
-  std::stable_sort(expected.begin(), expected.end(), [&rows](std::uint32_t a, std::uint32_t b) {
-    const EventRecord& one = rows.rows[a];
-    const EventRecord& other = rows.rows[b];
-    return std::pair(one.timeCreated, one.eventRecordId) <
-           std::pair(other.timeCreated, other.eventRecordId);
-  });
-  EXPECT_EQ(OrderRows(rows), expected);
 }
 
 TEST(ClearRows, KeepsColumnSetsAndTextsForTheRestOfTheLog) {
