@@ -212,6 +212,24 @@ std::string_view InternText(EventRows& rows, std::string_view text) {
   return recent = *at;
 }
 
+std::uint32_t ProviderNumber(EventRows& rows, std::string_view name) {
+  if (name.empty()) return 0;
+  const auto known = rows.provider_numbers.find(name);
+  if (known != rows.provider_numbers.end()) return known->second;
+  const std::string_view kept = InternText(rows, name);
+  const auto number = static_cast<std::uint32_t>(rows.providers.size());
+  rows.providers.push_back(kept);
+  rows.provider_numbers.emplace(kept, number);
+  constexpr std::size_t kBytesPerName = 128;
+  rows.set_bytes += kept.size() + kBytesPerName;
+  return number;
+}
+
+void KeepQueryName(EventRows& rows, std::uint32_t position, std::string_view name) {
+  if (rows.query_names.size() <= position) rows.query_names.resize(position + std::size_t{1});
+  rows.query_names[position] = InternText(rows, name);
+}
+
 void ExpectRows(EventRows& rows, std::size_t count) { ReserveFilled(rows.rows, count); }
 
 RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
@@ -323,9 +341,8 @@ void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& 
   rows.rows.push_back(row);
   EventRecord& added = rows.rows.back();
   added.dataItems = place;
-  added.form = builder.form;
   const bool joined = builder.form == CellForm::kJoined;
-  added.dataSize = joined ? static_cast<std::uint32_t>(size + builder.known_text) : 0;
+  added.dataSize = joined ? static_cast<std::uint32_t>(size + builder.known_text) : kPackedCells;
   PlaceRepeated(rows.repeated, place);
 }
 

@@ -15,6 +15,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -52,22 +53,22 @@ enum class CellForm : std::uint8_t {
   kJoined,  // as they will be written: cleaned, each followed by the separator
 };
 
-// One output row, filled from either container. Its own cells stay valid until the collection
-// that holds the row is cleared; a row of a collection takes its texts from InternText.
+// One output row, filled from either container: a cache line, for there are millions of them. Its
+// own cells stay valid until the collection that holds the row is cleared.
+inline constexpr std::uint32_t kPackedCells = ~std::uint32_t{0};
 struct EventRecord {
-  std::uint32_t queryIndex = 0;   // position of the query that took the record
-  std::uint32_t level = 0;        // EVTX level or EVT event type
   std::uint64_t timeCreated = 0;  // FILETIME
   std::uint64_t eventId = 0;
   std::uint64_t eventRecordId = 0;
-  std::string_view providerName;
-  std::string_view queryName;
   const ColumnSet* columns = nullptr;
-  const RowLayout* layout = nullptr;  // null: all cells are the row's own
-  const char* dataItems = nullptr;    // these cells, in column order
-  std::uint32_t dataSize = 0;         // of their texts together, at most, when they are joined
-  CellForm form = CellForm::kPacked;
+  const RowLayout* layout = nullptr;      // null: all cells are the row's own
+  const char* dataItems = nullptr;        // these cells, in column order
+  std::uint32_t dataSize = kPackedCells;  // of their texts together, at most, when they are joined
+  std::uint32_t level = 0;                // EVTX level or EVT event type
+  std::uint32_t queryIndex = 0;           // position of the query that took the record
+  std::uint32_t provider = 0;             // see ProviderNumber
 };
+inline bool IsJoined(const EventRecord& row) { return row.dataSize != kPackedCells; }
 
 // How joined cells look: cleaned, and each followed by the separator, so that they can be written
 // as they lie. No cleaned text holds the separator; that is how cells are told apart.
@@ -196,9 +197,12 @@ struct EventRows {
   std::vector<RowBytes> blocks;
   char* free_at = nullptr;
   char* free_end = nullptr;
-  RowBytes scratch;                              // a row that has no place in the blocks yet
-  RepeatedCells repeated;                        // cells whose texts other rows may have
-  TextSet texts;                                 // interned: column, query and provider names
+  RowBytes scratch;                                // a row that has no place in the blocks yet
+  RepeatedCells repeated;                          // cells whose texts other rows may have
+  TextSet texts;                                   // interned: column, query and provider names
+  std::vector<std::string_view> query_names;       // by the query's position; see KeepQueryName
+  std::vector<std::string_view> providers = {{}};  // by their numbers; the first is none
+  std::unordered_map<std::string_view, std::uint32_t> provider_numbers;
   std::array<std::string_view, 64> recent = {};  // the interned texts last asked for, by hash
   std::vector<std::unique_ptr<ColumnSet>> column_sets;
   // Column sets by the hash of their names, then by the names.
@@ -235,6 +239,19 @@ const RowLayout* AddLayout(EventRows& rows, std::size_t columns,
 
 // A copy of `text` that lives as long as the collection; equal texts are kept once.
 std::string_view InternText(EventRows& rows, std::string_view text);
+
+// The number by which rows name a provider; equal names have one, no name has 0.
+std::uint32_t ProviderNumber(EventRows& rows, std::string_view name);
+inline std::string_view ProviderOf(const EventRows& rows, const EventRecord& row) {
+  return rows.providers[row.provider];
+}
+
+// Keeps the name of the query at a position for its rows.
+void KeepQueryName(EventRows& rows, std::uint32_t position, std::string_view name);
+inline std::string_view QueryNameOf(const EventRows& rows, const EventRecord& row) {
+  return row.queryIndex < rows.query_names.size() ? rows.query_names[row.queryIndex]
+                                                  : std::string_view();
+}
 
 // Sets room for so many rows aside, so that they need not move when there are more and more; what
 // is not used costs next to nothing. More rows than that may come.

@@ -19,9 +19,9 @@ std::uint32_t LevelOf(std::string_view text) {
   return static_cast<std::uint32_t>(std::min(LeadingNumber(text), kMax));
 }
 
-// Mostly the same text as that of the row before.
-std::string_view KeepProvider(EventRows& rows, std::string_view text, std::string_view& last) {
-  if (text != last) last = InternText(rows, text);
+// Mostly the same as that of the row before.
+std::uint32_t KeepProvider(EventRows& rows, std::string_view text, std::uint32_t& last) {
+  if (text != rows.providers[last]) last = ProviderNumber(rows, text);
   return last;
 }
 
@@ -59,7 +59,7 @@ std::string FinishedText(EventRows& rows, const Plan& plan, const PlanValue* val
   RowBuilder builder = BeginRow(rows, LiteralSize(plan, value) + kMaxCellOverhead);
   char* const text = BeginCell(builder, builder.start);
   char* const end = value ? WriteText(kNoSlots, plan, *value, text) : text;
-  if (cell.is_provider) layout.provider = InternText(rows, {text, end});
+  if (cell.is_provider) layout.provider = ProviderNumber(rows, {text, end});
   if (cell.is_level) layout.level = LevelOf({text, end});
   const char* const behind = EndCell(builder, end);
   const char* at = builder.start;
@@ -86,7 +86,7 @@ char* CleanedEnd(const PlanLayout& layout, char* text, char* end) {
 // Takes what a row says of itself out of the text of one of its cells, as it was before cleaning.
 void DescribeRow(EventRows& rows, const PlanCell& cell, std::string_view text, PlanLayout& layout,
                  EventRecord& row) {
-  if (cell.is_provider) row.providerName = KeepProvider(rows, text, layout.last_provider);
+  if (cell.is_provider) row.provider = KeepProvider(rows, text, layout.last_provider);
   if (cell.is_level) row.level = LevelOf(text);
 }
 
@@ -217,7 +217,7 @@ void MakeLayout(EventRows& rows, const Plan& plan, const ColumnSet& columns,
   layout.columns = &columns;
   layout.cells.clear();
   layout.unresolved = unresolved;
-  layout.provider = {};
+  layout.provider = 0;
   layout.level = 0;
   std::vector<FixedText> finished;
   layout.stretches.clear();
@@ -254,7 +254,7 @@ bool FitsFinished(const PlannedEvent& event, const PlanLayout& layout) {
 void AddPlanRow(EventRows& rows, PlanLayout& layout, const PlannedEvent& event, EventRecord& row) {
   row.columns = layout.columns;
   row.layout = layout.finished;
-  row.providerName = layout.provider;
+  row.provider = layout.provider;
   row.level = layout.level;
   RowBuilder builder = BeginRow(rows, MaxRowBytes(event, layout));
   char* const end = event.structure.policy == Policy::kComplete

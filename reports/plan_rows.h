@@ -36,8 +36,8 @@ struct PlanLayout {
   std::vector<PlanCell> cells;           // all others, in column order
   std::vector<std::uint32_t> stretches;  // where in `cells` ends what no finished cell interrupts
   std::string_view unresolved;           // the text of a value that empty slots leave out
-  std::string_view provider;             // from a finished cell
-  std::string_view last_provider;        // of the last record
+  std::uint32_t provider = 0;            // from a finished cell
+  std::uint32_t last_provider = 0;       // of the last record
   std::uint32_t level = 0;               // from a finished cell, or as the record has it
   // Takes out of the text between two places what no row may hold; returns its new end. Null:
   // nothing is taken out.

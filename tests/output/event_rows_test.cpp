@@ -180,7 +180,7 @@ TEST(JoinedCells, AreNotMadeOfWhatMayBecomeVeryLong) {
   record.columns = AddColumns(rows, {"a", "b"});
   const std::string breaks(2'000'000, '\n');
   AddRow(rows, record, {breaks, ","});
-  EXPECT_EQ(rows.rows[0].dataSize, 0U);
+  EXPECT_FALSE(IsJoined(rows.rows[0]));
   std::vector<std::string_view> cells;
   ReadCells(rows.rows[0], cells);
   EXPECT_EQ(cells, (std::vector<std::string_view>{breaks, ","}));

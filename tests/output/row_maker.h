@@ -1,6 +1,8 @@
 // Rows made by hand for the writers' tests.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,6 +26,14 @@ struct RowSpec {
   std::vector<std::pair<std::string_view, std::string_view>> values = {};  // sorted by name
 };
 
+// The position of a query of that name, whichever.
+inline std::uint32_t QueryPosition(EventRows& rows, std::string_view name) {
+  const auto at = std::find(rows.query_names.begin(), rows.query_names.end(), name);
+  const auto position = static_cast<std::uint32_t>(at - rows.query_names.begin());
+  if (at == rows.query_names.end()) KeepQueryName(rows, position, name);
+  return position;
+}
+
 inline void AddRow(EventRows& rows, const RowSpec& spec) {
   std::vector<std::string_view> names;
   std::vector<std::string_view> cells;
@@ -37,8 +47,8 @@ inline void AddRow(EventRows& rows, const RowSpec& spec) {
   row.eventId = spec.event;
   row.timeCreated = spec.time;
   row.level = spec.level;
-  row.providerName = InternText(rows, spec.provider);
-  row.queryName = InternText(rows, spec.name);
+  row.provider = ProviderNumber(rows, spec.provider);
+  row.queryIndex = QueryPosition(rows, spec.name);
   row.columns = AddColumnSet(rows, names, position_of);
   AddRow(rows, row, cells);
 }
