@@ -119,33 +119,6 @@ inline std::string_view NextCell(CellReader& reader) {
   return NextOwnCell(reader.at);
 }
 
-// Joined cells make up stretches: those of a row between two cells that its layout has. A stretch
-// consists of pieces, each behind a 32-bit number: how many bytes it has, whether it is the last of
-// its stretch, and whether its bytes, a cell with its separator, lie in another row; then their
-// place follows.
-inline constexpr std::uint32_t kKnownPiece = std::uint32_t{1} << 31;
-inline constexpr std::uint32_t kLastPiece = std::uint32_t{1} << 30;
-inline constexpr std::size_t kPieceHead = sizeof(std::uint32_t);
-struct JoinedPiece {
-  std::string_view cells;
-  bool is_known = false;  // a single cell
-  bool is_last = false;
-};
-inline JoinedPiece NextPiece(const char*& at) {
-  std::uint32_t head;
-  std::memcpy(&head, at, sizeof head);
-  at += kPieceHead;
-  const std::size_t size = head & ~(kKnownPiece | kLastPiece);
-  const char* cells = at;
-  if (head & kKnownPiece) {
-    std::memcpy(&cells, at, sizeof cells);
-    at += sizeof cells;
-  } else {
-    at += size;
-  }
-  return {{cells, size}, (head & kKnownPiece) != 0, (head & kLastPiece) != 0};
-}
-
 // All cells of `row`, whose own are packed, by column position; `cells` is overwritten.
 void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells);
 
@@ -165,6 +138,8 @@ struct RowBytes {
   std::unique_ptr<char[], FreeRowBytes> bytes;
   std::size_t size = 0;  // kReadableBehind more are there
 };
+
+RowBytes MakeRowBytes(std::size_t size);
 
 // Texts that stay where they are.
 struct HashText {
@@ -253,83 +228,15 @@ inline std::string_view QueryNameOf(const EventRows& rows, const EventRecord& ro
                                                   : std::string_view();
 }
 
+// Bytes that are free in the last block, and another block with so many of them at least.
+inline std::size_t Room(const EventRows& rows) {
+  return static_cast<std::size_t>(rows.free_end - rows.free_at);
+}
+void AddBlock(EventRows& rows, std::size_t least);
+
 // Sets room for so many rows aside, so that they need not move when there are more and more; what
 // is not used costs next to nothing. More rows than that may come.
 void ExpectRows(EventRows& rows, std::size_t count);
-
-// Builds the own cells of one row in place: BeginRow with an upper bound of all their text plus
-// kMaxCellOverhead for every cell; then, first at builder.start, for every stretch between cells of
-// the layout BeginStretch, for every cell BeginCell, text written behind it, EndCell, or
-// AddKnownCell, and EndStretch; at last EndRow gives the cells to `row` and stores it. Packed cells
-// need no stretches. A row that is never ended takes no room. A cell may not reach 4 GiB. Up to
-// kCellBlock bytes behind the bound may be overwritten.
-struct RowBuilder {
-  EventRows* rows = nullptr;
-  char* start = nullptr;
-  char* bound = nullptr;  // what is written ends here at most
-  char* cell = nullptr;
-  std::size_t piece = 0;   // where the number before what is joined at present lies
-  std::size_t known = 0;   // the same of the known piece before it in its stretch, if there is one
-  bool has_known = false;  // it is
-  std::size_t known_text = 0;  // bytes of all known pieces
-  CellForm form = CellForm::kPacked;
-};
-inline constexpr std::size_t kMaxCellOverhead = 8;  // bytes that a cell needs beside its text
-
-// Rows that may be longer are packed where others are joined: marks may make them four times as
-// long, and only crafted records come near.
-inline constexpr std::size_t kMostJoined = std::size_t{512} << 10;
-RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes);
-
-// Returns where the text goes.
-inline char* BeginCell(RowBuilder& builder, char* at) {
-  builder.cell = at;
-  return at + (builder.form == CellForm::kPacked ? kCellPrefix : 0);
-}
-
-// The rest of EndCell for texts that need more: a packed cell with a long text, and a joined cell
-// with line breaks, from `stop` on not cleaned yet. Both return where the next cell begins.
-char* EndLongCell(RowBuilder& builder, const char* text_end);
-char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end);
-
-// Ends a cell of digits and the like, with nothing in it that cleaning would touch. Returns where
-// the next cell begins.
-// In a joined row that is all there is to do, whatever the builder.
-inline char* EndPlainCell(char* text_end, char separator) {
-  *text_end = separator;
-  return text_end + 1;
-}
-inline char* EndPlainCell(RowBuilder& builder, char* text_end) {
-  if (builder.form == CellForm::kJoined) {
-    return EndPlainCell(text_end, builder.rows->joined.separator);
-  }
-  const auto length = static_cast<std::size_t>(text_end - builder.cell) - kCellPrefix;
-  if (length >= kKnownCell) return EndLongCell(builder, text_end);
-  const auto short_length = static_cast<std::uint16_t>(length);
-  std::memcpy(builder.cell, &short_length, sizeof short_length);
-  return text_end;
-}
-
-// The same for any cell.
-inline char* EndCell(RowBuilder& builder, char* text_end) {
-  if (builder.form == CellForm::kJoined) {
-    char* const stop = ReplaceInPlace(builder.rows->joined.cleaner, builder.cell, text_end);
-    if (stop != text_end) return EndBrokenCell(builder, stop, text_end);
-  }
-  return EndPlainCell(builder, text_end);
-}
-
-// Both return where the next cell begins.
-char* BeginStretch(RowBuilder& builder, char* at);
-char* EndStretch(RowBuilder& builder, char* at);
-
-// A cell that another row has, of kLeastRepeated bytes or more.
-char* AddKnownCell(RowBuilder& builder, char* at, std::string_view text);
-
-void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row);
-
-// Convenience for rows that are not made in the fast path: one text per column of row.columns.
-void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells);
 
 // What is told of the row at a position where rows say where they are from: how it was recovered,
 // "slack/all", and nothing of one that was not.

@@ -70,6 +70,13 @@ inline bool HoldsCell(const RepeatedCell& place, Bytes value, std::uint8_t type)
 // Gives the place to a value, of which the row that is being made gets a text.
 void Remember(RepeatedCell& place, Bytes value, std::uint8_t type);
 
+// What of the row that is being made lies behind `begin` has moved on by so many bytes.
+inline void MoveUnplaced(RepeatedCells& cells, std::size_t begin, std::size_t bytes) {
+  for (UnplacedCell& cell : cells.unplaced) {
+    if (cell.offset > begin) cell.offset += bytes;
+  }
+}
+
 // The row lies at `row` now and stays there.
 inline void PlaceRepeated(RepeatedCells& cells, const char* row) {
   for (const UnplacedCell& cell : cells.unplaced) cell.place->text = {row + cell.offset, cell.size};

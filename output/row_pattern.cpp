@@ -3,6 +3,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "output/joined_pieces.h"
+
 namespace tarnlex {
 namespace {
 
@@ -54,11 +56,18 @@ RowPattern MakePattern(const TableColumns& columns, const EventRecord& row, char
   return pattern;
 }
 
-// Mostly a few characters, so that one block is all there is to copy. A block may be read and
+// Mostly a few characters, so that a block or two are all there is to copy. A block may be read and
 // written behind them.
 inline char* CopyBlocks(const char* from, std::size_t size, char* at) {
+  constexpr std::size_t kFew = 4 * kCellBlock;
   std::memcpy(at, from, kCellBlock);
-  if (size > kCellBlock) std::memcpy(at + kCellBlock, from + kCellBlock, size - kCellBlock);
+  if (size > kFew) {
+    std::memcpy(at + kCellBlock, from + kCellBlock, size - kCellBlock);
+    return at + size;
+  }
+  for (std::size_t done = kCellBlock; done < size; done += kCellBlock) {
+    std::memcpy(at + done, from + done, kCellBlock);
+  }
   return at + size;
 }
 
@@ -82,46 +91,69 @@ inline const char* CopyJoinedCell(char separator, const char* from, char*& out) 
   }
 }
 
-// Stretches go out as they lie.
-char* CopyStretches(const RowPattern& pattern, const char* own, char* at) {
+inline char* CopyPiece(const JoinedPiece& piece, char separator, char* at) {
+  switch (piece.kind) {
+    case PieceKind::kHex: return WriteHexCell(piece.number, separator, at);
+    case PieceKind::kInstant: return WriteInstantCell(piece.number, separator, at);
+    case PieceKind::kUnresolved:
+      for (std::uint32_t i = 0; i < piece.count; ++i) at = WriteUnresolvedCell(separator, at);
+      return at;
+    default: return CopyBlocks(piece.cells.data(), piece.cells.size(), at);
+  }
+}
+
+// Stretches go out piece by piece.
+char* CopyStretches(const RowPattern& pattern, const char* own, char separator, char* at) {
   const char* text = pattern.text.data();
   for (std::size_t i = 0; i + 1 < pattern.ends.size(); ++i) {
     const char* const end = pattern.text.data() + pattern.ends[i];
     at = CopyBlocks(text, static_cast<std::size_t>(end - text), at);
     text = end;
-    JoinedPiece piece;
-    do {
-      piece = NextPiece(own);
-      at = CopyBlocks(piece.cells.data(), piece.cells.size(), at);
-    } while (!piece.is_last);
+    bool is_last = false;
+    while (!is_last) {
+      const JoinedPiece piece = NextPiece(own);
+      at = CopyPiece(piece, separator, at);
+      is_last = piece.is_last;
+    }
   }
   const char* const end = pattern.text.data() + pattern.ends.back();
   return CopyBlocks(text, static_cast<std::size_t>(end - text), at);
 }
 
+// A row's own cells that have not been written yet.
+struct OwnCells {
+  const char* at = nullptr;  // the next piece
+  JoinedPiece piece;         // of which there may be cells left
+};
+
+char* CopyNextCell(OwnCells& own, char separator, char* at) {
+  JoinedPiece& piece = own.piece;
+  if (piece.count == 0 && piece.cells.empty()) piece = NextPiece(own.at);
+  if (piece.kind == PieceKind::kUnresolved) {
+    --piece.count;
+    return WriteUnresolvedCell(separator, at);
+  }
+  if (piece.kind != PieceKind::kCells && piece.kind != PieceKind::kLongCells) {
+    at = CopyPiece(piece, separator, at);
+    piece = {};
+    return at;
+  }
+  const char* const behind = CopyJoinedCell(separator, piece.cells.data(), at);
+  piece.cells.remove_prefix(static_cast<std::size_t>(behind - piece.cells.data()));
+  return at;
+}
+
 // Cells go out one by one, with empty ones in between where the row lacks columns.
-char* CopyCells(const RowPattern& pattern, const char* own, char separator, char* at) {
+char* CopyCells(const RowPattern& pattern, const char* own_cells, char separator, char* at) {
   const char* text = pattern.text.data();
-  std::string_view piece;
+  OwnCells own{own_cells, {}};
   for (const PatternStep& step : pattern.steps) {
     at = FillBlocks(separator, step.separators, at);
-    if (step.text != kOwnText) {
+    if (step.text == kOwnText) {
+      at = CopyNextCell(own, separator, at);
+    } else {
       at = CopyBlocks(text, step.text, at);
       text += step.text;
-      continue;
-    }
-    bool is_known = false;
-    if (piece.empty()) {
-      const JoinedPiece next = NextPiece(own);
-      piece = next.cells;
-      is_known = next.is_known;
-    }
-    if (is_known) {
-      at = CopyBlocks(piece.data(), piece.size(), at);
-      piece = {};
-    } else {
-      const char* const behind = CopyJoinedCell(separator, piece.data(), at);
-      piece.remove_prefix(static_cast<std::size_t>(behind - piece.data()));
     }
   }
   return at;
@@ -142,7 +174,7 @@ const RowPattern& PatternOf(RowPatterns& patterns, const TableColumns& columns,
 void WriteJoinedCells(CellWriter& out, const RowPattern& pattern, const EventRecord& row,
                       char separator) {
   NeedRoom(out, pattern.room + row.dataSize);
-  out.at = pattern.steps.empty() ? CopyStretches(pattern, row.dataItems, out.at)
+  out.at = pattern.steps.empty() ? CopyStretches(pattern, row.dataItems, separator, out.at)
                                  : CopyCells(pattern, row.dataItems, separator, out.at);
 }
 

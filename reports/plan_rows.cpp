@@ -130,8 +130,29 @@ void NoteCell(EventRows& rows, const RowBuilder& builder, RepeatedCell& place, c
   const std::string_view text = kForm == CellForm::kJoined
                                     ? std::string_view(at, static_cast<std::size_t>(end - at) - 1)
                                     : NextOwnCell(at);
+  if (text.size() >= kMostInHead) return;
   const auto offset = static_cast<std::size_t>(text.data() - builder.start);
   rows.repeated.unplaced.push_back({&place, offset, text.size()});
+}
+
+// Adds the cell of a value whose text is made when the row goes out, and returns where the next
+// cell begins; null for any other value.
+char* AddIfMadeLater(const PlanLayout& layout, const PlanCell& cell, const SubstitutionValue& value,
+                     Bytes bytes, RowBuilder& builder, char* at) {
+  if (value.type == kEvtVarTypeNull) {
+    const bool left_out = cell.optional && layout.unresolved == kUnresolved;
+    return left_out ? AddUnresolvedCell(builder, at) : nullptr;
+  }
+  std::uint64_t number = 0;
+  if (value.size < sizeof number || !Fits(bytes, value.offset, value.size)) return nullptr;
+  std::memcpy(&number, bytes.data() + value.offset, sizeof number);
+  const bool hex = value.type == kEvtVarTypeHexInt64;
+  return AddNumberCell(builder, at, hex ? PieceKind::kHex : PieceKind::kInstant, number);
+}
+
+// The types that the above is for.
+constexpr bool MayBeMadeLater(std::uint8_t type) {
+  return type == kEvtVarTypeNull || type == kEvtVarTypeHexInt64 || type == kEvtVarTypeFileTime;
 }
 
 // One copy for each policy and each way of keeping cells: with a separator that is known
@@ -152,6 +173,14 @@ char* WriteStretch(EventRows& rows, PlanLayout& layout, const EventStructure& ev
     bool plain = false;
     if (cell.is_slot) {
       const SubstitutionValue& value = slots[cell.slot];
+      if (kForm == CellForm::kJoined && kPolicy == Policy::kLiteral && MayBeMadeLater(value.type) &&
+          !cell.describes_row) {
+        char* const next = AddIfMadeLater(layout, cell, value, bytes, builder, at);
+        if (next) {
+          at = next;
+          continue;
+        }
+      }
       if (shares && value.size >= kLeastRepeated && MayShare(rows, cell, value, bytes)) {
         char* const next = AddIfKnown(rows, value, bytes, builder, at, place);
         if (next) {

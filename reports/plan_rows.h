@@ -11,11 +11,9 @@
 
 #include "event/plan.h"
 #include "output/event_rows.h"
+#include "output/row_builder.h"
 
 namespace tarnlex {
-
-// The text of a value that an optional substitution leaves out.
-inline constexpr std::string_view kUnresolved = "[null]";
 
 // A cell whose text is made for each record.
 struct PlanCell {

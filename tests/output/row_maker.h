@@ -10,6 +10,7 @@
 
 #include "logs/log_info.h"
 #include "output/event_rows.h"
+#include "output/row_builder.h"
 
 namespace tarnlex {
 
@@ -25,6 +26,18 @@ struct RowSpec {
   std::string_view name = {};
   std::vector<std::pair<std::string_view, std::string_view>> values = {};  // sorted by name
 };
+
+inline const ColumnSet* AddColumns(EventRows& rows, const std::vector<std::string_view>& names) {
+  std::vector<int> position_of;
+  return AddColumnSet(rows, names, position_of);
+}
+
+// A collection whose rows are joined, as for CSV.
+inline EventRows JoinedRows() {
+  EventRows rows;
+  rows.joined = {CellForm::kJoined, ',', MakeCellCleaner({',', ' '}, true)};
+  return rows;
+}
 
 // The position of a query of that name, whichever.
 inline std::uint32_t QueryPosition(EventRows& rows, std::string_view name) {
@@ -67,6 +80,14 @@ inline std::string OwnCells(const EventRecord& row) {
   for (const char* at = row.dataItems; stretches > 0;) {
     const JoinedPiece piece = NextPiece(at);
     cells += piece.cells;
+    char text[64];
+    for (std::uint32_t i = 0; i < piece.count; ++i) {
+      cells.append(text, WriteUnresolvedCell(',', text));
+    }
+    if (piece.kind == PieceKind::kHex) cells.append(text, WriteHexCell(piece.number, ',', text));
+    if (piece.kind == PieceKind::kInstant) {
+      cells.append(text, WriteInstantCell(piece.number, ',', text));
+    }
     stretches -= piece.is_last ? 1 : 0;
   }
   return cells;

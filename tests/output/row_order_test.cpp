@@ -9,6 +9,8 @@
 #include <random>
 #include <utility>
 
+#include "output/row_builder.h"
+
 namespace tarnlex {
 namespace {
 
