@@ -56,7 +56,7 @@ enum class CellForm : std::uint8_t {
 // One output row, filled from either container: a cache line, for there are millions of them. Its
 // own cells stay valid until the collection that holds the row is cleared.
 inline constexpr std::uint32_t kPackedCells = ~std::uint32_t{0};
-struct EventRecord {
+struct alignas(64) EventRecord {
   std::uint64_t timeCreated = 0;  // FILETIME
   std::uint64_t eventId = 0;
   std::uint64_t eventRecordId = 0;

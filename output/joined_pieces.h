@@ -19,7 +19,6 @@ enum class PieceKind : std::uint8_t {
   kHex,         // a cell with a 64-bit number
   kInstant,     // a cell with a FILETIME
 };
-inline constexpr std::size_t kPieceKinds = 6;
 
 // The text of a value that an optional substitution leaves out.
 inline constexpr std::string_view kUnresolved = "[null]";
@@ -40,48 +39,18 @@ inline std::uint16_t PieceHead(PieceKind kind, std::uint32_t size) {
 inline PieceKind KindOfPiece(std::uint16_t head) { return static_cast<PieceKind>(head >> 12 & 7); }
 inline std::uint32_t SizeInHead(std::uint16_t head) { return head & kMostInHead; }
 
-struct JoinedPiece {
-  PieceKind kind = PieceKind::kCells;
-  bool is_last = false;
-  std::uint32_t count = 0;   // of values that are left out
-  std::uint64_t number = 0;  // or the instant
-  std::string_view cells;    // of the other kinds
-};
-
-// Reads a piece that a row was given, and moves `at` behind it.
-inline JoinedPiece NextPiece(const char*& at) {
-  std::uint16_t head;
-  std::memcpy(&head, at, sizeof head);
-  at += sizeof head;
-  JoinedPiece piece{KindOfPiece(head), (head & kLastPiece) != 0, 0, 0, {}};
-  std::uint32_t size = SizeInHead(head);
-  switch (piece.kind) {
-    case PieceKind::kUnresolved: piece.count = size; return piece;
-    case PieceKind::kHex:
-    case PieceKind::kInstant:
-      std::memcpy(&piece.number, at, sizeof piece.number);
-      at += sizeof piece.number;
-      return piece;
-    case PieceKind::kKnown: {
-      const char* cell;
-      std::memcpy(&cell, at, sizeof cell);
-      at += sizeof cell;
-      piece.cells = {cell, size};
-      return piece;
-    }
-    case PieceKind::kLongCells:
-      std::memcpy(&size, at, sizeof size);
-      at += sizeof size;
-      break;
-    case PieceKind::kCells: break;
+// Bytes are copied by blocks: behind what is read a block may be read, and behind what is written
+// one may be overwritten.
+inline constexpr std::size_t kPieceBlock = 16;
+inline char* CopyBlocks(const char* from, std::size_t size, char* out) {
+  std::memcpy(out, from, kPieceBlock);
+  for (std::size_t done = kPieceBlock; done < size; done += kPieceBlock) {
+    std::memcpy(out + done, from + done, kPieceBlock);
   }
-  piece.cells = {at, size};
-  at += size;
-  return piece;
+  return out + size;
 }
 
-// Write the cell of a piece that has only what it is made of, with the separator; a block behind it
-// may be overwritten. Return its end.
+// Write a cell that is made of what a piece has, with the separator; return its end.
 inline constexpr std::size_t kUnresolvedCell = kUnresolved.size() + 1;
 inline char* WriteUnresolvedCell(char separator, char* out) {
   std::memcpy(out, kUnresolved.data(), kUnresolved.size());
@@ -90,5 +59,45 @@ inline char* WriteUnresolvedCell(char separator, char* out) {
 }
 char* WriteHexCell(std::uint64_t number, char separator, char* out);
 char* WriteInstantCell(std::uint64_t filetime, char separator, char* out);
+
+// Reads what lies at `at`, which is moved behind it.
+template <typename T>
+T TakeNumber(const char*& at) {
+  T number;
+  std::memcpy(&number, at, sizeof number);
+  at += sizeof number;
+  return number;
+}
+inline std::uint16_t TakePieceHead(const char*& at) { return TakeNumber<std::uint16_t>(at); }
+
+// The cells of a piece that has them; its head has been taken.
+inline std::string_view TakeCells(std::uint16_t head, const char*& at) {
+  const bool is_long = KindOfPiece(head) == PieceKind::kLongCells;
+  const std::size_t size = is_long ? TakeNumber<std::uint32_t>(at) : SizeInHead(head);
+  const std::string_view cells(at, size);
+  at += size;
+  return cells;
+}
+
+// Writes all cells of a piece, whose head has been taken; returns their end.
+inline char* WritePiece(std::uint16_t head, const char*& at, char separator, char* out) {
+  switch (KindOfPiece(head)) {
+    case PieceKind::kCells:
+    case PieceKind::kLongCells: {
+      const std::string_view cells = TakeCells(head, at);
+      return CopyBlocks(cells.data(), cells.size(), out);
+    }
+    case PieceKind::kKnown: return CopyBlocks(TakeNumber<const char*>(at), SizeInHead(head), out);
+    case PieceKind::kUnresolved:
+      for (std::uint32_t i = 0; i < SizeInHead(head); ++i) {
+        out = WriteUnresolvedCell(separator, out);
+      }
+      return out;
+    case PieceKind::kHex: return WriteHexCell(TakeNumber<std::uint64_t>(at), separator, out);
+    case PieceKind::kInstant:
+      return WriteInstantCell(TakeNumber<std::uint64_t>(at), separator, out);
+  }
+  return out;
+}
 
 }  // namespace tarnlex

@@ -96,18 +96,13 @@ char* CloseLongPiece(RowBuilder& builder, char* at) {
   return at + kLonger;
 }
 
-char* AddKnownCell(RowBuilder& builder, char* at, std::string_view text) {
+char* AddPackedKnownCell(char* at, std::string_view text) {
   const char* const place = text.data();
-  if (builder.form == CellForm::kPacked) {
-    const auto length = static_cast<std::uint32_t>(text.size());
-    std::memcpy(at, &kKnownCell, sizeof kKnownCell);
-    std::memcpy(at + kCellPrefix, &length, sizeof length);
-    std::memcpy(at + kLongCellPrefix, &place, sizeof place);
-    return at + kLongCellPrefix + sizeof place;
-  }
-  builder.made_later += text.size() + 1;
-  const auto size = static_cast<std::uint32_t>(text.size() + 1);
-  return AddPiece(builder, at, PieceHead(PieceKind::kKnown, size), place);
+  const auto length = static_cast<std::uint32_t>(text.size());
+  std::memcpy(at, &kKnownCell, sizeof kKnownCell);
+  std::memcpy(at + kCellPrefix, &length, sizeof length);
+  std::memcpy(at + kLongCellPrefix, &place, sizeof place);
+  return at + kLongCellPrefix + sizeof place;
 }
 
 char* AddUnresolvedCell(RowBuilder& builder, char* at) {

@@ -122,7 +122,13 @@ inline char* EndStretch(RowBuilder& builder, char* at) {
 
 // A cell that another row has, of kLeastRepeated bytes or more; joined ones are no longer than
 // kMostInHead with their separator.
-char* AddKnownCell(RowBuilder& builder, char* at, std::string_view text);
+char* AddPackedKnownCell(char* at, std::string_view text);
+inline char* AddKnownCell(RowBuilder& builder, char* at, std::string_view text) {
+  if (builder.form == CellForm::kPacked) return AddPackedKnownCell(at, text);
+  builder.made_later += text.size() + 1;
+  const auto size = static_cast<std::uint32_t>(text.size() + 1);
+  return AddPiece(builder, at, PieceHead(PieceKind::kKnown, size), text.data());
+}
 
 // A joined cell whose text is made when the row goes out: of a hexadecimal number or an instant.
 inline char* AddNumberCell(RowBuilder& builder, char* at, PieceKind kind, std::uint64_t number) {

@@ -1,73 +1,106 @@
 #include "output/row_order.h"
 
-#include <algorithm>
+#include <bit>
 #include <cstddef>
-#include <tuple>
+#include <utility>
 
 namespace tarnlex {
 namespace {
 
 // The next row of a run, a stretch of rows that arrived in order. A log has one of them, or two
 // once it has wrapped.
-struct RunHead {
+struct Run {
   std::uint64_t time = 0;
   std::uint64_t id = 0;
+  std::uint32_t rank = 0;  // among equals: the run's number, or kEnded
   std::uint32_t number = 0;
-  std::uint32_t end = 0;  // of the run
+  std::uint32_t end = 0;
 };
+constexpr std::uint32_t kEnded = ~std::uint32_t{0};
 
-bool IsLater(const RunHead& a, const RunHead& b) {
-  if (a.time != b.time) return a.time > b.time;
-  return std::tie(a.id, a.number) > std::tie(b.id, b.number);
+// Without a branch, as nothing tells beforehand which of two runs is next.
+inline bool IsEarlier(const Run& a, const Run& b) {
+  const bool same_id = a.id == b.id;
+  const bool by_id = (a.id < b.id) | (same_id & (a.rank < b.rank));
+  return (a.time < b.time) | ((a.time == b.time) & by_id);
 }
 
-RunHead HeadAt(const EventRows& rows, std::uint32_t number, std::uint32_t end) {
-  const EventRecord& row = rows.rows[number];
-  return {row.timeCreated, row.eventRecordId, number, end};
+void Enter(Run& run, const EventRecord& row) {
+  run.time = row.timeCreated;
+  run.id = row.eventRecordId;
 }
 
-std::vector<RunHead> FindRuns(const EventRows& rows) {
-  std::vector<RunHead> runs;
-  RunHead last;
+std::vector<Run> FindRuns(const EventRows& rows) {
+  std::vector<Run> runs;
+  const EventRecord* last = nullptr;
   for (std::uint32_t number = 0; number < rows.rows.size(); ++number) {
-    const RunHead head = HeadAt(rows, number, number + 1);
-    if (runs.empty() || IsLater(last, head)) runs.push_back(head);
+    const EventRecord& row = rows.rows[number];
+    const bool goes_on =
+        last && (row.timeCreated != last->timeCreated ? row.timeCreated > last->timeCreated
+                                                      : row.eventRecordId >= last->eventRecordId);
+    if (!goes_on) {
+      runs.push_back({0, 0, static_cast<std::uint32_t>(runs.size()), number, 0});
+      Enter(runs.back(), row);
+    }
     runs.back().end = number + 1;
-    last = head;
+    last = &row;
   }
   return runs;
 }
 
-// Brings the heap, of which the first may stand too early, in order again.
-void Sink(std::vector<RunHead>& heap) {
-  const RunHead head = heap.front();
-  std::size_t at = 0;
-  for (std::size_t child = 1; child < heap.size(); child = 2 * at + 1) {
-    if (child + 1 < heap.size() && IsLater(heap[child], heap[child + 1])) ++child;
-    if (!IsLater(head, heap[child])) break;
-    heap[at] = heap[child];
-    at = child;
+// Runs as they play against each other: in a tree with a leaf for each, every inner node has the
+// loser of what was played there, so that when a winner changes only its way up is played again.
+struct Tournament {
+  std::vector<Run> runs;              // a power of two of them
+  std::vector<std::uint32_t> losers;  // by node; the root is 1, the leaves lie behind
+  std::uint32_t winner = 0;
+};
+
+std::uint32_t Play(Tournament& all, std::size_t node) {
+  if (node >= all.losers.size()) return static_cast<std::uint32_t>(node - all.losers.size());
+  const std::uint32_t left = Play(all, 2 * node);
+  const std::uint32_t right = Play(all, 2 * node + 1);
+  const bool left_wins = IsEarlier(all.runs[left], all.runs[right]);
+  all.losers[node] = left_wins ? right : left;
+  return left_wins ? left : right;
+}
+
+void PlayAgain(Tournament& all) {
+  std::uint32_t winner = all.winner;
+  for (std::size_t node = (winner + all.losers.size()) / 2; node > 0; node /= 2) {
+    const std::uint32_t other = all.losers[node];
+    const bool other_wins = IsEarlier(all.runs[other], all.runs[winner]);
+    all.losers[node] = other_wins ? winner : other;
+    winner = other_wins ? other : winner;
   }
-  heap[at] = head;
+  all.winner = winner;
+}
+
+Tournament MakeTournament(std::vector<Run> runs) {
+  Tournament all{std::move(runs), {}, 0};
+  constexpr std::uint64_t kLast = ~std::uint64_t{0};
+  all.runs.resize(std::bit_ceil(all.runs.size()), {kLast, kLast, kEnded, 0, 0});
+  all.losers.resize(all.runs.size());
+  all.winner = Play(all, 1);
+  return all;
 }
 
 }  // namespace
 
 RowNumbers OrderRows(const EventRows& rows) {
-  std::vector<RunHead> runs = FindRuns(rows);
-  std::make_heap(runs.begin(), runs.end(), IsLater);
+  Tournament all = MakeTournament(FindRuns(rows));
   RowNumbers order;
   order.reserve(rows.rows.size());
-  while (!runs.empty()) {
-    RunHead& first = runs.front();
-    order.push_back(first.number);
-    if (first.number + 1 < first.end) {
-      first = HeadAt(rows, first.number + 1, first.end);
+  while (order.size() < rows.rows.size()) {
+    Run& run = all.runs[all.winner];
+    order.push_back(run.number);
+    if (++run.number < run.end) {
+      Enter(run, rows.rows[run.number]);
     } else {
-      first = runs.back();
-      runs.pop_back();
+      run.time = run.id = ~std::uint64_t{0};
+      run.rank = kEnded;
     }
-    if (runs.size() > 1) Sink(runs);
+    PlayAgain(all);
   }
   return order;
 }

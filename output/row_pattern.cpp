@@ -56,21 +56,6 @@ RowPattern MakePattern(const TableColumns& columns, const EventRecord& row, char
   return pattern;
 }
 
-// Mostly a few characters, so that a block or two are all there is to copy. A block may be read and
-// written behind them.
-inline char* CopyBlocks(const char* from, std::size_t size, char* at) {
-  constexpr std::size_t kFew = 4 * kCellBlock;
-  std::memcpy(at, from, kCellBlock);
-  if (size > kFew) {
-    std::memcpy(at + kCellBlock, from + kCellBlock, size - kCellBlock);
-    return at + size;
-  }
-  for (std::size_t done = kCellBlock; done < size; done += kCellBlock) {
-    std::memcpy(at + done, from + done, kCellBlock);
-  }
-  return at + size;
-}
-
 inline char* FillBlocks(char c, std::size_t count, char* at) {
   std::memset(at, c, kCellBlock);
   if (count > kCellBlock) std::memset(at + kCellBlock, c, count - kCellBlock);
@@ -91,17 +76,6 @@ inline const char* CopyJoinedCell(char separator, const char* from, char*& out) 
   }
 }
 
-inline char* CopyPiece(const JoinedPiece& piece, char separator, char* at) {
-  switch (piece.kind) {
-    case PieceKind::kHex: return WriteHexCell(piece.number, separator, at);
-    case PieceKind::kInstant: return WriteInstantCell(piece.number, separator, at);
-    case PieceKind::kUnresolved:
-      for (std::uint32_t i = 0; i < piece.count; ++i) at = WriteUnresolvedCell(separator, at);
-      return at;
-    default: return CopyBlocks(piece.cells.data(), piece.cells.size(), at);
-  }
-}
-
 // Stretches go out piece by piece.
 char* CopyStretches(const RowPattern& pattern, const char* own, char separator, char* at) {
   const char* text = pattern.text.data();
@@ -109,11 +83,10 @@ char* CopyStretches(const RowPattern& pattern, const char* own, char separator, 
     const char* const end = pattern.text.data() + pattern.ends[i];
     at = CopyBlocks(text, static_cast<std::size_t>(end - text), at);
     text = end;
-    bool is_last = false;
-    while (!is_last) {
-      const JoinedPiece piece = NextPiece(own);
-      at = CopyPiece(piece, separator, at);
-      is_last = piece.is_last;
+    std::uint16_t head = 0;
+    while ((head & kLastPiece) == 0) {
+      head = TakePieceHead(own);
+      at = WritePiece(head, own, separator, at);
     }
   }
   const char* const end = pattern.text.data() + pattern.ends.back();
@@ -122,35 +95,38 @@ char* CopyStretches(const RowPattern& pattern, const char* own, char separator, 
 
 // A row's own cells that have not been written yet.
 struct OwnCells {
-  const char* at = nullptr;  // the next piece
-  JoinedPiece piece;         // of which there may be cells left
+  const char* at = nullptr;    // the next piece
+  std::string_view cells;      // left of the last one,
+  std::uint32_t left_out = 0;  // or so many of values that are left out
 };
 
-char* CopyNextCell(OwnCells& own, char separator, char* at) {
-  JoinedPiece& piece = own.piece;
-  if (piece.count == 0 && piece.cells.empty()) piece = NextPiece(own.at);
-  if (piece.kind == PieceKind::kUnresolved) {
-    --piece.count;
+char* WriteNextCell(OwnCells& own, char separator, char* at) {
+  if (own.left_out == 0 && own.cells.empty()) {
+    const std::uint16_t head = TakePieceHead(own.at);
+    switch (KindOfPiece(head)) {
+      case PieceKind::kCells:
+      case PieceKind::kLongCells: own.cells = TakeCells(head, own.at); break;
+      case PieceKind::kUnresolved: own.left_out = SizeInHead(head); break;
+      default: return WritePiece(head, own.at, separator, at);
+    }
+  }
+  if (own.left_out > 0) {
+    --own.left_out;
     return WriteUnresolvedCell(separator, at);
   }
-  if (piece.kind != PieceKind::kCells && piece.kind != PieceKind::kLongCells) {
-    at = CopyPiece(piece, separator, at);
-    piece = {};
-    return at;
-  }
-  const char* const behind = CopyJoinedCell(separator, piece.cells.data(), at);
-  piece.cells.remove_prefix(static_cast<std::size_t>(behind - piece.cells.data()));
+  const char* const behind = CopyJoinedCell(separator, own.cells.data(), at);
+  own.cells.remove_prefix(static_cast<std::size_t>(behind - own.cells.data()));
   return at;
 }
 
 // Cells go out one by one, with empty ones in between where the row lacks columns.
 char* CopyCells(const RowPattern& pattern, const char* own_cells, char separator, char* at) {
   const char* text = pattern.text.data();
-  OwnCells own{own_cells, {}};
+  OwnCells own{own_cells, {}, 0};
   for (const PatternStep& step : pattern.steps) {
     at = FillBlocks(separator, step.separators, at);
     if (step.text == kOwnText) {
-      at = CopyNextCell(own, separator, at);
+      at = WriteNextCell(own, separator, at);
     } else {
       at = CopyBlocks(text, step.text, at);
       text += step.text;

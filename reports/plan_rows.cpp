@@ -113,11 +113,15 @@ bool MayShare(const EventRows& rows, const PlanCell& cell, const SubstitutionVal
 
 // Adds the cell of a value if a row is known to have its text, and returns where the next cell
 // begins; null otherwise. Then `place` is where the text is to be noted, if it is.
-char* AddIfKnown(EventRows& rows, const SubstitutionValue& value, Bytes bytes, RowBuilder& builder,
-                 char* at, RepeatedCell*& place) {
+char* AddIfKnown(EventRows& rows, PlanCell& cell, const SubstitutionValue& value, Bytes bytes,
+                 RowBuilder& builder, char* at, RepeatedCell*& place) {
   const Bytes raw = bytes.subspan(value.offset, value.size);
+  if (cell.last && HoldsCell(*cell.last, raw, value.type)) {
+    return AddKnownCell(builder, at, cell.last->text);
+  }
   place = PlaceOf(rows.repeated, raw);
   if (!place) return nullptr;
+  cell.last = place;
   if (HoldsCell(*place, raw, value.type)) return AddKnownCell(builder, at, place->text);
   Remember(*place, raw, value.type);
   return nullptr;
@@ -159,14 +163,14 @@ constexpr bool MayBeMadeLater(std::uint8_t type) {
 // beforehand, ending a plain cell is a single store.
 template <CellForm kForm, Policy kPolicy>
 char* WriteStretch(EventRows& rows, PlanLayout& layout, const EventStructure& event,
-                   const Plan& plan, std::span<const PlanCell> cells, RowBuilder& builder, char* at,
+                   const Plan& plan, std::span<PlanCell> cells, RowBuilder& builder, char* at,
                    EventRecord& row) {
   const Bytes bytes = event.bytes;
   const SubstitutionValue* const slots = event.slots.room.data();
   const char separator = rows.joined.separator;
   // A row that is too large to be joined has other texts than those around it.
   const bool shares = kForm == rows.joined.form;
-  for (const PlanCell& cell : cells) {
+  for (PlanCell& cell : cells) {
     char* const text = at + (kForm == CellForm::kJoined ? 0 : kCellPrefix);
     char* end = nullptr;
     RepeatedCell* place = nullptr;
@@ -182,7 +186,7 @@ char* WriteStretch(EventRows& rows, PlanLayout& layout, const EventStructure& ev
         }
       }
       if (shares && value.size >= kLeastRepeated && MayShare(rows, cell, value, bytes)) {
-        char* const next = AddIfKnown(rows, value, bytes, builder, at, place);
+        char* const next = AddIfKnown(rows, cell, value, bytes, builder, at, place);
         if (next) {
           at = next;
           continue;
@@ -219,7 +223,7 @@ char* WriteCells(EventRows& rows, PlanLayout& layout, const EventStructure& even
   char* at = builder.start;
   std::uint32_t begin = 0;
   for (const std::uint32_t end : layout.stretches) {
-    const std::span<const PlanCell> cells(layout.cells.data() + begin, end - begin);
+    const std::span<PlanCell> cells(layout.cells.data() + begin, end - begin);
     at = BeginStretch(builder, at);
     at = WriteStretch<kForm, kPolicy>(rows, layout, event, plan, cells, builder, at, row);
     at = EndStretch(builder, at);

@@ -24,6 +24,8 @@ struct PlanCell {
   bool describes_row = false;
   bool is_provider = false;  // the row keeps this text as its provider,
   bool is_level = false;     // or this one as its level
+  // Where rows have the text of the value that came last, if it may come again.
+  RepeatedCell* last = nullptr;
 };
 
 // How the rows are laid out that one query makes of the records of one plan. Valid as long as the

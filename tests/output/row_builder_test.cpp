@@ -207,11 +207,13 @@ TEST(KnownCells, ArePiecesOfStretches) {
   EXPECT_EQ(OwnCells(AddStretches(rows, known, false)), "a text that another row has,one,two,");
   EXPECT_GE(row.dataSize, OwnCells(row).size());
   const char* at = row.dataItems;
-  EXPECT_FALSE(NextPiece(at).is_last);
-  const JoinedPiece piece = NextPiece(at);
-  EXPECT_EQ(piece.kind, PieceKind::kKnown);
-  EXPECT_TRUE(piece.is_last);  // no empty piece behind it
-  EXPECT_EQ(piece.cells.data(), known.data());
+  const std::uint16_t first = TakePieceHead(at);
+  EXPECT_EQ(TakeCells(first, at), "one,");
+  EXPECT_EQ(first & kLastPiece, 0);
+  const std::uint16_t second = TakePieceHead(at);
+  EXPECT_EQ(KindOfPiece(second), PieceKind::kKnown);
+  EXPECT_NE(second & kLastPiece, 0);  // no empty piece behind it
+  EXPECT_EQ(TakeNumber<const char*>(at), known.data());
 }
 
 // A row of one stretch: 'h' is a hexadecimal number, 'i' an instant, 'n' a value that is left out

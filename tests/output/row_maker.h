@@ -78,17 +78,10 @@ inline std::string OwnCells(const EventRecord& row) {
   }
   std::string cells;
   for (const char* at = row.dataItems; stretches > 0;) {
-    const JoinedPiece piece = NextPiece(at);
-    cells += piece.cells;
-    char text[64];
-    for (std::uint32_t i = 0; i < piece.count; ++i) {
-      cells.append(text, WriteUnresolvedCell(',', text));
-    }
-    if (piece.kind == PieceKind::kHex) cells.append(text, WriteHexCell(piece.number, ',', text));
-    if (piece.kind == PieceKind::kInstant) {
-      cells.append(text, WriteInstantCell(piece.number, ',', text));
-    }
-    stretches -= piece.is_last ? 1 : 0;
+    const std::uint16_t head = TakePieceHead(at);
+    std::string text(row.dataSize + 64, '\0');
+    cells.append(text.data(), WritePiece(head, at, ',', text.data()));
+    stretches -= (head & kLastPiece) != 0 ? 1 : 0;
   }
   return cells;
 }
