@@ -21,7 +21,7 @@ enum class EventJsonStepKind : std::uint8_t {
   kDataValue,  // the same of a "Data": "" without a text
   // Attributes of which perhaps none has a text; then the element is written as if it had none.
   kBeginAttributes,  // its literal ends with kAttributesBegin
-  kAttribute,        // its literal begins with a comma
+  kAttribute,        // its literal begins with a comma, which for the first is the brace before it
   kEnd,              // behind them, and behind kEndOfBoth, or kTextBehindAttributes and a value
   kEndData,          // the same of a "Data"
   kBeginContent,     // behind them: elements follow

@@ -25,10 +25,6 @@ struct Filling {
   bool met_array = false;  // of several values, where an element is to stand for each
 };
 
-std::string_view LiteralOf(const EventXml& layout, std::uint32_t at, std::uint32_t size) {
-  return {layout.literals.data() + at, size};
-}
-
 const SubstitutionValue& ValueOf(const Filling& run, const EventXmlStep& step) {
   return step.kind == Kind::kElement ? step.element : run.event.slots[step.slot];
 }
@@ -55,7 +51,7 @@ char* WriteValue(Filling& run, const SubstitutionValue& value, char* out) {
     if (end) return end;
   }
   char* const end =
-      IsArray(value) ? WriteArray(run, value, out) : WriteXmlValue(run.event, value, out);
+      IsArray(value) ? WriteArray(run, value, out) : WriteXmlValue(run.event.bytes, value, out);
   return NeedsEscape(value) ? EscapeXml(out, end, run.replaced) : end;
 }
 
@@ -68,20 +64,28 @@ bool IsLeftOut(const Filling& run, const EventXmlStep& begin) {
 }
 
 char* WriteSteps(Filling& run, char* out) {
-  const std::vector<EventXmlStep>& steps = run.layout.steps;
-  for (std::size_t i = 0; i < steps.size(); ++i) {
-    const EventXmlStep& step = steps[i];
-    out = CopyPadded(LiteralOf(run.layout, step.literal, step.literal_size), out);
-    if (HasValue(step)) out = WriteValue(run, ValueOf(run, step), out);
-    if (step.kind == Kind::kPerhapsAttribute && IsLeftOut(run, step)) i += step.skip;
+  const SubstitutionValue* const slots = run.event.slots.room.data();
+  const char* const literals = run.layout.literals.data();
+  const EventXmlStep* const end = run.layout.steps.data() + run.layout.steps.size();
+  for (const EventXmlStep* step = run.layout.steps.data(); step < end; ++step) {
+    out = CopyPadded({literals + step->literal, step->literal_size}, out);
+    switch (step->kind) {
+      case Kind::kSlot: out = WriteValue(run, slots[step->slot], out); break;
+      case Kind::kElement: out = WriteValue(run, step->element, out); break;
+      case Kind::kPerhapsAttribute:
+        if (IsLeftOut(run, *step)) step += step->skip;
+        break;
+      case Kind::kNothing: break;
+    }
   }
   return out;
 }
 
-std::size_t RoomFor(const Filling& run) {
-  std::size_t size = run.layout.literals.size() + kCopyBlock;
-  for (const EventXmlStep& step : run.layout.steps) {
-    if (HasValue(step)) size += MaxSlotText(run.event, ValueOf(run, step));
+// Room for the texts of all slots of a layout that repeats elements.
+std::size_t RoomForRepeated(const EventStructure& event, const EventXml& layout) {
+  std::size_t size = 0;
+  for (const EventXmlStep& step : layout.steps) {
+    if (step.kind == Kind::kSlot) size += MaxSlotText(event, event.slots[step.slot]);
   }
   return size;
 }
@@ -89,9 +93,10 @@ std::size_t RoomFor(const Filling& run) {
 }  // namespace
 
 bool WriteEventXml(TextSink& out, const EventStructure& event, const EventXml& layout, bool repeats,
-                   std::uint64_t& replaced) {
+                   std::size_t slot_room, std::uint64_t& replaced) {
   Filling run{event, layout};
-  char* const end = WriteSteps(run, Reserve(out, RoomFor(run)));
+  if (repeats) slot_room = RoomForRepeated(event, layout);
+  char* const end = WriteSteps(run, Reserve(out, layout.room + slot_room));
   if (run.met_array && !repeats) return false;
   Commit(out, end);
   replaced += layout.replaced + run.replaced;
