@@ -3,8 +3,6 @@
 // sixteen units converts and judges them.
 #pragma once
 
-#include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -29,10 +27,11 @@ inline __m128i PackUnits(const std::uint8_t* at) {
 }
 
 // Bits of the characters that are not plain. A unit above 0xFF has become 0xFF or 0 when it was
-// packed, and what is above 0x7F is less than a blank when bytes are signed.
+// packed. The highest bit is set in what is above 0x7F, and in what is less than a blank once that
+// is taken from it.
 template <char... kOthers>
 unsigned NotPlain(__m128i characters) {
-  __m128i found = _mm_cmplt_epi8(characters, _mm_set1_epi8(' '));
+  __m128i found = _mm_or_si128(characters, _mm_sub_epi8(characters, _mm_set1_epi8(' ')));
   ((found = _mm_or_si128(found, _mm_cmpeq_epi8(characters, _mm_set1_epi8(kOthers)))), ...);
   return static_cast<unsigned>(_mm_movemask_epi8(found));
 }
@@ -85,30 +84,6 @@ inline char* WriteXmlAscii(Bytes bytes, std::size_t offset, std::size_t count, c
 // The same for texts between quotes, which hold no quote and no backslash.
 inline char* WriteQuotableAscii(Bytes bytes, std::size_t offset, std::size_t count, char* out) {
   return WriteAscii<'"', '\\'>(bytes, offset, count, out);
-}
-
-// Writes units at the beginning of `from`, which holds `count` of them at least, up to the first
-// that is not plain between quotes: a quote, a backslash, and what is no printable ASCII character.
-// Commas and bars are plain there. Returns how many were written at `out`, which has room for
-// `count` and kPlainAsciiBlock more.
-inline std::size_t CopyQuotableAscii(Bytes from, std::size_t count, char* out) {
-  std::size_t done = 0;
-#if defined(__SSE2__)
-  for (; done < count && from.size() >= 2 * (done + kPlainAsciiBlock); done += kPlainAsciiBlock) {
-    const __m128i characters = PackUnits(from.data() + 2 * done);
-    const unsigned special = NotPlain<'"', '\\'>(characters);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + done), characters);
-    if (special != 0) {
-      return std::min(done + static_cast<std::size_t>(std::countr_zero(special)), count);
-    }
-  }
-#endif
-  for (; done < count; ++done) {
-    const auto unit = Load<std::uint16_t>(from.data() + 2 * done);
-    if (unit < ' ' || unit >= 0x80 || unit == '"' || unit == '\\') break;
-    out[done] = static_cast<char>(unit);
-  }
-  return std::min(done, count);
 }
 
 }  // namespace tarnlex

@@ -300,14 +300,31 @@ char* WriteEight(std::uint32_t value, char* out) {
   return out + sizeof digits;
 }
 
+// By a number's highest bit: the digits of numbers below a power of ten in the upper half, and in
+// the lower one what lifts numbers from that power on over its edge.
+constexpr auto kDigitCounts = [] {
+  std::array<std::uint64_t, 32> counts{};
+  std::uint64_t power = 10;
+  std::uint64_t digits = 1;
+  for (std::size_t bit = 0; bit < counts.size(); ++bit) {
+    if (std::uint64_t{1} << bit >= power) {
+      power *= 10;
+      ++digits;
+    }
+    counts[bit] = ((digits + 1) << 32) - power;
+  }
+  return counts;
+}();
+
 // Of a number from 1 on. How many digits it has is found without a branch, which would be taken for
-// one number and not for the next.
+// one number and not for the next, and before the digits are, as that is where the next text goes.
 char* WriteUpToEight(std::uint32_t value, char* out) {
-  const std::uint64_t digits = DigitsOf(value);
-  const int zeros = std::countr_zero(digits) / 8;
-  const std::uint64_t text = (digits | kZeros) >> 8 * zeros;
+  const std::uint64_t lifted =
+      value + kDigitCounts[static_cast<std::size_t>(std::bit_width(value) - 1)];
+  const auto count = static_cast<unsigned>(lifted >> 32);
+  const std::uint64_t text = (DigitsOf(value) | kZeros) >> (64 - 8 * count);
   std::memcpy(out, &text, sizeof text);
-  return out + (sizeof text - static_cast<std::size_t>(zeros));
+  return out + count;
 }
 
 }  // namespace

@@ -204,12 +204,6 @@ char* EndList(const Filling& run, char* out) {
   return out;
 }
 
-// Returns where the first attribute goes.
-char* BeginAttributes(Filling& run, char* out) {
-  run.begin = out - kAttributesBegin.size();
-  return out - 1;
-}
-
 // Most steps are values.
 inline char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
   char* const at = CopyPadded(LiteralOf(run, step.literal, step.literal_size), out);
@@ -223,7 +217,13 @@ inline char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
       char* const end = WriteValue(run, step, at);
       return end != at ? end : out;
     }
-    case Kind::kBeginAttributes: return BeginAttributes(run, at);
+    case Kind::kBeginAttributes:
+      run.begin = at - kAttributesBegin.size();
+      return at - 1;  // where the first attribute goes
+    case Kind::kNothing: return at;
+    case Kind::kEnd:
+      if (step.part_count == 0 && HasAttributes(run, step, at)) return at;
+      [[fallthrough]];
     default: return WriteMark(run, step, at);
   }
 }

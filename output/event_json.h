@@ -16,7 +16,7 @@
 namespace tarnlex {
 
 enum class EventJsonStepKind : std::uint8_t {
-  kNothing,    // only the literal
+  kNothing,    // only the literal, which may be an attribute
   kValue,      // a value: null without a text
   kDataValue,  // the same of a "Data": "" without a text
   // Attributes of which perhaps none has a text; then the element is written as if it had none.

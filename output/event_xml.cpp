@@ -6,7 +6,6 @@
 
 #include "event/slot_text.h"
 #include "logs/iso_time.h"
-#include "logs/plain_ascii.h"
 #include "logs/text.h"
 #include "output/event_text.h"
 #include "output/repeated_array.h"
@@ -33,11 +32,6 @@ bool HasValue(const EventXmlStep& step) {
   return step.kind == Kind::kSlot || step.kind == Kind::kElement;
 }
 
-// Whether the text of such a value may have to be escaped.
-bool NeedsEscape(const SubstitutionValue& value) {
-  return IsArray(value) || IsFreeCompleteText(value.type);
-}
-
 char* WriteArray(Filling& run, const SubstitutionValue& array, char* out) {
   std::size_t count = 0;
   char* const end = WriteJoined(run.event, array, count, out, WriteXmlValue);
@@ -46,13 +40,13 @@ char* WriteArray(Filling& run, const SubstitutionValue& array, char* out) {
 }
 
 char* WriteValue(Filling& run, const SubstitutionValue& value, char* out) {
+  const Bytes bytes = run.event.bytes;
   if (value.type == kEvtVarTypeString) {
-    char* const end = WriteXmlAscii(run.event.bytes, value.offset, value.size / 2, out);
-    if (end) return end;
+    return WriteXmlText(bytes, value, run.replaced, out);
   }
-  char* const end =
-      IsArray(value) ? WriteArray(run, value, out) : WriteXmlValue(run.event.bytes, value, out);
-  return NeedsEscape(value) ? EscapeXml(out, end, run.replaced) : end;
+  if (IsArray(value)) return EscapeXml(out, WriteArray(run, value, out), run.replaced);
+  char* const end = WriteXmlValue(bytes, value, out);
+  return IsFreeCompleteText(value.type) ? EscapeXml(out, end, run.replaced) : end;
 }
 
 // Whether all slots of an attribute that begins behind the step are left out.

@@ -207,20 +207,20 @@ char* WriteSteps(const EventStructure& event, const JsonSteps& layout, JsonStepR
   const JsonStep* const steps = layout.steps.data();
   for (const JsonStep* next = steps + range.begin; next != steps + range.end;) {
     const JsonStep& step = *next++;
-    const SubstitutionValue* value = nullptr;
-    if (step.kind == JsonStepKind::kSlot) {
-      value = &slots[step.slot];
-      if (value->type == kEvtVarTypeNull) continue;
-      if (step.role != JsonRole::kAsTyped && value->type == kEvtVarTypeString) value = nullptr;
-    }
-    char* const at = CopyPadded({text + step.key, step.text_size}, out);
+    const std::string_view key{text + step.key, step.text_size};
     if (step.kind == JsonStepKind::kText) {
-      out = at;
+      out = CopyPadded(key, out);
       continue;
     }
-    if (!value) next = steps + step.next;
+    const SubstitutionValue& value = slots[step.slot];
+    const bool is_slot = step.kind == JsonStepKind::kSlot;
+    if (is_slot && value.type == kEvtVarTypeNull) continue;
+    char* const at = CopyPadded(key, out);
+    const bool is_quick =
+        is_slot && (step.role == JsonRole::kAsTyped || value.type != kEvtVarTypeString);
     char* const end =
-        value ? WriteJsonValue(bytes, *value, at) : WriteBehindKey(event, layout, step, at);
+        is_quick ? WriteJsonValue(bytes, value, at) : WriteBehindKey(event, layout, step, at);
+    next = steps + step.next;
     if (end != at) out = end;
   }
   return out;

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "event/complete_value.h"
+#include "logs/escaped_units.h"
 #include "logs/find_special.h"
 #include "logs/iso_time.h"
 #include "logs/plain_ascii.h"
@@ -27,31 +28,32 @@ const char* FindToEscape(const char* begin, const char* end) {
   return FindSpecial<'"', '\\', '\xC2', '\xE2'>(begin, end);
 }
 
-// What stands behind the backslash for a unit that has an escape of two characters; else 0.
-constexpr auto kShortEscapes = [] {
-  std::array<char, 0x80> escapes{};
-  escapes['"'] = '"';
-  escapes['\\'] = '\\';
-  escapes['\n'] = 'n';
-  escapes['\r'] = 'r';
-  escapes['\t'] = 't';
+// Characters below 0x80 that do not stand for themselves between quotes.
+constexpr auto kEscapes = [] {
+  Escapes escapes{};
+  for (char c = 0; c < ' '; ++c) {
+    const char code[] = {
+        '\\', 'u', '0', '0', static_cast<char>('0' + c / 16), "0123456789abcdef"[c % 16]};
+    SetEscape(escapes, c, {code, sizeof code});
+  }
+  SetEscape(escapes, '"', "\\\"");
+  SetEscape(escapes, '\\', "\\\\");
+  SetEscape(escapes, '\n', "\\n");
+  SetEscape(escapes, '\r', "\\r");
+  SetEscape(escapes, '\t', "\\t");
   return escapes;
 }();
 
-char ShortEscape(std::uint16_t unit) {
-  return unit < kShortEscapes.size() ? kShortEscapes[unit] : '\0';
-}
+// The same for units of which a zero is a blank.
+constexpr auto kUnitEscapes = [] {
+  Escapes escapes = kEscapes;
+  SetEscape(escapes, '\0', " ");
+  return escapes;
+}();
 
-// A character below 0x80 that does not stand for itself between quotes.
 char* WriteEscape(char c, char* out) {
-  const auto unit = static_cast<unsigned char>(c);
-  *out++ = '\\';
-  if (const char behind = ShortEscape(unit)) {
-    *out = behind;
-    return out + 1;
-  }
-  *out++ = 'u';
-  return WriteHex(unit, 4, out);
+  const Escape& escape = kEscapes[static_cast<std::size_t>(c)];
+  return CopyText({escape.text.data(), escape.size}, out);
 }
 
 // Takes the first character, or byte of one, which FindToEscape has found, off `rest` and writes
@@ -83,29 +85,11 @@ std::size_t UnitsBeyondAscii(const std::uint8_t* units, std::size_t count) {
   return size;
 }
 
-// What else does not stand for itself between quotes.
-char* WriteSpecial(std::uint16_t unit, char* out) {
-  if (unit == 0) {
-    *out = ' ';
-    return out + 1;
-  }
-  return WriteHex(unit, 4, CopyText("\\u", out));
-}
-
-// Units at `at` of which the first is special; returns how many of `count` were written.
-std::size_t WriteSpecials(const std::uint8_t* at, std::size_t count, char*& out) {
-  auto unit = Load<std::uint16_t>(at);
-  std::size_t done = 0;
-  // They come in runs too, as between the lines of a list.
-  while (const char behind = ShortEscape(unit)) {
-    *out++ = '\\';
-    *out++ = behind;
-    if (++done == count) return done;
-    unit = Load<std::uint16_t>(at + 2 * done);
-  }
-  if (done > 0) return done;
-  if (unit < ' ' || EndsLine(unit)) {
-    out = WriteSpecial(unit, out);
+// Units at `at` of which the first is beyond ASCII; returns how many of `count` were written.
+std::size_t WriteBeyondAscii(const std::uint8_t* at, std::size_t count, char*& out) {
+  const auto unit = Load<std::uint16_t>(at);
+  if (EndsLine(unit)) {
+    out = WriteHex(unit, 4, CopyText("\\u", out));
     return 1;
   }
   const std::size_t beyond = UnitsBeyondAscii(at, count);
@@ -117,10 +101,9 @@ std::size_t WriteSpecials(const std::uint8_t* at, std::size_t count, char*& out)
 char* WriteEscaped(Bytes from, std::size_t count, char* out) {
   count = UnitsWithoutZerosAtEnd(from.data(), count);
   while (true) {
-    std::size_t done = CopyQuotableAscii(from, count, out);
-    out += done;
+    std::size_t done = WriteEscapedUnits<'"', '\\'>(from, count, kUnitEscapes, out);
     if (done == count) return out;
-    done += WriteSpecials(from.data() + 2 * done, count - done, out);
+    done += WriteBeyondAscii(from.data() + 2 * done, count - done, out);
     from = from.subspan(2 * done);
     count -= done;
   }
