@@ -1,7 +1,7 @@
 #include "output/joined_pieces.h"
 
 #include "logs/date_time.h"
-#include "logs/text.h"
+#include "logs/hex_text.h"
 
 namespace tarnlex {
 
