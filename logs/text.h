@@ -94,8 +94,8 @@ inline constexpr std::size_t kCopyBlock = 32;
 // The same for texts of which most are shorter than a block, and which have one behind them.
 inline char* CopyPadded(std::string_view text, char* out) {
   std::memcpy(out, text.data(), kCopyBlock);
-  if (text.size() > kCopyBlock) {
-    std::memcpy(out + kCopyBlock, text.data() + kCopyBlock, text.size() - kCopyBlock);
+  for (std::size_t done = kCopyBlock; done < text.size(); done += kCopyBlock) {
+    std::memcpy(out + done, text.data() + done, kCopyBlock);
   }
   return out + text.size();
 }

@@ -22,6 +22,7 @@
 
 #include "event/carving.h"
 #include "event/recovery.h"
+#include "logs/text.h"
 #include "output/cell_cleaner.h"
 #include "output/repeated_cells.h"
 
@@ -82,7 +83,7 @@ struct JoinedCells {
 // follows as a 32-bit number, one of kKnownCell that so do the length and the place of a text that
 // another row has. Behind every packed cell at least kReadableBehind bytes may be read, so that
 // writers can take whole blocks.
-inline constexpr std::size_t kReadableBehind = 16;
+inline constexpr std::size_t kReadableBehind = kCopyBlock;
 inline constexpr std::uint16_t kLongCell = 0xFFFF;
 inline constexpr std::uint16_t kKnownCell = 0xFFFE;
 inline constexpr std::size_t kCellPrefix = sizeof(std::uint16_t);

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "logs/text.h"
+
 namespace tarnlex {
 
 enum class PieceKind : std::uint8_t {
@@ -39,17 +41,6 @@ inline std::uint16_t PieceHead(PieceKind kind, std::uint32_t size) {
 inline PieceKind KindOfPiece(std::uint16_t head) { return static_cast<PieceKind>(head >> 12 & 7); }
 inline std::uint32_t SizeInHead(std::uint16_t head) { return head & kMostInHead; }
 
-// Bytes are copied by blocks: behind what is read a block may be read, and behind what is written
-// one may be overwritten.
-inline constexpr std::size_t kPieceBlock = 16;
-inline char* CopyBlocks(const char* from, std::size_t size, char* out) {
-  std::memcpy(out, from, kPieceBlock);
-  for (std::size_t done = kPieceBlock; done < size; done += kPieceBlock) {
-    std::memcpy(out + done, from + done, kPieceBlock);
-  }
-  return out + size;
-}
-
 // Write a cell that is made of what a piece has, with the separator; return its end.
 inline constexpr std::size_t kUnresolvedCell = kUnresolved.size() + 1;
 inline char* WriteUnresolvedCell(char separator, char* out) {
@@ -79,15 +70,13 @@ inline std::string_view TakeCells(std::uint16_t head, const char*& at) {
   return cells;
 }
 
-// Writes all cells of a piece, whose head has been taken; returns their end.
+// Writes all cells of a piece, whose head has been taken; returns their end. Behind the piece a
+// block may be read (see CopyPadded), and behind the cells one be overwritten.
 inline char* WritePiece(std::uint16_t head, const char*& at, char separator, char* out) {
   switch (KindOfPiece(head)) {
     case PieceKind::kCells:
-    case PieceKind::kLongCells: {
-      const std::string_view cells = TakeCells(head, at);
-      return CopyBlocks(cells.data(), cells.size(), out);
-    }
-    case PieceKind::kKnown: return CopyBlocks(TakeNumber<const char*>(at), SizeInHead(head), out);
+    case PieceKind::kLongCells: return CopyPadded(TakeCells(head, at), out);
+    case PieceKind::kKnown: return CopyPadded({TakeNumber<const char*>(at), SizeInHead(head)}, out);
     case PieceKind::kUnresolved:
       for (std::uint32_t i = 0; i < SizeInHead(head); ++i) {
         out = WriteUnresolvedCell(separator, out);

@@ -51,8 +51,8 @@ RowPattern MakePattern(const TableColumns& columns, const EventRecord& row, char
   } else {
     AddSteps(row, positions, columns.names.size(), separator, pattern);
   }
-  pattern.room = pattern.text.size() + columns.names.size() + 2 * kCellBlock;
-  pattern.text.append(kCellBlock, '\0');
+  pattern.room = pattern.text.size() + columns.names.size() + kCopyBlock;
+  pattern.text.append(kCopyBlock, '\0');
   return pattern;
 }
 
@@ -81,7 +81,7 @@ char* CopyStretches(const RowPattern& pattern, const char* own, char separator, 
   const char* text = pattern.text.data();
   for (std::size_t i = 0; i + 1 < pattern.ends.size(); ++i) {
     const char* const end = pattern.text.data() + pattern.ends[i];
-    at = CopyBlocks(text, static_cast<std::size_t>(end - text), at);
+    at = CopyPadded({text, static_cast<std::size_t>(end - text)}, at);
     text = end;
     std::uint16_t head = 0;
     while ((head & kLastPiece) == 0) {
@@ -90,7 +90,7 @@ char* CopyStretches(const RowPattern& pattern, const char* own, char separator, 
     }
   }
   const char* const end = pattern.text.data() + pattern.ends.back();
-  return CopyBlocks(text, static_cast<std::size_t>(end - text), at);
+  return CopyPadded({text, static_cast<std::size_t>(end - text)}, at);
 }
 
 // A row's own cells that have not been written yet.
@@ -128,7 +128,7 @@ char* CopyCells(const RowPattern& pattern, const char* own_cells, char separator
     if (step.text == kOwnText) {
       at = WriteNextCell(own, separator, at);
     } else {
-      at = CopyBlocks(text, step.text, at);
+      at = CopyPadded({text, step.text}, at);
       text += step.text;
     }
   }

@@ -113,7 +113,7 @@ void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
   if (table.between.whole.size() > kCellBlock) return;
   times.filetime = filetime;
   times.size = static_cast<std::size_t>(table.cells.at - begin);
-  times.cells.assign(begin, times.size).append(kPieceBlock, '\0');
+  times.cells.assign(begin, times.size).append(kCopyBlock, '\0');
 }
 
 void Repeat(const CellCleaner* cleaner, std::string_view text, RepeatedText& repeated) {
@@ -121,7 +121,7 @@ void Repeat(const CellCleaner* cleaner, std::string_view text, RepeatedText& rep
   repeated.cleaned = cleaner ? Cleaned(*cleaner, text) : std::string(text);
   repeated.size = repeated.cleaned.size();
   repeated.characters = CountCodePoints(repeated.cleaned);
-  repeated.cleaned.append(kPieceBlock, '\0');
+  repeated.cleaned.append(kCopyBlock, '\0');
 }
 
 void WriteLevelCell(TableWriter& table, std::uint32_t level_or_type) {

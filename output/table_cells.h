@@ -16,7 +16,6 @@
 #include "logs/text_sink.h"
 #include "output/cell_writer.h"
 #include "output/event_rows.h"
-#include "output/joined_pieces.h"
 
 namespace tarnlex {
 
@@ -34,7 +33,7 @@ struct CellEnd {
 // A text as it was last written, and a block behind it to be read.
 struct RepeatedText {
   std::string_view source;
-  std::string cleaned = std::string(kPieceBlock, '\0');
+  std::string cleaned = std::string(kCopyBlock, '\0');
   std::size_t size = 0;
   std::size_t characters = 0;
 };
@@ -132,8 +131,8 @@ void WriteLogName(TableWriter& table, const EventRows& rows, std::uint32_t numbe
 
 // Behind the text a block may be read.
 inline void WriteBlocks(CellWriter& cells, const std::string& text, std::size_t size) {
-  NeedRoom(cells, size + kPieceBlock);
-  cells.at = CopyBlocks(text.data(), size, cells.at);
+  NeedRoom(cells, size + kCopyBlock);
+  cells.at = CopyPadded({text.data(), size}, cells.at);
 }
 
 // A text that is mostly the very one of the row before: made anew when it changes, and cleaned
