@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "logs/date_time.h"
+#include "logs/hex_text.h"
 #include "logs/text.h"
 #include "logs/windows_1252.h"
 
@@ -106,8 +107,13 @@ char* WriteBent(std::uint8_t type, Bytes bytes, char* out) {
   }
 }
 
-bool IsBent(std::uint8_t type) {
-  return type < kTypeBits ? (kBentTypes >> type & 1) != 0 : type == kEvtVarTypeEvtHandle;
+// Types whose texts in tables are not what they are.
+constexpr bool IsBent(std::uint8_t type) {
+  constexpr std::uint32_t kBent = TypeBit(kEvtVarTypeNull) | TypeBit(kEvtVarTypeAnsiString) |
+                                  TypeBit(kEvtVarTypeSByte) | TypeBit(kEvtVarTypeUInt64) |
+                                  TypeBit(kEvtVarTypeSingle) | TypeBit(kEvtVarTypeDouble) |
+                                  TypeBit(kEvtVarTypeBoolean) | TypeBit(kEvtVarTypeSizeT);
+  return type < kTypeBits ? (kBent >> type & 1) != 0 : type == kEvtVarTypeEvtHandle;
 }
 
 // One value that is no array.
@@ -162,7 +168,34 @@ char* WriteArray(Bytes bytes, const SubstitutionValue& array, char* out) {
   return out;
 }
 
+// As in tables, where there is anything.
+char* WriteUnbent(Bytes bytes, const SubstitutionValue& value, char* out) {
+  char* const end = WriteValueText(bytes, value, out);
+  return end != out ? end : WriteUncommonText(bytes, value, out);
+}
+
+char* WriteText(Bytes bytes, const SubstitutionValue& value, char* out) {
+  if (!Fits(bytes, value.offset, value.size)) return out;
+  return WriteUtf8(bytes.data() + value.offset, value.size / 2, out);
+}
+
 }  // namespace
+
+constinit const std::array<ValueWriter, kTypeBits> kCompleteWriters = [] {
+  std::array<ValueWriter, kTypeBits> writers{};
+  for (std::uint8_t type = 0; type < kTypeBits; ++type) {
+    writers[type] = IsBent(type) ? WriteUncommonText : WriteUnbent;
+  }
+  SetIntegers(writers, [](auto number) -> ValueWriter {
+    return WriteCompleteNumber<sizeof number, WriteInteger<decltype(number)>>;
+  });
+  writers[kEvtVarTypeString] = WriteText;
+  writers[kEvtVarTypeGuid] = WriteCompleteNumber<16, WriteSmallGuid>;
+  writers[kEvtVarTypeFileTime] = WriteCompleteNumber<8, WriteFiletime>;
+  writers[kEvtVarTypeHexInt32] = WriteCompleteNumber<4, WriteHexInt32>;
+  writers[kEvtVarTypeHexInt64] = WriteCompleteNumber<8, WriteHexInt64>;
+  return writers;
+}();
 
 char* WriteUncommonText(Bytes bytes, const SubstitutionValue& value, char* out) {
   if (value.type == kEvtVarTypeNull || !Fits(bytes, value.offset, value.size)) return out;

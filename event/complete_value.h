@@ -3,8 +3,10 @@
 // of any type are lists. What cannot be read as its type is given as its bytes in hexadecimal.
 #pragma once
 
+#include <array>
 #include <cstddef>
 
+#include "event/number_text.h"
 #include "event/value.h"
 #include "logs/bytes.h"
 
@@ -17,24 +19,25 @@ inline constexpr std::size_t kCompleteTextPerByte = 6;
 constexpr std::uint32_t TypeBit(EvtVarType type) { return std::uint32_t{1} << type; }
 inline constexpr unsigned kTypeBits = 0x20;
 
-// Types whose texts in tables are not what they are; those beyond the bits are another matter.
-inline constexpr std::uint32_t kBentTypes =
-    TypeBit(kEvtVarTypeNull) | TypeBit(kEvtVarTypeAnsiString) | TypeBit(kEvtVarTypeSByte) |
-    TypeBit(kEvtVarTypeUInt64) | TypeBit(kEvtVarTypeSingle) | TypeBit(kEvtVarTypeDouble) |
-    TypeBit(kEvtVarTypeBoolean) | TypeBit(kEvtVarTypeSizeT);
-
-// The long way of WriteCompleteText.
+// The long way of WriteCompleteText, for values of any type.
 char* WriteUncommonText(Bytes bytes, const SubstitutionValue& value, char* out);
+
+// The same for a number that mostly has the bytes that its type asks for.
+template <std::size_t kSize, NumberWriter kWrite>
+char* WriteCompleteNumber(Bytes bytes, const SubstitutionValue& value, char* out) {
+  char* const end = WriteNumber<kSize, kWrite>(bytes, value, out);
+  return end != out ? end : WriteUncommonText(bytes, value, out);
+}
+
+// How values of each type are written.
+extern const std::array<ValueWriter, kTypeBits> kCompleteWriters;
 
 // Writes the text of a value at `out`, which has room for kMaxNumberRoom and kCompleteTextPerByte
 // for each of its bytes; returns the end. Always UTF-8. A value that does not lie inside of `bytes`
 // gives an empty text, as does one of type null.
 inline char* WriteCompleteText(Bytes bytes, const SubstitutionValue& value, char* out) {
-  if (value.type < kTypeBits && (kBentTypes >> value.type & 1) == 0) {
-    char* const end = WriteValueText(bytes, value, out);
-    if (end != out) return end;
-  }
-  return WriteUncommonText(bytes, value, out);
+  return value.type < kTypeBits ? kCompleteWriters[value.type](bytes, value, out)
+                                : WriteUncommonText(bytes, value, out);
 }
 
 // Whether a number has the bytes that its type asks for, so that its text is that of a number.

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "event/number_text.h"
 #include "logs/date_time.h"
 #include "logs/sid.h"
 #include "logs/text.h"
@@ -16,30 +17,15 @@ namespace {
 // Number texts are cut where a 32-character buffer with its final zero would end.
 constexpr std::ptrdiff_t kMaxNumberText = 31;
 
-template <typename T>
-char* WriteSigned(Bytes value, char* out) {
-  if (value.size() < sizeof(T)) return out;
-  return WriteDecimal(static_cast<std::int64_t>(Load<T>(value.data())), out);
+// Nothing of one that has too few bytes.
+template <std::size_t kSize, NumberWriter kWrite>
+char* WriteWhole(Bytes value, char* out) {
+  return value.size() < kSize ? out : kWrite(value.data(), out);
 }
 
 template <typename T>
-char* WriteUnsigned(Bytes value, char* out) {
-  if (value.size() < sizeof(T)) return out;
-  return WriteDecimal(static_cast<std::uint64_t>(Load<T>(value.data())), out);
-}
-
-char* WriteHexInt32(Bytes value, char* out) {
-  if (value.size() < 4) return out;
-  *out++ = '0';
-  *out++ = 'x';
-  return WriteHex8(Load<std::uint32_t>(value.data()), out);
-}
-
-char* WriteHexInt64(Bytes value, char* out) {
-  if (value.size() < 8) return out;
-  *out++ = '0';
-  *out++ = 'x';
-  return WriteHex16(Load<std::uint64_t>(value.data()), out);
+char* WriteWholeInteger(Bytes value, char* out) {
+  return WriteWhole<sizeof(T), WriteInteger<T>>(value, out);
 }
 
 // The text of a number so large that its point lies behind what is kept: only the digits before are
@@ -149,18 +135,6 @@ std::string_view TypeName(std::uint8_t type) {
   }
 }
 
-char* WriteGuidText(const std::uint8_t* guid, char* out) {
-  // Each number goes where its last group belongs; the group before it then makes room for the "-".
-  WriteHex8(Load<std::uint32_t>(guid), out);
-  WriteHex8(std::uint32_t{Load<std::uint16_t>(guid + 4)} << 16 | Load<std::uint16_t>(guid + 6),
-            out + 10);
-  WriteHex16(__builtin_bswap64(Load<std::uint64_t>(guid + 8)), out + 20);
-  std::memmove(out + 9, out + 10, 4);
-  std::memmove(out + 19, out + 20, 4);
-  out[8] = out[13] = out[18] = out[23] = '-';
-  return out + kGuidTextSize;
-}
-
 std::size_t ValueTextBound(Bytes chunk, const SubstitutionValue& value) {
   if (value.type == kEvtVarTypeAnsiString) return AnsiTextSize(chunk, value);
   if (!Fits(chunk, value.offset, value.size)) return 0;
@@ -193,28 +167,27 @@ char* WriteValueText(Bytes chunk, const SubstitutionValue& value, char* out) {
     case kEvtVarTypeString:
     case kEvtVarTypeEvtXml: return WriteUtf8(bytes.data(), bytes.size() / 2, out);
     case kEvtVarTypeSByte:  // read as unsigned, like Byte
-    case kEvtVarTypeByte: return WriteUnsigned<std::uint8_t>(bytes, out);
-    case kEvtVarTypeInt16: return WriteSigned<std::int16_t>(bytes, out);
-    case kEvtVarTypeUInt16: return WriteUnsigned<std::uint16_t>(bytes, out);
-    case kEvtVarTypeInt32: return WriteSigned<std::int32_t>(bytes, out);
+    case kEvtVarTypeByte: return WriteWholeInteger<std::uint8_t>(bytes, out);
+    case kEvtVarTypeInt16: return WriteWholeInteger<std::int16_t>(bytes, out);
+    case kEvtVarTypeUInt16: return WriteWholeInteger<std::uint16_t>(bytes, out);
+    case kEvtVarTypeInt32: return WriteWholeInteger<std::int32_t>(bytes, out);
     case kEvtVarTypeUInt32:
-    case kEvtVarTypeSizeT: return WriteUnsigned<std::uint32_t>(bytes, out);
+    case kEvtVarTypeSizeT: return WriteWholeInteger<std::uint32_t>(bytes, out);
     case kEvtVarTypeInt64:
     case kEvtVarTypeUInt64:  // prints negative above the signed range
-      return WriteSigned<std::int64_t>(bytes, out);
+      return WriteWholeInteger<std::int64_t>(bytes, out);
     case kEvtVarTypeSingle: return WriteFloat<float>(bytes, out);
     case kEvtVarTypeDouble: return WriteFloat<double>(bytes, out);
     case kEvtVarTypeBoolean:
       return bytes.empty() ? out : CopyText(bytes[0] != 0 ? "true" : "false", out);
     case kEvtVarTypeBinary: return WriteBinary(bytes, out);
-    case kEvtVarTypeGuid: return bytes.size() < 16 ? out : WriteGuidText(bytes.data(), out);
-    case kEvtVarTypeFileTime:
-      return bytes.size() < 8 ? out : WriteFiletimeFull(Load<std::uint64_t>(bytes.data()), out);
+    case kEvtVarTypeGuid: return WriteWhole<16, WriteSmallGuid>(bytes, out);
+    case kEvtVarTypeFileTime: return WriteWhole<8, WriteFiletime>(bytes, out);
     case kEvtVarTypeSysTime: return WriteSystemTime(bytes, out);
     case kEvtVarTypeSid: return WriteSidText(bytes, out);
     case kEvtVarTypeHexInt32:
-    case kEvtVarTypeEvtHandle: return WriteHexInt32(bytes, out);
-    case kEvtVarTypeHexInt64: return WriteHexInt64(bytes, out);
+    case kEvtVarTypeEvtHandle: return WriteWhole<4, WriteHexInt32>(bytes, out);
+    case kEvtVarTypeHexInt64: return WriteWhole<8, WriteHexInt64>(bytes, out);
     case kEvtVarTypeMultiWideString: return WriteMultiString(bytes, out);
     default: return out;  // arrays and everything unknown have no text
   }

@@ -96,8 +96,4 @@ inline bool HasPlainText(std::uint8_t type) {
 // The text of a value in a string of its own.
 std::string ValueText(Bytes chunk, const SubstitutionValue& value);
 
-// "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x" of 16 bytes, written at `out` (36 characters).
-inline constexpr std::size_t kGuidTextSize = 36;
-char* WriteGuidText(const std::uint8_t* guid, char* out);
-
 }  // namespace tarnlex

@@ -9,8 +9,8 @@ char* WriteSidText(Bytes sid, char* out) {
   if (sid.size() < kHead) return out;
   const std::size_t count = sid[1];
   if (sid.size() - kHead < 4 * count) return out;
-  std::uint64_t authority = 0;
-  for (std::size_t i = 2; i < kHead; ++i) authority = authority << 8 | sid[i];
+  constexpr std::uint64_t kAuthority = (std::uint64_t{1} << 48) - 1;
+  const std::uint64_t authority = __builtin_bswap64(Load<std::uint64_t>(sid.data())) & kAuthority;
   *out++ = 'S';
   *out++ = '-';
   out = WriteDecimal(std::uint64_t{sid[0]}, out);

@@ -11,7 +11,6 @@ target_sources(tarnlex_core PRIVATE
   logs/output_guard.cpp
   logs/parse_number.cpp
   logs/paths.cpp
-  logs/plain_ascii.cpp
   logs/record_survey.cpp
   logs/sid.cpp
   logs/sip_hash.cpp

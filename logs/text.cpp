@@ -6,8 +6,6 @@
 #include <charconv>
 #include <cstring>
 
-#include "logs/digit_pairs.h"
-
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -280,84 +278,63 @@ std::uint64_t LeadingNumber(std::string_view text) {
 
 namespace {
 
-// The smallest number of each number of digits.
-constexpr auto kPowersOfTen = [] {
-  std::array<std::uint64_t, 20> powers{};
-  std::uint64_t power = 1;
-  for (std::uint64_t& kept : powers) {
-    kept = power;
-    power *= 10;
-  }
-  return powers;
-}();
+constexpr std::uint64_t kEightDigits = 100'000'000;
 
-// Of a value that is not 0.
-std::size_t CountDigits(std::uint64_t value) {
-  // 1233 / 4096 is a little more than log10(2).
-  const auto bits = static_cast<std::size_t>(std::bit_width(value));
-  const std::size_t digits = bits * 1233 >> 12;
-  return digits + (value >= kPowersOfTen[digits] ? 1 : 0);
+// The digits of a number below 10^8 as the bytes of another, the first lowest: it is parted into
+// fours, these into pairs, and the pairs into digits, in each step all at once.
+std::uint64_t DigitsOf(std::uint32_t value) {
+  const std::uint64_t upper = value / 10'000;
+  const std::uint64_t fours = upper | (value - upper * 10'000) << 32;
+  const std::uint64_t hundreds = (fours * 10'486 >> 20) & 0x0000007F0000007F;
+  const std::uint64_t pairs = hundreds | (fours - hundreds * 100) << 16;
+  const std::uint64_t tens = (pairs * 103 >> 10) & 0x000F000F000F000F;
+  return tens | (pairs - tens * 10) << 8;
 }
 
-// Writes digits backwards from `at` while there are more than two; returns what is left.
-template <typename T>
-T WritePairsBackwards(T value, char*& at) {
-  for (; value >= 100; value /= 100) WriteTwo(at -= 2, static_cast<unsigned>(value % 100));
-  return value;
-}
+constexpr std::uint64_t kZeros = 0x3030303030303030;
 
-}  // namespace
-
-char* WriteDecimal(std::uint64_t value, char* out) {
-  if (value < 10) {
-    *out = static_cast<char>('0' + value);
-    return out + 1;
-  }
-  char* const end = out + CountDigits(value);
-  char* at = end;
-  // Most numbers are small, and dividing small ones takes a fraction of the time.
-  const unsigned left = value >> 32 != 0
-                            ? static_cast<unsigned>(WritePairsBackwards(value, at))
-                            : WritePairsBackwards(static_cast<std::uint32_t>(value), at);
-  if (left >= 10) {
-    WriteTwo(at - 2, left);
-  } else {
-    at[-1] = static_cast<char>('0' + left);
-  }
-  return end;
-}
-
-char* WriteDecimal(std::int64_t value, char* out) {
-  if (value >= 0) return WriteDecimal(static_cast<std::uint64_t>(value), out);
-  *out = '-';
-  return WriteDecimal(~static_cast<std::uint64_t>(value) + 1, out + 1);
-}
-
-namespace {
-
-// The eight hexadecimal digits of `value` as the bytes of a number, the first digit lowest: nibbles
-// are spread over bytes and turned into characters all at once.
-std::uint64_t EightHexDigits(std::uint32_t value) {
-  std::uint64_t nibbles = value;
-  nibbles = (nibbles << 16 | nibbles) & 0x0000FFFF0000FFFF;
-  nibbles = (nibbles << 8 | nibbles) & 0x00FF00FF00FF00FF;
-  nibbles = (nibbles << 4 | nibbles) & 0x0F0F0F0F0F0F0F0F;
-  const std::uint64_t letters = ((nibbles + 0x0606060606060606) >> 4) & 0x0101010101010101;
-  const std::uint64_t digits = nibbles + 0x3030303030303030 + letters * ('a' - '0' - 10);
-  return __builtin_bswap64(digits);
-}
-
-}  // namespace
-
-char* WriteHex8(std::uint32_t value, char* out) {
-  const std::uint64_t digits = EightHexDigits(value);
+// Zero-filled.
+char* WriteEight(std::uint32_t value, char* out) {
+  const std::uint64_t digits = DigitsOf(value) | kZeros;
   std::memcpy(out, &digits, sizeof digits);
   return out + sizeof digits;
 }
 
-char* WriteHex16(std::uint64_t value, char* out) {
-  return WriteHex8(static_cast<std::uint32_t>(value),
-                   WriteHex8(static_cast<std::uint32_t>(value >> 32), out));
+// By a number's highest bit: the digits of numbers below a power of ten in the upper half, and in
+// the lower one what lifts numbers from that power on over its edge.
+constexpr auto kDigitCounts = [] {
+  std::array<std::uint64_t, 32> counts{};
+  std::uint64_t power = 10;
+  std::uint64_t digits = 1;
+  for (std::size_t bit = 0; bit < counts.size(); ++bit) {
+    if (std::uint64_t{1} << bit >= power) {
+      power *= 10;
+      ++digits;
+    }
+    counts[bit] = ((digits + 1) << 32) - power;
+  }
+  return counts;
+}();
+
+// Of a number from 1 on. How many digits it has is found without a branch, which would be taken for
+// one number and not for the next, and before the digits are, as that is where the next text goes.
+char* WriteUpToEight(std::uint32_t value, char* out) {
+  const std::uint64_t lifted =
+      value + kDigitCounts[static_cast<std::size_t>(std::bit_width(value) - 1)];
+  const auto count = static_cast<unsigned>(lifted >> 32);
+  const std::uint64_t text = (DigitsOf(value) | kZeros) >> (64 - 8 * count);
+  std::memcpy(out, &text, sizeof text);
+  return out + count;
+}
+
+}  // namespace
+
+char* WriteManyDigits(std::uint64_t value, char* out) {
+  if (value < kEightDigits) return WriteUpToEight(static_cast<std::uint32_t>(value), out);
+  const std::uint64_t upper = value / kEightDigits;
+  out = upper < kEightDigits ? WriteUpToEight(static_cast<std::uint32_t>(upper), out)
+                             : WriteManyDigits(upper, out);
+  return WriteEight(static_cast<std::uint32_t>(value - upper * kEightDigits), out);
 }
 
 char* WriteHex(std::uint64_t value, int digits, char* out) {

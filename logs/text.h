@@ -62,16 +62,22 @@ std::string ReplaceChar(std::string_view text, char from, char to);
 // it does not fit.
 std::uint64_t LeadingNumber(std::string_view text);
 
-// Decimal text of a number, written at `out` (room for 20 characters); returns the end.
-char* WriteDecimal(std::uint64_t value, char* out);
-char* WriteDecimal(std::int64_t value, char* out);
+// Decimal text of a number, written at `out` (room for 20 characters, all of which may be written
+// over); returns the end.
+char* WriteManyDigits(std::uint64_t value, char* out);
+inline char* WriteDecimal(std::uint64_t value, char* out) {
+  if (value >= 10) return WriteManyDigits(value, out);
+  *out = static_cast<char>('0' + value);
+  return out + 1;
+}
+inline char* WriteDecimal(std::int64_t value, char* out) {
+  if (value >= 0) return WriteDecimal(static_cast<std::uint64_t>(value), out);
+  *out = '-';
+  return WriteDecimal(~static_cast<std::uint64_t>(value) + 1, out + 1);
+}
 
 // Exactly `digits` hexadecimal digits of `value`, zero-filled; returns the end.
 char* WriteHex(std::uint64_t value, int digits, char* out);
-
-// The same for the two frequent lengths, faster.
-char* WriteHex8(std::uint32_t value, char* out);
-char* WriteHex16(std::uint64_t value, char* out);
 
 // Hexadecimal text without leading zeros.
 std::string HexText(std::uint64_t value);

@@ -22,8 +22,7 @@ struct Filling {
   const SubstitutionValue* slots = event.slots.room.data();
   const char* literals = layout.literals.data();
   char* begin = nullptr;  // of attributes
-  bool has_attributes = false;
-  char* list = nullptr;  // where its first value stands
+  char* list = nullptr;   // where its first value stands
   std::size_t values = 0;
   bool met_array = false;  // of several values, where an element is to stand for each
 };
@@ -51,7 +50,7 @@ char* WriteText(Filling& run, const EventJsonPart& part, char* out) {
   const SubstitutionValue& value = ValueOf(run, part);
   std::size_t count = 0;
   char* const end = IsArray(value) ? WriteArrayText(run, value, count, out)
-                                   : WriteEventText(run.event, value, out);
+                                   : WriteEventText(run.event.bytes, value, out);
   return EscapeJson(out, end);
 }
 
@@ -88,7 +87,7 @@ const EventJsonPart* OnlyPart(const Filling& run, std::span<const EventJsonPart>
   if (only && !only->is_literal) {
     const SubstitutionValue& value = ValueOf(run, *only);
     return IsArray(value) ? WriteArray(run, value, out)
-                          : WriteEventJsonValue(run.event, value, out);
+                          : WriteEventJsonValue(run.event.bytes, value, out);
   }
   char* end = out + 1;
   for (const EventJsonPart& part : parts) end = WriteText(run, part, end);
@@ -102,18 +101,14 @@ inline char* WriteValue(Filling& run, const EventJsonStep& step, char* out) {
   if (step.slot == kNoSlot) return step.part_count == 0 ? out : WriteParts(run, step, out);
   const SubstitutionValue& value = run.slots[step.slot];
   if (value.type == kEvtVarTypeNull) return out;
-  return IsArray(value) ? WriteParts(run, step, out) : WriteEventJsonValue(run.event, value, out);
+  return IsArray(value) ? WriteParts(run, step, out)
+                        : WriteEventJsonValue(run.event.bytes, value, out);
 }
 
-// What stands for a value without a text.
-std::string_view EmptyOf(Kind kind) {
-  switch (kind) {
-    case Kind::kValue:
-    case Kind::kEnd: return "null";
-    case Kind::kDataValue:
-    case Kind::kEndData: return "\"\"";
-    default: return {};
-  }
+// Writes what stands for a value without a text.
+char* WriteEmpty(Kind kind, char* out) {
+  const bool is_data = kind == Kind::kDataValue || kind == Kind::kEndData;
+  return is_data ? CopyText("\"\"", out) : CopyText("null", out);
 }
 
 // The text of an element with attributes, and its end.
@@ -123,15 +118,24 @@ char* WriteTextMember(Filling& run, const EventJsonStep& step, char* out) {
   return end != out ? CopyText("}", end) : CopyText(kEndOfBoth, out - kTextBehindAttributes.size());
 }
 
-// An element of whose attributes none has a text is its value alone.
-char* EndElement(Filling& run, const EventJsonStep& step, char* out) {
-  if (run.has_attributes) return WriteTextMember(run, step, out);
-  char* const end = WriteValue(run, step, run.begin);
-  return end != run.begin ? end : CopyText(EmptyOf(step.kind), end);
+// Whether an attribute has been written in front of the literal of a step, which ends at `out`. If
+// so, its brace, which the comma of the first one stands on, is put back.
+bool HasAttributes(const Filling& run, const EventJsonStep& step, const char* out) {
+  char* const brace = run.begin + kAttributesBegin.size() - 1;
+  if (out - step.literal_size == brace) return false;
+  *brace = '{';
+  return true;
 }
 
-char* BeginContent(const Filling& run, char* out) {
-  return run.has_attributes ? out : CopyText("{", run.begin);
+// An element of whose attributes none has a text is its value alone.
+char* EndElement(Filling& run, const EventJsonStep& step, char* out) {
+  if (HasAttributes(run, step, out)) return WriteTextMember(run, step, out);
+  char* const end = WriteValue(run, step, run.begin);
+  return end != run.begin ? end : WriteEmpty(step.kind, end);
+}
+
+char* BeginContent(const Filling& run, const EventJsonStep& step, char* out) {
+  return HasAttributes(run, step, out) ? out : CopyText("{", run.begin);
 }
 
 // With a comma behind.
@@ -167,7 +171,7 @@ char* WriteListValue(Filling& run, const EventJsonStep& step, char* out) {
   elements = ElementsOf(run.event.bytes, ValueOf(run, parts[0]));
   while (NextElement(elements, element)) {
     out = BeginEntry(run, out);
-    char* const end = WriteEventJsonValue(run.event, element, out);
+    char* const end = WriteEventJsonValue(run.event.bytes, element, out);
     out = end != out ? end : CopyText("\"\"", out);
   }
   return out;
@@ -185,7 +189,7 @@ char* EndList(const Filling& run, char* out) {
     case Kind::kEnd:
     case Kind::kEndData: return EndElement(run, step, out);
     case Kind::kEndFixed: return WriteTextMember(run, step, out);
-    case Kind::kBeginContent: return BeginContent(run, out);
+    case Kind::kBeginContent: return BeginContent(run, step, out);
     case Kind::kText: return WriteInnerText(run, step, out);
     case Kind::kBeginList: return BeginList(run, out);
     case Kind::kEntry: return BeginEntry(run, out);
@@ -200,30 +204,28 @@ char* EndList(const Filling& run, char* out) {
   return out;
 }
 
-bool IsValue(Kind kind) {
-  return kind == Kind::kValue || kind == Kind::kDataValue || kind == Kind::kAttribute;
-}
-
-char* BeginAttributes(Filling& run, char* out) {
-  run.begin = out - kAttributesBegin.size();
-  run.has_attributes = false;
-  return out;
-}
-
 // Most steps are values.
 inline char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
-  const bool is_attribute = step.kind == Kind::kAttribute;
-  // Without its comma where the attribute is the first.
-  const std::uint32_t left_out = is_attribute && !run.has_attributes ? 1 : 0;
-  const std::string_view literal =
-      LiteralOf(run, step.literal + left_out, step.literal_size - left_out);
-  char* const at = CopyPadded(literal, out);
-  if (step.kind == Kind::kBeginAttributes) return BeginAttributes(run, at);
-  if (!IsValue(step.kind)) return WriteMark(run, step, at);
-  char* const end = WriteValue(run, step, at);
-  run.has_attributes |= is_attribute && end != at;
-  if (end != at) return end;
-  return is_attribute ? out : CopyText(EmptyOf(step.kind), at);
+  char* const at = CopyPadded(LiteralOf(run, step.literal, step.literal_size), out);
+  switch (step.kind) {
+    case Kind::kValue:
+    case Kind::kDataValue: {
+      char* const end = WriteValue(run, step, at);
+      return end != at ? end : WriteEmpty(step.kind, at);
+    }
+    case Kind::kAttribute: {
+      char* const end = WriteValue(run, step, at);
+      return end != at ? end : out;
+    }
+    case Kind::kBeginAttributes:
+      run.begin = at - kAttributesBegin.size();
+      return at - 1;  // where the first attribute goes
+    case Kind::kNothing: return at;
+    case Kind::kEnd:
+      if (step.part_count == 0 && HasAttributes(run, step, at)) return at;
+      [[fallthrough]];
+    default: return WriteMark(run, step, at);
+  }
 }
 
 // What every line ends with.

@@ -16,12 +16,12 @@
 namespace tarnlex {
 
 enum class EventJsonStepKind : std::uint8_t {
-  kNothing,    // only the literal
+  kNothing,    // only the literal, which may be an attribute
   kValue,      // a value: null without a text
   kDataValue,  // the same of a "Data": "" without a text
   // Attributes of which perhaps none has a text; then the element is written as if it had none.
   kBeginAttributes,  // its literal ends with kAttributesBegin
-  kAttribute,        // its literal begins with a comma
+  kAttribute,        // its literal begins with a comma, which for the first is the brace before it
   kEnd,              // behind them, and behind kEndOfBoth, or kTextBehindAttributes and a value
   kEndData,          // the same of a "Data"
   kBeginContent,     // behind them: elements follow

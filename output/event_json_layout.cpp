@@ -143,15 +143,19 @@ std::vector<const AttributeView*> AttributesOf(const Element& element) {
 
 enum class Attributes : std::uint8_t { kNone, kFixed, kPerhaps };
 
+void SayValue(LayingOut& run, Parts parts) {
+  Say(run, "\"");
+  for (const Item& part : parts) AppendEscapedJson(run.layout.literals, part.text);
+  Say(run, "\"");
+}
+
 void SayFixedAttributes(LayingOut& run, const std::vector<const AttributeView*>& attributes) {
   Names names;
   Say(run, kAttributesBegin);
   for (const AttributeView* attribute : attributes) {
     if (attribute != attributes.front()) Say(run, ",");
     SayKey(run, names, attribute->name);
-    Say(run, "\"");
-    for (const Item& part : attribute->parts) AppendEscapedJson(run.layout.literals, part.text);
-    Say(run, "\"");
+    SayValue(run, attribute->parts);
   }
 }
 
@@ -170,7 +174,12 @@ Attributes LayOutAttributes(LayingOut& run, const Element& element) {
   for (const AttributeView* attribute : said) {
     Say(run, ",");
     SayKey(run, names, attribute->name);
-    AddStep(run, Kind::kAttribute, attribute->parts, element.one);
+    if (IsLiteral(attribute->parts)) {
+      SayValue(run, attribute->parts);
+      AddStep(run, Kind::kNothing);
+    } else {
+      AddStep(run, Kind::kAttribute, attribute->parts, element.one);
+    }
   }
   return Attributes::kPerhaps;
 }

@@ -10,6 +10,7 @@
 
 #include "event/complete_value.h"
 #include "event/slot_text.h"
+#include "logs/hex_text.h"
 #include "logs/iso_time.h"
 #include "logs/text.h"
 #include "output/json_text.h"
@@ -99,11 +100,7 @@ char* WriteTruth(Bytes bytes, char* out) {
 }
 
 char* WriteGuid(Bytes bytes, char* out) {
-  if (bytes.size() < 16) return out;
-  char* const end = WriteGuidText(bytes.data(), out);
-  const auto upper = [](char c) { return c >= 'a' ? static_cast<char>(c - 32) : c; };
-  std::transform(out, end, out, upper);
-  return end;
+  return bytes.size() < 16 ? out : WriteGuidText<kCapitalTen>(bytes.data(), out);
 }
 
 char* WriteBracedGuid(Bytes bytes, char* out) {
@@ -134,28 +131,24 @@ char* WriteLongSystemTime(Bytes bytes, char* out) {
   return ReadSystemTime(bytes, filetime) && filetime >> 63 == 0 ? WriteIsoTime(filetime, out) : out;
 }
 
-// How values of each type are written.
-using Writer = char* (*)(const EventStructure&, const SubstitutionValue&, char*);
-using Writers = std::array<Writer, kTypeBits>;
+using Writers = std::array<ValueWriter, 0x100>;
 
-char* WriteNothing(const EventStructure&, const SubstitutionValue&, char* out) { return out; }
+char* WriteNothing(Bytes, const SubstitutionValue&, char* out) { return out; }
 
-// The text that tables have too.
-char* WriteCommon(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  return WriteCompleteText(event.bytes, value, out);
-}
-
-// A text of another form; where the bytes are too few for it, that of tables.
+// A text of another form than tables have; where the bytes are too few for it, theirs.
 template <char* (*kWriteOwn)(Bytes, char*)>
-char* WriteOwn(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* const end = kWriteOwn(Clip(event.bytes, value.offset, value.size), out);
-  return end != out ? end : WriteCommon(event, value, out);
+char* WriteOwn(Bytes bytes, const SubstitutionValue& value, char* out) {
+  char* const end = kWriteOwn(Clip(bytes, value.offset, value.size), out);
+  return end != out ? end : WriteCompleteText(bytes, value, out);
 }
 
-constexpr Writers kXmlWriters = [] {
+constexpr Writers MakeXmlWriters() {
   Writers writers{};
-  writers.fill(WriteCommon);
+  writers.fill(WriteCompleteText);
   writers[kEvtVarTypeNull] = WriteNothing;
+  SetIntegers(writers, [](auto number) -> ValueWriter {
+    return WriteCompleteNumber<sizeof number, WriteInteger<decltype(number)>>;
+  });
   writers[kEvtVarTypeSizeT] = WriteOwn<WriteHexNumber>;
   writers[kEvtVarTypeHexInt32] = WriteOwn<WriteHexNumber>;
   writers[kEvtVarTypeHexInt64] = WriteOwn<WriteHexNumber>;
@@ -163,13 +156,13 @@ constexpr Writers kXmlWriters = [] {
   writers[kEvtVarTypeFileTime] = WriteOwn<WriteLongTime>;
   writers[kEvtVarTypeSysTime] = WriteOwn<WriteLongSystemTime>;
   return writers;
-}();
+}
 
 char* WriteSingle(Bytes bytes, char* out) { return WriteFloat<float>(bytes, {-6, 12}, out); }
 char* WriteDouble(Bytes bytes, char* out) { return WriteFloat<double>(bytes, {-5, 15}, out); }
 
 constexpr Writers kTextWriters = [] {
-  Writers writers = kXmlWriters;
+  Writers writers = MakeXmlWriters();
   writers[kEvtVarTypeSingle] = WriteOwn<WriteSingle>;
   writers[kEvtVarTypeDouble] = WriteOwn<WriteDouble>;
   writers[kEvtVarTypeBoolean] = WriteOwn<WriteTruth>;
@@ -180,43 +173,33 @@ constexpr Writers kTextWriters = [] {
 }();
 
 // Nothing for an empty text.
-template <Writer kWriteText>
-char* WriteQuoted(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* const end = kWriteText(event, value, out + 1);
+template <ValueWriter kWriteText>
+char* WriteQuoted(Bytes bytes, const SubstitutionValue& value, char* out) {
+  char* const end = kWriteText(bytes, value, out + 1);
   if (end == out + 1) return out;
   *out = *end = '"';
   return end + 1;
 }
 
-char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  return WriteJsonText(event.bytes, value, out);
+template <ValueWriter kWriteText>
+char* WriteEscaped(Bytes bytes, const SubstitutionValue& value, char* out) {
+  return EscapeJson(out, kWriteText(bytes, value, out));
 }
 
-template <Writer kWriteText>
-char* WriteEscaped(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  return EscapeJson(out, kWriteText(event, value, out));
-}
+}  // namespace
 
-template <typename T>
-char* WriteInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* const end = WriteJsonInteger<T>(event, value, out);
-  return end != out ? end : WriteQuoted<WriteCommon>(event, value, out);
-}
+constinit const Writers kXmlWriters = MakeXmlWriters();
 
-constexpr Writers kJsonWriters = [] {
+constinit const Writers kEventJsonWriters = [] {
   Writers writers{};
-  writers.fill(WriteQuoted<WriteCommon>);
+  writers.fill(WriteQuoted<WriteEscaped<WriteCompleteText>>);
+  std::fill_n(writers.begin(), kTypeBits, WriteQuoted<WriteCompleteText>);
   writers[kEvtVarTypeNull] = WriteNothing;
-  writers[kEvtVarTypeString] = WriteQuoted<WriteString>;
-  writers[kEvtVarTypeAnsiString] = WriteQuoted<WriteEscaped<WriteCommon>>;
-  writers[kEvtVarTypeSByte] = WriteInteger<std::int8_t>;
-  writers[kEvtVarTypeByte] = WriteInteger<std::uint8_t>;
-  writers[kEvtVarTypeInt16] = WriteInteger<std::int16_t>;
-  writers[kEvtVarTypeUInt16] = WriteInteger<std::uint16_t>;
-  writers[kEvtVarTypeInt32] = WriteInteger<std::int32_t>;
-  writers[kEvtVarTypeUInt32] = WriteInteger<std::uint32_t>;
-  writers[kEvtVarTypeInt64] = WriteInteger<std::int64_t>;
-  writers[kEvtVarTypeUInt64] = WriteInteger<std::uint64_t>;
+  SetIntegers(writers, [](auto number) -> ValueWriter {
+    return WriteJsonInteger<decltype(number), WriteQuoted<WriteCompleteText>>;
+  });
+  writers[kEvtVarTypeString] = WriteQuoted<WriteJsonText>;
+  writers[kEvtVarTypeAnsiString] = WriteQuoted<WriteEscaped<WriteCompleteText>>;
   writers[kEvtVarTypeSingle] = WriteQuoted<WriteEscaped<WriteOwn<WriteSingle>>>;
   writers[kEvtVarTypeDouble] = WriteQuoted<WriteEscaped<WriteOwn<WriteDouble>>>;
   writers[kEvtVarTypeBoolean] = WriteOwn<WriteTruth>;
@@ -229,8 +212,6 @@ constexpr Writers kJsonWriters = [] {
   return writers;
 }();
 
-}  // namespace
-
 char* WriteEventTime(std::uint64_t filetime, char* out) {
   if (filetime >> 63 != 0) return out;
   char* const end = WriteIsoTime(filetime, out);
@@ -238,19 +219,8 @@ char* WriteEventTime(std::uint64_t filetime, char* out) {
   return end - 1;
 }
 
-char* WriteEventText(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  return value.type < kTypeBits ? kTextWriters[value.type](event, value, out)
-                                : WriteCommon(event, value, out);
-}
-
-char* WriteXmlValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  return value.type < kTypeBits ? kXmlWriters[value.type](event, value, out)
-                                : WriteCommon(event, value, out);
-}
-
-char* WriteEventJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  return value.type < kTypeBits ? kJsonWriters[value.type](event, value, out)
-                                : WriteQuoted<WriteEscaped<WriteCommon>>(event, value, out);
+char* WriteEventText(Bytes bytes, const SubstitutionValue& value, char* out) {
+  return kTextWriters[value.type](bytes, value, out);
 }
 
 std::string EventTextOf(const EventStructure& event, std::span<const Item> parts) {
@@ -262,7 +232,7 @@ std::string EventTextOf(const EventStructure& event, std::span<const Item> parts
     }
     const SubstitutionValue& value = event.slots[part.slot];
     std::string room(MaxSlotText(event, value), '\0');
-    text.append(room.data(), WriteEventText(event, value, room.data()));
+    text.append(room.data(), WriteEventText(event.bytes, value, room.data()));
   }
   return text;
 }

@@ -6,7 +6,6 @@
 
 #include "event/slot_text.h"
 #include "logs/iso_time.h"
-#include "logs/plain_ascii.h"
 #include "logs/text.h"
 #include "output/event_text.h"
 #include "output/repeated_array.h"
@@ -25,21 +24,12 @@ struct Filling {
   bool met_array = false;  // of several values, where an element is to stand for each
 };
 
-std::string_view LiteralOf(const EventXml& layout, std::uint32_t at, std::uint32_t size) {
-  return {layout.literals.data() + at, size};
-}
-
 const SubstitutionValue& ValueOf(const Filling& run, const EventXmlStep& step) {
   return step.kind == Kind::kElement ? step.element : run.event.slots[step.slot];
 }
 
 bool HasValue(const EventXmlStep& step) {
   return step.kind == Kind::kSlot || step.kind == Kind::kElement;
-}
-
-// Whether the text of such a value may have to be escaped.
-bool NeedsEscape(const SubstitutionValue& value) {
-  return IsArray(value) || IsFreeCompleteText(value.type);
 }
 
 char* WriteArray(Filling& run, const SubstitutionValue& array, char* out) {
@@ -50,13 +40,13 @@ char* WriteArray(Filling& run, const SubstitutionValue& array, char* out) {
 }
 
 char* WriteValue(Filling& run, const SubstitutionValue& value, char* out) {
+  const Bytes bytes = run.event.bytes;
   if (value.type == kEvtVarTypeString) {
-    char* const end = WriteXmlAscii(run.event.bytes, value.offset, value.size / 2, out);
-    if (end) return end;
+    return WriteXmlText(bytes, value, run.replaced, out);
   }
-  char* const end =
-      IsArray(value) ? WriteArray(run, value, out) : WriteXmlValue(run.event, value, out);
-  return NeedsEscape(value) ? EscapeXml(out, end, run.replaced) : end;
+  if (IsArray(value)) return EscapeXml(out, WriteArray(run, value, out), run.replaced);
+  char* const end = WriteXmlValue(bytes, value, out);
+  return IsFreeCompleteText(value.type) ? EscapeXml(out, end, run.replaced) : end;
 }
 
 // Whether all slots of an attribute that begins behind the step are left out.
@@ -68,20 +58,28 @@ bool IsLeftOut(const Filling& run, const EventXmlStep& begin) {
 }
 
 char* WriteSteps(Filling& run, char* out) {
-  const std::vector<EventXmlStep>& steps = run.layout.steps;
-  for (std::size_t i = 0; i < steps.size(); ++i) {
-    const EventXmlStep& step = steps[i];
-    out = CopyPadded(LiteralOf(run.layout, step.literal, step.literal_size), out);
-    if (HasValue(step)) out = WriteValue(run, ValueOf(run, step), out);
-    if (step.kind == Kind::kPerhapsAttribute && IsLeftOut(run, step)) i += step.skip;
+  const SubstitutionValue* const slots = run.event.slots.room.data();
+  const char* const literals = run.layout.literals.data();
+  const EventXmlStep* const end = run.layout.steps.data() + run.layout.steps.size();
+  for (const EventXmlStep* step = run.layout.steps.data(); step < end; ++step) {
+    out = CopyPadded({literals + step->literal, step->literal_size}, out);
+    switch (step->kind) {
+      case Kind::kSlot: out = WriteValue(run, slots[step->slot], out); break;
+      case Kind::kElement: out = WriteValue(run, step->element, out); break;
+      case Kind::kPerhapsAttribute:
+        if (IsLeftOut(run, *step)) step += step->skip;
+        break;
+      case Kind::kNothing: break;
+    }
   }
   return out;
 }
 
-std::size_t RoomFor(const Filling& run) {
-  std::size_t size = run.layout.literals.size() + kCopyBlock;
-  for (const EventXmlStep& step : run.layout.steps) {
-    if (HasValue(step)) size += MaxSlotText(run.event, ValueOf(run, step));
+// Room for the texts of all slots of a layout that repeats elements.
+std::size_t RoomForRepeated(const EventStructure& event, const EventXml& layout) {
+  std::size_t size = 0;
+  for (const EventXmlStep& step : layout.steps) {
+    if (step.kind == Kind::kSlot) size += MaxSlotText(event, event.slots[step.slot]);
   }
   return size;
 }
@@ -89,9 +87,10 @@ std::size_t RoomFor(const Filling& run) {
 }  // namespace
 
 bool WriteEventXml(TextSink& out, const EventStructure& event, const EventXml& layout, bool repeats,
-                   std::uint64_t& replaced) {
+                   std::size_t slot_room, std::uint64_t& replaced) {
   Filling run{event, layout};
-  char* const end = WriteSteps(run, Reserve(out, RoomFor(run)));
+  if (repeats) slot_room = RoomForRepeated(event, layout);
+  char* const end = WriteSteps(run, Reserve(out, layout.room + slot_room));
   if (run.met_array && !repeats) return false;
   Commit(out, end);
   replaced += layout.replaced + run.replaced;

@@ -38,6 +38,7 @@ struct EventXmlStep {
 struct EventXml {
   std::string literals;  // and behind them a block that may be read
   std::vector<EventXmlStep> steps;
+  std::size_t room = 0;        // bytes that a line takes at most, beside the texts of slots
   std::uint64_t replaced = 0;  // characters of literals that XML cannot hold
   bool made = false;
 };
@@ -48,10 +49,10 @@ struct EventXml {
 EventXml LayOutEventXml(const EventStructure& event, const Document& document, bool repeats);
 
 // Writes the line of an event. False, nothing being written, when it has to have a layout of its
-// own, with `repeats`; never if it has one. Characters that XML cannot hold are added to
-// `replaced`.
+// own, with `repeats`; never if it has one. `slot_room` bounds the texts of the document's slots
+// (RoomForSlots). Characters that XML cannot hold are added to `replaced`.
 bool WriteEventXml(TextSink& out, const EventStructure& event, const EventXml& layout, bool repeats,
-                   std::uint64_t& replaced);
+                   std::size_t slot_room, std::uint64_t& replaced);
 
 // Begins the line of a record that was recovered, in front of its event: by a processing
 // instruction, which leaves the event as it would be otherwise.

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "event/slot_text.h"
 #include "logs/text.h"
 #include "output/event_xml.h"
 #include "output/repeated_array.h"
@@ -286,6 +287,10 @@ EventXml LayOutEventXml(const EventStructure& event, const Document& document, b
   Say(run, "\n");
   AddStep(run, Kind::kNothing);
   layout.literals.append(kCopyBlock, ' ');
+  layout.room = layout.literals.size() + kCopyBlock;
+  for (const EventXmlStep& step : layout.steps) {
+    if (step.kind == Kind::kElement) layout.room += MaxSlotText(event, step.element);
+  }
   layout.literals.shrink_to_fit();
   layout.steps.shrink_to_fit();
   return layout;

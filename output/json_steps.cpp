@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "event/slot_text.h"
+#include "logs/hex_text.h"
 #include "logs/iso_time.h"
 #include "logs/parse_number.h"
 #include "logs/text.h"
@@ -34,26 +35,13 @@ void AddPart(JsonSteps& layout, const JsonPart& part) {
 
 JsonStepKind KindOf(const JsonMember& member) {
   if (member.shape != JsonShape::kValue) return JsonStepKind::kBegin;
+  const auto is_literal = [](const JsonPart& part) { return !part.is_slot; };
+  if (!member.parts.empty() && std::all_of(member.parts.begin(), member.parts.end(), is_literal)) {
+    return JsonStepKind::kText;
+  }
   const bool is_slot = member.parts.size() == 1 && member.parts[0].is_slot;
   if (!is_slot) return JsonStepKind::kValue;
   return member.key.empty() ? JsonStepKind::kEntry : JsonStepKind::kSlot;
-}
-
-void AddStep(const JsonMember& member, JsonSteps& layout) {
-  const std::size_t position = layout.steps.size();
-  JsonStep step;
-  step.kind = KindOf(member);
-  step.role = member.role;
-  step.is_list = member.shape == JsonShape::kList;
-  step.key = AddText(layout, ",");
-  AddText(layout, member.key);
-  step.key_size = static_cast<std::uint32_t>(member.key.size() + 1);
-  step.first_part = static_cast<std::uint32_t>(layout.parts.size());
-  step.part_count = static_cast<std::uint32_t>(member.parts.size());
-  if (!member.parts.empty()) step.slot = member.parts[0].slot;
-  for (const JsonPart& part : member.parts) AddPart(layout, part);
-  layout.steps.push_back(step);
-  layout.steps[position].next = AddSteps(member, layout).end;
 }
 
 // The text between quotes; returns the end.
@@ -79,20 +67,20 @@ bool IsBracedGuid(std::string_view text) {
   return text.size() == kBraced && text.front() == '{' && text.back() == '}';
 }
 
-// A text between quotes, which takes part in no typing but for what its role says.
-char* WriteQuoted(const Filling& run, const JsonStep& step, char* out) {
+// Puts the text of `size` bytes behind `out` into quotes, or makes of it what its role says.
+char* QuoteByRole(JsonRole role, char* out, std::size_t size) {
   *out = '"';
-  char* const end = WriteParts(run, step, out + 1);
-  const std::string_view text(out + 1, static_cast<std::size_t>(end - out - 1));
+  const std::string_view text(out + 1, size);
+  char* const end = out + 1 + size;
   std::uint64_t filetime = 0;
-  if (step.role == JsonRole::kNumber && IsNumber(text)) {
+  if (role == JsonRole::kNumber && IsNumber(text)) {
     std::memmove(out, text.data(), text.size());
     return end - 1;
   }
-  if (step.role == JsonRole::kTime && ParseIsoTime(text, filetime)) {
+  if (role == JsonRole::kTime && ParseIsoTime(text, filetime)) {
     return WriteJsonTime(filetime, out);
   }
-  if (step.role == JsonRole::kGuid && IsBracedGuid(text)) {
+  if (role == JsonRole::kGuid && IsBracedGuid(text)) {
     std::transform(out + 2, end - 1, out + 1, LowerAscii);
     end[-2] = '"';
     return end - 1;
@@ -101,39 +89,74 @@ char* WriteQuoted(const Filling& run, const JsonStep& step, char* out) {
   return end + 1;
 }
 
-// Without its comma where the member is the first.
-char* CopyKey(const Filling& run, const JsonStep& step, bool first, char* out) {
-  const std::uint32_t left_out = first ? 1 : 0;
-  return CopyPadded({run.layout.text.data() + step.key + left_out, step.key_size - left_out}, out);
+// A text between quotes, which takes part in no typing but for what its role says.
+char* WriteQuoted(const Filling& run, const JsonStep& step, char* out) {
+  const char* const end = WriteParts(run, step, out + 1);
+  return QuoteByRole(step.role, out, static_cast<std::size_t>(end - out - 1));
+}
+
+// The value of a member that has no slot.
+std::string TextOf(const JsonMember& member) {
+  std::string text;
+  for (const JsonPart& part : member.parts) text += part.literal;
+  const auto size = text.size();
+  text = '"' + text + std::string(kMaxNumberRoom, '"');
+  text.resize(static_cast<std::size_t>(QuoteByRole(member.role, text.data(), size) - text.data()));
+  return text;
+}
+
+void AddStep(const JsonMember& member, JsonSteps& layout) {
+  const std::size_t position = layout.steps.size();
+  JsonStep step;
+  step.kind = KindOf(member);
+  step.role = member.role;
+  step.is_list = member.shape == JsonShape::kList;
+  step.key = AddText(layout, ",");
+  AddText(layout, member.key);
+  step.key_size = static_cast<std::uint32_t>(member.key.size() + 1);
+  if (step.kind == JsonStepKind::kText) AddText(layout, TextOf(member));
+  step.text_size = static_cast<std::uint32_t>(layout.text.size()) - step.key;
+  step.first_part = static_cast<std::uint32_t>(layout.parts.size());
+  step.part_count = static_cast<std::uint32_t>(member.parts.size());
+  if (!member.parts.empty()) step.slot = member.parts[0].slot;
+  for (const JsonPart& part : member.parts) AddPart(layout, part);
+  layout.steps.push_back(step);
+  layout.steps[position].next = AddSteps(member, layout).end;
 }
 
 // The value of a slot that is not of type null.
-char* WriteSlot(const Filling& run, const JsonStep& step, char* out) {
-  const SubstitutionValue& value = run.event.slots[step.slot];
-  return step.role != JsonRole::kAsTyped && value.type == kEvtVarTypeString
-             ? WriteQuoted(run, step, out)
-             : WriteJsonValue(run.event, value, out);
-}
-
 char* WriteEntry(const Filling& run, const SubstitutionValue& value, char* out) {
-  return IsArray(value) ? WriteJsonEntries(run.event, value, out)
-                        : WriteJsonValue(run.event, value, out);
+  return IsArray(value) ? WriteJsonEntries(run.event.bytes, value, out)
+                        : WriteJsonValue(run.event.bytes, value, out);
 }
 
-// Writes what stands behind a step's key; nothing, `out` being returned, for no value.
-char* WriteBehindKey(const Filling& run, const JsonStep& step, std::uint32_t position, char* out) {
-  switch (step.kind) {
-    case JsonStepKind::kSlot: return WriteSlot(run, step, out);
-    case JsonStepKind::kEntry: return WriteEntry(run, run.event.slots[step.slot], out);
-    case JsonStepKind::kValue:
-      return HasValue(run.event, run.layout, step) ? WriteQuoted(run, step, out) : out;
-    case JsonStepKind::kBegin: break;
-  }
+// The first member's comma becomes the bracket.
+char* WriteObject(const Filling& run, const JsonStep& step, char* out) {
+  const auto position = static_cast<std::uint32_t>(&step - run.layout.steps.data());
+  char* const end = WriteSteps(run.event, run.layout, {position + 1, step.next}, out);
+  if (end == out) return out;
   *out = step.is_list ? '[' : '{';
-  char* const end = WriteSteps(run.event, run.layout, {position + 1, step.next}, true, out + 1);
-  if (end == out + 1) return out;
   *end = step.is_list ? ']' : '}';
   return end + 1;
+}
+
+// Writes what stands behind the key of a step that is no slot alone; nothing, `out` being returned,
+// for no value.
+[[gnu::noinline]] char* WriteBehindKey(const EventStructure& event, const JsonSteps& layout,
+                                       const JsonStep& step, char* out) {
+  const Filling run{event, layout};
+  switch (step.kind) {
+    case JsonStepKind::kSlot: return WriteQuoted(run, step, out);
+    case JsonStepKind::kEntry: {
+      const SubstitutionValue& value = event.slots[step.slot];
+      return value.type == kEvtVarTypeNull ? out : WriteEntry(run, value, out);
+    }
+    case JsonStepKind::kValue:
+      return HasValue(event, layout, step) ? WriteQuoted(run, step, out) : out;
+    case JsonStepKind::kText:
+    case JsonStepKind::kBegin: break;
+  }
+  return WriteObject(run, step, out);
 }
 
 }  // namespace
@@ -177,24 +200,28 @@ bool HasValue(const EventStructure& event, const JsonSteps& layout, const JsonSt
 }
 
 char* WriteSteps(const EventStructure& event, const JsonSteps& layout, JsonStepRange range,
-                 bool first, char* out) {
-  const Filling run{event, layout};
+                 char* out) {
+  const Bytes bytes = event.bytes;
+  const SubstitutionValue* const slots = event.slots.room.data();
+  const char* const text = layout.text.data();
   const JsonStep* const steps = layout.steps.data();
-  for (std::uint32_t i = range.begin; i < range.end;) {
-    const JsonStep& step = steps[i];
-    const std::uint32_t position = i;
-    i = step.next;
-    const bool is_slot = step.kind == JsonStepKind::kSlot;
-    if ((is_slot || step.kind == JsonStepKind::kEntry) &&
-        event.slots[step.slot].type == kEvtVarTypeNull) {
+  for (const JsonStep* next = steps + range.begin; next != steps + range.end;) {
+    const JsonStep& step = *next++;
+    const std::string_view key{text + step.key, step.text_size};
+    if (step.kind == JsonStepKind::kText) {
+      out = CopyPadded(key, out);
       continue;
     }
-    char* const value = CopyKey(run, step, first, out);
+    const SubstitutionValue& value = slots[step.slot];
+    const bool is_slot = step.kind == JsonStepKind::kSlot;
+    if (is_slot && value.type == kEvtVarTypeNull) continue;
+    char* const at = CopyPadded(key, out);
+    const bool is_quick =
+        is_slot && (step.role == JsonRole::kAsTyped || value.type != kEvtVarTypeString);
     char* const end =
-        is_slot ? WriteSlot(run, step, value) : WriteBehindKey(run, step, position, value);
-    if (end == value) continue;
-    out = end;
-    first = false;
+        is_quick ? WriteJsonValue(bytes, value, at) : WriteBehindKey(event, layout, step, at);
+    next = steps + step.next;
+    if (end != at) out = end;
   }
   return out;
 }

@@ -16,6 +16,7 @@ namespace tarnlex {
 
 enum class JsonStepKind : std::uint8_t {
   kSlot,   // a member whose value is one slot
+  kText,   // a member whose value is the same in all events: it stands behind the key
   kValue,  // a member whose value is a text of several parts
   kEntry,  // a value of a list that is one slot: an array gives an entry for each of its values
   kBegin,  // an object or a list; the steps up to `next` stand in it
@@ -24,10 +25,11 @@ enum class JsonStepKind : std::uint8_t {
 struct JsonStep {
   JsonStepKind kind = JsonStepKind::kSlot;
   JsonRole role = JsonRole::kAsTyped;
-  bool is_list = false;        // kBegin
-  std::uint32_t key = 0;       // in JsonSteps::text: ",\"Name\":", or "," in a list
-  std::uint32_t key_size = 0;  // in bytes
-  std::uint32_t slot = 0;      // kSlot and kEntry: position in EventStructure::slots
+  bool is_list = false;         // kBegin
+  std::uint32_t key = 0;        // in JsonSteps::text: ",\"Name\":", or "," in a list
+  std::uint32_t key_size = 0;   // in bytes
+  std::uint32_t text_size = 0;  // of the key, and of the value of kText
+  std::uint32_t slot = 0;       // kSlot and kEntry: position in EventStructure::slots
   std::uint32_t first_part = 0;
   std::uint32_t part_count = 0;
   std::uint32_t next = 0;  // position of the step behind this one and what stands in it
@@ -74,9 +76,9 @@ std::string_view NameOf(const JsonSteps& layout, const JsonStep& step);
 bool HasValue(const EventStructure& event, const JsonSteps& layout, const JsonStep& step);
 
 // Writes the steps of a range at `out`, where there is room for FixedSize and the texts of all
-// slots; returns the end. A member without any value is left out, as is an object or a list without
-// any entry; a slot of type null has no value. `first`: no member stands in front of them.
+// slots, each with a comma in front; returns the end. A member without any value is left out, as is
+// an object or a list without any entry; a slot of type null has no value.
 char* WriteSteps(const EventStructure& event, const JsonSteps& layout, JsonStepRange range,
-                 bool first, char* out);
+                 char* out);
 
 }  // namespace tarnlex

@@ -5,7 +5,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "event/slot_text.h"
+#include "event/complete_value.h"
+#include "logs/escaped_units.h"
 #include "logs/find_special.h"
 #include "logs/iso_time.h"
 #include "logs/plain_ascii.h"
@@ -27,18 +28,32 @@ const char* FindToEscape(const char* begin, const char* end) {
   return FindSpecial<'"', '\\', '\xC2', '\xE2'>(begin, end);
 }
 
-char* WriteEscape(char c, char* out) {
-  *out++ = '\\';
-  switch (c) {
-    case '"':
-    case '\\': *out++ = c; return out;
-    case '\n': *out++ = 'n'; return out;
-    case '\r': *out++ = 'r'; return out;
-    case '\t': *out++ = 't'; return out;
-    default: break;
+// Characters below 0x80 that do not stand for themselves between quotes.
+constexpr auto kEscapes = [] {
+  Escapes escapes{};
+  for (char c = 0; c < ' '; ++c) {
+    const char code[] = {
+        '\\', 'u', '0', '0', static_cast<char>('0' + c / 16), "0123456789abcdef"[c % 16]};
+    SetEscape(escapes, c, {code, sizeof code});
   }
-  *out++ = 'u';
-  return WriteHex(static_cast<unsigned char>(c), 4, out);
+  SetEscape(escapes, '"', "\\\"");
+  SetEscape(escapes, '\\', "\\\\");
+  SetEscape(escapes, '\n', "\\n");
+  SetEscape(escapes, '\r', "\\r");
+  SetEscape(escapes, '\t', "\\t");
+  return escapes;
+}();
+
+// The same for units of which a zero is a blank.
+constexpr auto kUnitEscapes = [] {
+  Escapes escapes = kEscapes;
+  SetEscape(escapes, '\0', " ");
+  return escapes;
+}();
+
+char* WriteEscape(char c, char* out) {
+  const Escape& escape = kEscapes[static_cast<std::size_t>(c)];
+  return CopyText({escape.text.data(), escape.size}, out);
 }
 
 // Takes the first character, or byte of one, which FindToEscape has found, off `rest` and writes
@@ -57,11 +72,6 @@ char* EscapeFirst(std::string_view& rest, char* out) {
   return out + 1;
 }
 
-char* WriteBlank(char* out) {
-  *out = ' ';
-  return out + 1;
-}
-
 bool IsFinite(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789+-.e") == text.npos;
 }
@@ -75,138 +85,99 @@ std::size_t UnitsBeyondAscii(const std::uint8_t* units, std::size_t count) {
   return size;
 }
 
-// What does not stand for itself between quotes.
-char* WriteSpecial(std::uint16_t unit, char* out) {
-  if (unit == 0) return WriteBlank(out);
-  if (unit < 0x80) return WriteEscape(static_cast<char>(unit), out);
-  *out++ = '\\';
-  *out++ = 'u';
-  return WriteHex(unit, 4, out);
-}
-
-// Units at `at` of which the first is special: those come in runs too, as between the lines of a
-// list. Returns how many of `count` were written.
-std::size_t WriteSpecials(const std::uint8_t* at, std::size_t count, char*& out) {
-  auto unit = Load<std::uint16_t>(at);
-  std::size_t done = 0;
-  do {
-    out = WriteSpecial(unit, out);
-    if (++done == count) break;
-    unit = Load<std::uint16_t>(at + 2 * done);
-  } while (unit < ' ');
-  return done;
+// Units at `at` of which the first is beyond ASCII; returns how many of `count` were written.
+std::size_t WriteBeyondAscii(const std::uint8_t* at, std::size_t count, char*& out) {
+  const auto unit = Load<std::uint16_t>(at);
+  if (EndsLine(unit)) {
+    out = WriteHex(unit, 4, CopyText("\\u", out));
+    return 1;
+  }
+  const std::size_t beyond = UnitsBeyondAscii(at, count);
+  out = WriteUtf8(at, beyond, out);
+  return beyond;
 }
 
 // A text of UTF-16 units at the beginning of `from`, escaped as it is converted.
 char* WriteEscaped(Bytes from, std::size_t count, char* out) {
   count = UnitsWithoutZerosAtEnd(from.data(), count);
   while (true) {
-    std::size_t done = CopyQuotableAscii(from, count, out);
-    out += done;
+    std::size_t done = WriteEscapedUnits<'"', '\\'>(from, count, kUnitEscapes, out);
     if (done == count) return out;
-    const std::uint8_t* const at = from.data() + 2 * done;
-    const auto unit = Load<std::uint16_t>(at);
-    if (unit < 0x80 || EndsLine(unit)) {
-      done += WriteSpecials(at, count - done, out);
-    } else {
-      const std::size_t beyond = UnitsBeyondAscii(at, count - done);
-      out = WriteUtf8(at, beyond, out);
-      done += beyond;
-    }
+    done += WriteBeyondAscii(from.data() + 2 * done, count - done, out);
     from = from.subspan(2 * done);
     count -= done;
   }
 }
 
 // What could not be read as its type has become its bytes, which are a text.
-char* WriteBare(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* const end = WriteCompleteText(event.bytes, value, out);
+char* WriteBare(Bytes bytes, const SubstitutionValue& value, char* out) {
+  char* const end = WriteCompleteText(bytes, value, out);
   return IsReadable(value) ? end : QuoteJson(out, end);
 }
 
-char* WriteString(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  *out = '"';
-  char* const end = WriteJsonText(event.bytes, value, out + 1);
-  *end = '"';
+// A text, with no character that has to be escaped.
+template <ValueWriter kWriteText>
+char* WriteQuoted(Bytes bytes, const SubstitutionValue& value, char* out) {
+  char* const end = kWriteText(bytes, value, out + 1);
+  *out = *end = '"';
   return end + 1;
 }
 
-// A text of any other type, with no character that has to be escaped.
-char* WriteQuoted(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  *out = '"';
-  char* const end = WriteCompleteText(event.bytes, value, out + 1);
-  *end = '"';
-  return end + 1;
+template <std::size_t kSize, NumberWriter kWrite>
+char* WriteQuotedNumber(Bytes bytes, const SubstitutionValue& value, char* out) {
+  return WriteQuoted<WriteCompleteNumber<kSize, kWrite>>(bytes, value, out);
 }
 
-char* WriteEscapedText(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  *out = '"';
-  char* const end = EscapeJson(out + 1, WriteCompleteText(event.bytes, value, out + 1));
-  *end = '"';
-  return end + 1;
+char* WriteEscapedText(Bytes bytes, const SubstitutionValue& value, char* out) {
+  return EscapeJson(out, WriteCompleteText(bytes, value, out));
 }
 
 template <bool (*kReadTime)(Bytes, std::uint64_t&)>
-char* WriteTime(const EventStructure& event, const SubstitutionValue& value, char* out) {
+char* WriteTime(Bytes bytes, const SubstitutionValue& value, char* out) {
   std::uint64_t filetime = 0;
-  const bool is_time = kReadTime(Clip(event.bytes, value.offset, value.size), filetime);
+  const bool is_time = kReadTime(Clip(bytes, value.offset, value.size), filetime);
   char* const end = is_time ? WriteJsonTime(filetime, out) : out;
-  return end != out ? end : WriteQuoted(event, value, out);
+  return end != out ? end : WriteQuoted<WriteCompleteText>(bytes, value, out);
 }
 
 bool ReadFiletime(Bytes bytes, std::uint64_t& filetime) { return ReadAt(bytes, 0, filetime); }
 
-char* WriteFloat(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* const end = WriteCompleteText(event.bytes, value, out);
+char* WriteFloat(Bytes bytes, const SubstitutionValue& value, char* out) {
+  char* const end = WriteCompleteText(bytes, value, out);
   const bool is_number = IsReadable(value) && IsFinite({out, end});
   return is_number ? end : QuoteJson(out, end);
 }
 
-template <typename T>
-char* WriteInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  char* const end = WriteJsonInteger<T>(event, value, out);
-  return end != out ? end : WriteBare(event, value, out);
-}
-
-// How values of each type are written.
-using Writer = char* (*)(const EventStructure&, const SubstitutionValue&, char*);
-
-constexpr auto kWriters = [] {
-  std::array<Writer, kTypeBits> writers{};
-  writers.fill(WriteQuoted);
-  writers[kEvtVarTypeString] = WriteString;
-  writers[kEvtVarTypeAnsiString] = WriteEscapedText;
-  writers[kEvtVarTypeSByte] = WriteInteger<std::int8_t>;
-  writers[kEvtVarTypeByte] = WriteInteger<std::uint8_t>;
-  writers[kEvtVarTypeInt16] = WriteInteger<std::int16_t>;
-  writers[kEvtVarTypeUInt16] = WriteInteger<std::uint16_t>;
-  writers[kEvtVarTypeInt32] = WriteInteger<std::int32_t>;
-  writers[kEvtVarTypeUInt32] = WriteInteger<std::uint32_t>;
-  writers[kEvtVarTypeInt64] = WriteInteger<std::int64_t>;
-  writers[kEvtVarTypeUInt64] = WriteInteger<std::uint64_t>;
-  writers[kEvtVarTypeSingle] = WriteFloat;
-  writers[kEvtVarTypeDouble] = WriteFloat;
-  writers[kEvtVarTypeBoolean] = WriteBare;
-  writers[kEvtVarTypeSizeT] = WriteBare;
-  writers[kEvtVarTypeFileTime] = WriteTime<ReadFiletime>;
-  writers[kEvtVarTypeSysTime] = WriteTime<ReadSystemTime>;
-  return writers;
-}();
-
-char* WriteOne(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  return value.type < kTypeBits ? kWriters[value.type](event, value, out)
-                                : WriteEscapedText(event, value, out);
-}
-
-[[gnu::noinline]] char* WriteList(const EventStructure& event, const SubstitutionValue& array,
-                                  char* out) {
+char* WriteList(Bytes bytes, const SubstitutionValue& array, char* out) {
   *out = '[';
-  char* const end = WriteJsonEntries(event, array, out + 1);
+  char* const end = WriteJsonEntries(bytes, array, out + 1);
   *end = ']';
   return end + 1;
 }
 
 }  // namespace
+
+constinit const std::array<ValueWriter, 0x100> kJsonWriters = [] {
+  std::array<ValueWriter, 0x100> writers{};
+  writers.fill(WriteList);
+  std::fill_n(writers.begin(), 0x80, WriteQuoted<WriteEscapedText>);
+  std::fill_n(writers.begin(), kTypeBits, WriteQuoted<WriteCompleteText>);
+  SetIntegers(writers, [](auto number) -> ValueWriter {
+    return WriteJsonInteger<decltype(number), WriteBare>;
+  });
+  writers[kEvtVarTypeString] = WriteQuoted<WriteJsonText>;
+  writers[kEvtVarTypeAnsiString] = WriteQuoted<WriteEscapedText>;
+  writers[kEvtVarTypeSingle] = WriteFloat;
+  writers[kEvtVarTypeDouble] = WriteFloat;
+  writers[kEvtVarTypeBoolean] = WriteBare;
+  writers[kEvtVarTypeGuid] = WriteQuotedNumber<16, WriteSmallGuid>;
+  writers[kEvtVarTypeSizeT] = WriteBare;
+  writers[kEvtVarTypeFileTime] = WriteTime<ReadFiletime>;
+  writers[kEvtVarTypeSysTime] = WriteTime<ReadSystemTime>;
+  writers[kEvtVarTypeHexInt32] = WriteQuotedNumber<4, WriteHexInt32>;
+  writers[kEvtVarTypeHexInt64] = WriteQuotedNumber<8, WriteHexInt64>;
+  return writers;
+}();
 
 char* WriteUncommonJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
   if (!Fits(bytes, text.offset, text.size)) return out;
@@ -258,23 +229,18 @@ char* QuoteJson(char* begin, char* end) {
   return end + 2;
 }
 
-char* WriteJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  if (!IsArray(value)) return WriteOne(event, value, out);
-  return WriteList(event, value, out);
-}
-
-char* WriteJsonEntries(const EventStructure& event, const SubstitutionValue& array, char* out) {
+char* WriteJsonEntries(Bytes bytes, const SubstitutionValue& array, char* out) {
   SubstitutionValue own = array;
   // Texts at the end that are empty are none.
-  if (array.type == kEvtVarTypeMultiWideString && Fits(event.bytes, array.offset, array.size)) {
-    const std::uint8_t* const units = event.bytes.data() + array.offset;
+  if (array.type == kEvtVarTypeMultiWideString && Fits(bytes, array.offset, array.size)) {
+    const std::uint8_t* const units = bytes.data() + array.offset;
     own.size = static_cast<std::uint32_t>(2 * UnitsWithoutZerosAtEnd(units, array.size / 2));
   }
-  ArrayElements elements = ElementsOf(event.bytes, own);
+  ArrayElements elements = ElementsOf(bytes, own);
   SubstitutionValue element;
   for (bool first = true; NextElement(elements, element); first = false) {
     if (!first) *out++ = ',';
-    out = WriteOne(event, element, out);
+    out = WriteJsonValue(bytes, element, out);
   }
   return out;
 }

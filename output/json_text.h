@@ -1,13 +1,13 @@
 // Text and typed values as JSON.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
-#include "event/structure.h"
+#include "event/number_text.h"
 #include "event/value.h"
 #include "logs/plain_ascii.h"
 #include "logs/text.h"
@@ -32,14 +32,12 @@ inline char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out
   return plain_end ? plain_end : WriteUncommonJsonText(bytes, text, out);
 }
 
-// Writes the number that a value holds in as many bytes as its type asks for; nothing of one that
-// has fewer.
-template <typename T>
-char* WriteJsonInteger(const EventStructure& event, const SubstitutionValue& value, char* out) {
-  T number = 0;
-  if (value.size < sizeof number || !ReadAt(event.bytes, value.offset, number)) return out;
-  using Widest = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
-  return WriteDecimal(static_cast<Widest>(number), out);
+// Writes the number that a value holds in as many bytes as its type asks for; one that has fewer is
+// what `kElse` makes of it.
+template <typename T, ValueWriter kElse>
+char* WriteJsonInteger(Bytes bytes, const SubstitutionValue& value, char* out) {
+  const bool is_whole = value.size >= sizeof(T) && Fits(bytes, value.offset, sizeof(T));
+  return is_whole ? WriteInteger<T>(bytes.data() + value.offset, out) : kElse(bytes, value, out);
 }
 
 // A text as it stands between quotes.
@@ -55,15 +53,20 @@ char* QuoteJson(char* begin, char* end);
 // What a JSON value takes beside its text at most: quotes, and what is put between members.
 inline constexpr std::size_t kJsonOverhead = 8;
 
+// How values of each type are written, arrays among them.
+extern const std::array<ValueWriter, 0x100> kJsonWriters;
+
 // Writes a slot's value at `out`, which has room for MaxSlotText and kJsonOverhead; returns the
 // end. Integers, floating point numbers and truth values are JSON's own. The hexadecimal types are
 // texts ("0x8020000000000000"), as are identifiers, binary data and numbers that JSON does not
 // know. Times are ISO 8601 in UTC with seven digits; arrays are lists. A value without any text is
 // "".
-char* WriteJsonValue(const EventStructure& event, const SubstitutionValue& value, char* out);
+inline char* WriteJsonValue(Bytes bytes, const SubstitutionValue& value, char* out) {
+  return kJsonWriters[value.type](bytes, value, out);
+}
 
 // The entries of an array without the brackets around them.
-char* WriteJsonEntries(const EventStructure& event, const SubstitutionValue& array, char* out);
+char* WriteJsonEntries(Bytes bytes, const SubstitutionValue& array, char* out);
 
 // Writes a time as text in quotes, "2023-03-14T09:26:53.5897932Z"; nothing for a number that is no
 // instant (above 2^63 - 1). Room for 40 characters.

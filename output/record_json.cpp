@@ -466,14 +466,14 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
                             MaxPlainText(event, layout, StepAt(layout, layout.level));
   char* at = Reserve(out, bound);
   at = CopyText(record.log, CopyText("{\"Log\":", at));
-  at = WriteSteps(event, layout.steps, layout.head, false, at);
+  at = WriteSteps(event, layout.steps, layout.head, at);
   at = WriteLevelName(event, layout, at);
-  at = WriteSteps(event, layout.steps, layout.middle, false, at);
+  at = WriteSteps(event, layout.steps, layout.middle, at);
   if (!HasValueAt(event, layout, layout.record_id)) {
     at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
   }
   at = WriteWrittenTime(record.written_time, at);
-  at = WriteSteps(event, layout.steps, layout.tail, false, at);
+  at = WriteSteps(event, layout.steps, layout.tail, at);
   at = WriteNumber(",\"Offset\":", record.file_offset, at);
   if (IsRecovered(record.recovery)) at = WriteRecovered(record.recovery, at);
   if (!record.report.empty()) at = CopyText(record.report, CopyText(",\"Report\":", at));

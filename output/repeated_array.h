@@ -37,7 +37,7 @@ char* WriteJoined(const EventStructure& event, const SubstitutionValue& array, s
       *out++ = ',';
       *out++ = ' ';
     }
-    out = write(event, element, out);
+    out = write(event.bytes, element, out);
   }
   return out;
 }

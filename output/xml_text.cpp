@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "logs/escaped_units.h"
 #include "logs/find_special.h"
+#include "logs/plain_ascii.h"
 #include "logs/text.h"
 #include "logs/utf8.h"
 
@@ -21,17 +23,28 @@ bool IsNoCharacter(std::string_view text) {
   return text.starts_with("\xEF\xBF\xBE") || text.starts_with("\xEF\xBF\xBF");
 }
 
+constexpr auto kEscapes = [] {
+  Escapes escapes{};
+  SetEscape(escapes, '&', "&amp;");
+  SetEscape(escapes, '<', "&lt;");
+  SetEscape(escapes, '>', "&gt;");
+  SetEscape(escapes, '"', "&quot;");
+  SetEscape(escapes, '\t', "&#9;");
+  SetEscape(escapes, '\n', "&#10;");
+  SetEscape(escapes, '\r', "&#13;");
+  return escapes;
+}();
+
+// The same for units, of which a zero is a blank.
+constexpr auto kUnitEscapes = [] {
+  Escapes escapes = kEscapes;
+  SetEscape(escapes, '\0', " ");
+  return escapes;
+}();
+
 std::string_view EscapeOf(char c) {
-  switch (c) {
-    case '&': return "&amp;";
-    case '<': return "&lt;";
-    case '>': return "&gt;";
-    case '"': return "&quot;";
-    case '\t': return "&#9;";
-    case '\n': return "&#10;";
-    case '\r': return "&#13;";
-    default: return {};
-  }
+  const Escape& escape = EscapeOf(kEscapes, static_cast<unsigned char>(c));
+  return {escape.text.data(), escape.size};
 }
 
 // Takes the first character, or byte of one, off `rest` and writes it.
@@ -83,6 +96,15 @@ char* EscapeXml(char* begin, char* end, std::uint64_t& replaced) {
     rest.remove_prefix(static_cast<std::size_t>(next - rest.data()));
   }
   return out;
+}
+
+char* WriteXmlText(Bytes bytes, const SubstitutionValue& text, std::uint64_t& replaced, char* out) {
+  if (char* const end = WriteXmlAscii(bytes, text.offset, text.size / 2, out)) return end;
+  if (!Fits(bytes, text.offset, text.size)) return out;
+  const Bytes from = bytes.subspan(text.offset);
+  const std::size_t count = UnitsWithoutZerosAtEnd(from.data(), text.size / 2);
+  const auto done = WriteEscapedUnits<'&', '<', '>', '"'>(from, count, kUnitEscapes, out);
+  return EscapeXml(out, WriteUtf8(from.data() + 2 * done, count - done, out), replaced);
 }
 
 std::string XmlPlainText(std::string_view text, std::uint64_t& replaced) {

@@ -6,6 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "event/value.h"
+#include "logs/bytes.h"
+
 namespace tarnlex {
 
 // Bytes that a character may take in XML for each one that it has ("&quot;").
@@ -16,6 +19,10 @@ inline constexpr std::size_t kXmlPerByte = 6;
 // room for kXmlPerByte times the text. Characters that XML cannot hold become U+FFFD and are added
 // to `replaced`.
 char* EscapeXml(char* begin, char* end, std::uint64_t& replaced);
+
+// Writes a value of type kEvtVarTypeString, escaped as it is converted; returns the end. There is
+// room for kXmlPerByte times its bytes and two blocks of sixteen more.
+char* WriteXmlText(Bytes bytes, const SubstitutionValue& text, std::uint64_t& replaced, char* out);
 
 // A text, escaped, in a string of its own.
 std::string XmlText(std::string_view text, std::uint64_t& replaced);

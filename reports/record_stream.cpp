@@ -87,10 +87,10 @@ void WriteEventXml(TextSink& out, RecordStream& stream, const StreamedEvent& eve
   }
   EventXml& layout = Place(stream.event_xml, event.plan);
   if (!layout.made) layout = LayOutEventXml(event.structure, document, false);
-  if (WriteEventXml(out, event.structure, layout, false, stream.replaced)) return;
+  if (WriteEventXml(out, event.structure, layout, false, event.slot_room, stream.replaced)) return;
   EventXml& own = stream.event_xml.loose;
   own = LayOutEventXml(event.structure, document, true);
-  WriteEventXml(out, event.structure, own, true, stream.replaced);
+  WriteEventXml(out, event.structure, own, true, event.slot_room, stream.replaced);
 }
 
 // Writes the record if that is the form that is asked for.

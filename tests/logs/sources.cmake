@@ -2,7 +2,9 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/log_marks_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/crc32_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/date_time_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/escaped_units_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/find_special_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/logs/hex_text_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/iso_time_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/known_options_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/logs/option_search_test.cpp

@@ -113,6 +113,23 @@ TEST(WriteDecimal, WritesEveryNumberOfDigits) {
   }
 }
 
+TEST(WriteDecimal, WritesEveryNumberBelowTwoHundredThousand) {
+  for (std::uint64_t value = 0; value < 200'000; ++value) {
+    char text[20];
+    ASSERT_EQ(std::string(text, WriteDecimal(value, text)), std::to_string(value));
+  }
+}
+
+TEST(WriteDecimal, LeavesWhatLiesBehindTwentyCharacters) {
+  std::uint64_t power = 1;
+  for (int digits = 1; digits <= 20; ++digits, power *= 10) {
+    std::string text(24, '?');
+    WriteDecimal(power, text.data());
+    WriteDecimal(-static_cast<std::int64_t>(power), text.data());
+    EXPECT_EQ(text.substr(20), "????") << power;
+  }
+}
+
 TEST(WriteDecimal, CoversBothEndsOfTheRange) {
   char text[20];
   EXPECT_EQ(std::string(text, WriteDecimal(~std::uint64_t{0}, text)), "18446744073709551615");
