@@ -71,10 +71,11 @@ struct Tree {
   std::size_t compared_text = 0;  // bytes of the names that it is compared by, if it can be kept
   bool odd_names = false;         // elements or attributes with names that are none
   bool has_instances = false;
-  bool cut_names = false;  // names were left empty, as they were too long together
-  bool keepable = false;   // can be told from others by its bytes
-  bool kept = false;       // outlives its chunk
-  TreeExtent extent;       // under the policy that it was compiled for
+  bool cut_names = false;    // names were left empty, as they were too long together
+  bool keepable = false;     // can be told from others by its bytes
+  bool kept = false;         // outlives its chunk
+  std::uint32_t number = 0;  // of those that do, counted from 1
+  TreeExtent extent;         // under the policy that it was compiled for
 };
 
 }  // namespace tarnlex

@@ -44,11 +44,12 @@ struct ChunkName {
 struct EvtxChunk {
   Bytes data;  // 65,536 bytes, the header included; fewer of a chunk or record that is cut
   std::uint64_t file_offset = 0;
+  std::uint64_t serial = 0;  // of those that this has stood for, counted from 1
   std::uint64_t first_number = 0;
   std::uint64_t last_number = 0;
-  std::uint32_t found_size = 0;  // of the record at hand, where it does not state it; else 0
-  std::map<Guid, TemplateRef> templates;  // the first definition of a GUID stays
-  std::vector<ChunkName> names;           // only filled for a trace; decoding follows offsets
+  std::uint32_t found_size = 0;   // of the record at hand, where it does not state it; else 0
+  ByGuid<TemplateRef> templates;  // the first definition of a GUID stays
+  std::vector<ChunkName> names;   // only filled for a trace; decoding follows offsets
   // Trees by the chunk offset of their definition; what the chunk compiled itself lies below.
   OffsetTable<const Tree*> trees;
   std::vector<StoredTemplate> new_templates;     // that can be kept for the chunks to come

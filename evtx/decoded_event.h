@@ -42,6 +42,7 @@ struct DecodedEvent {
   std::uint64_t written_time = 0;  // FILETIME, as the header has it
   std::uint64_t time = 0;          // when the event happened, as far as the policy tells it
   std::uint64_t own_time = 0;      // what the event itself states; 0: nothing, or not looked for
+  std::uint64_t chunk = 0;  // which of those that were read; 0: the record has bytes of its own
   std::uint64_t chunk_file_offset = 0;
   std::uint64_t record_file_offset = 0;
   std::uint64_t event_id = 0;

@@ -4,6 +4,7 @@
 
 #include "event/slot_text.h"
 #include "evtx/element_kind.h"
+#include "evtx/plan_use.h"
 #include "evtx/resolve.h"
 
 namespace tarnlex {
@@ -34,18 +35,13 @@ const Plan* FindPlan(EvtxDecoder& decoder, const PlanKey& key, bool& known) {
   EvtxChunk& chunk = decoder.chunk;
   known = chunk.last_plan && chunk.last_key == key;
   if (known) return chunk.last_plan;
-  const std::unique_ptr<Plan>* found = FindIn(decoder.store.plans, key);
+  const std::unique_ptr<Plan>* found = FindKept(decoder.store, key);
   if (!found) found = FindIn(chunk.new_plans, key);
   known = found != nullptr;
   if (!known || !*found) return nullptr;
   chunk.last_key = key;
   chunk.last_plan = found->get();
   return chunk.last_plan;
-}
-
-// What the record may say before it takes from what its chunk has for repetitions.
-std::uint64_t FreeText(const DecodedEvent& event) {
-  return kTextSaidOnce + kTextPerByte * event.share;
 }
 
 // What single-byte strings cost that reach to their zero byte, wherever that is.
@@ -75,27 +71,15 @@ LooseTexts LooseTextsOf(const DecodedEvent& event) {
   return loose;
 }
 
-// A bound of all texts of a plan that uses no slot twice, but for what numbers and loose texts
-// take.
-std::uint64_t CountedText(const DecodedEvent& event, const Plan& plan) {
-  std::uint64_t bytes = event.array.bytes;
-  if (event.nested.usable) bytes += event.nested.array.bytes;
-  return plan.literal_text + TextPerByte(event.structure) * bytes;
-}
-
 // Whether a kept plan may serve the record, which then costs what its streams would.
 bool Serves(EvtxDecoder& decoder, const Plan& plan, DecodedEvent& event) {
   const LooseTexts loose = LooseTextsOf(event);
-  const std::uint64_t counted = CountedText(event, plan) + loose.text;
-  const std::uint64_t most = counted + plan.parts.size() * kMaxNumberRoom;
+  const PlanCost cost = CostOf(plan);
+  const std::uint64_t counted = CountedText(event, cost) + loose.text;
   std::uint64_t& numbered_left = decoder.chunk.numbered_left;
-  if (plan.work + loose.work > event.work_bound || most > kMaxRecordText ||
-      counted > FreeText(event) || plan.document.fixed_cost + counted > FreeText(event) ||
-      plan.numbered_text > numbered_left) {
-    return false;
-  }
+  if (!CanPay(event, cost, counted, loose.work) || plan.numbered_text > numbered_left) return false;
   numbered_left -= plan.numbered_text;
-  event.max_text = static_cast<std::size_t>(most);
+  event.max_text = static_cast<std::size_t>(counted + cost.number_room);
   return true;
 }
 

@@ -26,6 +26,7 @@ void ReadHeader(const EvtxChunk& chunk, std::uint32_t offset, DecodedEvent& even
   event.written_time = Load<std::uint64_t>(record + kRecordTimeField);
   event.time = event.written_time;
   event.own_time = 0;
+  event.chunk = chunk.found_size > 0 ? 0 : chunk.serial;
   event.chunk_file_offset = chunk.file_offset;
   event.record_file_offset = chunk.file_offset + offset;
 }

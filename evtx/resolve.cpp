@@ -39,7 +39,7 @@ const Tree* CompileTemplate(EvtxDecoder& decoder, const Guid& guid, std::uint32_
   StoredTemplate described;
   if (!tree->cut_names && DescribeTemplate(guid, chunk.data, begin, end, described)) {
     tree->keepable = true;
-    for (const NameField& name : described.names) tree->compared_text += name.record.size();
+    tree->compared_text = described.name_bytes.size();
     described.tree = std::move(tree);
     chunk.new_templates.push_back(std::move(described));
     return chunk.new_templates.back().tree.get();

@@ -14,6 +14,7 @@ target_sources(tarnlex_core PRIVATE
   evtx/judge_record.cpp
   evtx/nested_scan.cpp
   evtx/plan_of.cpp
+  evtx/plan_use.cpp
   evtx/record.cpp
   evtx/record_check.cpp
   evtx/recover.cpp

@@ -25,29 +25,63 @@ Bytes ComparedRecord(Bytes chunk, std::uint32_t offset, std::size_t size) {
              : Bytes{};
 }
 
-bool SameBytes(Bytes a, const std::uint8_t* b, std::size_t size) {
-  return size == 0 || std::memcmp(a.data(), b, size) == 0;  // nothing may have no address
+template <typename T>
+bool SameAt(const std::uint8_t* a, const std::uint8_t* b) {
+  return Load<T>(a) == Load<T>(b);
 }
 
-bool SameName(const NameField& field, Bytes chunk, std::uint32_t begin) {
+// What stands between two names is a few bytes, and so are most names: less than a call costs.
+inline bool SameBytes(const std::uint8_t* a, const std::uint8_t* b, std::size_t size) {
+  using Word = std::uint64_t;
+  using Half = std::uint32_t;
+  if (size >= sizeof(Word)) {
+    std::size_t at = 0;
+    for (; at + sizeof(Word) <= size; at += sizeof(Word)) {
+      if (!SameAt<Word>(a + at, b + at)) return false;
+    }
+    return SameAt<Word>(a + size - sizeof(Word), b + size - sizeof(Word));
+  }
+  if (size >= sizeof(Half)) {
+    return SameAt<Half>(a, b) && SameAt<Half>(a + size - sizeof(Half), b + size - sizeof(Half));
+  }
+  return std::equal(a, a + size, b);
+}
+
+inline bool SameName(const NameField& field, const std::uint8_t* name, Bytes chunk,
+                     std::uint32_t begin) {
   const std::uint32_t at = begin + field.position;
   const std::uint32_t offset = Load<std::uint32_t>(chunk.data() + at);
   if ((offset == at + kOffsetSize) != field.follows) return false;
-  const Bytes record = ComparedRecord(chunk, offset, field.record.size());
-  return !record.empty() && SameBytes(record, field.record.data(), record.size());
+  const Bytes record = ComparedRecord(chunk, offset, field.size);
+  return !record.empty() && SameBytes(record.data(), name, field.size);
+}
+
+// Templates are many, and each is met once in a chunk: it lies in no near cache any more.
+template <typename T>
+void FetchAhead(const std::vector<T>& values) {
+  constexpr std::size_t kLine = 64;
+  constexpr std::size_t kMost = 16 * kLine;  // behind that it is read in order anyway
+  const auto* const from = reinterpret_cast<const char*>(values.data());
+  const std::size_t size = std::min(values.size() * sizeof(T), kMost);
+  for (std::size_t at = 0; at < size; at += kLine) __builtin_prefetch(from + at);
 }
 
 // Compares everything between the name fields, then the names.
 bool IsAlike(const StoredTemplate& cached, Bytes chunk, std::uint32_t begin) {
+  const std::uint8_t* const own = chunk.data() + begin;
+  const std::uint8_t* const body = cached.body.data();
+  const std::uint8_t* name = cached.name_bytes.data();
+  FetchAhead(cached.names);
+  FetchAhead(cached.body);
+  FetchAhead(cached.name_bytes);
   std::uint32_t from = 0;
   for (const NameField& field : cached.names) {
-    const Bytes part = chunk.subspan(begin + from, field.position - from);
-    if (!SameBytes(part, cached.body.data() + from, part.size())) return false;
-    if (!SameName(field, chunk, begin)) return false;
+    if (!SameBytes(own + from, body + from, field.position - from)) return false;
+    if (!SameName(field, name, chunk, begin)) return false;
+    name += field.size;
     from = field.position + kOffsetSize + (field.follows ? kLinkSize : 0);
   }
-  const Bytes rest = chunk.subspan(begin + from, cached.body.size() - from);
-  return SameBytes(rest, cached.body.data() + from, rest.size());
+  return SameBytes(own + from, body + from, cached.body.size() - from);
 }
 
 // Tokens whose name stands right behind their first byte.
@@ -57,9 +91,8 @@ bool IsNamed(TokenKind kind) {
 }
 
 // The name fields of a body; false when some token keeps it from being compared.
-bool CollectNames(Bytes chunk, std::uint32_t begin, std::uint32_t end,
-                  std::vector<NameField>& names) {
-  std::size_t record_bytes = 0;
+bool CollectNames(Bytes chunk, std::uint32_t begin, std::uint32_t end, StoredTemplate& described) {
+  std::vector<std::uint8_t>& bytes = described.name_bytes;
   Token token;
   for (std::uint32_t pos = FirstToken(chunk, begin, end); pos < end; pos = token.end) {
     if (!ReadToken(chunk, pos, end, {true, false}, token)) return false;
@@ -72,20 +105,41 @@ bool CollectNames(Bytes chunk, std::uint32_t begin, std::uint32_t end,
     const std::uint32_t at = pos + (opens ? 7 : 1);
     const Bytes record = ComparedRecord(chunk, token.name_offset,
                                         kNameHeadSize - kLinkSize + token.name.units.size());
-    record_bytes += record.size();
-    if (record_bytes > kMaxNameBytes) return false;
-    names.push_back({at - begin, token.name_follows, {record.begin(), record.end()}});
+    if (bytes.size() + record.size() > kMaxNameBytes) return false;
+    bytes.insert(bytes.end(), record.begin(), record.end());
+    described.names.push_back(
+        {at - begin, static_cast<std::uint32_t>(record.size()), token.name_follows});
   }
   return true;
 }
 
-}  // namespace
+std::size_t PlaceOf(const Guid& guid) {
+  constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15U;
+  const auto first = Load<std::uint64_t>(guid.data());
+  return static_cast<std::size_t>(first * kSpread >> 40) % RecentlyFound::kPlaces;
+}
 
-const Tree* FindTemplate(const TemplateStore& store, const Guid& guid, Bytes chunk,
-                         std::uint32_t begin, std::uint32_t end) {
+void MarkKept(TemplateStore& store, Tree& tree) {
+  tree.kept = true;
+  tree.number = ++store.trees_kept;
+}
+
+const Variants* FindVariants(TemplateStore& store, const Guid& guid) {
+  auto& recent = store.recent.templates[PlaceOf(guid)];
+  if (recent && recent->first == guid) return &recent->second;
   const auto found = store.by_guid.find(guid);
   if (found == store.by_guid.end()) return nullptr;
-  for (const StoredTemplate& stored : found->second) {
+  recent = &*found;
+  return &found->second;
+}
+
+}  // namespace
+
+const Tree* FindTemplate(TemplateStore& store, const Guid& guid, Bytes chunk, std::uint32_t begin,
+                         std::uint32_t end) {
+  const Variants* const variants = FindVariants(store, guid);
+  if (!variants) return nullptr;
+  for (const StoredTemplate& stored : *variants) {
     if (stored.body.size() == end - begin && IsAlike(stored, chunk, begin)) {
       return stored.tree.get();
     }
@@ -95,7 +149,7 @@ const Tree* FindTemplate(const TemplateStore& store, const Guid& guid, Bytes chu
 
 bool DescribeTemplate(const Guid& guid, Bytes chunk, std::uint32_t begin, std::uint32_t end,
                       StoredTemplate& described) {
-  if (!CollectNames(chunk, begin, end, described.names)) return false;
+  if (!CollectNames(chunk, begin, end, described)) return false;
   const Bytes body = chunk.subspan(begin, end - begin);
   described.guid = guid;
   described.body.assign(body.begin(), body.end());
@@ -107,8 +161,8 @@ void KeepTemplate(TemplateStore& store, StoredTemplate& stored) {
   auto& variants = store.by_guid[stored.guid];
   if (variants.size() == kMaxVariants) return;
   store.bytes += 4 * stored.body.size() + sizeof(StoredTemplate);
-  for (const NameField& name : stored.names) store.bytes += sizeof name + name.record.size();
-  stored.tree->kept = true;
+  store.bytes += stored.names.size() * sizeof(NameField) + stored.name_bytes.size();
+  MarkKept(store, *stored.tree);
   variants.push_back(std::move(stored));
 }
 
@@ -117,7 +171,7 @@ void KeepKinds(TemplateStore& store, KindTable& kinds) {
     if (store.bytes > kMaxStoreBytes) return;
     store.bytes += key.size() + sizeof(Tree) + tree->literals.size() + tree->name_text +
                    tree->nodes.size() * sizeof(Node);
-    tree->kept = true;
+    MarkKept(store, *tree);
     store.kinds.emplace(key, std::move(tree));
   }
 }
@@ -128,6 +182,22 @@ void KeepPlans(TemplateStore& store, PlanTable& plans) {
     if (plan) store.plan_values += plan->values.size();
     store.plans.emplace(key, std::move(plan));
   }
+}
+
+std::size_t PlaceOf(const PlanKey& key, std::size_t places) {
+  constexpr std::size_t kApart = 37;
+  const std::size_t own = key.own ? key.own->number : 0;
+  const std::size_t nested = key.nested ? key.nested->number : 0;
+  return (own + kApart * nested) % places;
+}
+
+const std::unique_ptr<Plan>* FindKept(TemplateStore& store, const PlanKey& key) {
+  RecentlyFound::PlanPlace& recent = store.recent.plans[PlaceOf(key, RecentlyFound::kPlaces)];
+  if (recent.plan && recent.key == key) return recent.plan;
+  const auto found = store.plans.find(key);
+  if (found == store.plans.end()) return nullptr;
+  recent = {key, &found->second};
+  return recent.plan;
 }
 
 bool HasRoomForPlan(const TemplateStore& store, std::size_t plans, std::size_t values) {

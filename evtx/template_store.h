@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "event/plan.h"
@@ -20,18 +21,31 @@ namespace tarnlex {
 
 using Guid = std::array<std::uint8_t, 16>;
 
+// An order of GUIDs that is told by two comparisons of numbers.
+struct GuidOrder {
+  bool operator()(const Guid& a, const Guid& b) const {
+    const auto first = [](const Guid& guid) { return Load<std::uint64_t>(guid.data()); };
+    const auto last = [](const Guid& guid) { return Load<std::uint64_t>(guid.data() + 8); };
+    return first(a) != first(b) ? first(a) < first(b) : last(a) < last(b);
+  }
+};
+
+template <typename T>
+using ByGuid = std::map<Guid, T, GuidOrder>;
+
 // A place of a template body where chunks differ though the template is the same: the offset of a
 // name.
 struct NameField {
-  std::uint32_t position = 0;        // of the offset, from the body's start
-  bool follows = false;              // the name record stands right behind it
-  std::vector<std::uint8_t> record;  // hash, character count and characters
+  std::uint32_t position = 0;  // of the offset, from the body's start
+  std::uint32_t size = 0;      // of the name: hash, character count and characters
+  bool follows = false;        // the name record stands right behind it
 };
 
 struct StoredTemplate {
   Guid guid{};
   std::vector<std::uint8_t> body;
   std::vector<NameField> names;
+  std::vector<std::uint8_t> name_bytes;  // of all of them, one behind the other
   std::unique_ptr<Tree> tree;
 };
 
@@ -52,18 +66,35 @@ using PlanTable = std::map<PlanKey, std::unique_ptr<Plan>>;
 // Trees of streams of elements, by what these hold beside their texts (see element_kind.h).
 using KindTable = std::map<std::string, std::unique_ptr<Tree>, std::less<>>;
 
+// Templates of one GUID.
+using Variants = std::vector<StoredTemplate>;
+
+// What was found of late, each in the only place that it may have: where the tables have it. Of few
+// kinds there are many records.
+struct RecentlyFound {
+  struct PlanPlace {
+    PlanKey key;
+    const std::unique_ptr<Plan>* plan = nullptr;
+  };
+  static constexpr std::size_t kPlaces = 256;
+  std::array<PlanPlace, kPlaces> plans = {};
+  std::array<const std::pair<const Guid, Variants>*, kPlaces> templates = {};
+};
+
 struct TemplateStore {
-  std::map<Guid, std::vector<StoredTemplate>> by_guid;
+  ByGuid<Variants> by_guid;
   KindTable kinds;
   PlanTable plans;
+  RecentlyFound recent;
   std::size_t bytes = 0;         // roughly what all templates and kinds take
   std::size_t plan_values = 0;   // of all plans
   std::uint32_t plans_made = 0;  // with those that did not outlive their chunk
+  std::uint32_t trees_kept = 0;
 };
 
 // The stored tree of a body that is alike, or null.
-const Tree* FindTemplate(const TemplateStore& store, const Guid& guid, Bytes chunk,
-                         std::uint32_t begin, std::uint32_t end);
+const Tree* FindTemplate(TemplateStore& store, const Guid& guid, Bytes chunk, std::uint32_t begin,
+                         std::uint32_t end);
 
 // What it takes to compare the body from `begin` to `end` with others, all but its tree. False when
 // it cannot be compared: it holds instances, or names that could not be read.
@@ -79,6 +110,12 @@ void KeepKinds(TemplateStore& store, KindTable& kinds);
 
 // Takes over the plans whose trees are kept.
 void KeepPlans(TemplateStore& store, PlanTable& plans);
+
+// A number by which keys are mostly told apart.
+std::size_t PlaceOf(const PlanKey& key, std::size_t places);
+
+// What is kept of the key; null for nothing.
+const std::unique_ptr<Plan>* FindKept(TemplateStore& store, const PlanKey& key);
 
 // Whether so many more plans may be made, of so many values together.
 bool HasRoomForPlan(const TemplateStore& store, std::size_t plans, std::size_t values);

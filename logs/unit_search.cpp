@@ -13,6 +13,34 @@
 namespace tarnlex {
 namespace {
 
+// The place of the character that logs have least of: their texts are mostly English words, and
+// other characters than letters are met in other values, too.
+std::size_t RarestOf(std::string_view lowered) {
+  constexpr std::string_view kByRareness = "qzjxkvbywghfupmldcranosite";
+  std::size_t rarest = 0;
+  for (std::size_t i = 1; i < lowered.size(); ++i) {
+    if (kByRareness.find(lowered[i]) < kByRareness.find(lowered[rarest])) rarest = i;
+  }
+  return rarest;
+}
+
+// Whether the text stands in `bytes` with its `nth` character at `at`, each being `width` bytes.
+bool StandsAt(Bytes bytes, std::size_t at, std::string_view lowered, std::size_t nth,
+              std::size_t width) {
+  if (at < nth * width || !Fits(bytes, at - nth * width, lowered.size() * width)) return false;
+  const std::uint8_t* from = bytes.data() + at - nth * width;
+  for (const char wanted : lowered) {
+    if (LowerAscii(static_cast<char>(from[0])) != wanted) return false;
+    if (width == 2 && from[1] != 0) return false;
+    from += width;
+  }
+  return true;
+}
+
+bool TextStandsAt(Bytes bytes, std::size_t at, std::string_view lowered, std::size_t nth) {
+  return StandsAt(bytes, at, lowered, nth, 2) || StandsAt(bytes, at, lowered, nth, 1);
+}
+
 bool BeginsWithUnits(const std::uint8_t* at, std::string_view lowered) {
   for (const char wanted : lowered) {
     if (at[1] != 0 || LowerAscii(static_cast<char>(at[0])) != wanted) return false;
@@ -24,6 +52,7 @@ bool BeginsWithUnits(const std::uint8_t* at, std::string_view lowered) {
 #if defined(__SSE2__)
 
 constexpr std::size_t kBlock = 16;
+constexpr std::size_t kStretch = 4 * kBlock;
 
 // A character with this bit is a small letter where it was a letter, and is compared with one that
 // was given the bit too: what is found so is looked at again.
@@ -78,7 +107,45 @@ bool FindInBlocks(Bytes bytes, std::string_view lowered, std::size_t& begin) {
   return false;
 }
 
+// Bits of those of 64 bytes that may be a character.
+std::uint64_t BytesLike(__m128i wanted, __m128i case_bit, const std::uint8_t* at) {
+  std::uint64_t like = 0;
+  for (std::size_t i = 0; i < kStretch; i += kBlock) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + i));
+    const __m128i same = _mm_cmpeq_epi8(_mm_or_si128(bytes, case_bit), wanted);
+    like |= static_cast<std::uint64_t>(_mm_movemask_epi8(same)) << i;
+  }
+  return like;
+}
+
+bool AnyLike(__m128i wanted, __m128i case_bit, const std::uint8_t* at) {
+  __m128i any = _mm_setzero_si128();
+  for (std::size_t i = 0; i < kStretch; i += kBlock) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + i));
+    any = _mm_or_si128(any, _mm_cmpeq_epi8(_mm_or_si128(bytes, case_bit), wanted));
+  }
+  return _mm_movemask_epi8(any) != 0;
+}
+
+// Looks for the text by one of its characters; `at` is behind the last byte that was looked at.
+bool FindInStretches(Bytes bytes, std::string_view lowered, std::size_t nth, std::size_t& at) {
+  const char character = lowered[nth];
+  const __m128i wanted = _mm_set1_epi8(character);
+  const __m128i case_bit = _mm_set1_epi8(character >= 'a' && character <= 'z' ? kCaseBit : 0);
+  for (; at + kStretch <= bytes.size(); at += kStretch) {
+    if (!AnyLike(wanted, case_bit, bytes.data() + at)) continue;
+    for (std::uint64_t left = BytesLike(wanted, case_bit, bytes.data() + at); left != 0;
+         left &= left - 1) {
+      const auto place = at + static_cast<std::size_t>(std::countr_zero(left));
+      if (TextStandsAt(bytes, place, lowered, nth)) return true;
+    }
+  }
+  return false;
+}
+
 #else
+
+bool FindInStretches(Bytes, std::string_view, std::size_t, std::size_t&) { return false; }
 
 bool FindInBlocks(Bytes, std::string_view, std::size_t&) { return false; }
 
@@ -92,6 +159,17 @@ bool HoldsUnitsNoCase(Bytes bytes, std::string_view lowered) {
   if (FindInBlocks(bytes, lowered, begin)) return true;
   for (; begin + 2 * lowered.size() <= bytes.size(); ++begin) {
     if (BeginsWithUnits(bytes.data() + begin, lowered)) return true;
+  }
+  return false;
+}
+
+bool HoldsTextNoCase(Bytes bytes, std::string_view lowered) {
+  if (lowered.empty()) return true;
+  const std::size_t nth = RarestOf(lowered);
+  std::size_t at = 0;
+  if (FindInStretches(bytes, lowered, nth, at)) return true;
+  for (; at < bytes.size(); ++at) {
+    if (TextStandsAt(bytes, at, lowered, nth)) return true;
   }
   return false;
 }

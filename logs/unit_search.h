@@ -11,4 +11,8 @@ namespace tarnlex {
 // as UTF-16LE units, in any ASCII case and at any byte. An empty text occurs everywhere.
 bool HoldsUnitsNoCase(Bytes bytes, std::string_view lowered);
 
+// Whether a text of that kind occurs in `bytes` as UTF-16LE units or as single bytes. Meant for
+// many bytes, most of which hold nothing of the text.
+bool HoldsTextNoCase(Bytes bytes, std::string_view lowered);
+
 }  // namespace tarnlex

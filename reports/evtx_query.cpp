@@ -186,9 +186,10 @@ bool EvtxQueryTakes(EvtxQueries& all, EvtxQuery& query, EvtxDecoder& decoder, De
   const QueryTests& tests = query.tests;
   if (!IdPasses(tests, event.event_id) || !TimePasses(tests, event.time)) return false;
   if (tests.conditions.empty() && tests.exists.empty()) return true;
+  if (!tests.exists.empty() && IsKnownToLack(query.search, decoder, event)) return false;
   const Plan& plan = PlanOf(decoder, event);
   const EventStructure& structure = event.structure;
-  return (tests.exists.empty() || Finds(query.search, event, plan, all.scratch)) &&
+  return (tests.exists.empty() || Finds(query.search, decoder, event, plan, all.scratch)) &&
          PassesAll(tests.conditions, structure, plan, query.fields, all.scratch);
 }
 

@@ -11,6 +11,8 @@
 namespace tarnlex {
 namespace {
 
+constexpr std::uint8_t kListType = 0x80;
+
 // Characters that stand in values as they do in texts: no zero unit becomes one of them, none
 // separates the texts of a list, and none takes more than a unit.
 bool IsTelling(char c) { return c > ' ' && c < 0x7F && c != ','; }
@@ -63,22 +65,67 @@ Bytes BytesOf(const EventStructure& event, const SubstitutionArray& array) {
   return event.bytes.subspan(first.offset, last.offset + last.size - first.offset);
 }
 
+// Whether the bytes that the record lies in hold the part of the text that tells. What holds for
+// all records of a chunk is found out with the first.
+bool MayBeInChunk(TextSearch& search, const DecodedEvent& event) {
+  if (event.chunk == 0) return true;
+  if (search.chunk != event.chunk) {
+    search.chunk = event.chunk;
+    search.in_chunk = HoldsTextNoCase(event.structure.bytes, search.telling);
+  }
+  return search.in_chunk;
+}
+
+bool IsSingleByte(std::uint8_t type) {
+  return type == kEvtVarTypeAnsiString || type == (kListType | kEvtVarTypeAnsiString);
+}
+
+// Texts of a byte a character, which may go on behind their values.
+bool MayBeInSingleBytes(const TextSearch& search, const EventStructure& event,
+                        const SubstitutionArray& array) {
+  if (!array.has_ansi && !array.has_lists) return false;
+  for (std::uint32_t i = 0; i < array.count; ++i) {
+    const SubstitutionValue& value = event.slots[array.first + i];
+    if (!IsSingleByte(value.type)) continue;
+    const std::size_t size = std::max<std::size_t>(value.size, AnsiTextSize(event.bytes, value));
+    const Bytes text = event.bytes.subspan(value.offset, size);
+    if (ContainsNoCase({reinterpret_cast<const char*>(text.data()), size}, search.telling)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 bool Covers(Bytes outer, Bytes inner) {
   return outer.data() <= inner.data() && inner.data() + inner.size() <= outer.data() + outer.size();
 }
 
-// Whether the text may be in a slot; false is certain. Texts of a byte a character are of another
-// matter, and so are lists.
-bool MayBeInSlots(const TextSearch& search, const DecodedEvent& event) {
+bool HasLists(const DecodedEvent& event) {
+  return event.array.has_lists || (event.nested.usable && event.nested.array.has_lists);
+}
+
+// What a record lacks because its chunk does, and no value of which is put together, all of its
+// kind lack in such chunks.
+void NoteLack(TextSearch& search, EvtxDecoder& decoder, DecodedEvent& event) {
+  const PlanUse use = UseOf(decoder, event);
+  if (use.key.own) search.lacking[PlaceOf(use.key, search.lacking.size())] = use;
+}
+
+// Whether the text may be in a slot; false is certain. The values of a list need not hold what the
+// list does.
+bool MayBeInSlots(TextSearch& search, const DecodedEvent& event) {
   const SubstitutionArray& own = event.array;
-  if (own.has_ansi || own.has_lists) return true;
-  const Bytes bytes = BytesOf(event.structure, own);
+  const SubstitutionArray* nested = event.nested.usable ? &event.nested.array : nullptr;
+  if (search.spans_values && HasLists(event)) return true;
+  if (!MayBeInChunk(search, event)) return false;
+  const EventStructure& structure = event.structure;
+  const Bytes bytes = BytesOf(structure, own);
   if (HoldsUnitsNoCase(bytes, search.telling)) return true;
-  if (!event.nested.usable) return false;
-  const SubstitutionArray& nested = event.nested.array;
-  if (nested.has_ansi || nested.has_lists) return true;
-  const Bytes inner = BytesOf(event.structure, nested);
-  return !Covers(bytes, inner) && HoldsUnitsNoCase(inner, search.telling);
+  if (MayBeInSingleBytes(search, structure, own)) return true;
+  if (!nested) return false;
+  const Bytes inner = BytesOf(structure, *nested);
+  return (!Covers(bytes, inner) && HoldsUnitsNoCase(inner, search.telling)) ||
+         MayBeInSingleBytes(search, structure, *nested);
 }
 
 }  // namespace
@@ -87,6 +134,7 @@ TextSearch MakeTextSearch(std::string_view lowered) {
   TextSearch search;
   search.wanted = lowered;
   if (!MayBeInNumbers(lowered)) search.telling = TellingPart(lowered);
+  search.spans_values = lowered.find_first_of(", ") != std::string_view::npos;
   return search;
 }
 
@@ -100,7 +148,16 @@ bool MayBeInNumbers(std::string_view lowered) {
          std::count(lowered.begin(), lowered.end(), '.') < 2;
 }
 
-bool Finds(TextSearch& search, const DecodedEvent& event, const Plan& plan, std::string& scratch) {
+bool IsKnownToLack(TextSearch& search, EvtxDecoder& decoder, DecodedEvent& event) {
+  if (search.telling.empty() || MayBeInChunk(search, event)) return false;
+  if (search.spans_values && HasLists(event)) return false;
+  const PlanKey key = UsedKey(decoder, event);
+  const PlanUse& use = search.lacking[PlaceOf(key, search.lacking.size())];
+  return key.own && use.key == key && IsUsedBy(use, event);
+}
+
+bool Finds(TextSearch& search, EvtxDecoder& decoder, DecodedEvent& event, const Plan& plan,
+           std::string& scratch) {
   const EventStructure& structure = event.structure;
   if (!search.telling.empty() && plan.id != kUnkeptPlan) {
     const PlanSearch& known = SearchOf(search, event, plan, scratch);
@@ -110,7 +167,10 @@ bool Finds(TextSearch& search, const DecodedEvent& event, const Plan& plan, std:
           return AnyTextContains(structure, plan, ValueAt(plan, position), search.wanted, scratch);
         });
     if (in_joined) return true;
-    if (!MayBeInSlots(search, event)) return false;
+    if (!MayBeInSlots(search, event)) {
+      if (!MayBeInChunk(search, event) && known.joined.empty()) NoteLack(search, decoder, event);
+      return false;
+    }
   }
   return AnyTextContains(structure, plan, plan.values, search.wanted, scratch);
 }

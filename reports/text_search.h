@@ -2,6 +2,7 @@
 // at the bytes of their values tells without making texts of them.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -9,6 +10,8 @@
 
 #include "event/plan.h"
 #include "evtx/decoded_event.h"
+#include "evtx/decoder.h"
+#include "evtx/plan_use.h"
 
 namespace tarnlex {
 
@@ -21,9 +24,14 @@ struct PlanSearch {
 };
 
 struct TextSearch {
-  std::string wanted;             // lower-cased; empty: not asked for
-  std::string telling;            // a part of it that stands in bytes as it is; empty: none
+  std::string wanted;         // lower-cased; empty: not asked for
+  std::string telling;        // a part of it that stands in bytes as it is; empty: none
+  bool spans_values = false;  // it may begin in one value of a list and end in the next
+  std::uint64_t chunk = 0;    // which is known to hold that part or not
+  bool in_chunk = false;
   std::vector<PlanSearch> plans;  // by the plan's identifier
+  // Kinds of which no record holds the text that lies in a chunk without it.
+  std::array<PlanUse, 256> lacking = {};
 };
 
 TextSearch MakeTextSearch(std::string_view lowered);
@@ -32,7 +40,12 @@ TextSearch MakeTextSearch(std::string_view lowered);
 // which is given in lower case.
 bool MayBeInNumbers(std::string_view lowered);
 
+// Whether records before it have shown that this one does not hold the text. It need not be asked
+// for its plan then, which would change nothing.
+bool IsKnownToLack(TextSearch& search, EvtxDecoder& decoder, DecodedEvent& event);
+
 // Whether a value of the plan, which is the event's, contains the text.
-bool Finds(TextSearch& search, const DecodedEvent& event, const Plan& plan, std::string& scratch);
+bool Finds(TextSearch& search, EvtxDecoder& decoder, DecodedEvent& event, const Plan& plan,
+           std::string& scratch);
 
 }  // namespace tarnlex

@@ -9,6 +9,7 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/complete_record_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/nested_scan_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/offset_table_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/evtx/plan_use_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/record_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/recover_property_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/evtx/recover_test.cpp

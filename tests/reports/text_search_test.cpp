@@ -99,6 +99,15 @@ support::Record WithOwn(std::string_view seed, support::Value value) {
               {std::move(value)})};
 }
 
+// A value in a slot that the values of other records have in another type.
+support::Record WithAny(support::Value value) {
+  const auto any = support::MakeTemplate(
+      "any",
+      {support::Element("Event", {},
+                        {support::Element("Any", {}, {support::Slot(0, support::kString)})})});
+  return {.body = support::InstanceFragment(any, {std::move(value)})};
+}
+
 // Values of all kinds that a text can stand in, in records of kinds that come again.
 support::ByteString LogOfAllKinds() {
   EvtxBuilder log;
@@ -110,6 +119,8 @@ support::ByteString LogOfAllKinds() {
     log.AddEvent({.event_id = 4, .data = {{"Singles", SingleByteList("alpha", "gamma")}}});
     log.AddRecord(WithOwn("own list", SingleByteList("delta", "omega")));
     log.AddRecord(WithOwn("own text", support::AnsiStringValue("lambda")));
+    log.AddRecord(WithAny(support::StringValue("plain")));
+    log.AddRecord(WithAny(support::RawValue(0x80 | support::kBoolean, {1, 0, 0, 0, 0, 0, 0, 0})));
     log.AddRecord(Joined(name));
     log.AddRecord({.body = support::ElementsFragment({support::Element(
                        "Event", {}, {support::Element("Named", {}, {support::Text(name)})})})});
@@ -119,27 +130,43 @@ support::ByteString LogOfAllKinds() {
 
 struct Found {
   std::size_t records = 0;
-  std::size_t kept = 0;  // of records whose plan is kept
+  std::size_t kept = 0;     // of records whose plan is kept
+  std::size_t lacking = 0;  // records that were known not to hold the text before they were asked
 };
 
-// Counts the records that hold the text, which the long way has to find too.
-Found CountFound(const support::ByteString& chunks, Policy policy, const std::string& wanted) {
+// Asks one record, which the long way has to answer alike.
+void Ask(TextSearch& search, EvtxDecoder& decoder, DecodedEvent& event, Found& found) {
+  const bool lacks = IsKnownToLack(search, decoder, event);
+  const Plan& plan = PlanOf(decoder, event);
+  std::string scratch;
+  const bool finds = Finds(search, decoder, event, plan, scratch);
+  EXPECT_EQ(finds, AnyTextContains(event.structure, plan, plan.values, search.wanted, scratch))
+      << search.wanted << " in record " << event.record_id;
+  EXPECT_FALSE(lacks && (finds || plan.id == kUnkeptPlan || event.faults != 0)) << search.wanted;
+  found.records += finds;
+  found.kept += plan.id != kUnkeptPlan;
+  found.lacking += lacks;
+}
+
+// Looks for the text in the records of the chunks, which others have taught before.
+Found CountFound(const support::ByteString& chunks, Policy policy, const std::string& wanted,
+                 const support::ByteString& taught_by) {
   EvtxDecoder decoder;
   BeginLog(decoder, nullptr, policy);
   TextSearch search = MakeTextSearch(wanted);
   Found found;
   EvtxHandlers handlers;
   handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
-    const Plan& plan = PlanOf(with, event);
-    std::string scratch;
-    const bool finds = Finds(search, event, plan, scratch);
-    EXPECT_EQ(finds, AnyTextContains(event.structure, plan, plan.values, wanted, scratch))
-        << wanted << " in record " << event.record_id;
-    found.records += finds;
-    found.kept += plan.id != kUnkeptPlan;
+    Ask(search, with, event, found);
   };
+  for (int i = 0; i < 2; ++i) WalkSlots(decoder, taught_by, 4096, handlers);
+  found = {};
   WalkSlots(decoder, chunks, 4096, handlers);
   return found;
+}
+
+Found CountFound(const support::ByteString& chunks, Policy policy, const std::string& wanted) {
+  return CountFound(chunks, policy, wanted, chunks);
 }
 
 TEST(TextSearch, FindsWhatTheTextsOfAllValuesContain) {
@@ -161,9 +188,52 @@ TEST(TextSearch, FindsWhatTheTextsOfAllValuesContain) {
     EXPECT_EQ(CountFound(chunks, policy, "gamma").records, listed);
     EXPECT_EQ(CountFound(chunks, policy, "omega").records, listed);
     EXPECT_EQ(CountFound(chunks, policy, "lambda").records, 4U);
+    EXPECT_EQ(CountFound(chunks, policy, "true, false").records, listed);
     // Single bytes are read as UTF-8 by the tables and as Windows-1252 where every value counts.
     EXPECT_EQ(CountFound(chunks, policy, "sir\xC3\xA9").records,
               policy == Policy::kLiteral ? 5U : 4U);
+  }
+}
+
+// What is put together of parts that the bytes have apart is found, and nothing is taken for
+// granted of records of such kinds.
+TEST(TextSearch, KnowsWhatRecordsLackOfChunksThatLackIt) {
+  const support::ByteString chunks = LogOfAllKinds();
+  for (const Policy policy : {Policy::kLiteral, Policy::kComplete}) {
+    const Found nothing = CountFound(chunks, policy, "nothing of it");
+    EXPECT_EQ(nothing.records, 0U);
+    EXPECT_GE(nothing.lacking, 12U);               // a list might hold it, which joins its values
+    EXPECT_LE(nothing.lacking + 8, nothing.kept);  // those with joined and with single-byte texts
+    EXPECT_GE(CountFound(chunks, policy, "tlit").lacking, 16U);
+    EXPECT_EQ(CountFound(chunks, policy, "litb").records, 1U);
+    EXPECT_EQ(CountFound(chunks, policy, "alice").lacking, 0U);
+    EXPECT_EQ(CountFound(chunks, policy, "4624").lacking, 0U);
+  }
+}
+
+support::ByteString LogOfUsers(const std::vector<std::string>& names) {
+  EvtxBuilder log;
+  for (const std::string& name : names) {
+    log.AddEvent({.event_id = 4624, .data = {{"User", name}}});
+    log.AddRecord(
+        {.body = support::ElementsFragment({support::Element(
+             "Event", {}, {support::Element("Named", {}, {support::Text("x" + name)})})})});
+  }
+  return log.BuildChunks();
+}
+
+// What was known of one chunk says nothing of the next.
+TEST(TextSearch, LooksIntoEveryChunk) {
+  const support::ByteString without = LogOfUsers({"alice", "bob"});
+  const support::ByteString with = LogOfUsers({"dave", "the Needle", "carol"});
+  support::ByteString both = without;
+  for (const support::ByteString& chunk : {with, without, with}) {
+    both.insert(both.end(), chunk.begin(), chunk.end());
+  }
+  for (const Policy policy : {Policy::kLiteral, Policy::kComplete}) {
+    const Found found = CountFound(both, policy, "needle", without);
+    EXPECT_EQ(found.records, 4U);
+    EXPECT_EQ(found.lacking, 8U);
   }
 }
 
