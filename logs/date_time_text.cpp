@@ -2,8 +2,8 @@
 #include <chrono>
 #include <cstring>
 
+#include "logs/clock_text.h"
 #include "logs/date_time.h"
-#include "logs/digit_pairs.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -128,27 +128,23 @@ void ReadTimeFormat(const std::string& format, DateTimePlan& plan) {
 }
 
 ClockParts SplitClock(std::uint64_t ticks_since_1970) {
-  return {static_cast<unsigned>(ticks_since_1970 / kTicksPerSecond % kSecondsPerDay),
-          static_cast<unsigned>(ticks_since_1970 % kTicksPerSecond)};
+  const std::uint64_t of_day = ticks_since_1970 % (kTicksPerSecond * kSecondsPerDay);
+  return {static_cast<unsigned>(of_day / kTicksPerSecond),
+          static_cast<unsigned>(of_day % kTicksPerSecond)};
 }
 
 // "03/07/2012 14:05:09.123456700"; of a piece with its callers, as every record holds such a text.
 [[gnu::always_inline]] inline char* WriteInstant(char* out, const DayParts& day,
                                                  const ClockParts& clock) {
-  const auto two = [&out](unsigned value, char behind) {
-    out = WriteTwo(out, value);
-    *out++ = behind;
-  };
-  two(day.month, '/');
-  two(day.day, '/');
+  WriteTwo(out, day.month);
+  WriteTwo(out + 3, day.day);
+  out[2] = out[5] = '/';
+  out += 6;
   if (day.year > 9999) *out++ = static_cast<char>('0' + day.year / 10'000);
-  out = WriteTwo(out, day.year / 100 % 100);
-  two(day.year % 100, ' ');
-  two(clock.second_of_day / 3600, ':');
-  two(clock.second_of_day / 60 % 60, ':');
-  two(clock.second_of_day % 60, '.');
-  out = WriteDigits(out, clock.ticks, 7);
-  return WriteTwo(out, 0);
+  WriteTwo(out, day.year / 100 % 100);
+  WriteTwo(out + 2, day.year % 100);
+  out[4] = ' ';
+  return WriteTwo(WriteClock(out + 5, clock.second_of_day, clock.ticks), 0);
 }
 
 }  // namespace

@@ -299,9 +299,24 @@ char* WriteNumber(std::string_view key, std::uint64_t number, char* out) {
   return WriteDecimal(number, CopyText(key, out));
 }
 
-char* WriteWrittenTime(std::uint64_t filetime, char* out) {
+// Whether the event says of itself that it is of that time, and how the text of it is known.
+bool IsTimeCreated(const EventStructure& event, const RecordJson& layout, std::uint64_t filetime) {
+  if (layout.time < 0) return false;
+  const SubstitutionValue& value = event.slots[StepAt(layout, layout.time).slot];
+  std::uint64_t created = 0;
+  return StepAt(layout, layout.time).kind == JsonStepKind::kSlot &&
+         value.type == kEvtVarTypeFileTime && value.size >= sizeof created &&
+         ReadAt(event.bytes, value.offset, created) && created == filetime;
+}
+
+// `created` is the end of the member for the time that the event states: mostly the same time.
+char* WriteWrittenTime(const EventStructure& event, const RecordJson& layout,
+                       std::uint64_t filetime, const char* created, char* out) {
+  constexpr std::size_t kTimeText = sizeof "\"2023-03-14T09:26:53.5897932Z\"" - 1;
   if (filetime == 0 || filetime >> 63 != 0) return out;
-  return WriteJsonTime(filetime, CopyText(",\"TimeWritten\":", out));
+  out = CopyText(",\"TimeWritten\":", out);
+  const bool is_same = IsTimeCreated(event, layout, filetime) && *(created - kTimeText) == '"';
+  return is_same ? CopyText({created - kTimeText, kTimeText}, out) : WriteJsonTime(filetime, out);
 }
 
 char* WriteRecovered(const Recovery& recovery, char* out) {
@@ -420,6 +435,7 @@ void FillSteps(const Runs& runs, const JsonMember& data, RecordJson& layout) {
   layout.title = PositionOf(steps, layout.head, "Provider");
   layout.id = PositionOf(steps, layout.head, "EventID");
   layout.record_id = PositionOf(steps, layout.middle, "EventRecordID");
+  layout.time = PositionOf(steps, layout.middle, "TimeCreated");
 }
 
 }  // namespace
@@ -469,10 +485,11 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
   at = WriteSteps(event, layout.steps, layout.head, at);
   at = WriteLevelName(event, layout, at);
   at = WriteSteps(event, layout.steps, layout.middle, at);
+  const char* const created = at;
   if (!HasValueAt(event, layout, layout.record_id)) {
     at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
   }
-  at = WriteWrittenTime(record.written_time, at);
+  at = WriteWrittenTime(event, layout, record.written_time, created, at);
   at = WriteSteps(event, layout.steps, layout.tail, at);
   at = WriteNumber(",\"Offset\":", record.file_offset, at);
   if (IsRecovered(record.recovery)) at = WriteRecovered(record.recovery, at);
