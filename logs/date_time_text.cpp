@@ -78,25 +78,22 @@ char* WriteDate(char* out, const DateTimePlan& plan, const DayParts& day) {
   return WriteYear(out, plan, day.year);
 }
 
-// At most 18 characters.
+// At most 18 characters, all of which are written over: a whole clock, of which parts that are not
+// asked for are taken out again.
 char* WriteTime(char* out, const DateTimePlan& plan, const ClockParts& clock) {
-  if (plan.hour_minute) {
-    out = WriteTwo(out, clock.second_of_day / 3600);
-    *out++ = ':';
-    out = WriteTwo(out, clock.second_of_day / 60 % 60);
-  }
+  constexpr std::size_t kMinutes = sizeof "hh:mm" - 1;
+  constexpr std::size_t kSeconds = sizeof ":ss" - 1;
+  WriteTwo(WriteClock(out, clock.second_of_day, clock.ticks), 0);
+  const std::size_t fraction =
+      plan.fraction_digits > 0 ? static_cast<std::size_t>(plan.fraction_digits) + 1 : 0;
+  if (plan.hour_minute && plan.second) return out + kMinutes + kSeconds + fraction;
+  char* end = plan.hour_minute ? out + kMinutes : out;
   if (plan.second) {
-    *out++ = ':';
-    out = WriteTwo(out, clock.second_of_day % 60);
+    std::memmove(end, out + kMinutes, kSeconds);
+    end += kSeconds;
   }
-  if (plan.fraction_digits > 0) {
-    *out++ = '.';
-    constexpr unsigned kTooMany[] = {1'000'000'000, 100'000'000, 10'000'000, 1'000'000, 100'000,
-                                     10'000,        1'000,       100,        10,        1};
-    out =
-        WriteDigits(out, clock.ticks * 100 / kTooMany[plan.fraction_digits], plan.fraction_digits);
-  }
-  return out;
+  std::memmove(end, out + kMinutes + kSeconds, fraction);
+  return end + fraction;
 }
 
 void ReadDateFormat(const std::string& format, DateTimePlan& plan) {

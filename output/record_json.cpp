@@ -278,21 +278,17 @@ std::size_t MaxPlainText(const EventStructure& event, const RecordJson& layout,
   return size;
 }
 
-std::string_view LevelName(std::string_view level) {
-  constexpr std::string_view kNames[] = {"Information", "Critical",    "Error",
-                                         "Warning",     "Information", "Verbose"};
-  const bool is_level = level.size() == 1 && level[0] >= '0' && level[0] <= '5';
-  return is_level ? kNames[level[0] - '0'] : std::string_view();
-}
+// By the digit that stands for a level.
+constexpr std::string_view kLevelMembers[] = {
+    ",\"LevelName\":\"Information\"", ",\"LevelName\":\"Critical\"",
+    ",\"LevelName\":\"Error\"",       ",\"LevelName\":\"Warning\"",
+    ",\"LevelName\":\"Information\"", ",\"LevelName\":\"Verbose\""};
 
 char* WriteLevelName(const EventStructure& event, const RecordJson& layout, char* out) {
   // What the level says is looked at where its name belongs.
   const char* const end = WritePlainText(event, layout, StepAt(layout, layout.level), out);
-  const std::string_view name = LevelName({out, static_cast<std::size_t>(end - out)});
-  if (name.empty()) return out;
-  out = CopyText(",\"LevelName\":\"", out);
-  out = CopyText(name, out);
-  return CopyText("\"", out);
+  const bool is_level = end - out == 1 && *out >= '0' && *out <= '5';
+  return is_level ? CopyText(kLevelMembers[*out - '0'], out) : out;
 }
 
 char* WriteNumber(std::string_view key, std::uint64_t number, char* out) {
