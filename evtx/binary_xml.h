@@ -74,7 +74,8 @@ struct Token {
 };
 
 // Whether a token carries the flag for "attribute list follows" or "more of the same follows".
-inline bool HasMore(const Token& token) { return (token.byte & 0x40) != 0; }
+inline constexpr std::uint8_t kMoreBit = 0x40;
+inline bool HasMore(const Token& token) { return (token.byte & kMoreBit) != 0; }
 
 // Where the first token of the stream from `begin` to `end` stands: behind its fragment header, if
 // it has one.

@@ -29,7 +29,7 @@ struct NestedValues {
 
 // Room for telling kinds of elements apart (see element_kind.h).
 struct KindRoom {
-  std::string key;                   // what the stream holds beside texts
+  std::string key;                   // room for what the stream holds beside texts
   std::vector<std::uint32_t> nodes;  // the nodes whose texts are the event's own
 };
 

@@ -1,10 +1,12 @@
 #include "evtx/element_kind.h"
 
-#include <algorithm>
 #include <bit>
+#include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "event/extent.h"
 #include "evtx/binary_xml.h"
@@ -19,14 +21,28 @@ constexpr std::size_t kMostKey = std::size_t{16} << 10;
 constexpr std::uint32_t kMostTexts = 1024;
 constexpr std::size_t kMostChunkKinds = std::size_t{1} << 20;  // bytes of those that a chunk makes
 
-constexpr char kTextItself = 0x7F;  // in a key: a text that belongs to the kind
+constexpr char kTextItself = 0x7F;     // in a key: a text that belongs to the kind
+constexpr std::size_t kEntryHead = 4;  // of what stands there with its bytes: kind and size
+constexpr std::size_t kBlock = 16;
 
+constexpr std::uint32_t kValueHeadSize = 4;  // of a token with a text: token, type and units
+
+// Where a stream lies in its chunk.
+struct StreamPlace {
+  std::uint32_t begin = 0;
+  std::uint32_t end = 0;
+};
+
+// A stream that is being read, token by token, into a key: of each token its kind, the name that it
+// carries, and its text where that belongs to the kind.
 struct Reading {
   Bytes chunk;
-  KindRoom& room;
-  SlotList& slots;
-  SubstitutionArray& texts;
+  Bytes bytes;           // of the chunk, up to the stream's end
+  std::uint32_t at = 0;  // of the next token
+  char* key = nullptr;   // where its entry goes, in the room's key
+  char* key_end = nullptr;
   bool of_form = false;  // in an attribute whose text belongs to the kind
+  bool ended = false;    // by an end token
 };
 
 bool IsBlank(std::uint16_t unit) {
@@ -35,8 +51,7 @@ bool IsBlank(std::uint16_t unit) {
 
 // Whether every event of the kind may have a text of its own here. Where there is none, or blanks,
 // it is a matter of form.
-bool IsOwnText(const Reading& run, Bytes text) {
-  if (run.of_form) return false;
+inline bool IsOwnText(Bytes text) {
   for (std::size_t at = 0; at + 2 <= text.size(); at += 2) {
     if (!IsBlank(Load<std::uint16_t>(text.data() + at))) return true;
   }
@@ -44,68 +59,126 @@ bool IsOwnText(const Reading& run, Bytes text) {
 }
 
 // Attributes whose texts say what others are: the name of a "Data", and what prefixes stand for.
-bool IsOfForm(const Token& token) {
-  constexpr std::string_view kName("N\0a\0m\0e\0", 8);
-  constexpr std::string_view kNamespace("x\0m\0l\0n\0s\0", 10);
-  const Bytes units = token.name.units;
-  const std::string_view name(reinterpret_cast<const char*>(units.data()), units.size());
-  return token.kind == TokenKind::kAttribute && (name == kName || name.starts_with(kNamespace));
+inline bool IsOfForm(Bytes name) {
+  static constexpr char kName[] = "N\0a\0m\0e";          // and a zero
+  static constexpr char kNamespace[] = "x\0m\0l\0n\0s";  // likewise
+  if (name.size() == sizeof kName) return std::memcmp(name.data(), kName, sizeof kName) == 0;
+  return name.size() >= sizeof kNamespace &&
+         std::memcmp(name.data(), kNamespace, sizeof kNamespace) == 0;
 }
 
-void AddBytes(Reading& run, char kind, Bytes bytes) {
-  std::string& key = run.room.key;
-  const auto size = static_cast<std::uint32_t>(bytes.size());
-  const char head[] = {kind, static_cast<char>(size), static_cast<char>(size >> 8),
-                       static_cast<char>(size >> 16)};
-  key.append(head, sizeof head);
-  key.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-}
-
-void AddText(Reading& run, const Token& token, std::uint32_t node) {
-  if (!IsOwnText(run, token.text)) {
-    AddBytes(run, kTextItself, token.text);
+// Most are short, and done by moves of a block where so many bytes may be read.
+inline void CopyShort(Bytes chunk, Bytes from, char* to) {
+  const std::uint8_t* const end = chunk.data() + chunk.size();
+  if (static_cast<std::size_t>(end - from.data()) < from.size() + kBlock) {
+    std::memcpy(to, from.data(), from.size());
     return;
   }
-  run.room.key += static_cast<char>(token.kind);
-  run.room.nodes.push_back(node);
-  const auto offset = static_cast<std::uint32_t>(token.text.data() - run.chunk.data());
-  const auto size = static_cast<std::uint32_t>(token.text.size());
-  *MoreSlots(run.slots, 1) = {offset, size, kEvtVarTypeString};
-  ++run.slots.count;
-  ++run.texts.count;
-  run.texts.bytes += size;
+  for (std::size_t done = 0; done < from.size(); done += kBlock) {
+    std::memcpy(to + done, from.data() + done, kBlock);
+  }
+}
+
+// False when there is no room for it.
+inline bool AddBytes(Reading& run, char kind, Bytes bytes) {
+  const auto size = static_cast<std::uint32_t>(bytes.size());
+  if (static_cast<std::size_t>(run.key_end - run.key) < kEntryHead + size) return false;
+  const std::uint32_t head = size << 8 | static_cast<std::uint8_t>(kind);
+  std::memcpy(run.key, &head, kEntryHead);
+  CopyShort(run.chunk, bytes, run.key + kEntryHead);
+  run.key += kEntryHead + size;
+  return true;
+}
+
+inline bool AddKind(Reading& run, TokenKind kind) {
+  if (run.key == run.key_end) return false;
+  *run.key++ = static_cast<char>(kind);
+  return true;
+}
+
+inline bool ReadUnits(Bytes chunk, std::uint32_t name, Bytes& units) {
+  if (!Fits(chunk, name, kNameHeadSize)) return false;
+  const std::uint32_t begin = name + kNameHeadSize;
+  const std::uint32_t size = 2U * Load<std::uint16_t>(chunk.data() + begin - 2);
+  units = Clip(chunk, begin, size);
+  return units.size() == size;
+}
+
+// Where a token ends whose name stands right behind it, as it does once in a chunk; zero for one
+// that does not fit.
+[[gnu::noinline]] std::uint32_t EndOfNamed(Bytes chunk, std::uint32_t at, std::size_t end) {
+  constexpr StreamLayout kLayout{false, false, Policy::kLiteral};
+  Token token;
+  const bool fits = ReadToken(chunk, at, static_cast<std::uint32_t>(end), kLayout, token);
+  return fits ? token.end : 0;
+}
+
+// A token of `size` bytes, in which the place of its name stands at `field`.
+inline bool TakeNamed(Reading& run, TokenKind kind, std::uint32_t field, std::uint32_t size) {
+  if (!Fits(run.bytes, run.at, size)) return false;
+  const auto name = Load<std::uint32_t>(run.bytes.data() + run.at + field);
+  const bool follows = name == run.at + field + sizeof name;
+  run.at = follows ? EndOfNamed(run.chunk, run.at, run.bytes.size()) : run.at + size;
+  Bytes units;
+  if (run.at == 0 || !ReadUnits(run.chunk, name, units)) return false;
+  run.of_form = kind == TokenKind::kAttribute && IsOfForm(units);
+  return AddBytes(run, static_cast<char>(kind), units);
+}
+
+// What a stream's own texts are put into.
+struct OwnTexts {
+  SlotList& slots;
+  SubstitutionArray& array;
+  std::vector<std::uint32_t>& nodes;
+};
+
+bool AddSlot(const OwnTexts& texts, std::uint32_t offset, std::uint32_t size, std::uint32_t node) {
+  texts.nodes.push_back(node);
+  *MoreSlots(texts.slots, 1) = {offset, size, kEvtVarTypeString};
+  ++texts.slots.count;
+  texts.array.bytes += size;
+  return ++texts.array.count <= kMostTexts;
+}
+
+inline bool TakeText(Reading& run, const OwnTexts& texts, std::uint32_t node) {
+  if (!Fits(run.bytes, run.at, kValueHeadSize)) return false;
+  const std::uint32_t offset = run.at + kValueHeadSize;
+  const std::uint32_t size = 2U * Load<std::uint16_t>(run.bytes.data() + offset - 2);
+  if (!Fits(run.bytes, offset, size)) return false;
+  run.at = offset + size;
+  const Bytes text = run.bytes.subspan(offset, size);
+  if (run.of_form || !IsOwnText(text)) return AddBytes(run, kTextItself, text);
+  return AddKind(run, TokenKind::kValue) && AddSlot(texts, offset, size, node);
 }
 
 // False for a token that no kind has.
-bool AddToken(Reading& run, const Token& token, std::uint32_t node) {
-  const char kind = static_cast<char>(token.kind);
-  switch (token.kind) {
-    case TokenKind::kOpenStart:
-    case TokenKind::kAttribute:
-      if (token.has_name) AddBytes(run, kind, token.name.units);
-      run.of_form = IsOfForm(token);
-      return token.has_name;
-    case TokenKind::kValue: AddText(run, token, node); return true;
+inline bool TakeToken(Reading& run, const OwnTexts& texts, std::uint32_t node) {
+  const std::uint8_t byte = run.bytes[run.at];
+  const auto kind = static_cast<TokenKind>(byte & 0x0F);
+  switch (kind) {
+    case TokenKind::kOpenStart: return TakeNamed(run, kind, 5, (byte & kMoreBit) != 0 ? 13 : 9);
+    case TokenKind::kAttribute: return TakeNamed(run, kind, 1, 5);
+    case TokenKind::kValue: return TakeText(run, texts, node);
+    case TokenKind::kEndOfStream: run.ended = true; [[fallthrough]];
     case TokenKind::kCloseStart:
     case TokenKind::kCloseEmpty:
     case TokenKind::kEndElement:
-    case TokenKind::kEndOfStream:
-      run.room.key += kind;
       run.of_form = false;
-      return true;
+      ++run.at;
+      return AddKind(run, kind);
     default: return false;
   }
 }
 
-bool ReadKind(Reading& run, std::uint32_t begin, std::uint32_t end, StreamLayout layout) {
-  Token token;
-  std::uint32_t node = 0;
-  for (std::uint32_t pos = FirstToken(run.chunk, begin, end); pos < end; pos = token.end) {
-    if (!ReadToken(run.chunk, pos, end, layout, token)) return false;
-    if (!AddToken(run, token, node++)) return false;
-    if (run.room.key.size() > kMostKey || run.texts.count > kMostTexts) return false;
-    if (token.kind == TokenKind::kEndOfStream) break;
+bool ReadKind(Bytes chunk, const StreamPlace& place, const OwnTexts& texts, std::string& room,
+              std::string_view& key) {
+  room.resize(kMostKey + kBlock);
+  Reading run{chunk, Clip(chunk, 0, place.end), FirstToken(chunk, place.begin, place.end),
+              room.data(), room.data() + kMostKey};
+  for (std::uint32_t node = 0; run.at < place.end && !run.ended; ++node) {
+    if (run.at >= run.bytes.size() || !TakeToken(run, texts, node)) return false;
   }
+  key = {room.data(), static_cast<std::size_t>(run.key - room.data())};
   return true;
 }
 
@@ -129,17 +202,17 @@ void TakeTextsOut(const KindRoom& room, Tree& tree) {
   }
 }
 
-std::unique_ptr<Tree> MakeTree(const Reading& run, std::uint32_t begin, std::uint32_t end,
-                               StreamLayout layout) {
+std::unique_ptr<Tree> MakeTree(Bytes chunk, const StreamPlace& place, Policy policy,
+                               const KindRoom& room) {
   auto tree = std::make_unique<Tree>();
-  CompileStream(run.chunk, begin, end, layout, nullptr, *tree);
-  TakeTextsOut(run.room, *tree);
-  tree->extent = ExtentOf(*tree, layout.policy);
+  CompileStream(chunk, place.begin, place.end, {false, false, policy}, nullptr, *tree);
+  TakeTextsOut(room, *tree);
+  tree->extent = ExtentOf(*tree, policy);
   tree->keepable = true;
   return tree;
 }
 
-const Tree* FindKind(const KindTable& kinds, const std::string& key) {
+const Tree* FindKind(const KindTable& kinds, std::string_view key) {
   const auto found = kinds.find(key);
   return found == kinds.end() ? nullptr : found->second.get();
 }
@@ -154,17 +227,17 @@ const Tree* TreeOfKind(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t 
   const std::size_t before = slots.count;
   texts = {};
   texts.first = static_cast<std::uint32_t>(before);
-  event.kind_room.key.clear();
-  event.kind_room.nodes.clear();
-  Reading run{chunk.data, event.kind_room, slots, texts};
-  const StreamLayout layout{false, false, decoder.policy};
-  const std::string& key = event.kind_room.key;
-  if (ReadKind(run, begin, end, layout)) {
+  KindRoom& room = event.kind_room;
+  room.nodes.clear();
+  const StreamPlace place{begin, end};
+  std::string_view key;
+  if (ReadKind(chunk.data, place, {slots, texts, room.nodes}, room.key, key)) {
     if (const Tree* known = FindKind(decoder.store.kinds, key)) return known;
     if (const Tree* known = FindKind(chunk.new_kinds, key)) return known;
     if (chunk.new_kind_bytes + key.size() <= kMostChunkKinds) {
       chunk.new_kind_bytes += key.size();
-      return chunk.new_kinds.emplace(key, MakeTree(run, begin, end, layout)).first->second.get();
+      auto tree = MakeTree(chunk.data, place, decoder.policy, room);
+      return chunk.new_kinds.emplace(key, std::move(tree)).first->second.get();
     }
   }
   slots.count = before;

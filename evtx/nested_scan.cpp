@@ -1,5 +1,6 @@
 #include "evtx/nested_scan.h"
 
+#include <bit>
 #include <vector>
 
 #include "evtx/fragment.h"
@@ -80,10 +81,10 @@ inline bool ScanValue(NestedScan& scan, const SubstitutionValue& value, int dept
 }
 
 bool ScanArray(NestedScan& scan, const SubstitutionArray& array, int depth) {
-  for (std::uint32_t i = 0; i < kSlotBits && array.binary_xml >> i != 0; ++i) {
-    if ((array.binary_xml >> i & 1) == 0) continue;
+  for (std::uint64_t left = array.binary_xml; left != 0; left &= left - 1) {
+    const auto slot = static_cast<std::uint32_t>(std::countr_zero(left));
     // Copied, as the values move when more are found.
-    const SubstitutionValue value = scan.event.structure.slots[array.first + i];
+    const SubstitutionValue value = scan.event.structure.slots[array.first + slot];
     if (!ScanValue(scan, value, depth)) return false;
   }
   return !array.binary_xml_beyond || ScanBeyond(scan, array, depth);

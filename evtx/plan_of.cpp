@@ -9,19 +9,14 @@
 namespace tarnlex {
 namespace {
 
-// Whether the array's texts may be longer than its bytes have it.
-bool IsUnbounded(const DecodedEvent& event, const SubstitutionArray& array) {
-  return array.has_ansi && !IsComplete(event.structure);
-}
-
 // Whether the record is of a kind that a plan can be kept for; fills what the plan goes by.
 bool MakeKey(EvtxDecoder& decoder, DecodedEvent& event, PlanKey& key) {
-  if (!event.tree || !event.tree->keepable || IsUnbounded(event, event.array)) return false;
+  if (!event.tree || !event.tree->keepable) return false;
   if (event.array.binary_xml_beyond) return false;
   key = {event.tree, nullptr, event.array.count, 0, event.array.binary_xml};
   if (event.array.binary_xml == 0) return true;
   const NestedValues& nested = event.nested;
-  if (!nested.usable || IsUnbounded(event, nested.array) || nested.array.cut) return false;
+  if (!nested.usable || nested.array.cut) return false;
   key.nested = nested.tree
                    ? nested.tree
                    : TemplateTree(decoder, event, nested.definition, nested.definition_size);
@@ -53,7 +48,35 @@ std::uint64_t FreeText(const DecodedEvent& event) {
   return kTextSaidOnce + kTextPerByte * event.share;
 }
 
-// A bound of all texts of a plan that uses no slot twice, but for what numbers take.
+// What single-byte strings cost that reach to their zero byte, wherever that is.
+struct LooseTexts {
+  std::uint64_t text = 0;
+  std::uint64_t work = 0;
+};
+
+// It has to be looked for before anything is known of such a string.
+std::uint64_t SearchWork(std::size_t text_size) { return 1 + text_size / kSearchedPerToken; }
+
+void AddLooseTexts(const DecodedEvent& event, const SubstitutionArray& array, LooseTexts& loose) {
+  if (!array.has_ansi || IsComplete(event.structure)) return;
+  for (std::uint32_t i = 0; i < array.count && loose.work <= event.work_bound; ++i) {
+    const SubstitutionValue& value = event.structure.slots[array.first + i];
+    if (value.type != kEvtVarTypeAnsiString) continue;
+    const std::size_t size = AnsiTextSize(event.structure.bytes, value);
+    loose.text += size;
+    loose.work += SearchWork(size);
+  }
+}
+
+LooseTexts LooseTextsOf(const DecodedEvent& event) {
+  LooseTexts loose;
+  AddLooseTexts(event, event.array, loose);
+  if (event.nested.usable) AddLooseTexts(event, event.nested.array, loose);
+  return loose;
+}
+
+// A bound of all texts of a plan that uses no slot twice, but for what numbers and loose texts
+// take.
 std::uint64_t CountedText(const DecodedEvent& event, const Plan& plan) {
   std::uint64_t bytes = event.array.bytes;
   if (event.nested.usable) bytes += event.nested.array.bytes;
@@ -62,11 +85,13 @@ std::uint64_t CountedText(const DecodedEvent& event, const Plan& plan) {
 
 // Whether a kept plan may serve the record, which then costs what its streams would.
 bool Serves(EvtxDecoder& decoder, const Plan& plan, DecodedEvent& event) {
-  const std::uint64_t counted = CountedText(event, plan);
+  const LooseTexts loose = LooseTextsOf(event);
+  const std::uint64_t counted = CountedText(event, plan) + loose.text;
   const std::uint64_t most = counted + plan.parts.size() * kMaxNumberRoom;
   std::uint64_t& numbered_left = decoder.chunk.numbered_left;
-  if (plan.work > event.work_bound || most > kMaxRecordText || counted > FreeText(event) ||
-      plan.document.fixed_cost + counted > FreeText(event) || plan.numbered_text > numbered_left) {
+  if (plan.work + loose.work > event.work_bound || most > kMaxRecordText ||
+      counted > FreeText(event) || plan.document.fixed_cost + counted > FreeText(event) ||
+      plan.numbered_text > numbered_left) {
     return false;
   }
   numbered_left -= plan.numbered_text;
@@ -177,15 +202,14 @@ void BoundDocument(EvtxDecoder& decoder, DecodedEvent& event) {
   if (counted > free) shared -= std::min(shared, counted - free);
 }
 
-// A single-byte string has to be looked through to its end before anything is known of it, wherever
-// it ends. Those that the record cannot pay for any more are left out.
+// Single-byte strings that the record cannot pay for any more are left out.
 void ChargeSearches(EvtxDecoder& decoder, DecodedEvent& event) {
   const EventStructure& structure = event.structure;
   bool paid = true;
   for (PlanPart& part : event.own_plan.parts) {
     if (part.literal || structure.slots[part.slot].type != kEvtVarTypeAnsiString) continue;
-    paid = paid && Charge(event, 1 + AnsiTextSize(structure.bytes, structure.slots[part.slot]) /
-                                         kSearchedPerToken);
+    paid = paid &&
+           Charge(event, SearchWork(AnsiTextSize(structure.bytes, structure.slots[part.slot])));
     if (!paid) part = {"", 0, 0, false};
   }
   if (!paid) NoteFault(decoder, event, RecordFault::kLimit);

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -49,7 +50,7 @@ struct PlanKey {
 using PlanTable = std::map<PlanKey, std::unique_ptr<Plan>>;
 
 // Trees of streams of elements, by what these hold beside their texts (see element_kind.h).
-using KindTable = std::map<std::string, std::unique_ptr<Tree>>;
+using KindTable = std::map<std::string, std::unique_ptr<Tree>, std::less<>>;
 
 struct TemplateStore {
   std::map<Guid, std::vector<StoredTemplate>> by_guid;

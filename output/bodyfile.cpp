@@ -5,6 +5,7 @@
 
 #include "logs/date_time.h"
 #include "output/cell_writer.h"
+#include "output/row_order.h"
 
 namespace tarnlex {
 namespace {
@@ -71,9 +72,10 @@ void WriteLine(BodyfileWriter& line, const EventRows& rows, std::uint32_t number
   const EventRecord& row = rows.rows[number];
   WriteVerbatim(line.cells, "0|Event ID: ");
   WriteNumber(line.cells, row.eventId);
-  if (!row.queryName.empty()) {
+  const std::string_view query_name = QueryNameOf(rows, row);
+  if (!query_name.empty()) {
     WriteCharacter(line.cells, '-');
-    WriteName(line, line.text_cleaner, row.queryName, WriteCleaned);
+    WriteName(line, line.text_cleaner, query_name, WriteCleaned);
   }
   if (line.all_params) WriteValues(line, row);
   WriteRecovered(line, rows, number);

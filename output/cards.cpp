@@ -8,6 +8,7 @@
 #include "output/display_name.h"
 #include "output/level.h"
 #include "output/picked_columns.h"
+#include "output/row_order.h"
 #include "output/table_cells.h"
 
 namespace tarnlex {
@@ -32,6 +33,8 @@ struct Card {
   std::string date_time;
   DateTimeText time;
   std::string_view level;
+  std::string_view query_name;
+  std::string_view provider;
   std::vector<std::string_view> values;
   PickedRow picked;
   std::vector<CardLine> lines;
@@ -46,8 +49,7 @@ struct CardWriter {
   Card card = {};
 };
 
-std::string_view FixedText(const CardWriter& writer, const EventRecord& row, ColumnKind kind) {
-  const Card& card = writer.card;
+std::string_view FixedText(const Card& card, ColumnKind kind) {
   switch (kind) {
     case ColumnKind::kRecord: return card.record;
     case ColumnKind::kEventId: return card.event_id;
@@ -55,8 +57,8 @@ std::string_view FixedText(const CardWriter& writer, const EventRecord& row, Col
     case ColumnKind::kTime: return card.time.time;
     case ColumnKind::kDateTime: return card.date_time;
     case ColumnKind::kLevel: return card.level;
-    case ColumnKind::kQueryName: return row.queryName;
-    case ColumnKind::kProvider: return row.providerName;
+    case ColumnKind::kQueryName: return card.query_name;
+    case ColumnKind::kProvider: return card.provider;
     case ColumnKind::kRecovered: return card.recovered;
     case ColumnKind::kOffset: return card.offset;
     case ColumnKind::kLog: return card.log_name;
@@ -76,12 +78,13 @@ void FillTexts(CardWriter& writer, const EventRows& rows, std::uint32_t number) 
   card.time = FormatDateTime(writer.date_time, row.timeCreated);
   card.date_time = std::string(card.time.date).append(" ").append(card.time.time);
   card.level = LevelText(writer.is_evtx, row.level);
+  card.query_name = QueryNameOf(rows, row);
+  card.provider = ProviderOf(rows, row);
 }
 
-void AddFixedLines(CardWriter& writer, const EventRecord& row,
-                   std::initializer_list<ColumnKind> kinds) {
+void AddFixedLines(Card& card, std::initializer_list<ColumnKind> kinds) {
   for (const ColumnKind kind : kinds) {
-    writer.card.lines.push_back({FixedColumnName(kind), FixedText(writer, row, kind), kind});
+    card.lines.push_back({FixedColumnName(kind), FixedText(card, kind), kind});
   }
 }
 
@@ -89,33 +92,33 @@ void AddFixedLines(CardWriter& writer, const EventRecord& row,
 void AddAllLines(CardWriter& writer, const EventRecord& row) {
   Card& card = writer.card;
   ReadCells(row, card.values);
-  AddFixedLines(writer, row, {ColumnKind::kRecord, ColumnKind::kEventId});
+  AddFixedLines(card, {ColumnKind::kRecord, ColumnKind::kEventId});
   if (writer.options.pair_datetime) {
-    AddFixedLines(writer, row, {ColumnKind::kDateTime});
+    AddFixedLines(card, {ColumnKind::kDateTime});
   } else {
-    AddFixedLines(writer, row, {ColumnKind::kDate, ColumnKind::kTime});
+    AddFixedLines(card, {ColumnKind::kDate, ColumnKind::kTime});
   }
-  AddFixedLines(writer, row, {ColumnKind::kLevel});
-  if (!row.queryName.empty()) AddFixedLines(writer, row, {ColumnKind::kQueryName});
-  if (writer.is_evtx) AddFixedLines(writer, row, {ColumnKind::kProvider});
+  AddFixedLines(card, {ColumnKind::kLevel});
+  if (!card.query_name.empty()) AddFixedLines(card, {ColumnKind::kQueryName});
+  if (writer.is_evtx) AddFixedLines(card, {ColumnKind::kProvider});
   for (std::size_t i = 0; i < card.values.size(); ++i) {
     const bool told = writer.is_evtx && static_cast<int>(i) == row.columns->provider_name;
     if (!told) card.lines.push_back({row.columns->names[i], card.values[i]});
   }
   if (TellsPlaces(writer.options))
-    AddFixedLines(writer, row, {ColumnKind::kRecovered, ColumnKind::kOffset});
-  AddFixedLines(writer, row, {ColumnKind::kLog});
+    AddFixedLines(card, {ColumnKind::kRecovered, ColumnKind::kOffset});
+  AddFixedLines(card, {ColumnKind::kLog});
 }
 
-void AddPickedLines(CardWriter& writer, const PickedColumns& picked, const EventRecord& row) {
-  Card& card = writer.card;
-  ReadPickedRow(picked, row, card.picked);
+void AddPickedLines(Card& card, const PickedColumns& picked, const EventRows& rows,
+                    std::uint32_t number) {
+  ReadPickedRow(picked, rows, number, card.picked);
   for (std::size_t i = 0; i < picked.columns.size(); ++i) {
     const PickedColumn& column = picked.columns[i];
     const bool is_value = column.kind == ColumnKind::kValue;
-    card.lines.push_back(
-        {column.name, is_value ? PickedText(card.picked, i) : FixedText(writer, row, column.kind),
-         column.kind});
+    card.lines.push_back({column.name,
+                          is_value ? PickedText(card.picked, i) : FixedText(card, column.kind),
+                          column.kind});
   }
 }
 
@@ -212,13 +215,12 @@ void WriteCards(TextSink& out, const EventRows& rows, const LogInfo& log,
       PickColumns(rows, order, options.columns, log.is_evtx, options.pair_datetime);
   for (const std::uint32_t number : order) {
     if (out.failed) return;
-    const EventRecord& row = rows.rows[number];
     FillTexts(writer, rows, number);
     writer.card.lines.clear();
     if (options.columns.empty()) {
-      AddAllLines(writer, row);
+      AddAllLines(writer, rows.rows[number]);
     } else {
-      AddPickedLines(writer, picked, row);
+      AddPickedLines(writer.card, picked, rows, number);
     }
     WriteCard(writer);
   }

@@ -19,10 +19,6 @@ constexpr std::size_t kFirstBlockBytes = std::size_t{1} << 20;
 constexpr std::size_t kBlockBytes = (std::size_t{16} << 20) - kReadableBehind;
 constexpr std::align_val_t kRowAlignment{std::size_t{2} << 20};
 
-// A row that may need more than this and does not fit into the current block is built aside, so
-// that a generous bound does not leave much of a block unused.
-constexpr std::size_t kLargeBound = std::size_t{32} << 10;
-
 std::size_t HashNames(const std::vector<std::string_view>& names) {
   std::size_t hash = names.size();
   for (const std::string_view name : names) {
@@ -48,6 +44,18 @@ const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_v
   return rows.column_sets.back().get();
 }
 
+// Room for a large number of elements that will all be used.
+template <typename T>
+void ReserveFilled(std::vector<T>& list, std::size_t count) {
+  if (count <= list.capacity()) return;
+  list.reserve(count);
+  ExpectFilled(list.data(), count * sizeof(T));
+}
+
+}  // namespace
+
+void FreeRowBytes::operator()(char* bytes) const { ::operator delete[](bytes, kRowAlignment); }
+
 RowBytes MakeRowBytes(std::size_t size) {
   RowBytes row_bytes;
   row_bytes.bytes.reset(
@@ -64,109 +72,6 @@ void AddBlock(EventRows& rows, std::size_t least) {
   rows.free_end = rows.free_at + size;
   rows.block_bytes += size;
 }
-
-std::size_t Room(const EventRows& rows) {
-  return static_cast<std::size_t>(rows.free_end - rows.free_at);
-}
-
-// What rows are ordered by, but for those of one instant; far smaller than the rows.
-struct RowKey {
-  std::uint64_t time = 0;
-  std::uint32_t number = 0;
-};
-
-// Room for a large number of elements that will all be used.
-template <typename T>
-void ReserveFilled(std::vector<T>& list, std::size_t count) {
-  if (count <= list.capacity()) return;
-  list.reserve(count);
-  ExpectFilled(list.data(), count * sizeof(T));
-}
-
-RowKey KeyOf(const EventRows& rows, std::size_t number) {
-  return {rows.rows[number].timeCreated, static_cast<std::uint32_t>(number)};
-}
-
-std::size_t OffsetIn(const RowBuilder& builder, const char* at) {
-  return static_cast<std::size_t>(at - builder.start);
-}
-
-void WriteHead(const RowBuilder& builder, std::size_t piece, std::uint32_t head) {
-  std::memcpy(builder.start + piece, &head, sizeof head);
-}
-
-// Of the piece that ends at `at`.
-std::uint32_t OpenPieceSize(const RowBuilder& builder, const char* at) {
-  return static_cast<std::uint32_t>(OffsetIn(builder, at) - builder.piece - kPieceHead);
-}
-
-// Each character of a line break becomes at most this much longer when it is marked.
-constexpr std::size_t kLongerPerBreak = 3;
-
-// Gives a row that is being built so many bytes more than were promised. It moves when they are not
-// there; what lies behind `text_end` stays behind.
-void GrowRow(RowBuilder& builder, const char* text_end, std::size_t longer) {
-  EventRows& rows = *builder.rows;
-  const bool in_block = builder.start == rows.free_at;
-  const char* room_end = in_block ? rows.free_end : rows.scratch.bytes.get() + rows.scratch.size;
-  if (static_cast<std::size_t>(room_end - builder.bound) < longer) {
-    const std::size_t size = static_cast<std::size_t>(builder.bound - builder.start);
-    RowBytes grown = MakeRowBytes(2 * (size + longer));
-    char* const start = grown.bytes.get();
-    std::memcpy(start, builder.start, static_cast<std::size_t>(text_end - builder.start));
-    builder.cell = start + (builder.cell - builder.start);
-    builder.start = start;
-    builder.bound = start + size;
-    rows.scratch = std::move(grown);
-  }
-  builder.bound += longer;
-}
-
-struct IsEarlier {
-  const EventRows& rows;
-
-  bool operator()(const RowKey& a, const RowKey& b) const {
-    if (a.time != b.time) return a.time < b.time;
-    return rows.rows[a.number].eventRecordId < rows.rows[b.number].eventRecordId;
-  }
-};
-
-// Where each stretch of keys that lie in order ends. A log that has wrapped has two of them.
-std::vector<std::size_t> FindRuns(const std::vector<RowKey>& keys, IsEarlier is_earlier) {
-  std::vector<std::size_t> ends;
-  for (std::size_t i = 1; i < keys.size(); ++i) {
-    if (is_earlier(keys[i], keys[i - 1])) ends.push_back(i);
-  }
-  if (!keys.empty()) ends.push_back(keys.size());
-  return ends;
-}
-
-// Merges neighbouring runs until one is left: one pass for a wrapped log, and never more passes
-// than any other sort. Equal keys keep their order.
-void MergeRuns(std::vector<RowKey>& keys, std::vector<std::size_t> ends, IsEarlier is_earlier) {
-  if (ends.size() < 2) return;
-  std::vector<RowKey> merged;
-  ReserveFilled(merged, keys.size());
-  merged.resize(keys.size());
-  while (ends.size() > 1) {
-    std::vector<std::size_t> merged_ends;
-    std::size_t begin = 0;
-    for (std::size_t run = 0; run < ends.size(); run += 2) {
-      const std::size_t last = std::min(run + 1, ends.size() - 1);
-      const RowKey* const from = keys.data();
-      std::merge(from + begin, from + ends[run], from + ends[run], from + ends[last],
-                 merged.data() + begin, is_earlier);
-      begin = ends[last];
-      merged_ends.push_back(begin);
-    }
-    keys.swap(merged);
-    ends.swap(merged_ends);
-  }
-}
-
-}  // namespace
-
-void FreeRowBytes::operator()(char* bytes) const { ::operator delete[](bytes, kRowAlignment); }
 
 std::string_view ReadLongCell(const char*& at) {
   std::uint32_t length;
@@ -264,154 +169,30 @@ std::string_view InternText(EventRows& rows, std::string_view text) {
   return recent = *at;
 }
 
+std::uint32_t ProviderNumber(EventRows& rows, std::string_view name) {
+  if (name.empty()) return 0;
+  const auto known = rows.provider_numbers.find(name);
+  if (known != rows.provider_numbers.end()) return known->second;
+  const std::string_view kept = InternText(rows, name);
+  const auto number = static_cast<std::uint32_t>(rows.providers.size());
+  rows.providers.push_back(kept);
+  rows.provider_numbers.emplace(kept, number);
+  constexpr std::size_t kBytesPerName = 128;
+  rows.set_bytes += kept.size() + kBytesPerName;
+  return number;
+}
+
+void KeepQueryName(EventRows& rows, std::uint32_t position, std::string_view name) {
+  if (rows.query_names.size() <= position) rows.query_names.resize(position + std::size_t{1});
+  rows.query_names[position] = InternText(rows, name);
+}
+
 void ExpectRows(EventRows& rows, std::size_t count) { ReserveFilled(rows.rows, count); }
-
-RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes) {
-  RowBuilder builder;
-  builder.rows = &rows;
-  builder.form = max_bytes <= kMostJoined ? rows.joined.form : CellForm::kPacked;
-  if (max_bytes > Room(rows) && max_bytes > kLargeBound) {
-    if (rows.scratch.size < max_bytes) rows.scratch = MakeRowBytes(max_bytes);
-    builder.start = rows.scratch.bytes.get();
-  } else {
-    if (max_bytes > Room(rows)) AddBlock(rows, max_bytes);
-    builder.start = rows.free_at;
-  }
-  builder.bound = builder.start + max_bytes;
-  return builder;
-}
-
-char* EndLongCell(RowBuilder& builder, const char* text_end) {
-  const auto length =
-      static_cast<std::uint32_t>(static_cast<std::size_t>(text_end - builder.cell) - kCellPrefix);
-  std::memmove(builder.cell + kLongCellPrefix, builder.cell + kCellPrefix, length);
-  std::memcpy(builder.cell, &kLongCell, sizeof kLongCell);
-  std::memcpy(builder.cell + kCellPrefix, &length, sizeof length);
-  return builder.cell + kLongCellPrefix + length;
-}
-
-char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end) {
-  const auto cleaned = static_cast<std::size_t>(stop - builder.start);
-  const auto left = static_cast<std::size_t>(text_end - stop);
-  const std::size_t longer =
-      CountLineBreakCharacters(stop, text_end) * kLongerPerBreak + kCellBlock;
-  GrowRow(builder, text_end, longer);
-  // The rest of the text makes way for its longer self, which then never reaches what is still to
-  // be read.
-  char* out = builder.start + cleaned;
-  std::memmove(out + longer, out, left);
-  const char* from = out + longer;
-  const char* const end = from + left;
-  while (from != end) {
-    const std::size_t count = std::min(static_cast<std::size_t>(end - from), kCellBlock);
-    const std::size_t plain = CopyCellBlock(builder.rows->joined.cleaner, from, count, out);
-    from += plain;
-    out += plain;
-    if (plain == count) continue;
-    // As far apart as both are, the marks do not reach what is still to be read.
-    from += MarkLineBreaks(from, end, static_cast<std::size_t>(from - out), out);
-  }
-  return EndPlainCell(builder, out);
-}
-
-char* BeginStretch(RowBuilder& builder, char* at) {
-  if (builder.form == CellForm::kPacked) return at;
-  builder.piece = OffsetIn(builder, at);
-  builder.has_known = false;
-  return at + kPieceHead;
-}
-
-char* EndStretch(RowBuilder& builder, char* at) {
-  if (builder.form == CellForm::kPacked) return at;
-  const std::uint32_t size = OpenPieceSize(builder, at);
-  if (size > 0 || !builder.has_known) {
-    WriteHead(builder, builder.piece, size | kLastPiece);
-    return at;
-  }
-  // The known piece before it is the last.
-  std::uint32_t head;
-  std::memcpy(&head, builder.start + builder.known, sizeof head);
-  WriteHead(builder, builder.known, head | kLastPiece);
-  return builder.start + builder.piece;
-}
-
-char* AddKnownCell(RowBuilder& builder, char* at, std::string_view text) {
-  builder.known_text += text.size() + 1;
-  const char* const place = text.data();
-  if (builder.form == CellForm::kPacked) {
-    const auto length = static_cast<std::uint32_t>(text.size());
-    std::memcpy(at, &kKnownCell, sizeof kKnownCell);
-    std::memcpy(at + kCellPrefix, &length, sizeof length);
-    std::memcpy(at + kLongCellPrefix, &place, sizeof place);
-    return at + kLongCellPrefix + sizeof place;
-  }
-  const std::uint32_t size = OpenPieceSize(builder, at);
-  if (size == 0) at -= kPieceHead;
-  if (size > 0) WriteHead(builder, builder.piece, size);
-  builder.known = OffsetIn(builder, at);
-  builder.has_known = true;
-  WriteHead(builder, builder.known, static_cast<std::uint32_t>(text.size() + 1) | kKnownPiece);
-  std::memcpy(at + kPieceHead, &place, sizeof place);
-  at += kPieceHead + sizeof place;
-  builder.piece = OffsetIn(builder, at);
-  return at + kPieceHead;
-}
-
-void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row) {
-  const auto size = static_cast<std::size_t>(end - builder.start);
-  char* place = builder.start;
-  if (place == rows.free_at) {
-    rows.free_at = end;
-  } else if (size > Room(rows) && size > rows.scratch.size / 2) {
-    // What was built aside and is large stays where it is.
-    rows.block_bytes += rows.scratch.size;
-    rows.blocks.push_back(std::exchange(rows.scratch, {}));
-  } else {
-    if (size > Room(rows)) AddBlock(rows, size);
-    place = rows.free_at;
-    if (size > 0) std::memcpy(place, builder.start, size);
-    rows.free_at += size;
-  }
-  rows.rows.push_back(row);
-  EventRecord& added = rows.rows.back();
-  added.dataItems = place;
-  added.form = builder.form;
-  const bool joined = builder.form == CellForm::kJoined;
-  added.dataSize = joined ? static_cast<std::uint32_t>(size + builder.known_text) : 0;
-  PlaceRepeated(rows.repeated, place);
-}
-
-void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells) {
-  std::size_t max_bytes = 0;
-  for (const std::string_view cell : cells) max_bytes += cell.size() + kMaxCellOverhead;
-  RowBuilder builder = BeginRow(rows, max_bytes);
-  char* at = cells.empty() ? builder.start : BeginStretch(builder, builder.start);
-  for (const std::string_view cell : cells) {
-    char* text = BeginCell(builder, at);
-    if (!cell.empty()) std::memcpy(text, cell.data(), cell.size());
-    at = EndCell(builder, text + cell.size());
-  }
-  EndRow(rows, builder, cells.empty() ? at : EndStretch(builder, at), row);
-}
 
 std::string RecoveryText(const EventRows& rows, std::uint32_t number) {
   if (number >= rows.places.size() || !IsRecovered(rows.places[number].recovery)) return {};
   const Recovery& recovery = rows.places[number].recovery;
   return std::string(NameOf(recovery.from)).append("/").append(NameOf(recovery.checked));
-}
-
-RowNumbers OrderRows(const EventRows& rows) {
-  std::vector<RowKey> keys;
-  ReserveFilled(keys, rows.rows.size());
-  for (std::size_t number = 0; number < rows.rows.size(); ++number) {
-    keys.push_back(KeyOf(rows, number));
-  }
-  const IsEarlier is_earlier{rows};
-  MergeRuns(keys, FindRuns(keys, is_earlier), is_earlier);
-  RowNumbers order;
-  order.reserve(keys.size());
-  for (const RowKey& key : keys) order.push_back(key.number);
-  return order;
 }
 
 void ClearRows(EventRows& rows) {

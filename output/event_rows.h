@@ -15,6 +15,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -52,22 +53,22 @@ enum class CellForm : std::uint8_t {
   kJoined,  // as they will be written: cleaned, each followed by the separator
 };
 
-// One output row, filled from either container. Its own cells stay valid until the collection
-// that holds the row is cleared; a row of a collection takes its texts from InternText.
-struct EventRecord {
-  std::uint32_t queryIndex = 0;   // position of the query that took the record
-  std::uint32_t level = 0;        // EVTX level or EVT event type
+// One output row, filled from either container: a cache line, for there are millions of them. Its
+// own cells stay valid until the collection that holds the row is cleared.
+inline constexpr std::uint32_t kPackedCells = ~std::uint32_t{0};
+struct alignas(64) EventRecord {
   std::uint64_t timeCreated = 0;  // FILETIME
   std::uint64_t eventId = 0;
   std::uint64_t eventRecordId = 0;
-  std::string_view providerName;
-  std::string_view queryName;
   const ColumnSet* columns = nullptr;
-  const RowLayout* layout = nullptr;  // null: all cells are the row's own
-  const char* dataItems = nullptr;    // these cells, in column order
-  std::uint32_t dataSize = 0;         // of their texts together, at most, when they are joined
-  CellForm form = CellForm::kPacked;
+  const RowLayout* layout = nullptr;      // null: all cells are the row's own
+  const char* dataItems = nullptr;        // these cells, in column order
+  std::uint32_t dataSize = kPackedCells;  // of their texts together, at most, when they are joined
+  std::uint32_t level = 0;                // EVTX level or EVT event type
+  std::uint32_t queryIndex = 0;           // position of the query that took the record
+  std::uint32_t provider = 0;             // see ProviderNumber
 };
+inline bool IsJoined(const EventRecord& row) { return row.dataSize != kPackedCells; }
 
 // How joined cells look: cleaned, and each followed by the separator, so that they can be written
 // as they lie. No cleaned text holds the separator; that is how cells are told apart.
@@ -118,33 +119,6 @@ inline std::string_view NextCell(CellReader& reader) {
   return NextOwnCell(reader.at);
 }
 
-// Joined cells make up stretches: those of a row between two cells that its layout has. A stretch
-// consists of pieces, each behind a 32-bit number: how many bytes it has, whether it is the last of
-// its stretch, and whether its bytes, a cell with its separator, lie in another row; then their
-// place follows.
-inline constexpr std::uint32_t kKnownPiece = std::uint32_t{1} << 31;
-inline constexpr std::uint32_t kLastPiece = std::uint32_t{1} << 30;
-inline constexpr std::size_t kPieceHead = sizeof(std::uint32_t);
-struct JoinedPiece {
-  std::string_view cells;
-  bool is_known = false;  // a single cell
-  bool is_last = false;
-};
-inline JoinedPiece NextPiece(const char*& at) {
-  std::uint32_t head;
-  std::memcpy(&head, at, sizeof head);
-  at += kPieceHead;
-  const std::size_t size = head & ~(kKnownPiece | kLastPiece);
-  const char* cells = at;
-  if (head & kKnownPiece) {
-    std::memcpy(&cells, at, sizeof cells);
-    at += sizeof cells;
-  } else {
-    at += size;
-  }
-  return {{cells, size}, (head & kKnownPiece) != 0, (head & kLastPiece) != 0};
-}
-
 // All cells of `row`, whose own are packed, by column position; `cells` is overwritten.
 void ReadCells(const EventRecord& row, std::vector<std::string_view>& cells);
 
@@ -164,6 +138,8 @@ struct RowBytes {
   std::unique_ptr<char[], FreeRowBytes> bytes;
   std::size_t size = 0;  // kReadableBehind more are there
 };
+
+RowBytes MakeRowBytes(std::size_t size);
 
 // Texts that stay where they are.
 struct HashText {
@@ -196,9 +172,12 @@ struct EventRows {
   std::vector<RowBytes> blocks;
   char* free_at = nullptr;
   char* free_end = nullptr;
-  RowBytes scratch;                              // a row that has no place in the blocks yet
-  RepeatedCells repeated;                        // cells whose texts other rows may have
-  TextSet texts;                                 // interned: column, query and provider names
+  RowBytes scratch;                                // a row that has no place in the blocks yet
+  RepeatedCells repeated;                          // cells whose texts other rows may have
+  TextSet texts;                                   // interned: column, query and provider names
+  std::vector<std::string_view> query_names;       // by the query's position; see KeepQueryName
+  std::vector<std::string_view> providers = {{}};  // by their numbers; the first is none
+  std::unordered_map<std::string_view, std::uint32_t> provider_numbers;
   std::array<std::string_view, 64> recent = {};  // the interned texts last asked for, by hash
   std::vector<std::unique_ptr<ColumnSet>> column_sets;
   // Column sets by the hash of their names, then by the names.
@@ -236,83 +215,28 @@ const RowLayout* AddLayout(EventRows& rows, std::size_t columns,
 // A copy of `text` that lives as long as the collection; equal texts are kept once.
 std::string_view InternText(EventRows& rows, std::string_view text);
 
+// The number by which rows name a provider; equal names have one, no name has 0.
+std::uint32_t ProviderNumber(EventRows& rows, std::string_view name);
+inline std::string_view ProviderOf(const EventRows& rows, const EventRecord& row) {
+  return rows.providers[row.provider];
+}
+
+// Keeps the name of the query at a position for its rows.
+void KeepQueryName(EventRows& rows, std::uint32_t position, std::string_view name);
+inline std::string_view QueryNameOf(const EventRows& rows, const EventRecord& row) {
+  return row.queryIndex < rows.query_names.size() ? rows.query_names[row.queryIndex]
+                                                  : std::string_view();
+}
+
+// Bytes that are free in the last block, and another block with so many of them at least.
+inline std::size_t Room(const EventRows& rows) {
+  return static_cast<std::size_t>(rows.free_end - rows.free_at);
+}
+void AddBlock(EventRows& rows, std::size_t least);
+
 // Sets room for so many rows aside, so that they need not move when there are more and more; what
 // is not used costs next to nothing. More rows than that may come.
 void ExpectRows(EventRows& rows, std::size_t count);
-
-// Builds the own cells of one row in place: BeginRow with an upper bound of all their text plus
-// kMaxCellOverhead for every cell; then, first at builder.start, for every stretch between cells of
-// the layout BeginStretch, for every cell BeginCell, text written behind it, EndCell, or
-// AddKnownCell, and EndStretch; at last EndRow gives the cells to `row` and stores it. Packed cells
-// need no stretches. A row that is never ended takes no room. A cell may not reach 4 GiB. Up to
-// kCellBlock bytes behind the bound may be overwritten.
-struct RowBuilder {
-  EventRows* rows = nullptr;
-  char* start = nullptr;
-  char* bound = nullptr;  // what is written ends here at most
-  char* cell = nullptr;
-  std::size_t piece = 0;   // where the number before what is joined at present lies
-  std::size_t known = 0;   // the same of the known piece before it in its stretch, if there is one
-  bool has_known = false;  // it is
-  std::size_t known_text = 0;  // bytes of all known pieces
-  CellForm form = CellForm::kPacked;
-};
-inline constexpr std::size_t kMaxCellOverhead = 8;  // bytes that a cell needs beside its text
-
-// Rows that may be longer are packed where others are joined: marks may make them four times as
-// long, and only crafted records come near.
-inline constexpr std::size_t kMostJoined = std::size_t{512} << 10;
-RowBuilder BeginRow(EventRows& rows, std::size_t max_bytes);
-
-// Returns where the text goes.
-inline char* BeginCell(RowBuilder& builder, char* at) {
-  builder.cell = at;
-  return at + (builder.form == CellForm::kPacked ? kCellPrefix : 0);
-}
-
-// The rest of EndCell for texts that need more: a packed cell with a long text, and a joined cell
-// with line breaks, from `stop` on not cleaned yet. Both return where the next cell begins.
-char* EndLongCell(RowBuilder& builder, const char* text_end);
-char* EndBrokenCell(RowBuilder& builder, const char* stop, const char* text_end);
-
-// Ends a cell of digits and the like, with nothing in it that cleaning would touch. Returns where
-// the next cell begins.
-// In a joined row that is all there is to do, whatever the builder.
-inline char* EndPlainCell(char* text_end, char separator) {
-  *text_end = separator;
-  return text_end + 1;
-}
-inline char* EndPlainCell(RowBuilder& builder, char* text_end) {
-  if (builder.form == CellForm::kJoined) {
-    return EndPlainCell(text_end, builder.rows->joined.separator);
-  }
-  const auto length = static_cast<std::size_t>(text_end - builder.cell) - kCellPrefix;
-  if (length >= kKnownCell) return EndLongCell(builder, text_end);
-  const auto short_length = static_cast<std::uint16_t>(length);
-  std::memcpy(builder.cell, &short_length, sizeof short_length);
-  return text_end;
-}
-
-// The same for any cell.
-inline char* EndCell(RowBuilder& builder, char* text_end) {
-  if (builder.form == CellForm::kJoined) {
-    char* const stop = ReplaceInPlace(builder.rows->joined.cleaner, builder.cell, text_end);
-    if (stop != text_end) return EndBrokenCell(builder, stop, text_end);
-  }
-  return EndPlainCell(builder, text_end);
-}
-
-// Both return where the next cell begins.
-char* BeginStretch(RowBuilder& builder, char* at);
-char* EndStretch(RowBuilder& builder, char* at);
-
-// A cell that another row has, of kLeastRepeated bytes or more.
-char* AddKnownCell(RowBuilder& builder, char* at, std::string_view text);
-
-void EndRow(EventRows& rows, RowBuilder& builder, char* end, const EventRecord& row);
-
-// Convenience for rows that are not made in the fast path: one text per column of row.columns.
-void AddRow(EventRows& rows, const EventRecord& row, const std::vector<std::string_view>& cells);
 
 // What is told of the row at a position where rows say where they are from: how it was recovered,
 // "slack/all", and nothing of one that was not.
@@ -328,12 +252,6 @@ inline std::string LogNameOf(const EventRows& rows, std::uint32_t number, const 
   const std::uint64_t source = SourceOf(rows, number);
   return source == kNoSource ? name : name + SourceText(source);
 }
-
-// Positions in EventRows::rows.
-using RowNumbers = std::vector<std::uint32_t>;
-
-// All rows by time created, then record identifier, then arrival. The rows stay where they are.
-RowNumbers OrderRows(const EventRows& rows);
 
 // Forgets all rows and gives their memory back but for the first block; column sets and interned
 // texts stay.

@@ -7,6 +7,7 @@
 #include "logs/text.h"
 #include "output/cell_writer.h"
 #include "output/display_name.h"
+#include "output/row_order.h"
 
 namespace tarnlex {
 namespace {
@@ -77,12 +78,13 @@ std::string_view HostOf(const EventRows& rows, std::uint32_t number, const Timel
   return host.empty() ? std::string_view(line.options->hostname) : host;
 }
 
-void WriteShort(TimelineWriter& line, const EventRecord& row) {
+void WriteShort(TimelineWriter& line, const EventRows& rows, const EventRecord& row) {
   WriteVerbatim(line.cells, line.fixed.event_id);
   WriteNumber(line.cells, row.eventId);
-  if (!row.queryName.empty()) {
+  const std::string_view query_name = QueryNameOf(rows, row);
+  if (!query_name.empty()) {
     WriteVerbatim(line.cells, line.fixed.query);
-    WriteCleaned(line.cells, line.text_cleaner, row.queryName);
+    WriteCleaned(line.cells, line.text_cleaner, query_name);
   }
   WriteSeparator(line);
 }
@@ -119,16 +121,16 @@ void WriteRecovered(TimelineWriter& line, const EventRows& rows, std::uint32_t n
   const std::string recovered = RecoveryText(rows, number);
   if (recovered.empty()) return;
   const std::string offset = std::to_string(rows.places[number].file_offset);
-  const std::string_view blank = rows.rows[number].providerName.empty() ? "" : " ";
+  const std::string_view blank = ProviderOf(rows, rows.rows[number]).empty() ? "" : " ";
   WriteCleaned(line.cells, line.text_cleaner,
                std::string(blank) + "Recovered: " + recovered + " at " + offset);
 }
 
 void WriteNotes(TimelineWriter& line, const EventRows& rows, std::uint32_t number) {
-  const EventRecord& row = rows.rows[number];
-  if (!row.providerName.empty()) {
+  const std::string_view provider = ProviderOf(rows, rows.rows[number]);
+  if (!provider.empty()) {
     WriteVerbatim(line.cells, line.fixed.provider);
-    WriteCleaned(line.cells, line.text_cleaner, row.providerName);
+    WriteCleaned(line.cells, line.text_cleaner, provider);
   }
   WriteRecovered(line, rows, number);
   WriteSeparator(line);
@@ -144,7 +146,7 @@ void WriteLine(TimelineWriter& line, const EventRows& rows, std::uint32_t number
   WriteField(line, "Event Logged");
   WriteField(line, line.options->username);
   WriteField(line, HostOf(rows, number, line));
-  WriteShort(line, row);
+  WriteShort(line, rows, row);
   WriteDescription(line, row);
   WriteField(line, "2");
   WriteField(line, LogNameOf(rows, number, line.log_name));

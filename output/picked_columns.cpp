@@ -75,7 +75,7 @@ std::string_view FixedColumnName(ColumnKind kind) {
 PickedColumns PickColumns(const EventRows& rows, std::span<const std::uint32_t> group,
                           const std::vector<std::string>& names, bool is_evtx, bool paired) {
   const bool has_query_name = std::any_of(group.begin(), group.end(), [&](std::uint32_t number) {
-    return !rows.rows[number].queryName.empty();
+    return !QueryNameOf(rows, rows.rows[number]).empty();
   });
   const TableTraits table{is_evtx, paired, has_query_name, rows.keeps_places};
   PickedColumns picked;
@@ -93,8 +93,12 @@ PickedColumns PickColumns(const EventRows& rows, std::span<const std::uint32_t> 
   return picked;
 }
 
-void ReadPickedRow(const PickedColumns& picked, const EventRecord& row, PickedRow& read) {
+void ReadPickedRow(const PickedColumns& picked, const EventRows& rows, std::uint32_t number,
+                   PickedRow& read) {
+  const EventRecord& row = rows.rows[number];
   read.row = &row;
+  read.query_name = QueryNameOf(rows, row);
+  read.provider = ProviderOf(rows, row);
   read.cells = row.columns ? &picked.cells.find(row.columns)->second : nullptr;
   if (row.columns) ReadCells(row, read.texts);
 }
@@ -109,7 +113,7 @@ void NoteColumns(const EventRows& rows, const LogInfo& log, const RunOptions& op
   if (missing.empty()) return;
   const bool has_query_name =
       std::any_of(rows.rows.begin(), rows.rows.end(),
-                  [](const EventRecord& row) { return !row.queryName.empty(); });
+                  [&](const EventRecord& row) { return !QueryNameOf(rows, row).empty(); });
   const TableTraits table{log.is_evtx, options.pair_datetime, has_query_name, rows.keeps_places};
   std::erase_if(missing, [&](const std::string& name) {
     return KindOf(table, name) != ColumnKind::kValue ||

@@ -54,12 +54,15 @@ PickedColumns PickColumns(const EventRows& rows, std::span<const std::uint32_t> 
 // A row with its texts at hand.
 struct PickedRow {
   const EventRecord* row = nullptr;
+  std::string_view query_name;
+  std::string_view provider;
   const std::vector<int>* cells = nullptr;  // of PickedColumns; null for a row without values
   std::vector<std::string_view> texts;
 };
 
-// Reads a row of those that the columns were picked for into `read`.
-void ReadPickedRow(const PickedColumns& picked, const EventRecord& row, PickedRow& read);
+// Reads the row at a position, one of those that the columns were picked for, into `read`.
+void ReadPickedRow(const PickedColumns& picked, const EventRows& rows, std::uint32_t number,
+                   PickedRow& read);
 
 // The row's value in a column; empty without one.
 std::string_view PickedText(const PickedRow& row, std::size_t column);

@@ -32,8 +32,8 @@ std::size_t FixedWidth(const TableWriter& table, ColumnKind kind) {
 
 std::size_t TextWidth(ColumnKind kind, const PickedRow& row, std::size_t column) {
   switch (kind) {
-    case ColumnKind::kQueryName: return CountCodePoints(row.row->queryName);
-    case ColumnKind::kProvider: return CountCodePoints(row.row->providerName);
+    case ColumnKind::kQueryName: return CountCodePoints(row.query_name);
+    case ColumnKind::kProvider: return CountCodePoints(row.provider);
     case ColumnKind::kValue: return CharactersOf(PickedText(row, column));
     default: return 0;
   }
@@ -47,7 +47,7 @@ std::vector<std::size_t> Measure(const TableWriter& table, const EventRows& rows
   PickedRow read;
   for (std::size_t i = 0; i < group.size(); ++i) {
     FetchAhead(rows, group, i);
-    ReadPickedRow(picked, rows.rows[group[i]], read);
+    ReadPickedRow(picked, rows, group[i], read);
     for (std::size_t column = 0; column < widths.size(); ++column) {
       widths[column] =
           std::max(widths[column], TextWidth(picked.columns[column].kind, read, column));
@@ -79,10 +79,10 @@ void WriteCell(TableWriter& table, const EventRows& rows, std::uint32_t number, 
     case ColumnKind::kDateTime: WritePairedCell(table, time()); break;
     case ColumnKind::kLevel: WriteLevelCell(table, row.level); break;
     case ColumnKind::kQueryName:
-      WriteRepeatedCell(table, table.query_name_text, row.queryName, width);
+      WriteRepeatedCell(table, table.query_name_text, read.query_name, width);
       break;
     case ColumnKind::kProvider:
-      WriteRepeatedCell(table, table.provider_text, row.providerName, width);
+      WriteRepeatedCell(table, table.provider_text, read.provider, width);
       break;
     case ColumnKind::kRecovered: WriteRecovered(table, rows, number); break;
     case ColumnKind::kOffset: WriteNumberCell(table, rows.places[number].file_offset); break;
@@ -113,7 +113,7 @@ void WritePickedTable(TableWriter& table, const EventRows& rows,
   for (std::size_t i = 0; i < group.size(); ++i) {
     if (table.cells.sink->failed) return;
     FetchAhead(rows, group, i);
-    ReadPickedRow(picked, rows.rows[group[i]], read);
+    ReadPickedRow(picked, rows, group[i], read);
     for (std::size_t column = 0; column < widths.size(); ++column) {
       if (column > 0) Write(table.cells, table.between);
       WriteCell(table, rows, group[i], picked.columns[column].kind, read, column, widths[column]);

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "output/joined_pieces.h"
+
 namespace tarnlex {
 namespace {
 
@@ -54,14 +56,6 @@ RowPattern MakePattern(const TableColumns& columns, const EventRecord& row, char
   return pattern;
 }
 
-// Mostly a few characters, so that one block is all there is to copy. A block may be read and
-// written behind them.
-inline char* CopyBlocks(const char* from, std::size_t size, char* at) {
-  std::memcpy(at, from, kCellBlock);
-  if (size > kCellBlock) std::memcpy(at + kCellBlock, from + kCellBlock, size - kCellBlock);
-  return at + size;
-}
-
 inline char* FillBlocks(char c, std::size_t count, char* at) {
   std::memset(at, c, kCellBlock);
   if (count > kCellBlock) std::memset(at + kCellBlock, c, count - kCellBlock);
@@ -82,46 +76,60 @@ inline const char* CopyJoinedCell(char separator, const char* from, char*& out) 
   }
 }
 
-// Stretches go out as they lie.
-char* CopyStretches(const RowPattern& pattern, const char* own, char* at) {
+// Stretches go out piece by piece.
+char* CopyStretches(const RowPattern& pattern, const char* own, char separator, char* at) {
   const char* text = pattern.text.data();
   for (std::size_t i = 0; i + 1 < pattern.ends.size(); ++i) {
     const char* const end = pattern.text.data() + pattern.ends[i];
     at = CopyBlocks(text, static_cast<std::size_t>(end - text), at);
     text = end;
-    JoinedPiece piece;
-    do {
-      piece = NextPiece(own);
-      at = CopyBlocks(piece.cells.data(), piece.cells.size(), at);
-    } while (!piece.is_last);
+    std::uint16_t head = 0;
+    while ((head & kLastPiece) == 0) {
+      head = TakePieceHead(own);
+      at = WritePiece(head, own, separator, at);
+    }
   }
   const char* const end = pattern.text.data() + pattern.ends.back();
   return CopyBlocks(text, static_cast<std::size_t>(end - text), at);
 }
 
+// A row's own cells that have not been written yet.
+struct OwnCells {
+  const char* at = nullptr;    // the next piece
+  std::string_view cells;      // left of the last one,
+  std::uint32_t left_out = 0;  // or so many of values that are left out
+};
+
+char* WriteNextCell(OwnCells& own, char separator, char* at) {
+  if (own.left_out == 0 && own.cells.empty()) {
+    const std::uint16_t head = TakePieceHead(own.at);
+    switch (KindOfPiece(head)) {
+      case PieceKind::kCells:
+      case PieceKind::kLongCells: own.cells = TakeCells(head, own.at); break;
+      case PieceKind::kUnresolved: own.left_out = SizeInHead(head); break;
+      default: return WritePiece(head, own.at, separator, at);
+    }
+  }
+  if (own.left_out > 0) {
+    --own.left_out;
+    return WriteUnresolvedCell(separator, at);
+  }
+  const char* const behind = CopyJoinedCell(separator, own.cells.data(), at);
+  own.cells.remove_prefix(static_cast<std::size_t>(behind - own.cells.data()));
+  return at;
+}
+
 // Cells go out one by one, with empty ones in between where the row lacks columns.
-char* CopyCells(const RowPattern& pattern, const char* own, char separator, char* at) {
+char* CopyCells(const RowPattern& pattern, const char* own_cells, char separator, char* at) {
   const char* text = pattern.text.data();
-  std::string_view piece;
+  OwnCells own{own_cells, {}, 0};
   for (const PatternStep& step : pattern.steps) {
     at = FillBlocks(separator, step.separators, at);
-    if (step.text != kOwnText) {
+    if (step.text == kOwnText) {
+      at = WriteNextCell(own, separator, at);
+    } else {
       at = CopyBlocks(text, step.text, at);
       text += step.text;
-      continue;
-    }
-    bool is_known = false;
-    if (piece.empty()) {
-      const JoinedPiece next = NextPiece(own);
-      piece = next.cells;
-      is_known = next.is_known;
-    }
-    if (is_known) {
-      at = CopyBlocks(piece.data(), piece.size(), at);
-      piece = {};
-    } else {
-      const char* const behind = CopyJoinedCell(separator, piece.data(), at);
-      piece.remove_prefix(static_cast<std::size_t>(behind - piece.data()));
     }
   }
   return at;
@@ -142,7 +150,7 @@ const RowPattern& PatternOf(RowPatterns& patterns, const TableColumns& columns,
 void WriteJoinedCells(CellWriter& out, const RowPattern& pattern, const EventRecord& row,
                       char separator) {
   NeedRoom(out, pattern.room + row.dataSize);
-  out.at = pattern.steps.empty() ? CopyStretches(pattern, row.dataItems, out.at)
+  out.at = pattern.steps.empty() ? CopyStretches(pattern, row.dataItems, separator, out.at)
                                  : CopyCells(pattern, row.dataItems, separator, out.at);
 }
 

@@ -11,6 +11,7 @@ target_sources(tarnlex_core PRIVATE
   output/event_text.cpp
   output/event_xml.cpp
   output/event_xml_layout.cpp
+  output/joined_pieces.cpp
   output/json_layout.cpp
   output/json_steps.cpp
   output/json_text.cpp
@@ -22,6 +23,8 @@ target_sources(tarnlex_core PRIVATE
   output/record_json.cpp
   output/record_output.cpp
   output/repeated_cells.cpp
+  output/row_builder.cpp
+  output/row_order.cpp
   output/row_pattern.cpp
   output/repeated_array.cpp
   output/run_status.cpp

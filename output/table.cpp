@@ -12,6 +12,7 @@
 #include "output/empty_cells.h"
 #include "output/log2timeline.h"
 #include "output/picked_table.h"
+#include "output/row_order.h"
 #include "output/row_pattern.h"
 #include "output/table_cells.h"
 #include "output/table_columns.h"
@@ -79,11 +80,12 @@ void WriteRow(TableWriter& table, const TableColumns& columns, const EventRows& 
   WriteLevelCell(table, row.level);
   Write(table.cells, table.between);
   if (columns.has_query_name) {
-    WriteRepeatedCell(table, table.query_name_text, row.queryName, columns.query_name_width);
+    WriteRepeatedCell(table, table.query_name_text, QueryNameOf(rows, row),
+                      columns.query_name_width);
     Write(table.cells, table.between);
   }
   if (table.is_evtx) {
-    WriteRepeatedCell(table, table.provider_text, row.providerName, columns.provider_width);
+    WriteRepeatedCell(table, table.provider_text, ProviderOf(rows, row), columns.provider_width);
     Write(table.cells, table.between);
   }
   if (pattern) {
@@ -134,7 +136,7 @@ void WriteTable(TableWriter& table, const EventRows& rows, std::span<const std::
     if (table.cells.sink->failed) return;
     FetchAhead(rows, group, i);
     const EventRecord& row = rows.rows[group[i]];
-    const bool joined = row.form == CellForm::kJoined && row.columns != nullptr;
+    const bool joined = IsJoined(row) && row.columns != nullptr;
     const RowPattern* const pattern =
         joined ? &PatternOf(patterns, columns, row, table.separator.front()) : nullptr;
     WriteRow(table, columns, rows, group[i], pattern);

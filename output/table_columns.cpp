@@ -11,17 +11,15 @@
 namespace tarnlex {
 namespace {
 
-// Providers are texts of the collection's own, where equal texts are one: their place tells them
-// apart.
 struct GroupKey {
   std::uint64_t event_id = 0;
-  const char* provider = nullptr;
+  std::uint32_t provider = 0;
   bool operator==(const GroupKey&) const = default;
 };
 
 struct HashGroupKey {
   std::size_t operator()(const GroupKey& key) const {
-    return std::hash<const char*>{}(key.provider) ^ (key.event_id * 0x9E3779B97F4A7C15U);
+    return key.provider ^ (key.event_id * 0x9E3779B97F4A7C15U);
   }
 };
 
@@ -39,10 +37,10 @@ std::vector<Group> FindGroups(const EventRows& rows, RowNumbers& group_of) {
   std::uint32_t number = 0;
   group_of.reserve(rows.rows.size());
   for (const EventRecord& row : rows.rows) {
-    const GroupKey key{row.eventId, row.providerName.data()};
+    const GroupKey key{row.eventId, row.provider};
     if (groups.empty() || key != last) {
       const auto found = numbers.try_emplace(key, static_cast<std::uint32_t>(groups.size()));
-      if (found.second) groups.push_back({row.eventId, row.providerName, 0});
+      if (found.second) groups.push_back({row.eventId, ProviderOf(rows, row), 0});
       number = found.first->second;
       last = key;
     }
@@ -106,16 +104,16 @@ void Measure(TableColumns& columns, const EventRows& rows, std::span<const std::
   columns.widths.assign(columns.names.size(), 0);
   columns.query_name_width = std::string_view("name").size();
   columns.provider_width = std::string_view("Provider Name").size();
-  std::string_view query_name;
-  std::string_view provider;
+  std::uint32_t query = ~std::uint32_t{0};
+  std::uint32_t provider = 0;
   for (std::size_t i = 0; i < group.size(); ++i) {
     FetchAhead(rows, group, i);
     const EventRecord& row = rows.rows[group[i]];
-    // These mostly are the very text of the row before.
-    if (row.queryName.data() != query_name.data()) Widen(columns.query_name_width, row.queryName);
-    if (row.providerName.data() != provider.data()) Widen(columns.provider_width, row.providerName);
-    query_name = row.queryName;
-    provider = row.providerName;
+    // These mostly are those of the row before.
+    if (row.queryIndex != query) Widen(columns.query_name_width, QueryNameOf(rows, row));
+    if (row.provider != provider) Widen(columns.provider_width, ProviderOf(rows, row));
+    query = row.queryIndex;
+    provider = row.provider;
     MeasureRow(columns, row);
   }
   for (std::size_t& width : columns.widths) {
@@ -159,7 +157,7 @@ TableColumns MakeTableColumns(const EventRows& rows, std::span<const std::uint32
   const ColumnSet* last = nullptr;
   for (const std::uint32_t number : group) {
     const EventRecord& row = rows.rows[number];
-    columns.has_query_name = columns.has_query_name || !row.queryName.empty();
+    columns.has_query_name = columns.has_query_name || !QueryNameOf(rows, row).empty();
     if (row.columns == last || row.columns == nullptr) continue;
     last = row.columns;
     columns.positions.try_emplace(last);

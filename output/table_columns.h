@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "output/event_rows.h"
+#include "output/row_order.h"
 
 namespace tarnlex {
 
@@ -52,7 +53,7 @@ TableColumns MakeTableColumns(const EventRows& rows, std::span<const std::uint32
                                               std::size_t at) {
   constexpr std::size_t kRecordsAhead = 24;
   constexpr std::size_t kCellsAhead = 8;
-  constexpr std::uintptr_t kCellBytes = 768;
+  constexpr std::uintptr_t kCellBytes = 384;
   constexpr std::uintptr_t kLine = 64;
   if (group.size() - at <= kRecordsAhead) return;
   const auto record = reinterpret_cast<std::uintptr_t>(&rows.rows[group[at + kRecordsAhead]]);

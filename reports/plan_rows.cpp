@@ -19,9 +19,9 @@ std::uint32_t LevelOf(std::string_view text) {
   return static_cast<std::uint32_t>(std::min(LeadingNumber(text), kMax));
 }
 
-// Mostly the same text as that of the row before.
-std::string_view KeepProvider(EventRows& rows, std::string_view text, std::string_view& last) {
-  if (text != last) last = InternText(rows, text);
+// Mostly the same as that of the row before.
+std::uint32_t KeepProvider(EventRows& rows, std::string_view text, std::uint32_t& last) {
+  if (text != rows.providers[last]) last = ProviderNumber(rows, text);
   return last;
 }
 
@@ -59,7 +59,7 @@ std::string FinishedText(EventRows& rows, const Plan& plan, const PlanValue* val
   RowBuilder builder = BeginRow(rows, LiteralSize(plan, value) + kMaxCellOverhead);
   char* const text = BeginCell(builder, builder.start);
   char* const end = value ? WriteText(kNoSlots, plan, *value, text) : text;
-  if (cell.is_provider) layout.provider = InternText(rows, {text, end});
+  if (cell.is_provider) layout.provider = ProviderNumber(rows, {text, end});
   if (cell.is_level) layout.level = LevelOf({text, end});
   const char* const behind = EndCell(builder, end);
   const char* at = builder.start;
@@ -86,7 +86,7 @@ char* CleanedEnd(const PlanLayout& layout, char* text, char* end) {
 // Takes what a row says of itself out of the text of one of its cells, as it was before cleaning.
 void DescribeRow(EventRows& rows, const PlanCell& cell, std::string_view text, PlanLayout& layout,
                  EventRecord& row) {
-  if (cell.is_provider) row.providerName = KeepProvider(rows, text, layout.last_provider);
+  if (cell.is_provider) row.provider = KeepProvider(rows, text, layout.last_provider);
   if (cell.is_level) row.level = LevelOf(text);
 }
 
@@ -113,11 +113,15 @@ bool MayShare(const EventRows& rows, const PlanCell& cell, const SubstitutionVal
 
 // Adds the cell of a value if a row is known to have its text, and returns where the next cell
 // begins; null otherwise. Then `place` is where the text is to be noted, if it is.
-char* AddIfKnown(EventRows& rows, const SubstitutionValue& value, Bytes bytes, RowBuilder& builder,
-                 char* at, RepeatedCell*& place) {
+char* AddIfKnown(EventRows& rows, PlanCell& cell, const SubstitutionValue& value, Bytes bytes,
+                 RowBuilder& builder, char* at, RepeatedCell*& place) {
   const Bytes raw = bytes.subspan(value.offset, value.size);
+  if (cell.last && HoldsCell(*cell.last, raw, value.type)) {
+    return AddKnownCell(builder, at, cell.last->text);
+  }
   place = PlaceOf(rows.repeated, raw);
   if (!place) return nullptr;
+  cell.last = place;
   if (HoldsCell(*place, raw, value.type)) return AddKnownCell(builder, at, place->text);
   Remember(*place, raw, value.type);
   return nullptr;
@@ -130,30 +134,59 @@ void NoteCell(EventRows& rows, const RowBuilder& builder, RepeatedCell& place, c
   const std::string_view text = kForm == CellForm::kJoined
                                     ? std::string_view(at, static_cast<std::size_t>(end - at) - 1)
                                     : NextOwnCell(at);
+  if (text.size() >= kMostInHead) return;
   const auto offset = static_cast<std::size_t>(text.data() - builder.start);
   rows.repeated.unplaced.push_back({&place, offset, text.size()});
+}
+
+// Adds the cell of a value whose text is made when the row goes out, and returns where the next
+// cell begins; null for any other value.
+char* AddIfMadeLater(const PlanLayout& layout, const PlanCell& cell, const SubstitutionValue& value,
+                     Bytes bytes, RowBuilder& builder, char* at) {
+  if (value.type == kEvtVarTypeNull) {
+    const bool left_out = cell.optional && layout.unresolved == kUnresolved;
+    return left_out ? AddUnresolvedCell(builder, at) : nullptr;
+  }
+  std::uint64_t number = 0;
+  if (value.size < sizeof number || !Fits(bytes, value.offset, value.size)) return nullptr;
+  std::memcpy(&number, bytes.data() + value.offset, sizeof number);
+  const bool hex = value.type == kEvtVarTypeHexInt64;
+  return AddNumberCell(builder, at, hex ? PieceKind::kHex : PieceKind::kInstant, number);
+}
+
+// The types that the above is for.
+constexpr bool MayBeMadeLater(std::uint8_t type) {
+  return type == kEvtVarTypeNull || type == kEvtVarTypeHexInt64 || type == kEvtVarTypeFileTime;
 }
 
 // One copy for each policy and each way of keeping cells: with a separator that is known
 // beforehand, ending a plain cell is a single store.
 template <CellForm kForm, Policy kPolicy>
 char* WriteStretch(EventRows& rows, PlanLayout& layout, const EventStructure& event,
-                   const Plan& plan, std::span<const PlanCell> cells, RowBuilder& builder, char* at,
+                   const Plan& plan, std::span<PlanCell> cells, RowBuilder& builder, char* at,
                    EventRecord& row) {
   const Bytes bytes = event.bytes;
   const SubstitutionValue* const slots = event.slots.room.data();
   const char separator = rows.joined.separator;
   // A row that is too large to be joined has other texts than those around it.
   const bool shares = kForm == rows.joined.form;
-  for (const PlanCell& cell : cells) {
+  for (PlanCell& cell : cells) {
     char* const text = at + (kForm == CellForm::kJoined ? 0 : kCellPrefix);
     char* end = nullptr;
     RepeatedCell* place = nullptr;
     bool plain = false;
     if (cell.is_slot) {
       const SubstitutionValue& value = slots[cell.slot];
+      if (kForm == CellForm::kJoined && kPolicy == Policy::kLiteral && MayBeMadeLater(value.type) &&
+          !cell.describes_row) {
+        char* const next = AddIfMadeLater(layout, cell, value, bytes, builder, at);
+        if (next) {
+          at = next;
+          continue;
+        }
+      }
       if (shares && value.size >= kLeastRepeated && MayShare(rows, cell, value, bytes)) {
-        char* const next = AddIfKnown(rows, value, bytes, builder, at, place);
+        char* const next = AddIfKnown(rows, cell, value, bytes, builder, at, place);
         if (next) {
           at = next;
           continue;
@@ -190,7 +223,7 @@ char* WriteCells(EventRows& rows, PlanLayout& layout, const EventStructure& even
   char* at = builder.start;
   std::uint32_t begin = 0;
   for (const std::uint32_t end : layout.stretches) {
-    const std::span<const PlanCell> cells(layout.cells.data() + begin, end - begin);
+    const std::span<PlanCell> cells(layout.cells.data() + begin, end - begin);
     at = BeginStretch(builder, at);
     at = WriteStretch<kForm, kPolicy>(rows, layout, event, plan, cells, builder, at, row);
     at = EndStretch(builder, at);
@@ -217,7 +250,7 @@ void MakeLayout(EventRows& rows, const Plan& plan, const ColumnSet& columns,
   layout.columns = &columns;
   layout.cells.clear();
   layout.unresolved = unresolved;
-  layout.provider = {};
+  layout.provider = 0;
   layout.level = 0;
   std::vector<FixedText> finished;
   layout.stretches.clear();
@@ -254,7 +287,7 @@ bool FitsFinished(const PlannedEvent& event, const PlanLayout& layout) {
 void AddPlanRow(EventRows& rows, PlanLayout& layout, const PlannedEvent& event, EventRecord& row) {
   row.columns = layout.columns;
   row.layout = layout.finished;
-  row.providerName = layout.provider;
+  row.provider = layout.provider;
   row.level = layout.level;
   RowBuilder builder = BeginRow(rows, MaxRowBytes(event, layout));
   char* const end = event.structure.policy == Policy::kComplete

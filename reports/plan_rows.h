@@ -11,11 +11,9 @@
 
 #include "event/plan.h"
 #include "output/event_rows.h"
+#include "output/row_builder.h"
 
 namespace tarnlex {
-
-// The text of a value that an optional substitution leaves out.
-inline constexpr std::string_view kUnresolved = "[null]";
 
 // A cell whose text is made for each record.
 struct PlanCell {
@@ -26,6 +24,8 @@ struct PlanCell {
   bool describes_row = false;
   bool is_provider = false;  // the row keeps this text as its provider,
   bool is_level = false;     // or this one as its level
+  // Where rows have the text of the value that came last, if it may come again.
+  RepeatedCell* last = nullptr;
 };
 
 // How the rows are laid out that one query makes of the records of one plan. Valid as long as the
@@ -36,8 +36,8 @@ struct PlanLayout {
   std::vector<PlanCell> cells;           // all others, in column order
   std::vector<std::uint32_t> stretches;  // where in `cells` ends what no finished cell interrupts
   std::string_view unresolved;           // the text of a value that empty slots leave out
-  std::string_view provider;             // from a finished cell
-  std::string_view last_provider;        // of the last record
+  std::uint32_t provider = 0;            // from a finished cell
+  std::uint32_t last_provider = 0;       // of the last record
   std::uint32_t level = 0;               // from a finished cell, or as the record has it
   // Takes out of the text between two places what no row may hold; returns its new end. Null:
   // nothing is taken out.

@@ -35,6 +35,7 @@ EvtxBuilder Mixed() {
     log.AddRecord({.body = InstanceFragment(joined, {text, support::ByteValue(5)})});
     log.AddRecord({.body = InstanceFragment(parts, {text, text, support::NullValue()})});
     log.AddRecord({.body = support::ElementsFragment({Element("E", {}, {Text("x")})})});
+    log.AddEvent({.event_id = 7, .data = {{"Single", support::AnsiStringValue("single")}}});
   }
   return log;
 }
@@ -58,7 +59,8 @@ TEST(Plan, KeptForAKindGivesWhatEachRecordGivesByItself) {
   std::size_t kept = 0;
   std::size_t none = 0;
   EXPECT_EQ(ValuesOfAll(Mixed(), true, kept), ValuesOfAll(Mixed(), false, none));
-  EXPECT_EQ(kept, 3U);  // that of the events, that of "parts", and that of the elements
+  // Those of the events, which differ in a name, that of "parts", and that of the elements.
+  EXPECT_EQ(kept, 4U);
   EXPECT_EQ(none, 0U);
 }
 
@@ -66,8 +68,8 @@ TEST(Plan, JoinsThePartsThatAreThereAndIsUnresolvedWithoutAny) {
   std::size_t kept = 0;
   const std::vector<Values> all = ValuesOfAll(Mixed(), true, kept);
   EXPECT_EQ(all.at(2), (Values{{"A", "a text"}, {"B", "text"}}));
-  EXPECT_EQ(all.at(6), (Values{{"A", "a "}, {"B", kUnresolvedText}}));
-  EXPECT_EQ(all.at(5), (Values{{"A", "a  z"}, {"B", "5"}, {"C", kUnresolvedText}, {"5", "made"}}));
+  EXPECT_EQ(all.at(7), (Values{{"A", "a "}, {"B", kUnresolvedText}}));
+  EXPECT_EQ(all.at(6), (Values{{"A", "a  z"}, {"B", "5"}, {"C", kUnresolvedText}, {"5", "made"}}));
 }
 
 TEST(Plan, FindsTheExactNameBeforeOneThatDiffersInCase) {

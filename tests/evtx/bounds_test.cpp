@@ -199,6 +199,53 @@ TEST(Bounds, ManyRecordsThatRepeatLongStringsEnd) { DecodeRepeats(support::kStri
 
 TEST(Bounds, ManyRecordsThatRepeatUnboundedStringsEnd) { DecodeRepeats(support::kAnsiString, 1); }
 
+// What a record has taken of the text that those of its chunk share, and what it gives.
+struct Taken {
+  std::uint64_t text = 0;
+  Values values;
+};
+
+Taken TakenBySecond(Bytes chunks, bool keeps) {
+  EvtxDecoder decoder;
+  decoder.keeps = keeps;
+  Taken taken;
+  EvtxHandlers handlers;
+  handlers.record = [&taken](EvtxDecoder& with, DecodedEvent& event) {
+    if (event.record_id > 2) return;
+    taken.values = Collect(with, event).values;
+    taken.text = kMaxChunkText - with.chunk.text_left;
+  };
+  WalkSlots(decoder, chunks, 4096, handlers);
+  return taken;
+}
+
+// Single-byte texts have no size of their own: those of the second record begin in the third, and
+// say far more than there are bytes of it.
+TEST(Bounds, TextsThatReachFarTakeTheSameWhetherAPlanIsKeptOrNot) {
+  std::vector<Node> body{Element("First", {}, {Slot(0, support::kBinary)})};
+  for (std::uint16_t i = 1; i <= 10; ++i) {
+    body.push_back(Element("n" + std::to_string(i), {}, {Slot(i, support::kAnsiString)}));
+  }
+  const auto shared = MakeTemplate("shared", {Element("Event", {}, body)});
+  EvtxBuilder log;
+  for (const std::uint16_t skipped : {std::uint16_t{1}, std::uint16_t{30'000}}) {
+    std::vector<support::Value> values{support::RawValue(support::kBinary, {0x01})};
+    values[0].stated_size = skipped;
+    for (int i = 0; i < 10; ++i) values.push_back(support::AnsiStringValue({"a", 2}));
+    log.AddRecord({.body = InstanceFragment(shared, std::move(values))});
+  }
+  log.AddRecord({.body = InstanceFragment(
+                     MakeTemplate("long", {Element("L", {}, {Slot(0, support::kBinary)})}),
+                     {support::RawValue(support::kBinary, ByteString(50'000, 'x'))})});
+  const ByteString chunks = log.BuildChunks();
+  const Taken kept = TakenBySecond(chunks, true);
+  const Taken fresh = TakenBySecond(chunks, false);
+  EXPECT_GT(fresh.text, 50'000U);
+  EXPECT_EQ(kept.text, fresh.text);
+  EXPECT_EQ(kept.values, fresh.values);
+  EXPECT_GT(kept.values.at("n10").size(), 10'000U);
+}
+
 // The body of a record at 512: an event with the identifier 7 and an array of 500 instances, each
 // of which leads to one and the same array of 10,000 values.
 ByteString WideBody() {

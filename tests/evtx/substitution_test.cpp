@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <utility>
+#include <vector>
+
 #include "evtx/fragment.h"
 #include "tests/support/binary_xml_builder.h"
 
@@ -94,6 +98,65 @@ TEST(Substitution, MarksBinaryXmlValues) {
   SubstitutionArray array;
   ASSERT_TRUE(ParseSubstitutionArray(bytes, 0, Policy::kLiteral, slots, array));
   EXPECT_EQ(array.binary_xml, 2U);
+}
+
+// Sizes and types of the values of an array, which end with the bytes.
+ByteString ArrayOf(const std::vector<std::pair<std::uint16_t, std::uint8_t>>& values) {
+  ByteString bytes;
+  std::size_t size = 0;
+  support::PutU32(bytes, static_cast<std::uint32_t>(values.size()));
+  for (const auto& [value_size, type] : values) {
+    support::PutU16(bytes, value_size);
+    support::PutU8(bytes, type);
+    support::PutU8(bytes, 0xFF);
+    size += value_size;
+  }
+  bytes.resize(bytes.size() + size);
+  return bytes;
+}
+
+// Values are laid out several at a time, but for those at the end of the chunk.
+TEST(Substitution, LaysOutAnyNumberOfValuesWhereverTheChunkEnds) {
+  for (const std::uint32_t size : {0U, 1U, 700U}) {
+    for (std::uint32_t count = 1; count <= 70; ++count) {
+      std::vector<std::pair<std::uint16_t, std::uint8_t>> wanted;
+      std::uint64_t binary_xml = 0;
+      for (std::uint32_t i = 0; i < count; ++i) {
+        const bool nests = i % 5 == 3 && i < kSlotBits;
+        if (nests) binary_xml |= std::uint64_t{1} << i;
+        wanted.emplace_back(i * size % 1000, nests ? kEvtVarTypeEvtBXml : kEvtVarTypeString);
+      }
+      wanted.back().first = static_cast<std::uint16_t>(std::max(size, 4U));
+      SlotList slots;
+      SubstitutionArray array;
+      ASSERT_TRUE(ParseSubstitutionArray(ArrayOf(wanted), 0, Policy::kComplete, slots, array));
+      ASSERT_EQ(array.count, count);
+      EXPECT_EQ(array.binary_xml, binary_xml) << count;
+      EXPECT_FALSE(array.has_ansi || array.has_lists || array.cut || array.binary_xml_beyond);
+      std::uint32_t at = 4 + 4 * count;
+      for (std::uint32_t i = 0; i < count; ++i) {
+        EXPECT_EQ(slots[i].offset, at);
+        EXPECT_EQ(slots[i].size, wanted[i].first);
+        EXPECT_EQ(slots[i].type, wanted[i].second);
+        at += wanted[i].first;
+      }
+      EXPECT_EQ(array.end, at);
+    }
+  }
+}
+
+TEST(Substitution, KnowsSingleByteTextsAndListsAtAnyPlace) {
+  for (std::size_t at = 0; at < 9; ++at) {
+    std::vector<std::pair<std::uint16_t, std::uint8_t>> values(9, {2, kEvtVarTypeUInt16});
+    values[at].second = kEvtVarTypeAnsiString;
+    SlotList slots;
+    SubstitutionArray array;
+    ASSERT_TRUE(ParseSubstitutionArray(ArrayOf(values), 0, Policy::kLiteral, slots, array));
+    EXPECT_TRUE(array.has_ansi && !array.has_lists) << at;
+    values[at].second = kEvtVarTypeMultiWideString;
+    ASSERT_TRUE(ParseSubstitutionArray(ArrayOf(values), 0, Policy::kLiteral, slots, array));
+    EXPECT_TRUE(!array.has_ansi && array.has_lists) << at;
+  }
 }
 
 TEST(Substitution, FindsTheArrayBehindAnInlineDefinitionOrBehindTheToken) {

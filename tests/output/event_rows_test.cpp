@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <numeric>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,18 +13,6 @@
 
 namespace tarnlex {
 namespace {
-
-const ColumnSet* AddColumns(EventRows& rows, const std::vector<std::string_view>& names) {
-  std::vector<int> position_of;
-  return AddColumnSet(rows, names, position_of);
-}
-
-EventRecord RecordAt(std::uint64_t time, std::uint64_t id) {
-  EventRecord record;
-  record.timeCreated = time;
-  record.eventRecordId = id;
-  return record;
-}
 
 TEST(ColumnSet, SortsNamesAndKeepsEachOnce) {
   EventRows rows;
@@ -64,212 +51,6 @@ TEST(InternText, GivesTheSameBytesForEqualTexts) {
   EXPECT_EQ(InternText(rows, ""), "");
 }
 
-TEST(PackedCells, KeepTextsOfEveryLengthClass) {
-  EventRows rows;
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a", "b", "c", "d", "e"});
-  const std::string below(65534, 'b');
-  const std::string at(65535, 'c');
-  const std::string above(3'000'000, 'd');
-  AddRow(rows, record, {"", below, at, above, "end"});
-  AddRow(rows, record, {"1", "2", "3", "4", "5"});
-  std::vector<std::string_view> cells;
-  ReadCells(rows.rows[0], cells);
-  EXPECT_EQ(cells, (std::vector<std::string_view>{"", below, at, above, "end"}));
-  ReadCells(rows.rows[1], cells);
-  EXPECT_EQ(cells, (std::vector<std::string_view>{"1", "2", "3", "4", "5"}));
-}
-
-TEST(PackedCells, SurviveManyBlocks) {
-  EventRows rows;
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a", "b"});
-  for (std::uint64_t i = 0; i < 5000; ++i) {
-    record.eventRecordId = i;
-    AddRow(rows, record, {std::to_string(i), std::string(5 * (i % 3000), 'x')});
-  }
-  ASSERT_EQ(rows.rows.size(), 5000U);
-  EXPECT_GE(rows.blocks.size(), 3U);
-  std::vector<std::string_view> cells;
-  for (const EventRecord& row : rows.rows) {
-    ReadCells(row, cells);
-    ASSERT_EQ(cells[0], std::to_string(row.eventRecordId));
-    ASSERT_EQ(cells[1].size(), 5 * (row.eventRecordId % 3000));
-  }
-}
-
-TEST(PackedCells, OfALargeRowStayWhereTheyWereBuilt) {
-  EventRows rows;
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a"});
-  const std::vector<std::string> texts = {"before", std::string(5'000'000, 'x'), "between",
-                                          std::string(6'000'000, 'y'), "behind"};
-  for (int round = 0; round < 2; ++round) {
-    std::size_t total = 0;
-    for (const std::string& text : texts) {
-      AddRow(rows, record, {text});
-      total += text.size();
-    }
-    EXPECT_EQ(rows.scratch.size, 0U);
-    EXPECT_LT(rows.block_bytes, total + (std::size_t{2} << 20));
-    std::vector<std::string_view> cells;
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-      ReadCells(rows.rows[i], cells);
-      EXPECT_EQ(cells, (std::vector<std::string_view>{texts[i]}));
-    }
-    ClearRows(rows);
-  }
-}
-
-TEST(PackedCells, AGenerousBoundCostsNoMoreThanTheText) {
-  EventRows rows;
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a"});
-  for (int i = 0; i < 100; ++i) {
-    RowBuilder builder = BeginRow(rows, 700'000);
-    char* text = BeginCell(builder, builder.start);
-    std::memset(text, 'x', 10);
-    EndRow(rows, builder, EndCell(builder, text + 10), record);
-  }
-  EXPECT_EQ(rows.blocks.size(), 1U);
-  std::vector<std::string_view> cells;
-  for (const EventRecord& row : rows.rows) {
-    ReadCells(row, cells);
-    ASSERT_EQ(cells[0], "xxxxxxxxxx");
-  }
-}
-
-TEST(PackedCells, ARowThatIsNeverEndedLeavesNothing) {
-  EventRows rows;
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a"});
-  AddRow(rows, record, {"kept"});
-  RowBuilder builder = BeginRow(rows, 100);
-  char* text = BeginCell(builder, builder.start);
-  std::memcpy(text, "lost", 4);
-  AddRow(rows, record, {"next"});
-  ASSERT_EQ(rows.rows.size(), 2U);
-  std::string_view found;
-  EXPECT_TRUE(FindCell(rows.rows[0], "a", false, found));
-  EXPECT_EQ(found, "kept");
-  EXPECT_TRUE(FindCell(rows.rows[1], "a", false, found));
-  EXPECT_EQ(found, "next");
-}
-
-EventRows JoinedRows() {
-  EventRows rows;
-  rows.joined = {CellForm::kJoined, ',', MakeCellCleaner({',', ' '}, true)};
-  return rows;
-}
-
-TEST(JoinedCells, LieAsTheyWillBeWritten) {
-  EventRows rows = JoinedRows();
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a", "b", "c"});
-  AddRow(rows, record, {"1", "", "two, three"});
-  AddRow(rows, record, {"", "", ""});
-  EXPECT_EQ(OwnCells(rows.rows[0]), "1,,two; three,");
-  EXPECT_EQ(OwnCells(rows.rows[1]), ",,,");
-}
-
-TEST(JoinedCells, MarkLineBreaksWhereverTheyStand) {
-  EventRows rows = JoinedRows();
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a", "b"});
-  AddRow(rows, record, {"\r\n", "\n\r,\r\r\n"});
-  AddRow(rows, record, {"fifteen letters\n,behind a block\r\nand behind it", "plain"});
-  EXPECT_EQ(OwnCells(rows.rows[0]), "[CRLF],[LFCR];[CR][CRLF],");
-  EXPECT_EQ(OwnCells(rows.rows[1]), "fifteen letters[LF];behind a block[CRLF]and behind it,plain,");
-}
-
-TEST(JoinedCells, AreNotMadeOfWhatMayBecomeVeryLong) {
-  EventRows rows = JoinedRows();
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a", "b"});
-  const std::string breaks(2'000'000, '\n');
-  AddRow(rows, record, {breaks, ","});
-  EXPECT_EQ(rows.rows[0].dataSize, 0U);
-  std::vector<std::string_view> cells;
-  ReadCells(rows.rows[0], cells);
-  EXPECT_EQ(cells, (std::vector<std::string_view>{breaks, ","}));
-}
-
-TEST(JoinedCells, GrowBeyondWhatWasPromised) {
-  // Nothing but line breaks makes a text four times as long; the cells behind it keep their room.
-  EventRows rows = JoinedRows();
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a", "b", "c"});
-  for (const std::size_t length : {1U, 15U, 16U, 17U, 5'000U, 170'000U}) {
-    const std::string breaks(length, '\n');
-    const std::string plain(length, 'x');
-    std::string marked;
-    for (std::size_t i = 0; i < length; ++i) marked += "[LF]";
-    AddRow(rows, record, {breaks, plain, breaks});
-    ASSERT_EQ(OwnCells(rows.rows.back()), marked + "," + plain + "," + marked + ",");
-  }
-  EXPECT_EQ(OwnCells(rows.rows.front()), "[LF],x,[LF],");
-}
-
-TEST(JoinedCells, OfARowTakeNoMoreThanItSays) {
-  EventRows rows = JoinedRows();
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a", "b"});
-  AddRow(rows, record, {"0123456789\n", "x"});
-  EXPECT_GE(rows.rows[0].dataSize, OwnCells(rows.rows[0]).size());
-}
-
-// Two stretches around a cell that the layout has: own cells "one" and a known one, then "two" or
-// nothing.
-EventRecord AddStretches(EventRows& rows, std::string_view known, bool ends_known) {
-  EventRecord record;
-  record.columns = AddColumns(rows, {"a", "b", "c", "d"});
-  record.layout = AddLayout(rows, 4, {{2, "shared"}});
-  RowBuilder builder = BeginRow(rows, 200);
-  const auto add = [&](char* at, std::string_view text) {
-    char* const begin = BeginCell(builder, at);
-    std::memcpy(begin, text.data(), text.size());
-    return EndCell(builder, begin + text.size());
-  };
-  char* at = BeginStretch(builder, builder.start);
-  at = ends_known ? add(at, "one") : AddKnownCell(builder, at, known);
-  at = ends_known ? AddKnownCell(builder, at, known) : add(at, "one");
-  at = BeginStretch(builder, EndStretch(builder, at));
-  EndRow(rows, builder, EndStretch(builder, add(at, "two")), record);
-  return rows.rows.back();
-}
-
-constexpr std::string_view kKnownText = "a text that another row has,";
-
-TEST(KnownCells, AreReadWhereTheyLieFirst) {
-  EventRows rows;
-  const std::string_view known = kKnownText.substr(0, kKnownText.size() - 1);
-  for (const bool ends_known : {false, true}) {
-    const EventRecord row = AddStretches(rows, known, ends_known);
-    std::vector<std::string_view> cells;
-    ReadCells(row, cells);
-    const std::vector<std::string_view> expected =
-        ends_known ? std::vector<std::string_view>{"one", known, "shared", "two"}
-                   : std::vector<std::string_view>{known, "one", "shared", "two"};
-    EXPECT_EQ(cells, expected);
-    EXPECT_EQ(cells[ends_known ? 1 : 0].data(), known.data());
-  }
-}
-
-TEST(KnownCells, ArePiecesOfStretches) {
-  EventRows rows = JoinedRows();
-  const std::string_view known = kKnownText.substr(0, kKnownText.size() - 1);
-  const EventRecord row = AddStretches(rows, known, true);
-  EXPECT_EQ(OwnCells(row), "one,a text that another row has,two,");
-  EXPECT_EQ(OwnCells(AddStretches(rows, known, false)), "a text that another row has,one,two,");
-  EXPECT_GE(row.dataSize, OwnCells(row).size());
-  const char* at = row.dataItems;
-  EXPECT_FALSE(NextPiece(at).is_last);
-  const JoinedPiece piece = NextPiece(at);
-  EXPECT_TRUE(piece.is_known);
-  EXPECT_TRUE(piece.is_last);  // no empty piece behind it
-  EXPECT_EQ(piece.cells.data(), known.data());
-}
-
 TEST(RowLayout, GivesTheCellsThatRowsDoNotHave) {
   EventRows rows;
   EventRecord record;
@@ -299,33 +80,6 @@ TEST(FindCell, ComparesExactlyOrWithoutCase) {
   EXPECT_FALSE(FindCell(rows.rows[0], "COMPUTER", false, text));
   EXPECT_EQ(text.data(), nullptr);
   EXPECT_FALSE(FindCell(EventRecord{}, "Computer", true, text));
-}
-
-TEST(OrderRows, GoesByTimeThenRecordThenArrival) {
-  EventRows rows;
-  AddRow(rows, RecordAt(20, 1), {});
-  AddRow(rows, RecordAt(10, 9), {});
-  AddRow(rows, RecordAt(10, 3), {});
-  AddRow(rows, RecordAt(10, 3), {});
-  EXPECT_EQ(OrderRows(rows), (RowNumbers{2, 3, 1, 0}));
-}
-
-TEST(OrderRows, LeavesNoRowOutWhateverTheArrival) {
-  EXPECT_TRUE(OrderRows(EventRows{}).empty());
-  // Stretches in order of every length from 1 to 6, so that an odd number of them is merged too.
-  EventRows rows;
-  for (std::uint64_t run = 1; run <= 6; ++run) {
-    for (std::uint64_t i = 0; i < run; ++i) AddRow(rows, RecordAt(100 - 10 * run + i % 3, run), {});
-  }
-  RowNumbers expected(rows.rows.size());
-  std::iota(expected.begin(), expected.end(), 0U);
-  std::stable_sort(expected.begin(), expected.end(), [&rows](std::uint32_t a, std::uint32_t b) {
-    const EventRecord& one = rows.rows[a];
-    const EventRecord& other = rows.rows[b];
-    return std::pair(one.timeCreated, one.eventRecordId) <
-           std::pair(other.timeCreated, other.eventRecordId);
-  });
-  EXPECT_EQ(OrderRows(rows), expected);
 }
 
 TEST(ClearRows, KeepsColumnSetsAndTextsForTheRestOfTheLog) {

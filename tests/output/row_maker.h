@@ -1,6 +1,8 @@
 // Rows made by hand for the writers' tests.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -8,6 +10,7 @@
 
 #include "logs/log_info.h"
 #include "output/event_rows.h"
+#include "output/row_builder.h"
 
 namespace tarnlex {
 
@@ -24,6 +27,26 @@ struct RowSpec {
   std::vector<std::pair<std::string_view, std::string_view>> values = {};  // sorted by name
 };
 
+inline const ColumnSet* AddColumns(EventRows& rows, const std::vector<std::string_view>& names) {
+  std::vector<int> position_of;
+  return AddColumnSet(rows, names, position_of);
+}
+
+// A collection whose rows are joined, as for CSV.
+inline EventRows JoinedRows() {
+  EventRows rows;
+  rows.joined = {CellForm::kJoined, ',', MakeCellCleaner({',', ' '}, true)};
+  return rows;
+}
+
+// The position of a query of that name, whichever.
+inline std::uint32_t QueryPosition(EventRows& rows, std::string_view name) {
+  const auto at = std::find(rows.query_names.begin(), rows.query_names.end(), name);
+  const auto position = static_cast<std::uint32_t>(at - rows.query_names.begin());
+  if (at == rows.query_names.end()) KeepQueryName(rows, position, name);
+  return position;
+}
+
 inline void AddRow(EventRows& rows, const RowSpec& spec) {
   std::vector<std::string_view> names;
   std::vector<std::string_view> cells;
@@ -37,8 +60,8 @@ inline void AddRow(EventRows& rows, const RowSpec& spec) {
   row.eventId = spec.event;
   row.timeCreated = spec.time;
   row.level = spec.level;
-  row.providerName = InternText(rows, spec.provider);
-  row.queryName = InternText(rows, spec.name);
+  row.provider = ProviderNumber(rows, spec.provider);
+  row.queryIndex = QueryPosition(rows, spec.name);
   row.columns = AddColumnSet(rows, names, position_of);
   AddRow(rows, row, cells);
 }
@@ -55,9 +78,10 @@ inline std::string OwnCells(const EventRecord& row) {
   }
   std::string cells;
   for (const char* at = row.dataItems; stretches > 0;) {
-    const JoinedPiece piece = NextPiece(at);
-    cells += piece.cells;
-    stretches -= piece.is_last ? 1 : 0;
+    const std::uint16_t head = TakePieceHead(at);
+    std::string text(row.dataSize + 64, '\0');
+    cells.append(text.data(), WritePiece(head, at, ',', text.data()));
+    stretches -= (head & kLastPiece) != 0 ? 1 : 0;
   }
   return cells;
 }

@@ -4,16 +4,11 @@
 
 #include <numeric>
 
+#include "logs/text.h"
 #include "tests/output/row_maker.h"
 
 namespace tarnlex {
 namespace {
-
-EventRows JoinedRows() {
-  EventRows rows;
-  rows.joined = {CellForm::kJoined, ',', MakeCellCleaner({',', ' '}, true)};
-  return rows;
-}
 
 // Adds a row with the columns "a", "c" and so on: of those in `fixed` the layout has the cells, the
 // others are its own.
@@ -87,6 +82,28 @@ TEST(RowPattern, CopiesCellsOfAnyLength) {
     expected += text + "," + text + "," + text + ",\n" + text + ",," + text + ",\n";
   }
   EXPECT_EQ(Written(rows), expected);
+}
+
+TEST(RowPattern, MakesCellsOfNumbersAndOfNothing) {
+  EventRows rows = JoinedRows();
+  AddWith(rows, {"a", "b", "c", "d", "e", "f"}, {}, {"1", "2", "3", "4", "5", "6"});
+  for (const std::vector<std::string_view>& names :
+       {std::vector<std::string_view>{"a", "b", "c", "d", "e", "f"}, {"a", "c", "d", "e", "f"}}) {
+    EventRecord row;
+    row.columns = AddColumns(rows, names);
+    RowBuilder builder = BeginRow(rows, 1000);
+    char* at = AddUnresolvedCell(builder, BeginStretch(builder, builder.start));
+    at = AddUnresolvedCell(builder, at);
+    at = AddNumberCell(builder, at, PieceKind::kHex, 0xAB);
+    at = EndPlainCell(builder, CopyText("text", BeginCell(builder, at)));
+    if (names.size() == 6) at = AddNumberCell(builder, at, PieceKind::kInstant, kMarch2012);
+    at = AddUnresolvedCell(builder, at);
+    EndRow(rows, builder, EndStretch(builder, at), row);
+  }
+  EXPECT_EQ(Written(rows),
+            "1,2,3,4,5,6,\n"
+            "[null],[null],0x00000000000000ab,text,03/07/2012 14:05:09.123456700,[null],\n"
+            "[null],,[null],0x00000000000000ab,text,[null],\n");
 }
 
 }  // namespace

@@ -10,6 +10,8 @@ target_sources(tarnlex_tests PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/output/mirrored_folder_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/record_json_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/record_output_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/output/row_builder_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/output/row_order_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/row_pattern_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/run_status_test.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/output/statistics_test.cpp

@@ -37,6 +37,8 @@ std::string Print(const EventRows& rows, const RunOptions& options,
   std::string text = PrintRows(rows, options, log);
   EventRows joined;
   joined.joined = JoinedForm(options);
+  joined.providers = rows.providers;
+  joined.query_names = rows.query_names;
   std::vector<std::string_view> cells;
   for (const EventRecord& row : rows.rows) {
     ReadCells(row, cells);

@@ -143,7 +143,7 @@ TEST(BuiltinReports, GiveTheirNameAndLabelsToEvtRecords) {
       }
       ASSERT_EQ(rows.rows.size(), 1U) << line.name;
       const EventRecord& row = rows.rows[0];
-      EXPECT_EQ(row.queryName, Trim(line.name));
+      EXPECT_EQ(QueryNameOf(rows, row), Trim(line.name));
       std::vector<std::string_view> texts;
       ReadCells(row, texts);
       std::map<std::string, std::string> cells;

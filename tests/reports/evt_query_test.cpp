@@ -267,8 +267,8 @@ TEST(EvtRow, CarriesTheRecordsOwnFields) {
   EXPECT_EQ(row.eventId, 528U);
   EXPECT_EQ(row.eventRecordId, 77U);
   EXPECT_EQ(row.level, 16U);
-  EXPECT_EQ(row.queryName, "logon");
-  EXPECT_EQ(row.providerName, "");
+  EXPECT_EQ(QueryNameOf(rows, row), "logon");
+  EXPECT_EQ(ProviderOf(rows, row), "");
 }
 
 TEST(EvtRow, SharesColumnsAmongRecordsOfOneShape) {

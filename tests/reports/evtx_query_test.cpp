@@ -59,7 +59,8 @@ std::vector<Row> RowsOf(Prepared& prepared, const std::vector<Event>& events) {
   WalkSlots(decoder, chunks, 4096, handlers);
   std::vector<Row> result;
   for (const EventRecord& record : rows.rows) {
-    Row row{record, std::string(record.providerName), std::string(record.queryName), {}};
+    Row row{
+        record, std::string(ProviderOf(rows, record)), std::string(QueryNameOf(rows, record)), {}};
     if (record.columns != nullptr) {
       std::vector<std::string_view> texts;
       ReadCells(record, texts);
@@ -156,10 +157,10 @@ TEST(PlanRows, OfRecordsThatMayBecomeTooLargeHaveNoFinishedCells) {
   ASSERT_EQ(rows.rows.size(), 6U);
   for (std::size_t i = 0; i < rows.rows.size(); ++i) {
     const EventRecord& row = rows.rows[i];
-    EXPECT_EQ(row.form, i % 3 == 1 ? CellForm::kPacked : CellForm::kJoined);
-    EXPECT_EQ(row.providerName, rows.rows[0].providerName);
+    EXPECT_EQ(IsJoined(row), i % 3 != 1);
+    EXPECT_EQ(row.provider, rows.rows[0].provider);
     std::string_view user;
-    if (row.form == CellForm::kPacked) {
+    if (!IsJoined(row)) {
       ASSERT_TRUE(FindCell(row, "TargetUserName", false, user));
       EXPECT_EQ(user, "Alice");
     } else {

@@ -29,7 +29,8 @@ struct Walked {
   EvtxQueries all;
 };
 
-// The rows of all values of the events, which come one second after the other.
+// The rows of all values of the events, which come one second after the other. Cells may be joined
+// and shared as the options have it, or lie one by one in each row.
 void Walk(const std::vector<Event>& events, const RunOptions& options, bool share, Walked& walked) {
   EvtxBuilder log;
   for (const Event& event : events) log.AddEvent(event);
@@ -109,6 +110,16 @@ TEST(SharedCells, DoNotShowInAnyTable) {
   }
 }
 
+// What comes before a long text moves when that has ended.
+TEST(SharedCells, MayStandNextToALongText) {
+  const std::string large(6'000, 'x');
+  const Event event = With(1, {{"A", kPath}, {"B", large}, {"C", kSid}});
+  const std::vector<Event> events(4, event);
+  const std::string table = TableOf(events, Csv(true), true);
+  EXPECT_EQ(table, TableOf(events, Csv(true), false));
+  EXPECT_NE(table.find(large + "," + kSid), std::string::npos);
+}
+
 TEST(SharedCells, LieWhereTheSecondRowHasThem) {
   Walked walked;
   const Event event = With(1, {{"A", kPath}, {"B", support::SidValue(kSid)}});
@@ -159,6 +170,35 @@ TEST(SharedCells, AreNotMadeOfTextsThatGoOnBehindTheirBytes) {
   EXPECT_TRUE(second.starts_with(head + "two"));
 }
 
+// Numbers, instants and what is left out become texts when the row is made or when it is written.
+TEST(JoinedRows, ShowWhatOthersDo) {
+  const auto raw = [](std::uint8_t type, std::size_t size) {
+    support::ByteString bytes;
+    for (std::size_t i = 0; i < size; ++i)
+      bytes.push_back(static_cast<std::uint8_t>(0xC1 - 0x18 * i));
+    return support::RawValue(type, bytes);
+  };
+  std::vector<Event> events;
+  for (const std::size_t size : {0U, 4U, 7U, 8U, 9U, 16U}) {
+    for (const std::uint8_t type : {kEvtVarTypeHexInt64, kEvtVarTypeFileTime, kEvtVarTypeNull}) {
+      const DataField value{"A", raw(type, size)};
+      events.push_back(With(1, {value, {"B", raw(type, size)}, {"C", "text"}, {"D", "next"}}));
+      events.push_back(With(2, {value, {"E", raw(type, size)}}));
+    }
+  }
+  Walked plain;
+  Walk(events, RunOptions{}, false, plain);
+  EXPECT_FALSE(IsJoined(plain.rows.rows.at(0)));
+  std::string text;
+  bool header_pending = true;
+  TextSink sink = MakeStringSink(text);
+  WriteLogResults(sink, plain.rows, LogAt("a.evtx"), Csv(true), header_pending);
+  Flush(sink);
+  EXPECT_EQ(TableOf(events, Csv(true), true), text);
+  EXPECT_NE(text.find("0x19314961"), std::string::npos);
+  EXPECT_NE(text.find(",[null],"), std::string::npos);
+}
+
 // A row that is too large to be joined lies among others that are.
 TEST(SharedCells, AreOfOneForm) {
   QuerySpec spec;
@@ -177,7 +217,7 @@ TEST(SharedCells, AreOfOneForm) {
     ASSERT_TRUE(ReadEvtRecord(bytes, 0, record));
     AddEvtRow(rows, all, all.queries.at(0), record);
   }
-  EXPECT_EQ(rows.rows.at(1).form, CellForm::kPacked);
+  EXPECT_FALSE(IsJoined(rows.rows.at(1)));
   std::string text;
   bool header_pending = true;
   TextSink sink = MakeStringSink(text);
