@@ -209,7 +209,7 @@ constinit const Writers kEventJsonWriters = [] {
   SetIntegers(writers, [](auto number) -> ValueWriter {
     return WriteJsonInteger<decltype(number), WriteQuoted<WriteCompleteText>>;
   });
-  writers[kEvtVarTypeString] = WriteQuoted<WriteJsonText>;
+  writers[kEvtVarTypeString] = WriteJsonString<false>;
   writers[kEvtVarTypeAnsiString] = WriteQuoted<WriteEscaped<WriteCompleteText>>;
   writers[kEvtVarTypeSingle] = WriteQuoted<WriteEscaped<WriteOwn<WriteSingle>>>;
   writers[kEvtVarTypeDouble] = WriteQuoted<WriteEscaped<WriteOwn<WriteDouble>>>;
