@@ -84,7 +84,9 @@ void WritePairedCell(TableWriter& table, const DateTimeText& text) {
   Pad(table, PairedWidth(table), text.date.size() + text.time.size() + 1);
 }
 
-void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
+namespace {
+
+void MakeTimeCells(TableWriter& table, std::uint64_t filetime) {
   const DateTimeText text = FormatDateTime(table.date_time, filetime);
   if (table.paired) {
     WritePairedCell(table, text);
@@ -95,13 +97,45 @@ void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
   WriteTimeCell(table, text);
 }
 
+}  // namespace
+
+void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
+  RepeatedTime& times = table.times;
+  if (times.size > 0 && times.filetime == filetime) {
+    WriteBlocks(table.cells, times.cells, times.size);
+    return;
+  }
+  // More than the cells take, unless the separator is long.
+  constexpr std::size_t kRoom = 4096;
+  NeedRoom(table.cells, kRoom);
+  const char* const begin = table.cells.at;
+  MakeTimeCells(table, filetime);
+  if (table.between.whole.size() > kCellBlock) return;
+  times.filetime = filetime;
+  times.size = static_cast<std::size_t>(table.cells.at - begin);
+  times.cells.assign(begin, times.size).append(kPieceBlock, '\0');
+}
+
+void Repeat(const CellCleaner* cleaner, std::string_view text, RepeatedText& repeated) {
+  repeated.source = text;
+  repeated.cleaned = cleaner ? Cleaned(*cleaner, text) : std::string(text);
+  repeated.size = repeated.cleaned.size();
+  repeated.characters = CountCodePoints(repeated.cleaned);
+  repeated.cleaned.append(kPieceBlock, '\0');
+}
+
 void WriteLevelCell(TableWriter& table, std::uint32_t level_or_type) {
   const std::string_view level = LevelText(table.is_evtx, level_or_type);
   const std::string_view color = table.painted ? LevelColor(level) : std::string_view();
-  if (!color.empty()) PaintCells(table, color);
-  WriteOwnText(table, level);
-  if (!color.empty()) PaintCells(table, kNoColor);
-  Pad(table, kLevelWidth, level.size());
+  if (!color.empty()) {
+    PaintCells(table, color);
+    WriteOwnText(table, level);
+    PaintCells(table, kNoColor);
+    Pad(table, kLevelWidth, level.size());
+    return;
+  }
+  WriteRepeatedCell(table, table.cleans_all ? &table.text_cleaner : nullptr, table.level_text,
+                    level, kLevelWidth);
 }
 
 void WriteName(TableWriter& table, std::string_view name, std::size_t width, bool centred) {

@@ -16,6 +16,7 @@
 #include "logs/text_sink.h"
 #include "output/cell_writer.h"
 #include "output/event_rows.h"
+#include "output/joined_pieces.h"
 
 namespace tarnlex {
 
@@ -30,11 +31,19 @@ struct CellEnd {
   char block[kCellBlock] = {};
 };
 
-// A text as it was last written.
+// A text as it was last written, and a block behind it to be read.
 struct RepeatedText {
   std::string_view source;
-  std::string cleaned;
+  std::string cleaned = std::string(kPieceBlock, '\0');
+  std::size_t size = 0;
   std::size_t characters = 0;
+};
+
+// The cells of a row's date and time, likewise.
+struct RepeatedTime {
+  std::uint64_t filetime = 0;
+  std::string cells;
+  std::size_t size = 0;  // 0: nothing has been written
 };
 
 // A whole row of empty cells, from which stretches are copied.
@@ -67,6 +76,8 @@ struct TableWriter {
   RepeatedText query_name_text;
   RepeatedText provider_text;
   RepeatedText log_name_text;
+  RepeatedText level_text;
+  RepeatedTime times;
   std::uint64_t log_source = kNoSource;  // of the row before, and what its log is called then
   std::string log_cell;
 };
@@ -119,16 +130,26 @@ void WriteRecovered(TableWriter& table, const EventRows& rows, std::uint32_t num
 void WriteLogName(TableWriter& table, const EventRows& rows, std::uint32_t number,
                   std::size_t width);
 
-// A text that is mostly the very one of the row before: cleaned when it changes.
+// Behind the text a block may be read.
+inline void WriteBlocks(CellWriter& cells, const std::string& text, std::size_t size) {
+  NeedRoom(cells, size + kPieceBlock);
+  cells.at = CopyBlocks(text.data(), size, cells.at);
+}
+
+// A text that is mostly the very one of the row before: made anew when it changes, and cleaned
+// where there is a cleaner.
+void Repeat(const CellCleaner* cleaner, std::string_view text, RepeatedText& repeated);
+inline void WriteRepeatedCell(TableWriter& table, const CellCleaner* cleaner,
+                              RepeatedText& repeated, std::string_view text, std::size_t width) {
+  if (text.data() != repeated.source.data() || text.size() != repeated.source.size()) {
+    Repeat(cleaner, text, repeated);
+  }
+  WriteBlocks(table.cells, repeated.cleaned, repeated.size);
+  Pad(table, width, repeated.characters);
+}
 inline void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_view text,
                               std::size_t width) {
-  if (text.data() != repeated.source.data() || text.size() != repeated.source.size()) {
-    repeated.source = text;
-    repeated.cleaned = Cleaned(table.text_cleaner, text);
-    repeated.characters = CountCodePoints(repeated.cleaned);
-  }
-  WriteVerbatim(table.cells, repeated.cleaned);
-  Pad(table, width, repeated.characters);
+  WriteRepeatedCell(table, &table.text_cleaner, repeated, text, width);
 }
 
 // Of the row's time, as FormatDateTime has just given it.
