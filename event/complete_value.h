@@ -19,8 +19,8 @@ inline constexpr std::size_t kCompleteTextPerByte = 6;
 constexpr std::uint32_t TypeBit(EvtVarType type) { return std::uint32_t{1} << type; }
 inline constexpr unsigned kTypeBits = 0x20;
 
-// The long way of WriteCompleteText, for values of any type.
-char* WriteUncommonText(Bytes bytes, const SubstitutionValue& value, char* out);
+// The long way of WriteCompleteText, for values of any type; nothing to be put into the short ones.
+[[gnu::noinline]] char* WriteUncommonText(Bytes bytes, const SubstitutionValue& value, char* out);
 
 // The same for a number that mostly has the bytes that its type asks for.
 template <std::size_t kSize, NumberWriter kWrite>

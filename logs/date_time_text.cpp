@@ -2,8 +2,8 @@
 #include <chrono>
 #include <cstring>
 
+#include "logs/clock_text.h"
 #include "logs/date_time.h"
-#include "logs/digit_pairs.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -78,25 +78,22 @@ char* WriteDate(char* out, const DateTimePlan& plan, const DayParts& day) {
   return WriteYear(out, plan, day.year);
 }
 
-// At most 18 characters.
+// At most 18 characters, all of which are written over: a whole clock, of which parts that are not
+// asked for are taken out again.
 char* WriteTime(char* out, const DateTimePlan& plan, const ClockParts& clock) {
-  if (plan.hour_minute) {
-    out = WriteTwo(out, clock.second_of_day / 3600);
-    *out++ = ':';
-    out = WriteTwo(out, clock.second_of_day / 60 % 60);
-  }
+  constexpr std::size_t kMinutes = sizeof "hh:mm" - 1;
+  constexpr std::size_t kSeconds = sizeof ":ss" - 1;
+  WriteTwo(WriteClock(out, clock.second_of_day, clock.ticks), 0);
+  const std::size_t fraction =
+      plan.fraction_digits > 0 ? static_cast<std::size_t>(plan.fraction_digits) + 1 : 0;
+  if (plan.hour_minute && plan.second) return out + kMinutes + kSeconds + fraction;
+  char* end = plan.hour_minute ? out + kMinutes : out;
   if (plan.second) {
-    *out++ = ':';
-    out = WriteTwo(out, clock.second_of_day % 60);
+    std::memmove(end, out + kMinutes, kSeconds);
+    end += kSeconds;
   }
-  if (plan.fraction_digits > 0) {
-    *out++ = '.';
-    constexpr unsigned kTooMany[] = {1'000'000'000, 100'000'000, 10'000'000, 1'000'000, 100'000,
-                                     10'000,        1'000,       100,        10,        1};
-    out =
-        WriteDigits(out, clock.ticks * 100 / kTooMany[plan.fraction_digits], plan.fraction_digits);
-  }
-  return out;
+  std::memmove(end, out + kMinutes + kSeconds, fraction);
+  return end + fraction;
 }
 
 void ReadDateFormat(const std::string& format, DateTimePlan& plan) {
@@ -128,27 +125,23 @@ void ReadTimeFormat(const std::string& format, DateTimePlan& plan) {
 }
 
 ClockParts SplitClock(std::uint64_t ticks_since_1970) {
-  return {static_cast<unsigned>(ticks_since_1970 / kTicksPerSecond % kSecondsPerDay),
-          static_cast<unsigned>(ticks_since_1970 % kTicksPerSecond)};
+  const std::uint64_t of_day = ticks_since_1970 % (kTicksPerSecond * kSecondsPerDay);
+  return {static_cast<unsigned>(of_day / kTicksPerSecond),
+          static_cast<unsigned>(of_day % kTicksPerSecond)};
 }
 
 // "03/07/2012 14:05:09.123456700"; of a piece with its callers, as every record holds such a text.
 [[gnu::always_inline]] inline char* WriteInstant(char* out, const DayParts& day,
                                                  const ClockParts& clock) {
-  const auto two = [&out](unsigned value, char behind) {
-    out = WriteTwo(out, value);
-    *out++ = behind;
-  };
-  two(day.month, '/');
-  two(day.day, '/');
+  WriteTwo(out, day.month);
+  WriteTwo(out + 3, day.day);
+  out[2] = out[5] = '/';
+  out += 6;
   if (day.year > 9999) *out++ = static_cast<char>('0' + day.year / 10'000);
-  out = WriteTwo(out, day.year / 100 % 100);
-  two(day.year % 100, ' ');
-  two(clock.second_of_day / 3600, ':');
-  two(clock.second_of_day / 60 % 60, ':');
-  two(clock.second_of_day % 60, '.');
-  out = WriteDigits(out, clock.ticks, 7);
-  return WriteTwo(out, 0);
+  WriteTwo(out, day.year / 100 % 100);
+  WriteTwo(out + 2, day.year % 100);
+  out[4] = ' ';
+  return WriteTwo(WriteClock(out + 5, clock.second_of_day, clock.ticks), 0);
 }
 
 }  // namespace

@@ -4,8 +4,8 @@
 #include <chrono>
 #include <cstring>
 
+#include "logs/clock_text.h"
 #include "logs/date_time.h"
-#include "logs/digit_pairs.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -120,24 +120,17 @@ char* WriteIsoTime(std::uint64_t filetime, char* out) {
   const auto day = static_cast<int>(filetime / kTicksPerDay);
   const std::chrono::year_month_day date{std::chrono::sys_days{std::chrono::days{day}} -
                                          std::chrono::days{kDaysFrom1601}};
+  const std::uint64_t of_day = filetime % kTicksPerDay;
   const auto year = static_cast<unsigned>(static_cast<int>(date.year()));
-  const auto second = static_cast<unsigned>(filetime / kTicksPerSecond % kSecondsPerDay);
-  const auto two = [&out](unsigned value, char behind) {
-    out = WriteTwo(out, value);
-    *out++ = behind;
-  };
   if (year > 9999) *out++ = static_cast<char>('0' + year / 10'000);
-  out = WriteTwo(out, year / 100 % 100);
-  two(year % 100, '-');
-  two(static_cast<unsigned>(date.month()), '-');
-  two(static_cast<unsigned>(date.day()), 'T');
-  two(second / 3600, ':');
-  two(second / 60 % 60, ':');
-  two(second % 60, '.');
-  auto ticks = static_cast<unsigned>(filetime % kTicksPerSecond);
-  char* const end = out + 7;
-  for (char* at = end; at > out + 1; ticks /= 100) WriteTwo(at -= 2, ticks % 100);
-  *out = static_cast<char>('0' + ticks);
+  WriteTwo(out, year / 100 % 100);
+  WriteTwo(out + 2, year % 100);
+  WriteTwo(out + 5, static_cast<unsigned>(date.month()));
+  WriteTwo(out + 8, static_cast<unsigned>(date.day()));
+  out[4] = out[7] = '-';
+  out[10] = 'T';
+  char* const end = WriteClock(out + 11, static_cast<unsigned>(of_day / kTicksPerSecond),
+                               static_cast<unsigned>(of_day % kTicksPerSecond));
   *end = 'Z';
   return end + 1;
 }

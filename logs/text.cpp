@@ -6,6 +6,8 @@
 #include <charconv>
 #include <cstring>
 
+#include "logs/decimal_digits.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -278,28 +280,6 @@ std::uint64_t LeadingNumber(std::string_view text) {
 
 namespace {
 
-constexpr std::uint64_t kEightDigits = 100'000'000;
-
-// The digits of a number below 10^8 as the bytes of another, the first lowest: it is parted into
-// fours, these into pairs, and the pairs into digits, in each step all at once.
-std::uint64_t DigitsOf(std::uint32_t value) {
-  const std::uint64_t upper = value / 10'000;
-  const std::uint64_t fours = upper | (value - upper * 10'000) << 32;
-  const std::uint64_t hundreds = (fours * 10'486 >> 20) & 0x0000007F0000007F;
-  const std::uint64_t pairs = hundreds | (fours - hundreds * 100) << 16;
-  const std::uint64_t tens = (pairs * 103 >> 10) & 0x000F000F000F000F;
-  return tens | (pairs - tens * 10) << 8;
-}
-
-constexpr std::uint64_t kZeros = 0x3030303030303030;
-
-// Zero-filled.
-char* WriteEight(std::uint32_t value, char* out) {
-  const std::uint64_t digits = DigitsOf(value) | kZeros;
-  std::memcpy(out, &digits, sizeof digits);
-  return out + sizeof digits;
-}
-
 // By a number's highest bit: the digits of numbers below a power of ten in the upper half, and in
 // the lower one what lifts numbers from that power on over its edge.
 constexpr auto kDigitCounts = [] {
@@ -316,15 +296,26 @@ constexpr auto kDigitCounts = [] {
   return counts;
 }();
 
+// Of a number from 1 on.
+std::size_t CountDigits(std::uint32_t value) {
+  const auto highest = static_cast<std::size_t>(std::bit_width(value) - 1);
+  return static_cast<std::size_t>((value + kDigitCounts[highest]) >> 32);
+}
+
+// Writes `count` digits, the last of as many bytes as the number has; returns the end.
+template <typename T>
+char* WriteLast(T digits, std::size_t count, char* out) {
+  const T text = (digits | static_cast<T>(kZeros)) >> (8 * (sizeof digits - count));
+  std::memcpy(out, &text, sizeof text);
+  return out + count;
+}
+
 // Of a number from 1 on. How many digits it has is found without a branch, which would be taken for
 // one number and not for the next, and before the digits are, as that is where the next text goes.
 char* WriteUpToEight(std::uint32_t value, char* out) {
-  const std::uint64_t lifted =
-      value + kDigitCounts[static_cast<std::size_t>(std::bit_width(value) - 1)];
-  const auto count = static_cast<unsigned>(lifted >> 32);
-  const std::uint64_t text = (DigitsOf(value) | kZeros) >> (64 - 8 * count);
-  std::memcpy(out, &text, sizeof text);
-  return out + count;
+  const std::size_t count = CountDigits(value);
+  return value < 10'000 ? WriteLast(FourDigitsOf(value), count, out)
+                        : WriteLast(EightDigitsOf(value), count, out);
 }
 
 }  // namespace

@@ -118,10 +118,13 @@ char* WriteTextMember(Filling& run, const EventJsonStep& step, char* out) {
   return end != out ? CopyText("}", end) : CopyText(kEndOfBoth, out - kTextBehindAttributes.size());
 }
 
+// The brace in front of attributes; where the first one with a text may begin.
+char* BraceOf(const Filling& run) { return run.begin + kAttributesBegin.size() - 1; }
+
 // Whether an attribute has been written in front of the literal of a step, which ends at `out`. If
 // so, its brace, which the comma of the first one stands on, is put back.
 bool HasAttributes(const Filling& run, const EventJsonStep& step, const char* out) {
-  char* const brace = run.begin + kAttributesBegin.size() - 1;
+  char* const brace = BraceOf(run);
   if (out - step.literal_size == brace) return false;
   *brace = '{';
   return true;
@@ -197,7 +200,7 @@ char* EndList(const Filling& run, char* out) {
     case Kind::kEndList: return EndList(run, out);
     case Kind::kValue:
     case Kind::kDataValue:
-    case Kind::kBeginAttributes:
+    case Kind::kFirstAttribute:
     case Kind::kAttribute:
     case Kind::kNothing: break;
   }
@@ -217,12 +220,15 @@ inline char* WriteStep(Filling& run, const EventJsonStep& step, char* out) {
       char* const end = WriteValue(run, step, at);
       return end != at ? end : out;
     }
-    case Kind::kBeginAttributes:
-      run.begin = at - kAttributesBegin.size();
-      return at - 1;  // where the first attribute goes
+    case Kind::kFirstAttribute: {
+      run.begin = at - step.key_size - kAttributesBegin.size();
+      char* const end = WriteValue(run, step, at);
+      return end != at ? end : BraceOf(run);
+    }
     case Kind::kNothing: return at;
     case Kind::kEnd:
-      if (step.part_count == 0 && HasAttributes(run, step, at)) return at;
+      if (step.part_count == 0)
+        return HasAttributes(run, step, at) ? at : WriteEmpty(step.kind, run.begin);
       [[fallthrough]];
     default: return WriteMark(run, step, at);
   }

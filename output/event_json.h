@@ -16,17 +16,18 @@
 namespace tarnlex {
 
 enum class EventJsonStepKind : std::uint8_t {
-  kNothing,    // only the literal, which may be an attribute
+  kNothing,    // only the literal
   kValue,      // a value: null without a text
   kDataValue,  // the same of a "Data": "" without a text
   // Attributes of which perhaps none has a text; then the element is written as if it had none.
-  kBeginAttributes,  // its literal ends with kAttributesBegin
-  kAttribute,        // its literal begins with a comma, which for the first is the brace before it
-  kEnd,              // behind them, and behind kEndOfBoth, or kTextBehindAttributes and a value
-  kEndData,          // the same of a "Data"
-  kBeginContent,     // behind them: elements follow
-  kEndFixed,         // as kEnd, of an element whose attributes are all there, and that has a value
-  kText,             // the member "#text" in front of elements; nothing without a text
+  kFirstAttribute,  // its literal ends with kAttributesBegin and `key_size` bytes
+  kAttribute,       // its literal begins with a comma, which for the first one with a text becomes
+                    // the brace in front of it
+  kEnd,             // behind them, and behind kEndOfBoth, or kTextBehindAttributes and a value
+  kEndData,         // the same of a "Data"
+  kBeginContent,    // behind them: elements follow
+  kEndFixed,        // as kEnd, of an element whose attributes are all there, and that has a value
+  kText,            // the member "#text" in front of elements; nothing without a text
   // A list that is its only value if it has but one.
   kBeginList,
   kEntry,      // an object, which follows
@@ -58,6 +59,7 @@ struct EventJsonStep {
   std::uint32_t first_part = 0;
   std::uint32_t part_count = 0;
   std::uint32_t slot = kNoSlot;  // the slot that is all of its value
+  std::uint32_t key_size = 0;    // kFirstAttribute
 };
 
 // What the records of a plan have in common in this form: made once, then followed step by step.

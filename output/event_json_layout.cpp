@@ -141,7 +141,9 @@ std::vector<const AttributeView*> AttributesOf(const Element& element) {
   return said;
 }
 
-enum class Attributes : std::uint8_t { kNone, kFixed, kPerhaps };
+// Whether an element's attributes are there in all events does not depend on values if the first of
+// them is a literal.
+enum class Attributes : std::uint8_t { kNone, kSome, kPerhaps };
 
 void SayValue(LayingOut& run, Parts parts) {
   Say(run, "\"");
@@ -149,45 +151,46 @@ void SayValue(LayingOut& run, Parts parts) {
   Say(run, "\"");
 }
 
-void SayFixedAttributes(LayingOut& run, const std::vector<const AttributeView*>& attributes) {
+bool HasLiteral(const AttributeView* attribute) { return IsLiteral(attribute->parts); }
+
+// The attributes, of which those that are literals are parted from the next, which may be left out.
+void LayOutAttributes(LayingOut& run, const std::vector<const AttributeView*>& said,
+                      const OneOfArray& one) {
+  const bool are_fixed = std::all_of(said.begin(), said.end(), HasLiteral);
   Names names;
   Say(run, kAttributesBegin);
-  for (const AttributeView* attribute : attributes) {
-    if (attribute != attributes.front()) Say(run, ",");
+  for (const AttributeView* attribute : said) {
+    const bool is_first = attribute == said.front();
+    const std::uint32_t key = Said(run);
+    if (!is_first) Say(run, ",");
     SayKey(run, names, attribute->name);
+    if (!HasLiteral(attribute)) {
+      AddStep(run, is_first ? Kind::kFirstAttribute : Kind::kAttribute, attribute->parts, one);
+      EventJsonStep& step = run.layout.steps.back();
+      step.key_size = step.literal + step.literal_size - key;
+      continue;
+    }
     SayValue(run, attribute->parts);
+    if (!are_fixed) AddStep(run, Kind::kNothing);
   }
 }
 
 Attributes LayOutAttributes(LayingOut& run, const Element& element) {
   const std::vector<const AttributeView*> said = AttributesOf(element);
   if (said.empty()) return Attributes::kNone;
-  const bool fixed = std::all_of(said.begin(), said.end(),
-                                 [](const AttributeView* a) { return IsLiteral(a->parts); });
-  if (fixed) {
-    SayFixedAttributes(run, said);
-    return Attributes::kFixed;
-  }
-  Names names;
-  Say(run, kAttributesBegin);
-  AddStep(run, Kind::kBeginAttributes);
-  for (const AttributeView* attribute : said) {
-    Say(run, ",");
-    SayKey(run, names, attribute->name);
-    if (IsLiteral(attribute->parts)) {
-      SayValue(run, attribute->parts);
-      AddStep(run, Kind::kNothing);
-    } else {
-      AddStep(run, Kind::kAttribute, attribute->parts, element.one);
-    }
-  }
-  return Attributes::kPerhaps;
+  LayOutAttributes(run, said, element.one);
+  return HasLiteral(said.front()) ? Attributes::kSome : Attributes::kPerhaps;
 }
 
 // The end of an element that holds no other.
 void LayOutText(LayingOut& run, const Element& element, Attributes attributes) {
   const bool is_data = element.named_data || element.unnamed_data;
   const Parts parts = element.view.parts;
+  const bool is_fixed = IsLiteral(parts) && !IsEmpty(parts);
+  if (attributes == Attributes::kNone && is_fixed) {
+    SayValue(run, parts);
+    return;
+  }
   if (attributes == Attributes::kNone) {
     AddStep(run, is_data ? Kind::kDataValue : Kind::kValue, parts, element.one);
     return;
@@ -297,7 +300,7 @@ void LayOutElement(LayingOut& run, const Element& element, bool holds_data) {
   }
   switch (attributes) {
     case Attributes::kNone: Say(run, "{"); break;
-    case Attributes::kFixed: Say(run, "},"); break;
+    case Attributes::kSome: Say(run, "},"); break;
     case Attributes::kPerhaps:
       Say(run, "},");
       AddStep(run, Kind::kBeginContent);

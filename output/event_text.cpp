@@ -76,16 +76,19 @@ char* WriteFloat(Bytes bytes, FixedRange range, char* out) {
 }
 
 // Without leading zeros.
-char* WriteHexNumber(Bytes bytes, char* out) {
-  if (bytes.size() != 4 && bytes.size() != 8) return out;
-  const std::uint64_t number =
-      bytes.size() == 4 ? Load<std::uint32_t>(bytes.data()) : Load<std::uint64_t>(bytes.data());
-  out = CopyText("0x", out);
+char* WriteHexNumber(std::uint64_t number, char* out) {
   constexpr int kDigits = 2 * sizeof number;
-  const int zeros = std::min(std::countl_zero(number) / 4, kDigits - 1);
+  const int zeros = std::countl_zero(number | 1) / 4;
+  out = CopyText("0x", out);
   // The first digit comes first; what is behind the last is written over.
   WriteHex16(number << 4 * zeros, out);
   return out + (kDigits - zeros);
+}
+
+char* WriteHexBytes(Bytes bytes, char* out) {
+  if (bytes.size() == 4) return WriteHexNumber(Load<std::uint32_t>(bytes.data()), out);
+  if (bytes.size() == 8) return WriteHexNumber(Load<std::uint64_t>(bytes.data()), out);
+  return out;
 }
 
 // What is neither true nor false is the number that it is.
@@ -142,6 +145,14 @@ char* WriteOwn(Bytes bytes, const SubstitutionValue& value, char* out) {
   return end != out ? end : WriteCompleteText(bytes, value, out);
 }
 
+// A number in hexadecimal that mostly has the bytes that its type asks for.
+template <typename T>
+char* WriteHex(Bytes bytes, const SubstitutionValue& value, char* out) {
+  const bool is_whole = value.size == sizeof(T) && Fits(bytes, value.offset, sizeof(T));
+  return is_whole ? WriteHexNumber(Load<T>(bytes.data() + value.offset), out)
+                  : WriteOwn<WriteHexBytes>(bytes, value, out);
+}
+
 constexpr Writers MakeXmlWriters() {
   Writers writers{};
   writers.fill(WriteCompleteText);
@@ -149,9 +160,9 @@ constexpr Writers MakeXmlWriters() {
   SetIntegers(writers, [](auto number) -> ValueWriter {
     return WriteCompleteNumber<sizeof number, WriteInteger<decltype(number)>>;
   });
-  writers[kEvtVarTypeSizeT] = WriteOwn<WriteHexNumber>;
-  writers[kEvtVarTypeHexInt32] = WriteOwn<WriteHexNumber>;
-  writers[kEvtVarTypeHexInt64] = WriteOwn<WriteHexNumber>;
+  writers[kEvtVarTypeSizeT] = WriteHex<std::uint64_t>;
+  writers[kEvtVarTypeHexInt32] = WriteHex<std::uint32_t>;
+  writers[kEvtVarTypeHexInt64] = WriteHex<std::uint64_t>;
   writers[kEvtVarTypeGuid] = WriteOwn<WriteBracedGuid>;
   writers[kEvtVarTypeFileTime] = WriteOwn<WriteLongTime>;
   writers[kEvtVarTypeSysTime] = WriteOwn<WriteLongSystemTime>;
@@ -198,17 +209,17 @@ constinit const Writers kEventJsonWriters = [] {
   SetIntegers(writers, [](auto number) -> ValueWriter {
     return WriteJsonInteger<decltype(number), WriteQuoted<WriteCompleteText>>;
   });
-  writers[kEvtVarTypeString] = WriteQuoted<WriteJsonText>;
+  writers[kEvtVarTypeString] = WriteJsonString<false>;
   writers[kEvtVarTypeAnsiString] = WriteQuoted<WriteEscaped<WriteCompleteText>>;
   writers[kEvtVarTypeSingle] = WriteQuoted<WriteEscaped<WriteOwn<WriteSingle>>>;
   writers[kEvtVarTypeDouble] = WriteQuoted<WriteEscaped<WriteOwn<WriteDouble>>>;
   writers[kEvtVarTypeBoolean] = WriteOwn<WriteTruth>;
   writers[kEvtVarTypeGuid] = WriteQuoted<WriteOwn<WriteGuid>>;
-  writers[kEvtVarTypeSizeT] = WriteQuoted<WriteOwn<WriteHexNumber>>;
+  writers[kEvtVarTypeSizeT] = WriteQuoted<WriteHex<std::uint64_t>>;
   writers[kEvtVarTypeFileTime] = WriteQuoted<WriteOwn<WriteEventTimeOf>>;
   writers[kEvtVarTypeSysTime] = WriteQuoted<WriteOwn<WriteEventSystemTime>>;
-  writers[kEvtVarTypeHexInt32] = WriteQuoted<WriteOwn<WriteHexNumber>>;
-  writers[kEvtVarTypeHexInt64] = WriteQuoted<WriteOwn<WriteHexNumber>>;
+  writers[kEvtVarTypeHexInt32] = WriteQuoted<WriteHex<std::uint32_t>>;
+  writers[kEvtVarTypeHexInt64] = WriteQuoted<WriteHex<std::uint64_t>>;
   return writers;
 }();
 

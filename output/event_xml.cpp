@@ -39,14 +39,18 @@ char* WriteArray(Filling& run, const SubstitutionValue& array, char* out) {
   return end;
 }
 
-char* WriteValue(Filling& run, const SubstitutionValue& value, char* out) {
+// Of a type whose text may have to be escaped.
+[[gnu::noinline]] char* WriteFreeValue(Filling& run, const SubstitutionValue& value, char* out) {
+  char* const end =
+      IsArray(value) ? WriteArray(run, value, out) : WriteXmlValue(run.event.bytes, value, out);
+  return EscapeXml(out, end, run.replaced);
+}
+
+inline char* WriteValue(Filling& run, const SubstitutionValue& value, char* out) {
   const Bytes bytes = run.event.bytes;
-  if (value.type == kEvtVarTypeString) {
-    return WriteXmlText(bytes, value, run.replaced, out);
-  }
-  if (IsArray(value)) return EscapeXml(out, WriteArray(run, value, out), run.replaced);
-  char* const end = WriteXmlValue(bytes, value, out);
-  return IsFreeCompleteText(value.type) ? EscapeXml(out, end, run.replaced) : end;
+  if (value.type == kEvtVarTypeString) return WriteXmlText(bytes, value, run.replaced, out);
+  return IsFreeCompleteText(value.type) ? WriteFreeValue(run, value, out)
+                                        : WriteXmlValue(bytes, value, out);
 }
 
 // Whether all slots of an attribute that begins behind the step are left out.

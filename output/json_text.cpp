@@ -125,7 +125,10 @@ char* WriteQuoted(Bytes bytes, const SubstitutionValue& value, char* out) {
 
 template <std::size_t kSize, NumberWriter kWrite>
 char* WriteQuotedNumber(Bytes bytes, const SubstitutionValue& value, char* out) {
-  return WriteQuoted<WriteCompleteNumber<kSize, kWrite>>(bytes, value, out);
+  char* const end = WriteNumber<kSize, kWrite>(bytes, value, out + 1);
+  if (end == out + 1) return WriteQuoted<WriteUncommonText>(bytes, value, out);
+  *out = *end = '"';
+  return end + 1;
 }
 
 char* WriteEscapedText(Bytes bytes, const SubstitutionValue& value, char* out) {
@@ -165,7 +168,7 @@ constinit const std::array<ValueWriter, 0x100> kJsonWriters = [] {
   SetIntegers(writers, [](auto number) -> ValueWriter {
     return WriteJsonInteger<decltype(number), WriteBare>;
   });
-  writers[kEvtVarTypeString] = WriteQuoted<WriteJsonText>;
+  writers[kEvtVarTypeString] = WriteJsonString<true>;
   writers[kEvtVarTypeAnsiString] = WriteQuoted<WriteEscapedText>;
   writers[kEvtVarTypeSingle] = WriteFloat;
   writers[kEvtVarTypeDouble] = WriteFloat;
@@ -179,9 +182,15 @@ constinit const std::array<ValueWriter, 0x100> kJsonWriters = [] {
   return writers;
 }();
 
-char* WriteUncommonJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
-  if (!Fits(bytes, text.offset, text.size)) return out;
-  return WriteEscaped(bytes.subspan(text.offset), text.size / 2, out);
+char* WriteUncommonJsonString(Bytes bytes, const SubstitutionValue& text, bool keep_empty,
+                              char* out) {
+  char* end = out + 1;
+  if (Fits(bytes, text.offset, text.size)) {
+    end = WriteEscaped(bytes.subspan(text.offset), text.size / 2, end);
+  }
+  if (!keep_empty && end == out + 1) return out;
+  *out = *end = '"';
+  return end + 1;
 }
 
 char* EscapeJson(char* begin, char* end) {

@@ -22,14 +22,21 @@ inline constexpr std::size_t kJsonPerByte = 6;
 // (U+0085, U+2028, U+2029) are escaped too.
 char* EscapeJson(char* begin, char* end);
 
-// The long way of WriteJsonText.
-char* WriteUncommonJsonText(Bytes bytes, const SubstitutionValue& text, char* out);
+// The long way of WriteJsonString.
+char* WriteUncommonJsonString(Bytes bytes, const SubstitutionValue& text, bool keep_empty,
+                              char* out);
 
-// Writes a value of type kEvtVarTypeString as it stands between quotes; returns the end. There is
-// room for kJsonPerByte times its bytes and kPlainAsciiBlock more.
-inline char* WriteJsonText(Bytes bytes, const SubstitutionValue& text, char* out) {
-  char* const plain_end = WriteQuotableAscii(bytes, text.offset, text.size / 2, out);
-  return plain_end ? plain_end : WriteUncommonJsonText(bytes, text, out);
+// Writes a value of type kEvtVarTypeString as a JSON string; returns the end. There is room for
+// kJsonPerByte times its bytes, two blocks of kPlainAsciiBlock, and the quotes. Without
+// `kKeepsEmpty` an empty text gives nothing. The long way is not come back from, so that nothing is
+// kept for it.
+template <bool kKeepsEmpty>
+char* WriteJsonString(Bytes bytes, const SubstitutionValue& text, char* out) {
+  char* const end = WriteQuotableAscii(bytes, text.offset, text.size / 2, out + 1);
+  if (!end) return WriteUncommonJsonString(bytes, text, kKeepsEmpty, out);
+  if (!kKeepsEmpty && end == out + 1) return out;
+  *out = *end = '"';
+  return end + 1;
 }
 
 // Writes the number that a value holds in as many bytes as its type asks for; one that has fewer is

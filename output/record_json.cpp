@@ -278,30 +278,41 @@ std::size_t MaxPlainText(const EventStructure& event, const RecordJson& layout,
   return size;
 }
 
-std::string_view LevelName(std::string_view level) {
-  constexpr std::string_view kNames[] = {"Information", "Critical",    "Error",
-                                         "Warning",     "Information", "Verbose"};
-  const bool is_level = level.size() == 1 && level[0] >= '0' && level[0] <= '5';
-  return is_level ? kNames[level[0] - '0'] : std::string_view();
-}
+// By the digit that stands for a level.
+constexpr std::string_view kLevelMembers[] = {
+    ",\"LevelName\":\"Information\"", ",\"LevelName\":\"Critical\"",
+    ",\"LevelName\":\"Error\"",       ",\"LevelName\":\"Warning\"",
+    ",\"LevelName\":\"Information\"", ",\"LevelName\":\"Verbose\""};
 
 char* WriteLevelName(const EventStructure& event, const RecordJson& layout, char* out) {
   // What the level says is looked at where its name belongs.
   const char* const end = WritePlainText(event, layout, StepAt(layout, layout.level), out);
-  const std::string_view name = LevelName({out, static_cast<std::size_t>(end - out)});
-  if (name.empty()) return out;
-  out = CopyText(",\"LevelName\":\"", out);
-  out = CopyText(name, out);
-  return CopyText("\"", out);
+  const bool is_level = end - out == 1 && *out >= '0' && *out <= '5';
+  return is_level ? CopyText(kLevelMembers[*out - '0'], out) : out;
 }
 
 char* WriteNumber(std::string_view key, std::uint64_t number, char* out) {
   return WriteDecimal(number, CopyText(key, out));
 }
 
-char* WriteWrittenTime(std::uint64_t filetime, char* out) {
+// Whether the event says of itself that it is of that time, and how the text of it is known.
+bool IsTimeCreated(const EventStructure& event, const RecordJson& layout, std::uint64_t filetime) {
+  if (layout.time < 0) return false;
+  const SubstitutionValue& value = event.slots[StepAt(layout, layout.time).slot];
+  std::uint64_t created = 0;
+  return StepAt(layout, layout.time).kind == JsonStepKind::kSlot &&
+         value.type == kEvtVarTypeFileTime && value.size >= sizeof created &&
+         ReadAt(event.bytes, value.offset, created) && created == filetime;
+}
+
+// `created` is the end of the member for the time that the event states: mostly the same time.
+char* WriteWrittenTime(const EventStructure& event, const RecordJson& layout,
+                       std::uint64_t filetime, const char* created, char* out) {
+  constexpr std::size_t kTimeText = sizeof "\"2023-03-14T09:26:53.5897932Z\"" - 1;
   if (filetime == 0 || filetime >> 63 != 0) return out;
-  return WriteJsonTime(filetime, CopyText(",\"TimeWritten\":", out));
+  out = CopyText(",\"TimeWritten\":", out);
+  const bool is_same = IsTimeCreated(event, layout, filetime) && *(created - kTimeText) == '"';
+  return is_same ? CopyText({created - kTimeText, kTimeText}, out) : WriteJsonTime(filetime, out);
 }
 
 char* WriteRecovered(const Recovery& recovery, char* out) {
@@ -420,6 +431,7 @@ void FillSteps(const Runs& runs, const JsonMember& data, RecordJson& layout) {
   layout.title = PositionOf(steps, layout.head, "Provider");
   layout.id = PositionOf(steps, layout.head, "EventID");
   layout.record_id = PositionOf(steps, layout.middle, "EventRecordID");
+  layout.time = PositionOf(steps, layout.middle, "TimeCreated");
 }
 
 }  // namespace
@@ -469,10 +481,11 @@ void WriteRecordJson(TextSink& out, const JsonRecord& record, const EventStructu
   at = WriteSteps(event, layout.steps, layout.head, at);
   at = WriteLevelName(event, layout, at);
   at = WriteSteps(event, layout.steps, layout.middle, at);
+  const char* const created = at;
   if (!HasValueAt(event, layout, layout.record_id)) {
     at = WriteNumber(",\"EventRecordID\":", record.record_id, at);
   }
-  at = WriteWrittenTime(record.written_time, at);
+  at = WriteWrittenTime(event, layout, record.written_time, created, at);
   at = WriteSteps(event, layout.steps, layout.tail, at);
   at = WriteNumber(",\"Offset\":", record.file_offset, at);
   if (IsRecovered(record.recovery)) at = WriteRecovered(record.recovery, at);

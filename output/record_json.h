@@ -35,6 +35,7 @@ struct RecordJson {
   int title = -1;      // "Provider"
   int id = -1;         // "EventID"
   int record_id = -1;  // "EventRecordID"
+  int time = -1;       // "TimeCreated", the last one in `middle`
   bool pulls = false;  // a slot may stand in it twice: among what is pulled, and in "System"
   bool made = false;
 };

@@ -4,7 +4,6 @@
 
 #include "logs/escaped_units.h"
 #include "logs/find_special.h"
-#include "logs/plain_ascii.h"
 #include "logs/text.h"
 #include "logs/utf8.h"
 
@@ -98,8 +97,8 @@ char* EscapeXml(char* begin, char* end, std::uint64_t& replaced) {
   return out;
 }
 
-char* WriteXmlText(Bytes bytes, const SubstitutionValue& text, std::uint64_t& replaced, char* out) {
-  if (char* const end = WriteXmlAscii(bytes, text.offset, text.size / 2, out)) return end;
+char* WriteUncommonXmlText(Bytes bytes, const SubstitutionValue& text, std::uint64_t& replaced,
+                           char* out) {
   if (!Fits(bytes, text.offset, text.size)) return out;
   const Bytes from = bytes.subspan(text.offset);
   const std::size_t count = UnitsWithoutZerosAtEnd(from.data(), text.size / 2);

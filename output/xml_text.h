@@ -8,6 +8,7 @@
 
 #include "event/value.h"
 #include "logs/bytes.h"
+#include "logs/plain_ascii.h"
 
 namespace tarnlex {
 
@@ -20,9 +21,17 @@ inline constexpr std::size_t kXmlPerByte = 6;
 // to `replaced`.
 char* EscapeXml(char* begin, char* end, std::uint64_t& replaced);
 
+// The long way of WriteXmlText.
+char* WriteUncommonXmlText(Bytes bytes, const SubstitutionValue& text, std::uint64_t& replaced,
+                           char* out);
+
 // Writes a value of type kEvtVarTypeString, escaped as it is converted; returns the end. There is
 // room for kXmlPerByte times its bytes and two blocks of sixteen more.
-char* WriteXmlText(Bytes bytes, const SubstitutionValue& text, std::uint64_t& replaced, char* out);
+inline char* WriteXmlText(Bytes bytes, const SubstitutionValue& text, std::uint64_t& replaced,
+                          char* out) {
+  char* const plain_end = WriteXmlAscii(bytes, text.offset, text.size / 2, out);
+  return plain_end ? plain_end : WriteUncommonXmlText(bytes, text, replaced, out);
+}
 
 // A text, escaped, in a string of its own.
 std::string XmlText(std::string_view text, std::uint64_t& replaced);

@@ -178,6 +178,8 @@ TEST(TimeText, HasTheFractionThatTheFormatAsksFor) {
   EXPECT_EQ(TimeOf("hh:mm:ss.xx"), "14:05:09");
   EXPECT_EQ(TimeOf("hh:mm"), "14:05");
   EXPECT_EQ(TimeOf("ss"), ":09");
+  EXPECT_EQ(TimeOf("ss.xxx"), ":09.123");
+  EXPECT_EQ(TimeOf("hh:mm.xxxxxxxxx"), "14:05.123456700");
   EXPECT_EQ(TimeOf("HH:MM:SS.XXX"), "14:05:09.123");
   EXPECT_EQ(TimeOf("hh:mm:ss.xxx", FromUnix(1)), "00:00:01.000");
 }

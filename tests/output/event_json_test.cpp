@@ -51,6 +51,7 @@ TEST(EventJson, OtherTypesAreTexts) {
             R"("54849625-5478-4994-A5BA-3E3B0328C30D")");
   EXPECT_EQ(Typed(support::HexInt64Value(0x3e7)), R"("0x3e7")");
   EXPECT_EQ(Typed(support::HexInt32Value(0)), R"("0x0")");
+  EXPECT_EQ(Typed(support::HexInt64Value(~std::uint64_t{0})), R"("0xffffffffffffffff")");
   EXPECT_EQ(Typed(support::SizeTValue(4096)), R"("0x1000")");
   EXPECT_EQ(Typed(support::BinaryValue(support::Hex("DE AD"))), R"("DEAD")");
   EXPECT_EQ(Typed(support::FileTimeValue(support::Filetime(2012, 3, 7, 14, 5, 9, 1234567))),
@@ -113,6 +114,27 @@ TEST(EventJson, AttributesWithoutATextAreLeftOut) {
   EXPECT_EQ(Data({one}, {support::StringValue("x"), support::NullValue()}),
             R"({"A":{"#attributes":{"k":"x"},"#text":"x"}})");
   EXPECT_EQ(Data({one}, {support::NullValue(), support::NullValue()}), R"({"A":null})");
+}
+
+TEST(EventJson, LiteralAttributesStayWhateverIsLeftOutBesideThem) {
+  const auto slot = [](std::string_view name) {
+    return Attribute(name, OptionalSlot(0, support::kString));
+  };
+  const std::vector<Node> nodes = {
+      Element("First", {Attribute("k", "1"), slot("l"), slot("m"), Attribute("n", "4")}),
+      Element("Last", {slot("k"), Attribute("l", "2")}, {Text("t")}),
+      Element("Middle", {slot("k"), Attribute("l", "2"), slot("m")}, {Element("B")}),
+      Element("Only", {Attribute("k", "1")}, {OptionalSlot(0, support::kString)}),
+  };
+  EXPECT_EQ(Data(nodes, {support::NullValue()}), R"({"First":{"#attributes":{"k":"1","n":"4"}},)"
+                                                 R"("Last":{"#attributes":{"l":"2"},"#text":"t"},)"
+                                                 R"("Middle":{"#attributes":{"l":"2"},"B":null},)"
+                                                 R"("Only":{"#attributes":{"k":"1"}}})");
+  EXPECT_EQ(Data(nodes, {support::StringValue("x")}),
+            R"({"First":{"#attributes":{"k":"1","l":"x","m":"x","n":"4"}},)"
+            R"("Last":{"#attributes":{"k":"x","l":"2"},"#text":"t"},)"
+            R"("Middle":{"#attributes":{"k":"x","l":"2","m":"x"},"B":null},)"
+            R"("Only":{"#attributes":{"k":"1"},"#text":"x"}})");
 }
 
 TEST(EventJson, AnElementWhoseAttributesAreGoneKeepsWhatItHolds) {

@@ -62,6 +62,13 @@ TEST(EventXml, CharactersThatXmlCannotHoldAreReplacedAndCounted) {
   EXPECT_NE(trace.find("\ncharacters that XML cannot hold: 4\n"), std::string::npos) << trace;
 }
 
+TEST(EventXml, WhatXmlCannotHoldIsReplacedBehindEscapesToo) {
+  const std::string text = "sixteen & more < characters\r\n\t, \x01 and \xC3\xA4\"> behind";
+  EXPECT_EQ(Data({Element("V", {}, {Slot(0, support::kString)})}, {support::StringValue(text)}),
+            "<V>sixteen &amp; more &lt; characters&#13;&#10;&#9;, \xEF\xBF\xBD and "
+            "\xC3\xA4&quot;&gt; behind</V>");
+}
+
 TEST(EventXml, NothingIsSaidOfCharactersWhereAllAreSome) {
   std::string trace;
   Streamed(EventDataLog({Element("V", {}, {Text("z")})}, {}), &RunOptions::event_xml_form, &trace);

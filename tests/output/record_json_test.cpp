@@ -100,6 +100,68 @@ TEST(RecordJson, ALevelOfManyControlCharactersHasRoom) {
   EXPECT_EQ(line.find("LevelName"), line.npos);
 }
 
+// A line of a record that was written at `written`, of an event that states `created`.
+std::string LineOfTimes(std::uint64_t written, std::uint64_t created) {
+  support::EvtxBuilder log;
+  log.AddRecord(
+      {.time = written,
+       .body = support::InstanceFragment(
+           support::MakeTemplate(
+               "event",
+               {Element("Event", {},
+                        {Element("System", {},
+                                 {Element("TimeCreated",
+                                          {Attribute("SystemTime", {Slot(0, support::kFileTime)})},
+                                          {})})})}),
+           {support::FileTimeValue(created)})});
+  return Streamed(log.Build(), &RunOptions::json_form);
+}
+
+TEST(RecordJson, BothTimesAreSaidWhetherTheyAreTheSameOrNot) {
+  constexpr std::uint64_t kTime = 133'232'596'135'897'932;
+  constexpr std::string_view kText = "2023-03-14T09:26:53.5897932Z";
+  const std::string created = "\"TimeCreated\":\"" + std::string(kText) + "\"";
+  const std::string written = "\"TimeWritten\":\"" + std::string(kText) + "\"";
+  const std::string same = LineOfTimes(kTime, kTime);
+  EXPECT_NE(same.find(created), same.npos) << same;
+  EXPECT_NE(same.find(written), same.npos) << same;
+  const std::string later = LineOfTimes(kTime, kTime - 1);
+  EXPECT_NE(later.find("\"TimeCreated\":\"2023-03-14T09:26:53.5897931Z\""), later.npos) << later;
+  EXPECT_NE(later.find(written), later.npos) << later;
+}
+
+TEST(RecordJson, TimesOfFiveDigitYearsAreSaidTwiceToo) {
+  constexpr std::uint64_t kLast = ~std::uint64_t{0} >> 1;
+  const std::string line = LineOfTimes(kLast, kLast);
+  EXPECT_NE(line.find("\"TimeCreated\":\"30828-09-14T02:48:05.4775807Z\""), line.npos) << line;
+  EXPECT_NE(line.find("\"TimeWritten\":\"30828-09-14T02:48:05.4775807Z\""), line.npos) << line;
+}
+
+TEST(RecordJson, LiteralsOfSystemHaveTheTypesOfTheirMembers) {
+  support::EvtxBuilder log;
+  log.AddRecord(
+      {.body = support::InstanceFragment(
+           support::MakeTemplate(
+               "event",
+               {Element(
+                   "Event", {},
+                   {Element(
+                       "System", {},
+                       {Element("Provider",
+                                {Attribute("Name", "a\"b"),
+                                 Attribute("Guid", "{54849625-5478-4994-A5BA-3E3B0328C30D}")},
+                                {}),
+                        Element("EventID", {}, {Text("4624")}), Element("Level", {}, {Text("2")}),
+                        Element("Task", {}, {Text("none")})})})}),
+           {})});
+  const std::string line = Streamed(log.Build(), &RunOptions::json_form);
+  EXPECT_TRUE(line.starts_with(
+      "{\"Log\":\"log\",\"Provider\":\"a\\\"b\","
+      "\"ProviderGuid\":\"54849625-5478-4994-a5ba-3e3b0328c30d\",\"EventID\":4624,\"Level\":2,"
+      "\"LevelName\":\"Error\",\"Task\":\"none\",\"EventRecordID\":"))
+      << line;
+}
+
 // What a report pulls stands in the line a second time.
 TEST(RecordJson, ATextOfManyControlCharactersThatIsPulledHasRoom) {
   constexpr std::size_t kMany = 60'000;
