@@ -16,7 +16,7 @@ namespace tarnlex {
 struct RepeatedCell {
   std::vector<std::uint8_t> value;
   std::uint8_t type = 0;
-  std::string_view text;  // in a row; of no address: none that rows may point to yet
+  std::string_view text;  // in a row; of no address: none that rows may point to
 };
 
 // A text of the row that is being made.
@@ -37,7 +37,7 @@ struct RepeatedCells {
 // Whether a value with so many characters is worth it: shorter ones take no more room than what
 // points to them, and longer ones hardly come twice.
 inline constexpr std::size_t kLeastRepeated = 16;
-inline constexpr std::size_t kMostRepeated = 1024;
+inline constexpr std::size_t kMostRepeated = 1023;
 inline bool MayRepeat(const RepeatedCells& cells, std::size_t size) {
   return size >= kLeastRepeated && size <= kMostRepeated && !cells.seen.empty();
 }

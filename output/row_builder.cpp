@@ -108,11 +108,13 @@ char* AddPackedKnownCell(char* at, std::string_view text) {
 char* AddUnresolvedCell(RowBuilder& builder, char* at) {
   builder.made_later += kUnresolvedCell;
   const auto offset = static_cast<std::size_t>(at - builder.start);
-  std::uint16_t head;
-  std::memcpy(&head, builder.start + builder.closed, sizeof head);
-  if (offset == builder.behind_counted && SizeInHead(head) < kMostInHead) {
-    WriteHead(builder, builder.closed, static_cast<std::uint16_t>(head + 1));
-    return at;
+  if (offset == builder.behind_counted) {
+    std::uint16_t head;
+    std::memcpy(&head, builder.start + builder.closed, sizeof head);
+    if (SizeInHead(head) < kMostInHead) {
+      WriteHead(builder, builder.closed, static_cast<std::uint16_t>(head + 1));
+      return at;
+    }
   }
   if (offset == builder.behind_one) {
     at = ClosePiece(builder, at - kUnresolvedCell);

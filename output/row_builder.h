@@ -120,8 +120,7 @@ inline char* EndStretch(RowBuilder& builder, char* at) {
   return at;
 }
 
-// A cell that another row has, of kLeastRepeated bytes or more; joined ones are no longer than
-// kMostInHead with their separator.
+// A cell that another row has; joined ones are no longer than kMostInHead with their separator.
 char* AddPackedKnownCell(char* at, std::string_view text);
 inline char* AddKnownCell(RowBuilder& builder, char* at, std::string_view text) {
   if (builder.form == CellForm::kPacked) return AddPackedKnownCell(at, text);

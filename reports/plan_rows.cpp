@@ -127,14 +127,16 @@ char* AddIfKnown(EventRows& rows, PlanCell& cell, const SubstitutionValue& value
   return nullptr;
 }
 
-// Notes the cell that has been made of a value and ends at `end`, for later rows.
+// Notes the cell that has been made of a value and ends at `end`, for later rows. Whatever value
+// gets a place has its cell noted: one that came before it in the row may be noted for the same
+// place.
+static_assert(4 * kMostRepeated < kMostInHead, "marks make a text four times as long at most");
 template <CellForm kForm>
 void NoteCell(EventRows& rows, const RowBuilder& builder, RepeatedCell& place, const char* end) {
   const char* at = builder.cell;
   const std::string_view text = kForm == CellForm::kJoined
                                     ? std::string_view(at, static_cast<std::size_t>(end - at) - 1)
                                     : NextOwnCell(at);
-  if (text.size() >= kMostInHead) return;
   const auto offset = static_cast<std::size_t>(text.data() - builder.start);
   rows.repeated.unplaced.push_back({&place, offset, text.size()});
 }

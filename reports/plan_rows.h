@@ -24,7 +24,7 @@ struct PlanCell {
   bool describes_row = false;
   bool is_provider = false;  // the row keeps this text as its provider,
   bool is_level = false;     // or this one as its level
-  // Where rows have the text of the value that came last, if it may come again.
+  // The place of the value that came last, if it may come again; by now another's, perhaps.
   RepeatedCell* last = nullptr;
 };
 

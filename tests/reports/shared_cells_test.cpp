@@ -110,6 +110,42 @@ TEST(SharedCells, DoNotShowInAnyTable) {
   }
 }
 
+// A value as it lies in a record.
+std::vector<std::uint8_t> Units(std::string_view text) {
+  std::vector<std::uint8_t> units;
+  for (const char c : text) units.insert(units.end(), {static_cast<std::uint8_t>(c), 0});
+  return units;
+}
+
+// A text that is remembered at the same place as another.
+std::string ThatShares(std::string_view other) {
+  RepeatedCells cells;
+  ExpectRepeated(cells);
+  const auto place_of = [&cells](std::string_view text) {
+    const std::vector<std::uint8_t> units = Units(text);
+    PlaceOf(cells, units);
+    return PlaceOf(cells, units);
+  };
+  std::string text;
+  for (int i = 0; text.empty() || place_of(text) != place_of(other); ++i) {
+    text = "one of many texts, number " + std::to_string(i);
+  }
+  return text;
+}
+
+TEST(SharedCells, AreNotMixedUpWhenTwoOfARowHaveOnePlace) {
+  for (const std::size_t length : {16U, 100U, 1022U, 1023U, 1024U}) {
+    const std::string breaks(length, '\n');
+    const std::string first = ThatShares(breaks);
+    const std::vector<Event> events = {
+        With(1, {{"A", first}}),  With(1, {{"A", first}, {"B", breaks}, {"C", breaks}}),
+        With(1, {{"A", breaks}}), With(1, {{"A", first}}),
+        With(1, {{"A", breaks}}),
+    };
+    EXPECT_EQ(TableOf(events, Csv(true), true), TableOf(events, Csv(true), false)) << length;
+  }
+}
+
 // What comes before a long text moves when that has ended.
 TEST(SharedCells, MayStandNextToALongText) {
   const std::string large(6'000, 'x');
