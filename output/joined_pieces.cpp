@@ -6,8 +6,9 @@
 namespace tarnlex {
 
 char* WriteHexCell(std::uint64_t number, char separator, char* out) {
-  std::memcpy(out, "0x", 2);
-  out = WriteHex16(number, out + 2);
+  *out++ = '0';
+  *out++ = 'x';
+  out = WriteHex16(number, out);
   *out = separator;
   return out + 1;
 }
