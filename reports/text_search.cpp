@@ -12,6 +12,7 @@ namespace tarnlex {
 namespace {
 
 constexpr std::uint8_t kListType = 0x80;
+constexpr std::uint32_t kAskedMuch = 16;
 
 // Characters that stand in values as they do in texts: no zero unit becomes one of them, none
 // separates the texts of a list, and none takes more than a unit.
@@ -65,12 +66,23 @@ Bytes BytesOf(const EventStructure& event, const SubstitutionArray& array) {
   return event.bytes.subspan(first.offset, last.offset + last.size - first.offset);
 }
 
-// Whether the bytes that the record lies in hold the part of the text that tells. What holds for
-// all records of a chunk is found out with the first.
+void EnterChunk(TextSearch& search, std::uint64_t chunk) {
+  search.was_asked_much = search.asked >= kAskedMuch;
+  search.chunk = chunk;
+  search.asked = 0;
+  search.is_chunk_searched = false;
+  search.in_chunk = true;
+}
+
+// Whether the bytes that the record lies in may hold the part of the text that tells. A chunk takes
+// as long as many records: it is searched for a query that looks into most of them, not for one of
+// hundreds that each look into a few.
 bool MayBeInChunk(TextSearch& search, const DecodedEvent& event) {
   if (event.chunk == 0) return true;
-  if (search.chunk != event.chunk) {
-    search.chunk = event.chunk;
+  if (search.chunk != event.chunk) EnterChunk(search, event.chunk);
+  ++search.asked;
+  if (!search.is_chunk_searched && (search.was_asked_much || search.asked >= kAskedMuch)) {
+    search.is_chunk_searched = true;
     search.in_chunk = HoldsTextNoCase(event.structure.bytes, search.telling);
   }
   return search.in_chunk;
@@ -107,8 +119,11 @@ bool HasLists(const DecodedEvent& event) {
 // What a record lacks because its chunk does, and no value of which is put together, all of its
 // kind lack in such chunks.
 void NoteLack(TextSearch& search, EvtxDecoder& decoder, DecodedEvent& event) {
+  constexpr std::size_t kPlaces = 256;
   const PlanUse use = UseOf(decoder, event);
-  if (use.key.own) search.lacking[PlaceOf(use.key, search.lacking.size())] = use;
+  if (!use.key.own) return;
+  search.lacking.resize(kPlaces);
+  search.lacking[PlaceOf(use.key, kPlaces)] = use;
 }
 
 // Whether the text may be in a slot; false is certain. The values of a list need not hold what the
@@ -149,7 +164,7 @@ bool MayBeInNumbers(std::string_view lowered) {
 }
 
 bool IsKnownToLack(TextSearch& search, EvtxDecoder& decoder, DecodedEvent& event) {
-  if (search.telling.empty() || MayBeInChunk(search, event)) return false;
+  if (search.lacking.empty() || MayBeInChunk(search, event)) return false;
   if (search.spans_values && HasLists(event)) return false;
   const PlanKey key = UsedKey(decoder, event);
   const PlanUse& use = search.lacking[PlaceOf(key, search.lacking.size())];

@@ -2,7 +2,6 @@
 // at the bytes of their values tells without making texts of them.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -24,14 +23,18 @@ struct PlanSearch {
 };
 
 struct TextSearch {
-  std::string wanted;         // lower-cased; empty: not asked for
-  std::string telling;        // a part of it that stands in bytes as it is; empty: none
-  bool spans_values = false;  // it may begin in one value of a list and end in the next
-  std::uint64_t chunk = 0;    // which is known to hold that part or not
-  bool in_chunk = false;
+  std::string wanted;           // lower-cased; empty: not asked for
+  std::string telling;          // a part of it that stands in bytes as it is; empty: none
+  bool spans_values = false;    // it may begin in one value of a list and end in the next
+  std::uint64_t chunk = 0;      // of the last record
+  std::uint32_t asked = 0;      // how often, for that chunk
+  bool was_asked_much = false;  // for the one before it
+  bool is_chunk_searched = false;
+  bool in_chunk = true;           // the chunk holds that part, or may
   std::vector<PlanSearch> plans;  // by the plan's identifier
-  // Kinds of which no record holds the text that lies in a chunk without it.
-  std::array<PlanUse, 256> lacking = {};
+  // Kinds of which no record holds the text that lies in a chunk without it. Of many queries most
+  // know none.
+  std::vector<PlanUse> lacking;
 };
 
 TextSearch MakeTextSearch(std::string_view lowered);

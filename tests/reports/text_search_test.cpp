@@ -211,29 +211,50 @@ TEST(TextSearch, KnowsWhatRecordsLackOfChunksThatLackIt) {
   }
 }
 
-support::ByteString LogOfUsers(const std::vector<std::string>& names) {
+// A chunk with so many records of every name in turn, two of each.
+support::ByteString LogOfUsers(const std::vector<std::string>& names, int times) {
   EvtxBuilder log;
-  for (const std::string& name : names) {
-    log.AddEvent({.event_id = 4624, .data = {{"User", name}}});
-    log.AddRecord(
-        {.body = support::ElementsFragment({support::Element(
-             "Event", {}, {support::Element("Named", {}, {support::Text("x" + name)})})})});
+  for (int i = 0; i < times; ++i) {
+    for (const std::string& name : names) {
+      log.AddEvent({.event_id = 4624, .data = {{"User", name}}});
+      log.AddRecord(
+          {.body = support::ElementsFragment({support::Element(
+               "Event", {}, {support::Element("Named", {}, {support::Text("x" + name)})})})});
+    }
   }
   return log.BuildChunks();
 }
 
 // What was known of one chunk says nothing of the next.
 TEST(TextSearch, LooksIntoEveryChunk) {
-  const support::ByteString without = LogOfUsers({"alice", "bob"});
-  const support::ByteString with = LogOfUsers({"dave", "the Needle", "carol"});
+  const support::ByteString without = LogOfUsers({"alice", "bob"}, 6);
+  const support::ByteString with = LogOfUsers({"dave", "the Needle", "carol"}, 6);
   support::ByteString both = without;
   for (const support::ByteString& chunk : {with, without, with}) {
     both.insert(both.end(), chunk.begin(), chunk.end());
   }
   for (const Policy policy : {Policy::kLiteral, Policy::kComplete}) {
     const Found found = CountFound(both, policy, "needle", without);
-    EXPECT_EQ(found.records, 4U);
-    EXPECT_EQ(found.lacking, 8U);
+    EXPECT_EQ(found.records, 24U);
+    EXPECT_EQ(found.lacking, 48U);
+  }
+}
+
+// A chunk is a lot to search for one of many queries, each of which looks into a record or two.
+TEST(TextSearch, LooksIntoChunksOnlyForMostOfTheirRecords) {
+  const support::ByteString chunks = LogOfUsers({"alice", "bob"}, 20);
+  for (const bool looks_into_most : {false, true}) {
+    EvtxDecoder decoder;
+    BeginLog(decoder, nullptr, Policy::kLiteral);
+    TextSearch search = MakeTextSearch("needle");
+    Found found;
+    EvtxHandlers handlers;
+    handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
+      if (looks_into_most || event.record_id % 40 == 7) Ask(search, with, event, found);
+    };
+    for (int i = 0; i < 3; ++i) WalkSlots(decoder, chunks, 4096, handlers);
+    EXPECT_EQ(search.is_chunk_searched, looks_into_most);
+    EXPECT_EQ(found.lacking > 0, looks_into_most);
   }
 }
 
