@@ -212,14 +212,15 @@ char* WriteSteps(const EventStructure& event, const JsonSteps& layout, JsonStepR
       out = CopyPadded(key, out);
       continue;
     }
-    const SubstitutionValue& value = slots[step.slot];
-    const bool is_slot = step.kind == JsonStepKind::kSlot;
-    if (is_slot && value.type == kEvtVarTypeNull) continue;
+    // Records without values have no slots at all.
+    const SubstitutionValue* const value =
+        step.kind == JsonStepKind::kSlot ? slots + step.slot : nullptr;
+    if (value && value->type == kEvtVarTypeNull) continue;
     char* const at = CopyPadded(key, out);
     const bool is_quick =
-        is_slot && (step.role == JsonRole::kAsTyped || value.type != kEvtVarTypeString);
+        value && (step.role == JsonRole::kAsTyped || value->type != kEvtVarTypeString);
     char* const end =
-        is_quick ? WriteJsonValue(bytes, value, at) : WriteBehindKey(event, layout, step, at);
+        is_quick ? WriteJsonValue(bytes, *value, at) : WriteBehindKey(event, layout, step, at);
     next = steps + step.next;
     if (end != at) out = end;
   }
