@@ -14,6 +14,10 @@ namespace {
 constexpr std::int64_t kSecondsPerDay = 86'400;
 constexpr int kDaysFrom1601 = 134'774;  // to 1970
 
+// The years of a SYSTEMTIME; a FILETIME ends within the year behind them.
+constexpr std::uint16_t kFirstYear = 1601;
+constexpr std::uint16_t kLastYear = 30'827;
+
 // Reads exactly `digits` digits off the front of `text`.
 bool TakeNumber(std::string_view& text, std::size_t digits, int& number) {
   if (text.size() < digits) return false;
@@ -139,6 +143,7 @@ bool ReadSystemTime(Bytes bytes, std::uint64_t& filetime) {
   std::uint16_t fields[8];
   if (bytes.size() < sizeof fields) return false;
   std::memcpy(fields, bytes.data(), sizeof fields);
+  if (fields[0] < kFirstYear || fields[0] > kLastYear) return false;
   const std::chrono::year_month_day date{
       std::chrono::year{fields[0]}, std::chrono::month{fields[1]}, std::chrono::day{fields[3]}};
   if (!date.ok() || fields[4] > 23 || fields[5] > 59 || fields[6] > 59 || fields[7] > 999) {

@@ -19,7 +19,7 @@ bool ParseIsoTime(std::string_view text, std::uint64_t& filetime);
 char* WriteIsoTime(std::uint64_t filetime, char* out);
 
 // Reads a SYSTEMTIME, eight 16-bit numbers, as UTC. False for too few bytes, and for what is no
-// time of the calendar from 1601 on.
+// time of the calendar from 1601 to 30827, the years that SYSTEMTIME has.
 bool ReadSystemTime(Bytes bytes, std::uint64_t& filetime);
 
 }  // namespace tarnlex

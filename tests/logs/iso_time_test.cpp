@@ -91,5 +91,25 @@ TEST(IsoTime, ReadsNothingBehindTheText) {
   }
 }
 
+// Of a SYSTEMTIME at a time of the year that all years have.
+std::uint64_t SystemTimeIn(std::uint16_t year) {
+  const std::uint16_t fields[] = {year, 3, 2, 14, 9, 26, 53, 589};
+  std::uint64_t time = kUntouched;
+  const Bytes bytes(reinterpret_cast<const std::uint8_t*>(fields), sizeof fields);
+  if (!ReadSystemTime(bytes, time)) {
+    EXPECT_EQ(time, kUntouched) << year;
+  }
+  return time;
+}
+
+TEST(IsoTime, ReadsTheYearsOfSystemTimeOnly) {
+  EXPECT_EQ(SystemTimeIn(2023), support::Filetime(2023, 3, 14, 9, 26, 53) + 5'890'000);
+  EXPECT_EQ(SystemTimeIn(1601), support::Filetime(1601, 3, 14, 9, 26, 53) + 5'890'000);
+  EXPECT_EQ(SystemTimeIn(30'827) - SystemTimeIn(30'427), 146'097 * (86'400 * kSecond));
+  for (const int year : {0, 1600, 30'828, 32'767, 32'768, 33'536, 65'535}) {
+    EXPECT_EQ(SystemTimeIn(static_cast<std::uint16_t>(year)), kUntouched) << year;
+  }
+}
+
 }  // namespace
 }  // namespace tarnlex
