@@ -298,10 +298,11 @@ char* WriteNumber(std::string_view key, std::uint64_t number, char* out) {
 // Whether the event says of itself that it is of that time, and how the text of it is known.
 bool IsTimeCreated(const EventStructure& event, const RecordJson& layout, std::uint64_t filetime) {
   if (layout.time < 0) return false;
-  const SubstitutionValue& value = event.slots[StepAt(layout, layout.time).slot];
+  const JsonStep& step = StepAt(layout, layout.time);
+  if (step.kind != JsonStepKind::kSlot) return false;
+  const SubstitutionValue& value = event.slots[step.slot];
   std::uint64_t created = 0;
-  return StepAt(layout, layout.time).kind == JsonStepKind::kSlot &&
-         value.type == kEvtVarTypeFileTime && value.size >= sizeof created &&
+  return value.type == kEvtVarTypeFileTime && value.size >= sizeof created &&
          ReadAt(event.bytes, value.offset, created) && created == filetime;
 }
 
