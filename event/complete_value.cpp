@@ -12,7 +12,6 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint8_t kArrayBit = 0x80;
 constexpr std::size_t kFixedSidPart = 8;
 
 // The shortest text that reads back as the same number.
@@ -199,7 +198,7 @@ constinit const std::array<ValueWriter, kTypeBits> kCompleteWriters = [] {
 
 char* WriteUncommonText(Bytes bytes, const SubstitutionValue& value, char* out) {
   if (value.type == kEvtVarTypeNull || !Fits(bytes, value.offset, value.size)) return out;
-  if ((value.type & kArrayBit) == 0) return WriteOne(bytes, value, out);
+  if (!IsArray(value)) return WriteOne(bytes, value, out);
   return value.type == kEvtVarTypeMultiWideString ? WriteValueText(bytes, value, out)
                                                   : WriteArray(bytes, value, out);
 }

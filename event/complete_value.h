@@ -51,7 +51,7 @@ constexpr bool IsFreeCompleteText(std::uint8_t type) {
 }
 
 // Whether a value is a list of values.
-constexpr bool IsArray(const SubstitutionValue& value) { return (value.type & 0x80) != 0; }
+constexpr bool IsArray(const SubstitutionValue& value) { return (value.type & kArrayBit) != 0; }
 
 // Steps through the values of an array, each as a value of its own.
 struct ArrayElements {

@@ -41,6 +41,9 @@ enum EvtVarType : std::uint8_t {
   kEvtVarTypeArrayHexInt64 = 0x95,
 };
 
+// Set in the types of lists of values.
+inline constexpr std::uint8_t kArrayBit = 0x80;
+
 // One slot of a substitution array. Its text is rendered only when somebody asks for it.
 struct SubstitutionValue {
   std::uint32_t offset = 0;  // of the value's bytes in those of the event

@@ -23,7 +23,6 @@ constexpr std::size_t kMostChunkKinds = std::size_t{1} << 20;  // bytes of those
 
 constexpr char kTextItself = 0x7F;     // in a key: a text that belongs to the kind
 constexpr std::size_t kEntryHead = 4;  // of what stands there with its bytes: kind and size
-constexpr std::size_t kBlock = 16;
 
 constexpr std::uint32_t kValueHeadSize = 4;  // of a token with a text: token, type and units
 
@@ -67,15 +66,14 @@ inline bool IsOfForm(Bytes name) {
          std::memcmp(name.data(), kNamespace, sizeof kNamespace) == 0;
 }
 
-// Most are short, and done by moves of a block where so many bytes may be read.
-inline void CopyShort(Bytes chunk, Bytes from, char* to) {
-  const std::uint8_t* const end = chunk.data() + chunk.size();
-  if (static_cast<std::size_t>(end - from.data()) < from.size() + kBlock) {
-    std::memcpy(to, from.data(), from.size());
-    return;
-  }
-  for (std::size_t done = 0; done < from.size(); done += kBlock) {
-    std::memcpy(to + done, from.data() + done, kBlock);
+// By blocks where so many bytes may be read.
+inline void CopyPart(Bytes chunk, Bytes part, char* to) {
+  const auto left = static_cast<std::size_t>(chunk.data() + chunk.size() - part.data());
+  const std::string_view text(reinterpret_cast<const char*>(part.data()), part.size());
+  if (left < part.size() + kCopyBlock) {
+    CopyText(text, to);
+  } else {
+    CopyPadded(text, to);
   }
 }
 
@@ -85,7 +83,7 @@ inline bool AddBytes(Reading& run, char kind, Bytes bytes) {
   if (static_cast<std::size_t>(run.key_end - run.key) < kEntryHead + size) return false;
   const std::uint32_t head = size << 8 | static_cast<std::uint8_t>(kind);
   std::memcpy(run.key, &head, kEntryHead);
-  CopyShort(run.chunk, bytes, run.key + kEntryHead);
+  CopyPart(run.chunk, bytes, run.key + kEntryHead);
   run.key += kEntryHead + size;
   return true;
 }
@@ -172,7 +170,7 @@ inline bool TakeToken(Reading& run, const OwnTexts& texts, std::uint32_t node) {
 
 bool ReadKind(Bytes chunk, const StreamPlace& place, const OwnTexts& texts, std::string& room,
               std::string_view& key) {
-  room.resize(kMostKey + kBlock);
+  room.resize(kMostKey + kCopyBlock);
   Reading run{chunk, Clip(chunk, 0, place.end), FirstToken(chunk, place.begin, place.end),
               room.data(), room.data() + kMostKey};
   for (std::uint32_t node = 0; run.at < place.end && !run.ended; ++node) {

@@ -10,7 +10,6 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint8_t kListType = 0x80;
 constexpr int kTypeShift = 16;            // of a descriptor: below it stands the size
 constexpr std::size_t kValuesAtOnce = 4;  // laid out, some of which may be none
 
@@ -118,7 +117,7 @@ void LayOutRest(const ArrayHead& head, SubstitutionValue* values, LaidOut& out) 
     const auto type = static_cast<std::uint8_t>(fields >> kTypeShift);
     values[out.done] = {out.at, size, type};
     out.at += size;
-    out.has_lists |= (type & kListType) != 0;
+    out.has_lists |= (type & kArrayBit) != 0;
     if (type == kEvtVarTypeEvtBXml) out.binary_xml |= std::uint64_t{1} << out.done % kSlotBits;
     if (type == kEvtVarTypeAnsiString) out.has_ansi = true;
   }
@@ -130,7 +129,7 @@ void LookAtTypes(const SubstitutionValue* values, SubstitutionArray& array) {
   array.has_ansi = array.has_lists = false;
   for (std::uint32_t i = 0; i < array.count; ++i) {
     array.has_ansi |= values[i].type == kEvtVarTypeAnsiString;
-    array.has_lists |= (values[i].type & kListType) != 0;
+    array.has_lists |= (values[i].type & kArrayBit) != 0;
     if (values[i].type != kEvtVarTypeEvtBXml) continue;
     if (i < kSlotBits) array.binary_xml |= std::uint64_t{1} << i;
     array.binary_xml_beyond |= i >= kSlotBits;

@@ -25,28 +25,6 @@ Bytes ComparedRecord(Bytes chunk, std::uint32_t offset, std::size_t size) {
              : Bytes{};
 }
 
-template <typename T>
-bool SameAt(const std::uint8_t* a, const std::uint8_t* b) {
-  return Load<T>(a) == Load<T>(b);
-}
-
-// What stands between two names is a few bytes, and so are most names: less than a call costs.
-inline bool SameBytes(const std::uint8_t* a, const std::uint8_t* b, std::size_t size) {
-  using Word = std::uint64_t;
-  using Half = std::uint32_t;
-  if (size >= sizeof(Word)) {
-    std::size_t at = 0;
-    for (; at + sizeof(Word) <= size; at += sizeof(Word)) {
-      if (!SameAt<Word>(a + at, b + at)) return false;
-    }
-    return SameAt<Word>(a + size - sizeof(Word), b + size - sizeof(Word));
-  }
-  if (size >= sizeof(Half)) {
-    return SameAt<Half>(a, b) && SameAt<Half>(a + size - sizeof(Half), b + size - sizeof(Half));
-  }
-  return std::equal(a, a + size, b);
-}
-
 inline bool SameName(const NameField& field, const std::uint8_t* name, Bytes chunk,
                      std::uint32_t begin) {
   const std::uint32_t at = begin + field.position;

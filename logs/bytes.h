@@ -2,6 +2,7 @@
 // that comes from a file passes through Fits before it is used.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -30,6 +31,26 @@ T Load(const std::uint8_t* at) {
   T value;
   std::memcpy(&value, at, sizeof value);
   return value;
+}
+
+// Whether two stretches of so many bytes are the same. Most are a few bytes, which are less than a
+// call costs.
+inline bool SameBytes(const std::uint8_t* a, const std::uint8_t* b, std::size_t size) {
+  using Word = std::uint64_t;
+  using Half = std::uint32_t;
+  constexpr std::size_t kFew = 128;
+  const auto same = [a, b]<typename T>(T, std::size_t at) {
+    return Load<T>(a + at) == Load<T>(b + at);
+  };
+  if (size > kFew) return std::memcmp(a, b, size) == 0;
+  if (size >= sizeof(Word)) {
+    for (std::size_t at = 0; at + sizeof(Word) <= size; at += sizeof(Word)) {
+      if (!same(Word{}, at)) return false;
+    }
+    return same(Word{}, size - sizeof(Word));
+  }
+  if (size >= sizeof(Half)) return same(Half{}, 0) && same(Half{}, size - sizeof(Half));
+  return std::equal(a, a + size, b);
 }
 
 // The number at `offset`; false (and 0) when it does not lie inside `bytes`.

@@ -30,6 +30,12 @@ constexpr void SetEscape(Escapes& escapes, char c, std::string_view text) {
   escape.size = static_cast<std::uint8_t>(text.size());
 }
 
+// The same for units, of which a zero is a blank.
+constexpr Escapes ForUnits(Escapes escapes) {
+  SetEscape(escapes, '\0', " ");
+  return escapes;
+}
+
 // The escape of a unit; one of no size for what has none.
 inline const Escape& EscapeOf(const Escapes& escapes, std::uint16_t unit) {
   static constexpr Escape kNone;

@@ -24,11 +24,8 @@ std::size_t RarestOf(std::string_view lowered) {
   return rarest;
 }
 
-// Whether the text stands in `bytes` with its `nth` character at `at`, each being `width` bytes.
-bool StandsAt(Bytes bytes, std::size_t at, std::string_view lowered, std::size_t nth,
-              std::size_t width) {
-  if (at < nth * width || !Fits(bytes, at - nth * width, lowered.size() * width)) return false;
-  const std::uint8_t* from = bytes.data() + at - nth * width;
+// Whether what is at `from` is the text, each of its characters being `width` bytes.
+inline bool Spells(const std::uint8_t* from, std::string_view lowered, std::size_t width) {
   for (const char wanted : lowered) {
     if (LowerAscii(static_cast<char>(from[0])) != wanted) return false;
     if (width == 2 && from[1] != 0) return false;
@@ -37,16 +34,15 @@ bool StandsAt(Bytes bytes, std::size_t at, std::string_view lowered, std::size_t
   return true;
 }
 
-bool TextStandsAt(Bytes bytes, std::size_t at, std::string_view lowered, std::size_t nth) {
-  return StandsAt(bytes, at, lowered, nth, 2) || StandsAt(bytes, at, lowered, nth, 1);
+// Whether the text stands in `bytes` with its `nth` character at `at`.
+bool StandsAt(Bytes bytes, std::size_t at, std::string_view lowered, std::size_t nth,
+              std::size_t width) {
+  return at >= nth * width && Fits(bytes, at - nth * width, lowered.size() * width) &&
+         Spells(bytes.data() + at - nth * width, lowered, width);
 }
 
-bool BeginsWithUnits(const std::uint8_t* at, std::string_view lowered) {
-  for (const char wanted : lowered) {
-    if (at[1] != 0 || LowerAscii(static_cast<char>(at[0])) != wanted) return false;
-    at += 2;
-  }
-  return true;
+bool TextStandsAt(Bytes bytes, std::size_t at, std::string_view lowered, std::size_t nth) {
+  return StandsAt(bytes, at, lowered, nth, 2) || StandsAt(bytes, at, lowered, nth, 1);
 }
 
 #if defined(__SSE2__)
@@ -84,7 +80,7 @@ __m128i Candidates(const UnitPattern& pattern, const std::uint8_t* at) {
 bool AnyBegins(__m128i candidates, const std::uint8_t* at, std::string_view lowered) {
   auto left = static_cast<unsigned>(_mm_movemask_epi8(candidates));
   for (; left != 0; left &= left - 1) {
-    if (BeginsWithUnits(at + std::countr_zero(left), lowered)) return true;
+    if (Spells(at + std::countr_zero(left), lowered, 2)) return true;
   }
   return false;
 }
@@ -158,7 +154,7 @@ bool HoldsUnitsNoCase(Bytes bytes, std::string_view lowered) {
   std::size_t begin = 0;
   if (FindInBlocks(bytes, lowered, begin)) return true;
   for (; begin + 2 * lowered.size() <= bytes.size(); ++begin) {
-    if (BeginsWithUnits(bytes.data() + begin, lowered)) return true;
+    if (Spells(bytes.data() + begin, lowered, 2)) return true;
   }
   return false;
 }

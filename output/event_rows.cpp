@@ -44,14 +44,6 @@ const ColumnSet* StoreColumnSet(EventRows& rows, const std::vector<std::string_v
   return rows.column_sets.back().get();
 }
 
-// Room for a large number of elements that will all be used.
-template <typename T>
-void ReserveFilled(std::vector<T>& list, std::size_t count) {
-  if (count <= list.capacity()) return;
-  list.reserve(count);
-  ExpectFilled(list.data(), count * sizeof(T));
-}
-
 }  // namespace
 
 void FreeRowBytes::operator()(char* bytes) const { ::operator delete[](bytes, kRowAlignment); }
@@ -187,7 +179,11 @@ void KeepQueryName(EventRows& rows, std::uint32_t position, std::string_view nam
   rows.query_names[position] = InternText(rows, name);
 }
 
-void ExpectRows(EventRows& rows, std::size_t count) { ReserveFilled(rows.rows, count); }
+void ExpectRows(EventRows& rows, std::size_t count) {
+  if (count <= rows.rows.capacity()) return;
+  rows.rows.reserve(count);
+  ExpectFilled(rows.rows.data(), count * sizeof(EventRecord));
+}
 
 std::string RecoveryText(const EventRows& rows, std::uint32_t number) {
   if (number >= rows.places.size() || !IsRecovered(rows.places[number].recovery)) return {};

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "event/number_text.h"
 #include "logs/text.h"
 
 namespace tarnlex {
@@ -41,15 +42,13 @@ inline std::uint16_t PieceHead(PieceKind kind, std::uint32_t size) {
 inline PieceKind KindOfPiece(std::uint16_t head) { return static_cast<PieceKind>(head >> 12 & 7); }
 inline std::uint32_t SizeInHead(std::uint16_t head) { return head & kMostInHead; }
 
-// Write a cell that is made of what a piece has, with the separator; return its end.
+// Writes the cell of a value that is left out, with the separator; returns its end.
 inline constexpr std::size_t kUnresolvedCell = kUnresolved.size() + 1;
 inline char* WriteUnresolvedCell(char separator, char* out) {
   std::memcpy(out, kUnresolved.data(), kUnresolved.size());
   out[kUnresolved.size()] = separator;
   return out + kUnresolvedCell;
 }
-char* WriteHexCell(std::uint64_t number, char separator, char* out);
-char* WriteInstantCell(std::uint64_t filetime, char separator, char* out);
 
 // Reads what lies at `at`, which is moved behind it.
 template <typename T>
@@ -70,6 +69,16 @@ inline std::string_view TakeCells(std::uint16_t head, const char*& at) {
   return cells;
 }
 
+// Writes the cell of the 64-bit number at `at`, which is moved behind it, with the separator;
+// returns the cell's end.
+template <NumberWriter kWrite>
+char* WriteNumberCell(const char*& at, char separator, char* out) {
+  out = kWrite(reinterpret_cast<const std::uint8_t*>(at), out);
+  at += sizeof(std::uint64_t);
+  *out = separator;
+  return out + 1;
+}
+
 // Writes all cells of a piece, whose head has been taken; returns their end. Behind the piece a
 // block may be read (see CopyPadded), and behind the cells one be overwritten.
 inline char* WritePiece(std::uint16_t head, const char*& at, char separator, char* out) {
@@ -82,9 +91,8 @@ inline char* WritePiece(std::uint16_t head, const char*& at, char separator, cha
         out = WriteUnresolvedCell(separator, out);
       }
       return out;
-    case PieceKind::kHex: return WriteHexCell(TakeNumber<std::uint64_t>(at), separator, out);
-    case PieceKind::kInstant:
-      return WriteInstantCell(TakeNumber<std::uint64_t>(at), separator, out);
+    case PieceKind::kHex: return WriteNumberCell<WriteHexInt64>(at, separator, out);
+    case PieceKind::kInstant: return WriteNumberCell<WriteFiletime>(at, separator, out);
   }
   return out;
 }

@@ -44,12 +44,7 @@ constexpr auto kEscapes = [] {
   return escapes;
 }();
 
-// The same for units of which a zero is a blank.
-constexpr auto kUnitEscapes = [] {
-  Escapes escapes = kEscapes;
-  SetEscape(escapes, '\0', " ");
-  return escapes;
-}();
+constexpr Escapes kUnitEscapes = ForUnits(kEscapes);
 
 char* WriteEscape(char c, char* out) {
   const Escape& escape = kEscapes[static_cast<std::size_t>(c)];

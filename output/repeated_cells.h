@@ -62,23 +62,9 @@ inline RepeatedCell* PlaceOf(RepeatedCells& cells, Bytes value) {
   return nullptr;
 }
 
-// Whether so many bytes, kLeastRepeated or more, are the same. Most values take a few blocks, which
-// cost less than a call.
-inline bool AreSame(const std::uint8_t* a, const std::uint8_t* b, std::size_t size) {
-  constexpr std::size_t kFew = 128;
-  if (size > kFew) return std::memcmp(a, b, size) == 0;
-  const auto differ = [a, b](std::size_t at) {
-    return (Load<std::uint64_t>(a + at) ^ Load<std::uint64_t>(b + at)) |
-           (Load<std::uint64_t>(a + at + 8) ^ Load<std::uint64_t>(b + at + 8));
-  };
-  std::uint64_t any = differ(size - kLeastRepeated);
-  for (std::size_t at = 0; at + kLeastRepeated < size; at += kLeastRepeated) any |= differ(at);
-  return any == 0;
-}
-
 inline bool HoldsCell(const RepeatedCell& place, Bytes value, std::uint8_t type) {
   return place.text.data() && place.type == type && place.value.size() == value.size() &&
-         AreSame(place.value.data(), value.data(), value.size());
+         SameBytes(place.value.data(), value.data(), value.size());
 }
 
 // Gives the place to a value, of which the row that is being made gets a text.

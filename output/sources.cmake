@@ -11,7 +11,6 @@ target_sources(tarnlex_core PRIVATE
   output/event_text.cpp
   output/event_xml.cpp
   output/event_xml_layout.cpp
-  output/joined_pieces.cpp
   output/json_layout.cpp
   output/json_steps.cpp
   output/json_text.cpp

@@ -42,6 +42,17 @@ void PaintCells(TableWriter& table, std::string_view code) {
   table.cells = BeginCells(*table.cells.sink);
 }
 
+void MakeTimeCells(TableWriter& table, std::uint64_t filetime) {
+  const DateTimeText text = FormatDateTime(table.date_time, filetime);
+  if (table.paired) {
+    WritePairedCell(table, text);
+    return;
+  }
+  WriteDateCell(table, text);
+  Write(table.cells, table.between);
+  WriteTimeCell(table, text);
+}
+
 }  // namespace
 
 TableWriter MakeTableWriter(TextSink& out, const LogInfo& log, const RunOptions& options) {
@@ -84,25 +95,10 @@ void WritePairedCell(TableWriter& table, const DateTimeText& text) {
   Pad(table, PairedWidth(table), text.date.size() + text.time.size() + 1);
 }
 
-namespace {
-
-void MakeTimeCells(TableWriter& table, std::uint64_t filetime) {
-  const DateTimeText text = FormatDateTime(table.date_time, filetime);
-  if (table.paired) {
-    WritePairedCell(table, text);
-    return;
-  }
-  WriteDateCell(table, text);
-  Write(table.cells, table.between);
-  WriteTimeCell(table, text);
-}
-
-}  // namespace
-
 void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
   RepeatedTime& times = table.times;
-  if (times.size > 0 && times.filetime == filetime) {
-    WriteBlocks(table.cells, times.cells, times.size);
+  if (!times.cells.empty() && times.filetime == filetime) {
+    WritePadded(table.cells, times.cells);
     return;
   }
   // More than the cells take, unless the separator is long.
@@ -112,14 +108,12 @@ void WriteTimeCells(TableWriter& table, std::uint64_t filetime) {
   MakeTimeCells(table, filetime);
   if (table.between.whole.size() > kCellBlock) return;
   times.filetime = filetime;
-  times.size = static_cast<std::size_t>(table.cells.at - begin);
-  times.cells.assign(begin, times.size).append(kCopyBlock, '\0');
+  times.cells.assign(begin, static_cast<const char*>(table.cells.at)).append(kCopyBlock, '\0');
 }
 
 void Repeat(const CellCleaner* cleaner, std::string_view text, RepeatedText& repeated) {
   repeated.source = text;
   repeated.cleaned = cleaner ? Cleaned(*cleaner, text) : std::string(text);
-  repeated.size = repeated.cleaned.size();
   repeated.characters = CountCodePoints(repeated.cleaned);
   repeated.cleaned.append(kCopyBlock, '\0');
 }

@@ -34,15 +34,13 @@ struct CellEnd {
 struct RepeatedText {
   std::string_view source;
   std::string cleaned = std::string(kCopyBlock, '\0');
-  std::size_t size = 0;
   std::size_t characters = 0;
 };
 
 // The cells of a row's date and time, likewise.
 struct RepeatedTime {
   std::uint64_t filetime = 0;
-  std::string cells;
-  std::size_t size = 0;  // 0: nothing has been written
+  std::string cells;  // empty: nothing has been written
 };
 
 // A whole row of empty cells, from which stretches are copied.
@@ -129,10 +127,10 @@ void WriteRecovered(TableWriter& table, const EventRows& rows, std::uint32_t num
 void WriteLogName(TableWriter& table, const EventRows& rows, std::uint32_t number,
                   std::size_t width);
 
-// Behind the text a block may be read.
-inline void WriteBlocks(CellWriter& cells, const std::string& text, std::size_t size) {
-  NeedRoom(cells, size + kCopyBlock);
-  cells.at = CopyPadded({text.data(), size}, cells.at);
+// A text with a block behind it.
+inline void WritePadded(CellWriter& cells, const std::string& padded) {
+  NeedRoom(cells, padded.size());
+  cells.at = CopyPadded({padded.data(), padded.size() - kCopyBlock}, cells.at);
 }
 
 // A text that is mostly the very one of the row before: made anew when it changes, and cleaned
@@ -143,7 +141,7 @@ inline void WriteRepeatedCell(TableWriter& table, const CellCleaner* cleaner,
   if (text.data() != repeated.source.data() || text.size() != repeated.source.size()) {
     Repeat(cleaner, text, repeated);
   }
-  WriteBlocks(table.cells, repeated.cleaned, repeated.size);
+  WritePadded(table.cells, repeated.cleaned);
   Pad(table, width, repeated.characters);
 }
 inline void WriteRepeatedCell(TableWriter& table, RepeatedText& repeated, std::string_view text,

@@ -34,12 +34,7 @@ constexpr auto kEscapes = [] {
   return escapes;
 }();
 
-// The same for units, of which a zero is a blank.
-constexpr auto kUnitEscapes = [] {
-  Escapes escapes = kEscapes;
-  SetEscape(escapes, '\0', " ");
-  return escapes;
-}();
+constexpr Escapes kUnitEscapes = ForUnits(kEscapes);
 
 std::string_view EscapeOf(char c) {
   const Escape& escape = EscapeOf(kEscapes, static_cast<unsigned char>(c));

@@ -121,10 +121,7 @@ EvtQueries PrepareEvtQueries(QueryList& queries) {
 }
 
 void ForgetRows(EvtQueries& all) {
-  for (EvtQuery& query : all.queries) {
-    query.layouts.clear();
-    query.texts = {};
-  }
+  for (EvtQuery& query : all.queries) query.layouts.clear();
   all.loose = {};
 }
 
@@ -144,7 +141,7 @@ void AddEvtRow(EventRows& rows, EvtQueries& all, EvtQuery& query, EvtRecord& rec
   row.timeCreated = record.filetime;
   row.eventId = record.event_id;
   row.eventRecordId = record.record_number;
-  FillRowQuery(rows, *query.spec, query.position, query.texts, row);
+  FillRowQuery(rows, *query.spec, query.position, row);
   const Plan& plan = EvtPlanOf(record);
   const PlannedEvent planned{record.structure, plan, record.max_text};
   const auto lay_out = [&](bool finish, PlanLayout& layout) {

@@ -20,7 +20,6 @@ struct EvtQuery {
   const QuerySpec* spec = nullptr;
   std::uint32_t position = 0;
   QueryTests tests;  // with the fields' names in plans
-  RowQuery texts;
   // What is known of kept plans, by their identifier.
   std::vector<FieldPlaces> fields;  // of each condition
   KeptLayouts layouts;

@@ -199,7 +199,7 @@ void AddEvtxRow(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder
   row.timeCreated = event.time;
   row.eventId = event.event_id;
   row.eventRecordId = event.record_id;
-  FillRowQuery(rows, *query.spec, query.position, query.texts, row);
+  FillRowQuery(rows, *query.spec, query.position, row);
   AddRowOf(rows, all, query, decoder, event, row);
   if (rows.keeps_hosts && !query.spec->all_data) KeepHost(rows, all, decoder, event);
 }

@@ -21,7 +21,6 @@ struct EvtxQuery {
   const QuerySpec* spec = nullptr;
   std::uint32_t position = 0;
   QueryTests tests;
-  RowQuery texts;
   const ColumnSet* pulled = nullptr;  // of a query that pulls; null until first used
   std::vector<std::vector<std::string_view>> pulled_names;  // for each of these columns
   // What is known of kept plans, by their identifier.

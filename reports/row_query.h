@@ -8,16 +8,12 @@
 
 namespace tarnlex {
 
-// Whether the rows of a collection have been told the query's name; from the first row on.
-struct RowQuery {
-  bool is_kept = false;
-};
-
+// Rows of a query that has a name have it kept by their collection, from the first one on.
 inline void FillRowQuery(EventRows& rows, const QuerySpec& spec, std::uint32_t position,
-                         RowQuery& kept, EventRecord& row) {
-  if (!kept.is_kept) KeepQueryName(rows, position, spec.name);
-  kept.is_kept = true;
+                         EventRecord& row) {
   row.queryIndex = position;
+  const bool is_kept = spec.name.empty() || !QueryNameOf(rows, row).empty();
+  if (!is_kept) KeepQueryName(rows, position, spec.name);
 }
 
 }  // namespace tarnlex

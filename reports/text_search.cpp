@@ -11,7 +11,6 @@
 namespace tarnlex {
 namespace {
 
-constexpr std::uint8_t kListType = 0x80;
 constexpr std::uint32_t kAskedMuch = 16;
 
 // Characters that stand in values as they do in texts: no zero unit becomes one of them, none
@@ -88,9 +87,7 @@ bool MayBeInChunk(TextSearch& search, const DecodedEvent& event) {
   return search.in_chunk;
 }
 
-bool IsSingleByte(std::uint8_t type) {
-  return type == kEvtVarTypeAnsiString || type == (kListType | kEvtVarTypeAnsiString);
-}
+bool IsSingleByte(std::uint8_t type) { return (type & ~kArrayBit) == kEvtVarTypeAnsiString; }
 
 // Texts of a byte a character, which may go on behind their values.
 bool MayBeInSingleBytes(const TextSearch& search, const EventStructure& event,
