@@ -98,8 +98,9 @@ inline bool ReadUnits(Bytes chunk, std::uint32_t name, Bytes& units) {
   if (!Fits(chunk, name, kNameHeadSize)) return false;
   const std::uint32_t begin = name + kNameHeadSize;
   const std::uint32_t size = 2U * Load<std::uint16_t>(chunk.data() + begin - 2);
-  units = Clip(chunk, begin, size);
-  return units.size() == size;
+  if (!Fits(chunk, begin, size)) return false;
+  units = chunk.subspan(begin, size);
+  return true;
 }
 
 // Where a token ends whose name stands right behind it, as it does once in a chunk; zero for one

@@ -179,5 +179,16 @@ TEST(ElementKind, IsNotLookedForInWhatIsTooLargeToBeOne) {
   EXPECT_EQ(kept.values.at(0), (Values{{name, "0"}}));
 }
 
+// Behind an empty name that ends with the chunk there is nothing to be read.
+TEST(ElementKind, ANameMayBeEmptyAtTheEndOfItsChunk) {
+  EvtxBuilder log;
+  log.AddRecord({.raw_body = support::Hex("0F010100 01 00000000 F8FF0000 03 00 0000000000")});
+  for (const Policy policy : {Policy::kLiteral, Policy::kComplete}) {
+    const Kept kept = Read(log, policy);
+    EXPECT_EQ(kept.kinds, 1U);
+    EXPECT_EQ(kept.values.at(0), Values{});
+  }
+}
+
 }  // namespace
 }  // namespace tarnlex
