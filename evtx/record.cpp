@@ -88,8 +88,8 @@ void SayMismatch(TextSink& trace, const TemplateRef& reference, const Definition
 const Tree* RegisteredTree(EvtxDecoder& decoder, const TemplateRef& reference,
                            DecodedEvent& event) {
   DefinitionHead stored;
-  ReadDefinitionHead(decoder.chunk.data, reference.chunk_offset, stored);
-  if (stored.size != reference.data_size) {
+  const bool readable = ReadDefinitionHead(decoder.chunk.data, reference.chunk_offset, stored);
+  if (!readable || stored.size != reference.data_size) {
     NoteFault(decoder, event, RecordFault::kTemplateMismatch);
     if (decoder.trace) SayMismatch(*decoder.trace, reference, stored);
     return nullptr;

@@ -248,5 +248,30 @@ TEST(Template, IsReadOnceAndServesEveryRecordOfTheChunk) {
   EXPECT_EQ(decoder.chunk.trees.used, 1U);
 }
 
+// Two records so close to the chunk's end that where the first one is registered, in place of its
+// definition, no definition can stand; it states a size of 0, as a head that cannot be read does.
+TEST(Template, RegisteredWhereNoHeadFitsLeadsNowhere) {
+  constexpr std::uint32_t kFirst = 65'489;
+  ByteString chunk(support::kEvtxChunkSize);
+  support::SetBytes(chunk, 0, {'E', 'l', 'f', 'C', 'h', 'n', 'k', 0});
+  support::SetU64(chunk, kChunkFirstNumber, 1);
+  support::SetU64(chunk, kChunkLastNumber, 3);
+  // Skipped, as its template offset leads out of the chunk.
+  support::SetU32(chunk, kFirstRecord + kRecordSizeField, kFirst - kFirstRecord);
+  support::SetU32(chunk, kFirstRecord + kRecordDefinitionField, 0x10001);
+  // What the next two share makes their templates 0x9000 and 0x90, which have one identifier.
+  support::SetU32(chunk, kFirst + kRecordSizeField, 1);
+  support::SetU32(chunk, kFirst + 1 + kRecordSizeField, 0x01000000);
+  support::SetU32(chunk, kFirst + kRecordDefinitionField, 0x9000);
+  for (const std::uint32_t definition : {0x9000U, 0x90U}) {
+    support::SetBytes(chunk, definition + kDefinitionGuidField, ByteString(16, 0x11));
+  }
+  const DecodedLog decoded = DecodeChunks(chunk);
+  ASSERT_EQ(decoded.records.size(), 2U);
+  EXPECT_EQ(decoded.records[1].values, Values{});
+  EXPECT_EQ(Count(decoded.account, RecordFault::kNoTemplate), 1U);
+  EXPECT_EQ(Count(decoded.account, RecordFault::kTemplateMismatch), 1U);
+}
+
 }  // namespace
 }  // namespace tarnlex
