@@ -67,6 +67,8 @@ inline bool ScanValue(NestedScan& scan, const SubstitutionValue& value, int dept
     if (!MayFollowInstance(chunk, end, value_end)) return true;
     start = LookBehindInstance(chunk, end, value_end, token);
     if (depth == 0 && GivesValues(start, scan.decoder.policy)) scan.only_instances_alone = false;
+    // The first instance of a value is paid for with the value.
+    if (scan.work_left > 0) --scan.work_left;
   }
   return true;
 }

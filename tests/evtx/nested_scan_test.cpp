@@ -119,5 +119,58 @@ TEST(NestedScan, NumbersWhatItRegistersByTheRecord) {
   EXPECT_EQ(inner.data_size, support::GetU32(chunks, inner.chunk_offset + 20));
 }
 
+void PutInstance(ByteString& to, std::uint32_t definition) {
+  support::PutBytes(to, {0x0C, 0x01, 0, 0, 0, 0});
+  support::PutU32(to, definition);
+}
+
+void PutDescriptor(ByteString& to, std::size_t size, std::uint8_t type) {
+  support::PutU16(to, static_cast<std::uint16_t>(size));
+  support::PutBytes(to, {type, 0});
+}
+
+// Whether the scan comes to the last of a record's values, where each of the others leads to the
+// same stretch of so many instances, which have no values.
+bool ReachesTheLast(std::size_t instances) {
+  constexpr std::uint32_t kDefinition = 60'000;
+  constexpr std::uint32_t kOfLast = 60'100;
+  constexpr std::uint32_t kLeading = 27;
+  constexpr std::size_t kLeadingSize = 22;
+  constexpr std::size_t kEmptySize = 14;
+  ByteString body = support::Hex("0F010100");
+  PutInstance(body, kDefinition);
+  support::PutU32(body, kLeading + 1);
+  for (std::uint32_t i = 0; i < kLeading; ++i) {
+    PutDescriptor(body, kLeadingSize, support::kBinaryXml);
+  }
+  PutDescriptor(body, kEmptySize, support::kBinaryXml);
+  for (std::size_t left = kLeading; left-- > 0;) {
+    PutInstance(body, kDefinition);
+    support::PutU32(body, 2);
+    PutDescriptor(body, left * kLeadingSize + kEmptySize, support::kBinary);
+    PutDescriptor(body, instances * kEmptySize, support::kBinaryXml);
+  }
+  for (std::size_t i = 0; i <= instances; ++i) {
+    PutInstance(body, i == 0 ? kOfLast : kDefinition);
+    support::PutU32(body, 0);
+  }
+  body.resize(body.size() + 8);
+  EvtxBuilder log;
+  log.AddRecord({.raw_body = body});
+  ByteString chunks = log.BuildChunks();
+  const Guid guid = support::GuidFor("last");
+  support::SetBytes(chunks, kOfLast + kDefinitionGuidField, {guid.begin(), guid.end()});
+  EvtxDecoder decoder;
+  EvtxHandlers handlers;
+  handlers.record = [](EvtxDecoder&, DecodedEvent&) {};
+  WalkSlots(decoder, chunks, 4096, handlers);
+  return decoder.chunk.templates.contains(guid);
+}
+
+TEST(NestedScan, InstancesWithoutValuesCostToo) {
+  EXPECT_TRUE(ReachesTheLast(100));
+  EXPECT_FALSE(ReachesTheLast(4000));  // more than 65,536 of them in all
+}
+
 }  // namespace
 }  // namespace tarnlex
