@@ -38,6 +38,9 @@ std::vector<PulledName> PulledNames(const QuerySpec& query) {
 
 void SetPulledColumns(EventRows& rows, EvtxQuery& query) {
   const std::vector<PulledName> names = PulledNames(*query.spec);
+  query.gives_provider_twice = std::any_of(names.begin(), names.end(), [](const PulledName& each) {
+    return each.name == kProviderName && each.header != kProviderName;
+  });
   std::vector<std::string_view> headers;
   headers.reserve(names.size());
   for (const PulledName& each : names) headers.push_back(each.header);
@@ -150,8 +153,8 @@ void AddRowOf(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& 
     return;
   }
   const Plan& plan = PlanOf(decoder, event);
-  const PlannedEvent planned{event.structure, plan, event.max_text};
   if (query.spec->all_data) {
+    const PlannedEvent planned{event.structure, plan, event.max_text};
     const auto lay_out = [&](bool finish, PlanLayout& layout) {
       LayOutAll(rows, all, plan, finish, layout);
     };
@@ -160,6 +163,9 @@ void AddRowOf(EventRows& rows, EvtxQueries& all, EvtxQuery& query, EvtxDecoder& 
     return;
   }
   if (!query.pulled) SetPulledColumns(rows, query);
+  // The bound counts each text once.
+  const std::size_t times = query.gives_provider_twice ? 2 : 1;
+  const PlannedEvent planned{event.structure, plan, times * event.max_text};
   const auto lay_out = [&](bool finish, PlanLayout& layout) {
     LayOutPulled(rows, query, plan, finish, layout);
   };

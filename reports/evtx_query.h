@@ -23,6 +23,7 @@ struct EvtxQuery {
   QueryTests tests;
   const ColumnSet* pulled = nullptr;  // of a query that pulls; null until first used
   std::vector<std::vector<std::string_view>> pulled_names;  // for each of these columns
+  bool gives_provider_twice = false;                        // under a header of its own, too
   // What is known of kept plans, by their identifier.
   std::vector<FieldPlaces> fields;  // of each condition
   KeptLayouts pulled_layouts;

@@ -374,5 +374,36 @@ TEST(EvtxQuery, RowsOfDifferentShapesKeepTheirOwnColumns) {
   EXPECT_EQ(rows[3].cells.at("LogonType"), "10");
 }
 
+// Its column is there also where a query gives it under a header of its own.
+TEST(PlanRows, HaveRoomForAProviderThatIsGivenTwice) {
+  using support::Element;
+  std::string provider;
+  for (int i = 0; i < 15'000; ++i) provider += "\xE4\xB8\xAD";
+  // No plan is kept where a slot stands in two places, and no cell is finished beforehand.
+  const support::Node slot = support::Slot(0, support::kByte);
+  EvtxBuilder log;
+  log.AddRecord({.body = support::InstanceFragment(
+                     support::MakeTemplate(
+                         "t", {Element("Event", {},
+                                       {Element("Provider", {support::Attribute("Name", provider)}),
+                                        Element("A", {}, {slot}), Element("B", {}, {slot})})}),
+                     {support::ByteValue(1)})});
+  Prepared prepared = Prepare({"-pull, Provider Name, -label, Provider Name=who"});
+  EvtxDecoder decoder;
+  EventRows rows;
+  EvtxHandlers handlers;
+  handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
+    AddEvtxRow(rows, prepared.all, prepared.all.queries[0], with, event);
+  };
+  const support::ByteString chunks = log.BuildChunks();
+  WalkSlots(decoder, chunks, 4096, handlers);
+  ASSERT_EQ(rows.rows.size(), 1U);
+  std::vector<std::string_view> cells;
+  ReadCells(rows.rows[0], cells);
+  EXPECT_EQ(cells, (std::vector<std::string_view>{provider, provider}));
+  const RowBytes& block = rows.blocks.back();
+  EXPECT_LE(cells.at(1).data() + cells[1].size(), block.bytes.get() + block.size);
+}
+
 }  // namespace
 }  // namespace tarnlex
