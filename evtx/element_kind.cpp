@@ -246,6 +246,7 @@ const Tree* TreeOfKind(EvtxDecoder& decoder, DecodedEvent& event, std::uint32_t 
 
 void FindNestedKind(EvtxDecoder& decoder, DecodedEvent& event) {
   if (!HoldsOneBinaryXml(event.array) || event.nested.usable) return;
+  if (event.recovery.checked != Checked::kAll) return;  // nothing vouches for its names
   const auto slot = static_cast<std::uint32_t>(std::countr_zero(event.array.binary_xml));
   const SubstitutionValue value = event.structure.slots[event.array.first + slot];
   const std::uint32_t end = value.offset + value.size;

@@ -417,5 +417,23 @@ TEST(Recover, NothingOfItIsKeptForTheLog) {
   EXPECT_EQ(log.account.recovered.copies, 4U);
 }
 
+TEST(Recover, ElementsWhoseNamesAreNotProvedAreLeftOut) {
+  EvtxBuilder log;
+  for (const char* text : {"one", "two"}) {
+    const auto data =
+        support::ElementsValue({Element("UserData", {}, {Element("Doubtful", {}, {Text(text)})})});
+    log.AddEvent({.event_id = 7, .event_data = data});
+  }
+  ByteString file = log.Build();
+  support::ForgetRecords(file, 0, 0);
+  Zero(file, Find(file, u"Doubtful") - 4, 2);  // the name's hash
+  const RecoveredLog recovered = Recover(file);
+  ASSERT_EQ(Summary(recovered), "slack/system 1 slack/system 2");
+  for (const Found& found : recovered.found) {
+    EXPECT_EQ(found.record.values.at("EventID"), "7");
+    EXPECT_FALSE(found.record.values.contains("Doubtful"));
+  }
+}
+
 }  // namespace
 }  // namespace tarnlex
