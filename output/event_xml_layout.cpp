@@ -1,5 +1,6 @@
 // Makes the layouts that output/event_xml.cpp follows.
 #include <algorithm>
+#include <map>
 #include <set>
 #include <span>
 #include <string>
@@ -136,16 +137,23 @@ bool IsSoundName(const LayingOut& run, std::string_view name) {
 
 // Names of attributes that an element has; those with a prefix by what stands behind it, as two
 // prefixes may be one namespace.
-using TakenNames = std::set<std::string, std::less<>>;
+struct TakenNames {
+  std::set<std::string, std::less<>> names = {};
+  std::map<std::string, int> next_numbers = {};  // behind names that were asked for again
+};
 
 bool Take(TakenNames& taken, std::string_view name) {
   const std::size_t colon = IsDeclaration(name) ? std::string_view::npos : name.find(':');
-  return taken.emplace(colon == std::string_view::npos ? name : name.substr(colon)).second;
+  return taken.names.emplace(colon == std::string_view::npos ? name : name.substr(colon)).second;
 }
 
 std::string TakeFree(TakenNames& taken, const std::string& name) {
-  std::string free = name;
-  for (int number = 2; !Take(taken, free); ++number) free = name + "_" + std::to_string(number);
+  if (Take(taken, name)) return name;
+  int& number = taken.next_numbers.try_emplace(name, 2).first->second;
+  std::string free;
+  do {
+    free = name + "_" + std::to_string(number++);
+  } while (!Take(taken, free));
   return free;
 }
 
@@ -259,7 +267,7 @@ void LayOutElement(LayingOut& run, std::uint32_t at, const OneOfArray& one) {
   TakenNames taken;
   LayOutAttributes(run, attributes, taken, one);
   if (!is_sound) SayAttribute(run, taken, std::string(kOriginal), item.text);
-  if (at == 0 && !taken.contains("xmlns")) {
+  if (at == 0 && !taken.names.contains("xmlns")) {
     SayAttribute(run, taken, "xmlns", kEventNamespace);
   }
   const std::uint32_t content = ContentOf(at, attributes);
