@@ -223,11 +223,25 @@ bool IsSimple(const DecodedEvent& event) {
          structure.slots.count == event.array.count + nested * event.nested.array.count;
 }
 
+// Whether a slot says what a "Data" is called. Forms that keep an event's structure call it so even
+// where it has no text, which tables then need no name for.
+bool IsNamedByValue(const Document& document) {
+  bool in_data = false;
+  bool in_name = false;
+  for (const Item& item : document.items) {
+    if (item.kind == ItemKind::kElement) in_data = item.text == "Data";
+    if (item.kind == ItemKind::kAttribute) in_name = in_data && item.text == "Name";
+    if (item.kind == ItemKind::kSlot && item.in_start_tag && in_name) return true;
+  }
+  return false;
+}
+
 // Whether a plan just made serves every record of its kind.
 bool IsWorthKeeping(const EvtxDecoder& decoder, const DecodedEvent& event) {
   const Plan& plan = event.own_plan;
   const EvtxChunk& chunk = decoder.chunk;
   return plan.keepable && plan.slots_once && event.faults == 0 && IsSimple(event) &&
+         !IsNamedByValue(plan.document) &&
          HasRoomForPlan(decoder.store, chunk.new_plans.size(),
                         chunk.new_plan_values + plan.values.size());
 }
