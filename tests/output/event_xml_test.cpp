@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
+
 #include "output/xml_text.h"
 #include "tests/output/streamed.h"
 
@@ -105,6 +107,25 @@ TEST(EventXml, NamesThatAreNoneAreMadeIntoOnesAndTold) {
 TEST(EventXml, AnAttributeThatIsThereTwiceIsNumbered) {
   EXPECT_EQ(Data({Element("X", {Attribute("k", "1"), Attribute("k", "2"), Attribute("k_2", "3")})}),
             R"(<X k="1" k_2="3" k_3="2" k_3.OriginalName="k"/>)");
+}
+
+// Numbers that are taken are not tried again for each.
+TEST(EventXml, AttributesOfOneNameMayBeMany) {
+  const std::vector<Node> same(6'500, Attribute("k", ""));
+  const std::clock_t began = std::clock();
+  const std::string text = Data({Element("X", same)});
+  EXPECT_LT(std::clock() - began, 2 * CLOCKS_PER_SEC);
+  EXPECT_NE(text.find(" k_6500=\"\" k_6500.OriginalName=\"k\"/>"), text.npos);
+}
+
+// All that lies in an element is said again with it.
+TEST(EventXml, AnArrayInsideOfAnElementCountsAsOftenAsThatIsRepeated) {
+  const Value few = support::RawValue(support::kByte | 0x80, support::ByteString(500, 7));
+  const Value many = support::RawValue(support::kByte | 0x80, support::ByteString(20'000, 7));
+  const std::string line =
+      Data({Element("X", {}, {Slot(0, 0x84), Element("Y", {}, {Slot(1, 0x84)})})}, {few, many});
+  EXPECT_LT(line.size(), 100'000U);
+  EXPECT_NE(line.find("7, 7, 7"), line.npos);
 }
 
 TEST(EventXml, APrefixIsKeptOnlyWhereItIsDeclared) {
