@@ -23,6 +23,13 @@ std::uint32_t Origin(std::uint64_t record_id, std::uint32_t source) {
 
 bool ScanArray(NestedScan& scan, const SubstitutionArray& array, int depth);
 
+// Whether an instance gets its names from the definition that it names: not, to the complete
+// policy, from one that was overwritten, whatever others of that definition had.
+bool HasDefinition(const NestedScan& scan, std::uint32_t token, const DefinitionHead& head) {
+  return scan.decoder.policy == Policy::kLiteral ||
+         IsInstanceOf(scan.decoder.chunk.data, token, head);
+}
+
 // `end` gets where the instance ends, when that is known.
 bool ScanInstance(NestedScan& scan, std::uint32_t token, int depth, std::uint32_t& end) {
   EvtxChunk& chunk = scan.decoder.chunk;
@@ -44,7 +51,8 @@ bool ScanInstance(NestedScan& scan, std::uint32_t token, int depth, std::uint32_
   scan.work_left -= array.count;
   end = array.end;
   if (depth == 0) {
-    const bool only = HoldsOneBinaryXml(scan.event.array) && !HoldsBinaryXml(array);
+    const bool only = HoldsOneBinaryXml(scan.event.array) && !HoldsBinaryXml(array) &&
+                      HasDefinition(scan, token, head);
     scan.event.nested = {only, nullptr, instance.definition, head.size, array};
   }
   if (!Find(chunk.resolved, instance.definition)) {

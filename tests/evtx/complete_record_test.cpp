@@ -2,6 +2,8 @@
 // say they are.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "evtx/record.h"
 #include "tests/evtx/decoding.h"
 
@@ -252,6 +254,37 @@ TEST(CompleteRecord, AForeignDefinitionAtTheStatedOffsetIsNotTaken) {
   const DecodedLog decoded = DecodeChunks(chunks, false, 4096, false, Policy::kComplete);
   EXPECT_EQ(decoded.records.at(0).values, (Values{{"Data", "x"}}));
   EXPECT_EQ(Count(decoded.account, RecordFault::kNoNames), 1U);
+}
+
+// The same of an instance inside of the values, however many records before it were of the kind.
+TEST(CompleteRecord, AForeignDefinitionInsideOfValuesIsNotTakenForThoseBefore) {
+  const support::Template outer =
+      MakeTemplate("o", {Element("Event", {}, {OptionalSlot(0, support::kBinaryXml)})});
+  const support::Template inner =
+      MakeTemplate("i", {Element("E", {}, {Slot(0, support::kString)})});
+  EvtxBuilder log;
+  for (const char* text : {"one", "two"}) {
+    log.AddRecord({.body = InstanceFragment(outer, {support::InstanceValue(support::Instance{
+                                                       inner, {StringValue(text)}})})});
+  }
+  ByteString chunks = log.BuildChunks();
+  // The instance of the second record states another beginning.
+  const ByteString id(inner.guid.begin(), inner.guid.begin() + 4);
+  const auto last = std::find_end(chunks.begin(), chunks.end(), id.begin(), id.end());
+  support::FlipByte(chunks, static_cast<std::size_t>(last - chunks.begin()));
+  for (const bool keeps : {true, false}) {
+    EvtxDecoder decoder;
+    decoder.keeps = keeps;
+    decoder.policy = Policy::kComplete;
+    std::vector<Values> values;
+    EvtxHandlers handlers;
+    handlers.record = [&values](EvtxDecoder& with, DecodedEvent& event) {
+      values.push_back(Collect(with, event).values);
+    };
+    WalkSlots(decoder, chunks, 4096, handlers);
+    EXPECT_EQ(values, (std::vector<Values>{{{"E", "one"}}, {{"Data", "two"}}}));
+    EXPECT_EQ(Count(decoder.account, RecordFault::kNoNames), 1U);
+  }
 }
 
 }  // namespace
