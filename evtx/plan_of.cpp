@@ -145,7 +145,9 @@ TextSize TrimText(EvtxDecoder& decoder, DecodedEvent& event, std::uint64_t limit
       kept.counted += counts;
       continue;
     }
-    if (spent || size > 0) NoteFault(decoder, event, RecordFault::kLimit);
+    // What says nothing here may say something in the next event of the kind.
+    if (!spent && size == 0) continue;
+    NoteFault(decoder, event, RecordFault::kLimit);
     part = {"", 0, 0, false};
   }
   return kept;

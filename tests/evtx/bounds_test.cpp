@@ -199,6 +199,34 @@ TEST(Bounds, ManyRecordsThatRepeatLongStringsEnd) { DecodeRepeats(support::kStri
 
 TEST(Bounds, ManyRecordsThatRepeatUnboundedStringsEnd) { DecodeRepeats(support::kAnsiString, 1); }
 
+// A text that says nothing is not left out of the plan of a record whose texts are measured: later
+// records of its kind have one in that place.
+TEST(Bounds, EmptyTextsOfARecordThatIsMeasuredAreNotThoseOfItsKind) {
+  const auto repeats = MakeTemplate("repeats", Repeating(100, 20, support::kString));
+  const auto shared = MakeTemplate("shared", {Element("A", {}, {Slot(0, support::kString)}),
+                                              Element("B", {}, {Slot(1, support::kString)})});
+  const auto far_reaching = [](std::uint16_t size) {
+    support::Value value = support::RawValue(support::kString, ByteString(2, 'x'));
+    value.stated_size = size;
+    return value;
+  };
+  EvtxBuilder log;
+  log.AddTemplate(repeats);
+  log.AddTemplate(shared);
+  for (int i = 0; i < 2; ++i) {  // all that the chunk has for repetitions
+    log.AddRecord({.body = InstanceFragment(repeats, {far_reaching(20'000)})});
+  }
+  log.AddRecord({.body = InstanceFragment(shared, {StringValue(""), far_reaching(40'000)})});
+  log.AddRecord({.body = InstanceFragment(
+                     MakeTemplate("long", {Element("L", {}, {Slot(0, support::kBinary)})}),
+                     {support::RawValue(support::kBinary, ByteString(48'000, 'x'))})});
+  log.AddChunk();
+  log.AddRecord({.body = InstanceFragment(shared, {StringValue("a"), StringValue("b")})});
+  const DecodedLog decoded = Decode(log);
+  EXPECT_GT(decoded.records.at(2).values.at("B").size(), 20'000U);
+  EXPECT_EQ(decoded.records.at(4).values, (Values{{"A", "a"}, {"B", "b"}}));
+}
+
 // What a record has taken of the text that those of its chunk share, and what it gives.
 struct Taken {
   std::uint64_t text = 0;
