@@ -55,7 +55,7 @@ void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk
   chunk.new_kind_bytes = 0;
   chunk.names_of_fragments = {};
   chunk.new_plans.clear();
-  chunk.new_plan_values = 0;
+  chunk.new_plan_room = 0;
   chunk.last_plan = nullptr;
   Clear(chunk.resolved);
   chunk.text_left = kMaxChunkText;

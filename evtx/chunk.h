@@ -58,8 +58,8 @@ struct EvtxChunk {
   std::size_t new_kind_bytes = 0;  // of their keys
   ChunkNames names_of_fragments;
   PlanTable new_plans;
-  std::size_t new_plan_values = 0;  // of these
-  PlanKey last_key;                 // neighbouring records are mostly alike
+  std::size_t new_plan_room = 0;  // of these
+  PlanKey last_key;               // neighbouring records are mostly alike
   const Plan* last_plan = nullptr;
   // What the map holds under the GUID of the definition at an offset, for offsets asked for before.
   OffsetTable<const TemplateRef*> resolved;

@@ -244,8 +244,7 @@ bool IsWorthKeeping(const EvtxDecoder& decoder, const DecodedEvent& event) {
   const EvtxChunk& chunk = decoder.chunk;
   return plan.keepable && plan.slots_once && event.faults == 0 && IsSimple(event) &&
          !IsNamedByValue(plan.document) &&
-         HasRoomForPlan(decoder.store, chunk.new_plans.size(),
-                        chunk.new_plan_values + plan.values.size());
+         HasRoomForPlan(decoder.store, chunk.new_plans.size(), chunk.new_plan_room + RoomOf(plan));
 }
 
 // A plan that stays takes no more memory than it needs.
@@ -271,14 +270,15 @@ const Plan& PlanOf(EvtxDecoder& decoder, DecodedEvent& event) {
   BoundText(decoder, event);
   if (decoder.makes_documents) BoundDocument(decoder, event);
   event.plan = &event.own_plan;
-  if (has_kind && !known) {
+  // Kinds without a plan take room as well.
+  if (has_kind && !known && HasRoomForPlan(decoder.store, decoder.chunk.new_plans.size(), 0)) {
     std::unique_ptr<Plan>& place = decoder.chunk.new_plans[key];
     if (IsWorthKeeping(decoder, event)) {
       const std::size_t made = decoder.chunk.new_plans.size() - 1;
       place = KeptPlan(event.own_plan);
       place->id = decoder.store.plans_made + static_cast<std::uint32_t>(made);
       event.plan = place.get();
-      decoder.chunk.new_plan_values += place->values.size();
+      decoder.chunk.new_plan_room += RoomOf(*place);
     }
   }
   return *event.plan;

@@ -11,7 +11,8 @@ namespace {
 
 constexpr std::size_t kMaxStoreBytes = std::size_t{8} << 20;
 constexpr std::size_t kMaxPlans = 4096;
-constexpr std::size_t kMaxPlanValues = std::size_t{1} << 18;  // of all plans
+constexpr std::size_t kMaxPlanRoom = std::size_t{1} << 20;  // of all plans
+constexpr std::size_t kTextPerRoom = 32;                    // bytes that take as much as a value
 // Many tokens may name the same long name; such a body is not worth its copies.
 constexpr std::size_t kMaxNameBytes = std::size_t{64} << 10;
 constexpr std::size_t kMaxVariants = 32;  // bodies of one GUID: names stand here or there
@@ -157,7 +158,7 @@ void KeepKinds(TemplateStore& store, KindTable& kinds) {
 void KeepPlans(TemplateStore& store, PlanTable& plans) {
   for (auto& [key, plan] : plans) {
     if (!key.own->kept || (key.nested && !key.nested->kept)) continue;
-    if (plan) store.plan_values += plan->values.size();
+    if (plan) store.plan_room += RoomOf(*plan);
     store.plans.emplace(key, std::move(plan));
   }
 }
@@ -178,13 +179,21 @@ const std::unique_ptr<Plan>* FindKept(TemplateStore& store, const PlanKey& key) 
   return recent.plan;
 }
 
-bool HasRoomForPlan(const TemplateStore& store, std::size_t plans, std::size_t values) {
-  return store.plans_made + plans < kMaxPlans && store.plan_values + values <= kMaxPlanValues;
+std::size_t RoomOf(const Plan& plan) {
+  std::size_t room = plan.values.size() + plan.parts.size() + plan.document.items.size();
+  for (const auto* const texts : {&plan.texts, &plan.document.texts}) {
+    for (const std::string& text : *texts) room += 1 + text.size() / kTextPerRoom;
+  }
+  return room;
+}
+
+bool HasRoomForPlan(const TemplateStore& store, std::size_t plans, std::size_t room) {
+  return store.plans_made + plans < kMaxPlans && store.plan_room + room <= kMaxPlanRoom;
 }
 
 bool IsHalfFull(const TemplateStore& store) {
   return store.bytes > kMaxStoreBytes / 2 || store.plans_made > kMaxPlans / 2 ||
-         store.plans.size() > kMaxPlans / 2 || store.plan_values > kMaxPlanValues / 2;
+         store.plans.size() > kMaxPlans / 2 || store.plan_room > kMaxPlanRoom / 2;
 }
 
 }  // namespace tarnlex

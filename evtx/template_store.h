@@ -87,7 +87,7 @@ struct TemplateStore {
   PlanTable plans;
   RecentlyFound recent;
   std::size_t bytes = 0;         // roughly what all templates and kinds take
-  std::size_t plan_values = 0;   // of all plans
+  std::size_t plan_room = 0;     // of all plans, see RoomOf
   std::uint32_t plans_made = 0;  // with those that did not outlive their chunk
   std::uint32_t trees_kept = 0;
 };
@@ -117,8 +117,12 @@ std::size_t PlaceOf(const PlanKey& key, std::size_t places);
 // What is kept of the key; null for nothing.
 const std::unique_ptr<Plan>* FindKept(TemplateStore& store, const PlanKey& key);
 
-// Whether so many more plans may be made, of so many values together.
-bool HasRoomForPlan(const TemplateStore& store, std::size_t plans, std::size_t values);
+// What a plan takes to keep: its values, their parts and the items of its document, each being one,
+// and the texts that are its own. Few values may be made of thousands of parts.
+std::size_t RoomOf(const Plan& plan);
+
+// Whether so many more plans may be made, which take so much room together.
+bool HasRoomForPlan(const TemplateStore& store, std::size_t plans, std::size_t room);
 
 // Whether half of what the store may hold is taken.
 bool IsHalfFull(const TemplateStore& store);

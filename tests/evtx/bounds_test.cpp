@@ -395,6 +395,53 @@ TEST(Bounds, NumberedNamesOfAKeptPlanCostTheirChunkAsMuchAsFreshOnes) {
   for (std::size_t i = 0; i < all.size(); ++i) ASSERT_EQ(all[i], all[i % 100]) << i;
 }
 
+// What is kept of a log whose records are all of one template, and of a kind of their own each: how
+// many values they have differs, and which of them is an instance that has values of its own.
+TemplateStore KeptOfKinds(const support::Template& shared, int records) {
+  const auto inner = MakeTemplate("inner", {Element("I", {}, {Text("i")})});
+  EvtxBuilder log;
+  for (int i = 0; i < records; ++i) {
+    const auto count = static_cast<std::size_t>(1 + i % 28);
+    const auto place = static_cast<std::size_t>(i / 28) % count;
+    std::vector<support::Value> values(count, support::NullValue());
+    values[place] = support::InstanceValue(
+        {inner,
+         std::vector<support::Value>(static_cast<std::size_t>(i / 784), support::NullValue())});
+    log.AddRecord({.body = InstanceFragment(shared, values)});
+  }
+  EvtxDecoder decoder;
+  EvtxHandlers handlers;
+  handlers.record = [](EvtxDecoder& with, DecodedEvent& event) { PlanOf(with, event); };
+  const ByteString chunks = log.BuildChunks();
+  WalkSlots(decoder, chunks, 4096, handlers);
+  return std::move(decoder.store);
+}
+
+std::vector<Node> WithInstances(std::vector<Node> texts) {
+  std::vector<Node> nodes{Element("A", {}, std::move(texts))};
+  for (std::uint16_t slot = 0; slot < 28; ++slot) {
+    nodes.push_back(support::OptionalSlot(slot, support::kBinaryXml));
+  }
+  return {Element("Event", {}, nodes)};
+}
+
+// A plan of few values may be large.
+TEST(Bounds, PlansOfManyPartsAreFew) {
+  const auto shared = MakeTemplate("shared", WithInstances(std::vector<Node>(5'000, Text("x"))));
+  const TemplateStore store = KeptOfKinds(shared, 2'000);
+  std::size_t parts = 0;
+  for (const auto& [key, plan] : store.plans) parts += plan ? plan->parts.size() : 0;
+  EXPECT_GT(parts, 100'000U);
+  EXPECT_LE(parts, std::size_t{1} << 20);
+}
+
+// That no plan is kept for a kind is known of so many kinds only.
+TEST(Bounds, KindsThatHaveNoPlanAreCountedToo) {
+  const Node twice = Slot(27, support::kString);
+  const auto shared = MakeTemplate("shared", WithInstances({twice, twice}));
+  EXPECT_LE(KeptOfKinds(shared, 12'000).plans.size(), 4'096U);
+}
+
 TEST(Bounds, NamesOfManyLiteralPartsHaveABound) {
   const std::string long_name(10'000, 'n');
   std::vector<Node> parts(2000, support::EntityReference(long_name));
