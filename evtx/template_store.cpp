@@ -69,6 +69,13 @@ bool IsNamed(TokenKind kind) {
          kind == TokenKind::kInstructionTarget;
 }
 
+// Whether a body that ends at `end` tells where the name behind a token does: a zero unit may
+// follow it, and belongs to it.
+bool HoldsEnd(const Token& token, std::uint32_t end) {
+  const std::size_t name_end = token.name_offset + kNameHeadSize + token.name.units.size();
+  return !token.name_follows || name_end + sizeof(std::uint16_t) <= end;
+}
+
 // The name fields of a body; false when some token keeps it from being compared.
 bool CollectNames(Bytes chunk, std::uint32_t begin, std::uint32_t end, StoredTemplate& described) {
   std::vector<std::uint8_t>& bytes = described.name_bytes;
@@ -80,6 +87,7 @@ bool CollectNames(Bytes chunk, std::uint32_t begin, std::uint32_t end, StoredTem
     const bool opens = token.kind == TokenKind::kOpenStart;
     if (!opens && !IsNamed(token.kind)) continue;
     if (!token.has_name) return false;
+    if (!HoldsEnd(token, end)) return false;
     // Token, dependency identifier and size stand before the offset; of an attribute, the token.
     const std::uint32_t at = pos + (opens ? 7 : 1);
     const Bytes record = ComparedRecord(chunk, token.name_offset,

@@ -273,5 +273,23 @@ TEST(Template, RegisteredWhereNoHeadFitsLeadsNowhere) {
   EXPECT_EQ(Count(decoded.account, RecordFault::kTemplateMismatch), 1U);
 }
 
+// Whether a zero unit ends a name that ends with its body is told by what stands behind the body.
+TEST(Template, IsNotKnownByItsBodyWhereWhatFollowsSaysHowItEnds) {
+  support::Template cut = MakeTemplate("cut", {Element("X")});
+  cut.stated_size = 4 + 11 + 10;  // up to the last character of the name
+  ByteString chunks;
+  for (const bool terminated : {false, true}) {
+    EvtxBuilder log;
+    const std::uint32_t definition = log.AddTemplate(cut);
+    log.AddRecord({.body = InstanceFragment(cut, {})});
+    ByteString chunk = log.BuildChunks();
+    const std::uint32_t behind = definition + kDefinitionHeadSize + *cut.stated_size;
+    if (!terminated) support::SetBytes(chunk, behind, {1, 1});
+    EXPECT_EQ(Count(DecodeChunks(chunk).account, RecordFault::kFragmentCut), terminated ? 1U : 0U);
+    support::PutBytes(chunks, chunk);
+  }
+  EXPECT_EQ(Count(DecodeChunks(chunks).account, RecordFault::kFragmentCut), 1U);
+}
+
 }  // namespace
 }  // namespace tarnlex
