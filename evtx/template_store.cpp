@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kMaxStoreBytes = std::size_t{8} << 20;
 constexpr std::size_t kMaxPlans = 4096;
 constexpr std::size_t kMaxPlanRoom = std::size_t{1} << 20;  // of all plans
-constexpr std::size_t kTextPerRoom = 32;                    // bytes that take as much as a value
+constexpr std::size_t kTextPerRoom = 64;                    // bytes that take as much as a value
 // Many tokens may name the same long name; such a body is not worth its copies.
 constexpr std::size_t kMaxNameBytes = std::size_t{64} << 10;
 constexpr std::size_t kMaxVariants = 32;  // bodies of one GUID: names stand here or there
@@ -192,6 +192,8 @@ std::size_t RoomOf(const Plan& plan) {
   for (const auto* const texts : {&plan.texts, &plan.document.texts}) {
     for (const std::string& text : *texts) room += 1 + text.size() / kTextPerRoom;
   }
+  // Both are written into what forms keep of it.
+  room += (plan.literal_text + plan.document.fixed_cost) / kTextPerRoom;
   return room;
 }
 

@@ -118,7 +118,7 @@ std::size_t PlaceOf(const PlanKey& key, std::size_t places);
 const std::unique_ptr<Plan>* FindKept(TemplateStore& store, const PlanKey& key);
 
 // What a plan takes to keep: its values, their parts and the items of its document, each being one,
-// and the texts that are its own. Few values may be made of thousands of parts.
+// and its texts. Few values may be made of thousands of parts.
 std::size_t RoomOf(const Plan& plan);
 
 // Whether so many more plans may be made, which take so much room together.

@@ -397,7 +397,8 @@ TEST(Bounds, NumberedNamesOfAKeptPlanCostTheirChunkAsMuchAsFreshOnes) {
 
 // What is kept of a log whose records are all of one template, and of a kind of their own each: how
 // many values they have differs, and which of them is an instance that has values of its own.
-TemplateStore KeptOfKinds(const support::Template& shared, int records) {
+TemplateStore KeptOfKinds(const support::Template& shared, int records,
+                          Policy policy = Policy::kLiteral) {
   const auto inner = MakeTemplate("inner", {Element("I", {}, {Text("i")})});
   EvtxBuilder log;
   for (int i = 0; i < records; ++i) {
@@ -410,6 +411,8 @@ TemplateStore KeptOfKinds(const support::Template& shared, int records) {
     log.AddRecord({.body = InstanceFragment(shared, values)});
   }
   EvtxDecoder decoder;
+  decoder.policy = policy;
+  decoder.makes_documents = policy == Policy::kComplete;
   EvtxHandlers handlers;
   handlers.record = [](EvtxDecoder& with, DecodedEvent& event) { PlanOf(with, event); };
   const ByteString chunks = log.BuildChunks();
@@ -433,6 +436,17 @@ TEST(Bounds, PlansOfManyPartsAreFew) {
   for (const auto& [key, plan] : store.plans) parts += plan ? plan->parts.size() : 0;
   EXPECT_GT(parts, 100'000U);
   EXPECT_LE(parts, std::size_t{1} << 20);
+}
+
+// Layouts say names as often as their documents do.
+TEST(Bounds, PlansOfLongDocumentsAreFew) {
+  const auto shared =
+      MakeTemplate("shared", WithInstances(std::vector<Node>(500, Element(std::string(40, 'n')))));
+  const TemplateStore store = KeptOfKinds(shared, 2'000, Policy::kComplete);
+  std::uint64_t cost = 0;
+  for (const auto& [key, plan] : store.plans) cost += plan ? plan->document.fixed_cost : 0;
+  EXPECT_GT(cost, std::uint64_t{1} << 20);
+  EXPECT_LE(cost, std::uint64_t{44} << 20);
 }
 
 // That no plan is kept for a kind is known of so many kinds only.
