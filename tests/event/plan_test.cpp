@@ -72,6 +72,32 @@ TEST(Plan, JoinsThePartsThatAreThereAndIsUnresolvedWithoutAny) {
   EXPECT_EQ(all.at(6), (Values{{"A", "a  z"}, {"B", "5"}, {"C", kUnresolvedText}, {"5", "made"}}));
 }
 
+// Of few values each, they would take a gigabyte and more with what is laid out after them.
+TEST(Plan, KeptOnesHaveDocumentsOfBoundedSizeTogether) {
+  std::vector<support::Node> many(2000, Element("E"));
+  many.push_back(Element("N", {}, {Slot(0, support::kBinaryXml)}));
+  const auto own = support::MakeTemplate("own", {Element("Event", {}, many)});
+  EvtxBuilder log;
+  for (int i = 0; i < 400; ++i) {
+    const auto inner = support::MakeTemplate("inner" + std::to_string(i), {Element("D")});
+    log.AddRecord({.body = InstanceFragment(own, {support::InstanceValue({inner, {}})})});
+  }
+  EvtxDecoder decoder;
+  decoder.makes_documents = true;
+  EvtxHandlers handlers;
+  handlers.record = [](EvtxDecoder& with, DecodedEvent& event) { Collect(with, event); };
+  WalkSlots(decoder, log.BuildChunks(), 4096, handlers);
+  std::size_t plans = 0;
+  std::size_t items = 0;
+  for (const auto& [key, plan] : decoder.store.plans) {
+    if (!plan) continue;
+    ++plans;
+    items += plan->document.items.size();
+  }
+  EXPECT_GT(plans, 100U);
+  EXPECT_LE(items, std::size_t{1} << 20);
+}
+
 TEST(Plan, FindsTheExactNameBeforeOneThatDiffersInCase) {
   Plan plan;
   plan.values = {{"level", 0, 0}, {"LEVEL", 0, 0}, {"Level", 0, 0}};
