@@ -251,6 +251,24 @@ ByteString ManyAttributes(const Value& value) {
   return FillWith([&](int) { return InstanceFragment(many, {value}); });
 }
 
+// Elements with attributes of one name, each of which gets a number of its own.
+ByteString SameAttributes() {
+  const std::vector<Node> attributes(6000, Attribute("k", ""));
+  const Template many = MakeTemplate("same", {Element("Event", attributes)});
+  return FillWith([&](int) { return InstanceFragment(many, {}); });
+}
+
+// An element that is repeated for each value of an array, with another array inside.
+ByteString ArrayInsideOfRepeated() {
+  const Value few = RawValue(kByte | 0x80, ByteString(2000, 7));
+  const Value many = RawValue(kByte | 0x80, ByteString(50'000, 7));
+  const Template nested = MakeTemplate(
+      "arrays",
+      {Element("Event", {},
+               {Element("X", {}, {Slot(0, few.type), Element("Y", {}, {Slot(1, many.type)})})})});
+  return FillWith([&](int) { return InstanceFragment(nested, {few, many}); });
+}
+
 // Records that differ in their event identifier, so that each has a table and a header of its own.
 ByteString TableForEveryRecord(int columns, const std::string& tail) {
   std::vector<Node> elements = {Element("EventID", {}, {Slot(0, kUInt16)})};
@@ -389,6 +407,8 @@ std::vector<CraftedChunk> CraftedChunks() {
           {"guids", ManyValues(GuidValue("54849625-5478-4994-a5ba-3e3b0328c30d"))},
           {"sids", ManyValues(SidValue("S-1-5-21-4000000001-4000000002-4000000003-4000000004"))},
           {"numbered names", NumberedNames()},
+          {"attributes of one name", SameAttributes()},
+          {"array inside of what is repeated", ArrayInsideOfRepeated()},
           {"bytes of no time", OverATail(kFileTime, 0x7FFE, Hex("FF"), 500)},
           {"single-byte text of two", OverATail(kAnsiString, 0x7FFE, Hex("80"), 500)},
           {"list of bytes", OverATail(kSByte | 0x80, 0x7FFE, Hex("80"), 500)},
