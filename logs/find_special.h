@@ -39,14 +39,14 @@ const char* FindSpecial(const char* begin, const char* end) {
   if (is_long) {
     const unsigned bits = SpecialBits<kOthers...>(
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(end - kBlock)));  // unaligned by design
-    return bits != 0 ? end - kBlock + std::countr_zero(bits) : end;
+    return bits != 0 ? end - (kBlock - std::countr_zero(bits)) : end;
   }
   if (end - begin >= kHalf) {
     const unsigned bits = SpecialBits<kOthers...>(
         _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(begin)),
                            _mm_loadl_epi64(reinterpret_cast<const __m128i*>(end - kHalf))));
     if ((bits & 0xFF) != 0) return begin + std::countr_zero(bits);
-    return bits != 0 ? end - kBlock + std::countr_zero(bits) : end;
+    return bits != 0 ? end - (kBlock - std::countr_zero(bits)) : end;
   }
 #endif
   for (; begin != end; ++begin) {
