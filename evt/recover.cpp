@@ -50,11 +50,17 @@ std::uint32_t FindWhole(EvtRecovery& recovery, std::uint64_t end) {
   return 0;
 }
 
+// Where a record may begin, at `offset` or behind it. One of an odd length leads the walk off all
+// that follow.
+std::uint64_t AlignedFrom(std::uint64_t offset) {
+  return (offset + kEvtAlignment - 1) / kEvtAlignment * kEvtAlignment;
+}
+
 // The same in this gap or those behind it.
 std::uint32_t FindWhole(EvtRecovery& recovery) {
   const std::vector<EvtGap>& gaps = recovery.walked.notes.gaps;
   for (; recovery.gap < gaps.size(); ++recovery.gap) {
-    recovery.at = std::max(recovery.at, gaps[recovery.gap].begin);
+    recovery.at = std::max(recovery.at, AlignedFrom(gaps[recovery.gap].begin));
     const std::uint32_t length = FindWhole(recovery, gaps[recovery.gap].end);
     if (length != 0) return length;
   }

@@ -15,10 +15,11 @@ constexpr std::uint32_t kLargestWhole = std::uint32_t{1} << 20;
 
 bool IsWhole(std::uint32_t length) { return length >= kEvtFixedSize && length <= kLargestWhole; }
 
-// What lies between the last whole record and `end`.
+// What lies between the last whole record and `end`. The header may say of itself that it reaches
+// into the records, or past all of them.
 void NoteGap(EvtCursor& cursor, std::uint64_t end) {
   EvtNotes& notes = cursor.notes;
-  const EvtGap gap{std::max(notes.whole_to, cursor.header_size), end};
+  const EvtGap gap{std::max<std::uint64_t>(notes.whole_to, kEvtHeaderUsed), end};
   notes.whole_to = end;
   if (gap.begin >= end) return;
   if (notes.gaps.size() == kMostEvtGaps) {
@@ -51,9 +52,11 @@ bool NoteRecord(EvtCursor& cursor, const EvtRecord& record) {
 // Ends the walk where it stands.
 bool Stop(EvtCursor& cursor) {
   if (cursor.notes.wanted) NoteGap(cursor, cursor.log.size);
-  if (cursor.offset < cursor.log.size) {
-    cursor.account.unwalked_bytes += cursor.log.size - cursor.offset;
-  }
+  // A header that leads past all of the log has nothing walked.
+  const bool is_past_all = cursor.header_size > cursor.log.size;
+  const std::uint64_t from = is_past_all ? kEvtHeaderUsed : cursor.offset;
+  if (from < cursor.log.size) cursor.account.unwalked_bytes += cursor.log.size - from;
+  cursor.header_size = std::min(cursor.header_size, cursor.log.size);
   cursor.offset = cursor.log.size;
   return false;
 }
@@ -118,9 +121,12 @@ bool NextStoredRecord(EvtCursor& cursor, EvtRecord& record, bool& torn) {
       return true;
     }
     if (mark == kEvtEndMark) {
+      const auto length = Load<std::uint32_t>(at);
       Mark(cursor);
-      StepOver(cursor, Load<std::uint32_t>(at));
       ++cursor.account.end_marks;
+      torn = !Fits(cursor.log.size, cursor.offset, length);
+      if (torn) return false;
+      StepOver(cursor, length);
     } else {
       SkipBytes(cursor);
     }

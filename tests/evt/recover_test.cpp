@@ -175,6 +175,26 @@ TEST(EvtRecover, GoesOnBehindARecordThatRunsPastTheEnd) {
   EXPECT_FALSE(log.account.ring_known);
 }
 
+// Records lie at multiples of four, wherever the walk has been led.
+TEST(EvtRecover, GoesOnBehindARecordOfAnOddLength) {
+  ByteString file = Records(1, 4, "a").Build();
+  const std::size_t at = PlaceOf(file, 2);
+  const std::uint32_t length = support::GetU32(file, at) - 3;
+  SetU32(file, at, length);
+  SetU32(file, at + length - 4, length);
+  EXPECT_EQ(Summary(RecoverEvt(file)), "2 log/all 3 log/all 4");
+}
+
+TEST(EvtRecover, FindsWhatLiesInFrontOfWhereTheHeaderLeads) {
+  ByteString file = Records(1, 4, "a").Build();
+  SetU32(file, 0, static_cast<std::uint32_t>(PlaceOf(file, 3)));
+  EXPECT_EQ(Summary(RecoverEvt(file)), "2 log/all 1 log/all 2");
+  SetU32(file, 0, 0xFFFFFFFF);
+  const RecoveredEvt log = RecoverEvt(file);
+  EXPECT_EQ(Summary(log), "0 log/all 1 log/all 2 log/all 3 log/all 4");
+  EXPECT_EQ(log.account.unwalked_bytes, file.size() - support::kEvtHeaderSize);
+}
+
 TEST(EvtRecover, GivesThroughAWindowWhatItGivesOfTheWholeFile) {
   const ByteString file = ClearedLog();
   InputFile input{file.size(), [&file](std::uint64_t offset, std::span<std::uint8_t> to) {

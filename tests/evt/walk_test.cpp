@@ -48,6 +48,21 @@ TEST(EvtWalk, GivesRecordsInFileOrder) {
   EXPECT_FALSE(account.torn_record);
 }
 
+// As a record would that runs past the end.
+TEST(EvtWalk, TellsOfAnEndRecordThatLeadsPastTheEnd) {
+  ByteString file = ThreeRecords().Build();
+  const std::size_t second = support::kEvtHeaderSize + support::GetU32(file, 48);
+  support::SetU32(file, second, 0x7FFFFFFF);
+  support::SetU32(file, second + 4, 0x11111111);
+  for (const Policy policy : {Policy::kLiteral, Policy::kComplete}) {
+    EvtAccount account;
+    EXPECT_EQ(RecordNumbers(file, &account, policy), (Numbers{1}));
+    EXPECT_TRUE(account.torn_record);
+    EXPECT_EQ(account.torn_offset, second);
+    EXPECT_EQ(account.unwalked_bytes, file.size() - second);
+  }
+}
+
 TEST(EvtWalk, LeavesAnEndRecordAloneThatIsTooShortForARecord) {
   ByteString file = ThreeRecords().Build();
   EvtAccount account;
