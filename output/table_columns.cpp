@@ -1,7 +1,9 @@
 #include "output/table_columns.h"
 
 #include <algorithm>
-#include <functional>
+#include <array>
+#include <compare>
+#include <map>
 #include <numeric>
 #include <utility>
 
@@ -14,14 +16,31 @@ namespace {
 struct GroupKey {
   std::uint64_t event_id = 0;
   std::uint32_t provider = 0;
-  bool operator==(const GroupKey&) const = default;
+  auto operator<=>(const GroupKey&) const = default;
 };
 
-struct HashGroupKey {
-  std::size_t operator()(const GroupKey& key) const {
-    return key.provider ^ (key.event_id * 0x9E3779B97F4A7C15U);
-  }
+// The numbers of groups. Events can be made up so that any hash of theirs is the same: what finds
+// the groups of most rows is a look at the only place that a key may have.
+struct GroupNumbers {
+  static constexpr std::size_t kPlaces = 256;
+  std::map<GroupKey, std::uint32_t> all;
+  std::array<const std::pair<const GroupKey, std::uint32_t>*, kPlaces> recent = {};
 };
+
+std::size_t PlaceOf(const GroupKey& key) {
+  constexpr int kPlaceShift = 56;
+  static_assert(std::size_t{1} << (64 - kPlaceShift) == GroupNumbers::kPlaces);
+  return ((key.event_id ^ std::uint64_t{key.provider} << 32) * 0x9E3779B97F4A7C15U) >> kPlaceShift;
+}
+
+// The group's number; `next` for a new one.
+std::uint32_t NumberOf(GroupNumbers& numbers, const GroupKey& key, std::size_t next) {
+  auto& recent = numbers.recent[PlaceOf(key)];
+  if (!recent || recent->first != key) {
+    recent = &*numbers.all.try_emplace(key, static_cast<std::uint32_t>(next)).first;
+  }
+  return recent->second;
+}
 
 struct Group {
   std::uint64_t event_id = 0;
@@ -32,16 +51,15 @@ struct Group {
 // Numbers the groups in the order of arrival; `group_of` gets each row's number.
 std::vector<Group> FindGroups(const EventRows& rows, RowNumbers& group_of) {
   std::vector<Group> groups;
-  std::unordered_map<GroupKey, std::uint32_t, HashGroupKey> numbers;
+  GroupNumbers numbers;
   GroupKey last;
   std::uint32_t number = 0;
   group_of.reserve(rows.rows.size());
   for (const EventRecord& row : rows.rows) {
     const GroupKey key{row.eventId, row.provider};
     if (groups.empty() || key != last) {
-      const auto found = numbers.try_emplace(key, static_cast<std::uint32_t>(groups.size()));
-      if (found.second) groups.push_back({row.eventId, ProviderOf(rows, row), 0});
-      number = found.first->second;
+      number = NumberOf(numbers, key, groups.size());
+      if (number == groups.size()) groups.push_back({row.eventId, ProviderOf(rows, row), 0});
       last = key;
     }
     ++groups[number].rows;

@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "output/row_order.h"
+#include "output/table_columns.h"
 #include "tests/output/row_maker.h"
 
 namespace tarnlex {
@@ -377,6 +381,41 @@ TEST(CellCleaning, KeepsADateWithACommaInItsCell) {
   RunOptions options = CsvOptions();
   options.date_format = "mmm dd, yy";
   EXPECT_NE(Print(rows, options).find("\n1,7,Mar 07  12, 14:05:09.123,"), std::string::npos);
+}
+
+// Identifiers can be chosen so that a hash table has all of them in one place.
+TEST(GroupRows, TakesNoLongerForIdentifiersThatAreMadeUp) {
+  constexpr std::uint64_t kInverse = [] {
+    std::uint64_t inverse = 1;  // of the usual multiplier; each step doubles the bits that fit
+    for (int i = 0; i < 6; ++i) inverse *= 2 - 0x9E3779B97F4A7C15U * inverse;
+    return inverse;
+  }();
+  constexpr std::uint64_t kSizes = std::uint64_t{42043} * 85229;  // of such tables as they grow
+  EventRows rows;
+  for (std::uint64_t i = 1; i <= 85'000; ++i) {
+    rows.rows.push_back({.eventId = i * kSizes * kInverse, .eventRecordId = i});
+  }
+  const RowNumbers order = OrderRows(rows);
+  const std::clock_t began = std::clock();
+  const RowGroups groups = GroupRows(rows, order);
+  EXPECT_LT(std::clock() - began, CLOCKS_PER_SEC);
+  ASSERT_EQ(groups.ends.size(), rows.rows.size());
+  for (std::size_t i = 1; i < groups.order.size(); ++i) {
+    ASSERT_LT(rows.rows[groups.order[i - 1]].eventId, rows.rows[groups.order[i]].eventId);
+  }
+}
+
+// More of them than are looked up at once, each again and again.
+TEST(GroupRows, FindsEveryGroupAgain) {
+  EventRows rows;
+  for (std::uint64_t i = 0; i < 5000; ++i) {
+    rows.rows.push_back({.eventId = i % 1000, .eventRecordId = i, .provider = 0});
+  }
+  const RowGroups groups = GroupRows(rows, OrderRows(rows));
+  ASSERT_EQ(groups.ends.size(), 1000U);
+  for (std::size_t i = 0; i < groups.order.size(); ++i) {
+    ASSERT_EQ(groups.order[i], i / 5 + 1000 * (i % 5));
+  }
 }
 
 }  // namespace
