@@ -157,7 +157,11 @@ std::string_view InternText(EventRows& rows, std::string_view text) {
   std::string_view& recent = rows.recent[std::hash<std::string_view>{}(text) % rows.recent.size()];
   if (recent == text) return recent;
   auto at = rows.texts.find(text);
-  if (at == rows.texts.end()) at = rows.texts.emplace(text).first;
+  if (at == rows.texts.end()) {
+    constexpr std::size_t kBytesPerText = 64;
+    rows.set_bytes += text.size() + kBytesPerText;
+    at = rows.texts.emplace(text).first;
+  }
   return recent = *at;
 }
 
@@ -169,8 +173,8 @@ std::uint32_t ProviderNumber(EventRows& rows, std::string_view name) {
   const auto number = static_cast<std::uint32_t>(rows.providers.size());
   rows.providers.push_back(kept);
   rows.provider_numbers.emplace(kept, number);
-  constexpr std::size_t kBytesPerName = 128;
-  rows.set_bytes += kept.size() + kBytesPerName;
+  constexpr std::size_t kBytesPerName = 64;
+  rows.set_bytes += kBytesPerName;
   return number;
 }
 

@@ -106,5 +106,16 @@ TEST(ClearRows, IsHarmlessOnAnEmptyCollection) {
   EXPECT_TRUE(rows.rows.empty());
 }
 
+TEST(MemoryOf, CountsTextsThatOutliveTheirRows) {
+  EventRows rows;
+  std::string text(100'000, 'x');
+  for (char c = 'a'; c <= 'z'; ++c) {
+    text.front() = c;
+    EXPECT_EQ(InternText(rows, text), InternText(rows, text));
+  }
+  EXPECT_GT(MemoryOf(rows), 2'600'000U);
+  EXPECT_LT(MemoryOf(rows), 2'700'000U);
+}
+
 }  // namespace
 }  // namespace tarnlex
