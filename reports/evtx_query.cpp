@@ -107,12 +107,18 @@ NamedColumns MakeColumns(EventRows& rows, const Plan& plan) {
   return made;
 }
 
+// Names can be made up so that any hash of theirs is the same: of few only is it known then.
 const NamedColumns& ColumnsOf(EventRows& rows, EvtxQueries& all, const Plan& plan) {
+  constexpr std::size_t kMostAlike = 16;
+  constexpr std::size_t kBytesPerEntry = 128;
   std::vector<NamedColumns>& candidates = all.columns[HashNames(plan)];
   for (const NamedColumns& known : candidates) {
     if (SameNames(known, plan)) return known;
   }
-  return candidates.emplace_back(MakeColumns(rows, plan));
+  if (candidates.size() == kMostAlike) return all.picked = MakeColumns(rows, plan);
+  const NamedColumns& made = candidates.emplace_back(MakeColumns(rows, plan));
+  rows.set_bytes += kBytesPerEntry + made.order.size() * sizeof(made.order[0]);
+  return made;
 }
 
 // What is known of plans with the same names is known of all their columns.

@@ -41,7 +41,7 @@ struct EvtxQueries {
   std::vector<EvtxQuery> queries;
   std::vector<PlanLayout> layouts;                                       // by the plan's identifier
   std::unordered_map<std::uint64_t, std::vector<NamedColumns>> columns;  // by a hash of the names
-  NamedColumns picked;                   // of the last plan laid out, where not all are kept
+  NamedColumns picked;                   // of the last plan laid out whose own are not kept
   PlanLayout loose;                      // of the last record whose plan serves it alone
   std::vector<const PlanValue*> values;  // room
   std::string scratch;

@@ -272,6 +272,8 @@ void MakeLayout(EventRows& rows, const Plan& plan, const ColumnSet& columns,
     layout.stretches.back() = static_cast<std::uint32_t>(layout.cells.size());
   }
   layout.finished = finished.empty() ? nullptr : AddLayout(rows, values.size(), finished);
+  // Only layouts that stay have finished cells.
+  if (finish) rows.set_bytes += sizeof(PlanLayout) + layout.cells.size() * sizeof(PlanCell);
 }
 
 PlanLayout* PlaceOf(KeptLayouts& kept, const Plan& plan) {

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <functional>
 
+#include "event/names.h"
 #include "reports/command_language.h"
 #include "tests/evtx/decoding.h"
 #include "tests/output/row_maker.h"
@@ -403,6 +406,100 @@ TEST(PlanRows, HaveRoomForAProviderThatIsGivenTwice) {
   EXPECT_EQ(cells, (std::vector<std::string_view>{provider, provider}));
   const RowBytes& block = rows.blocks.back();
   EXPECT_LE(cells.at(1).data() + cells[1].size(), block.bytes.get() + block.size);
+}
+
+// A log of records without templates, each with the elements of one of these names, in this order.
+support::ByteString LogOfNames(const std::vector<std::vector<std::string>>& names) {
+  EvtxBuilder log;
+  for (const std::vector<std::string>& each : names) {
+    std::vector<support::Node> nodes;
+    for (const std::string& name : each) {
+      nodes.push_back(support::Element(name, {}, {support::Text("of " + name)}));
+    }
+    log.AddRecord({.body = support::ElementsFragment({support::Element("Event", {}, nodes)})});
+  }
+  return log.BuildChunks();
+}
+
+void TakeAll(Prepared& prepared, const support::ByteString& chunks, EventRows& rows) {
+  EvtxDecoder decoder;
+  EvtxHandlers handlers;
+  handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
+    AddEvtxRow(rows, prepared.all, prepared.all.queries[0], with, event);
+  };
+  WalkSlots(decoder, chunks, 4096, handlers);
+}
+
+// They share their columns, but which value each of these has is kept for every order.
+TEST(PlanRows, CountWhatIsKeptOfEveryOrderOfNames) {
+  std::vector<std::vector<std::string>> orders;
+  std::vector<std::string> names{"A", "B", "C", "D", "E", "F"};
+  do {
+    orders.push_back(names);
+  } while (std::next_permutation(names.begin(), names.end()));
+  Prepared prepared = Prepare({"-all_data"});
+  ASSERT_TRUE(prepared.list.at(0).all_data);
+  EventRows rows;
+  TakeAll(prepared, LogOfNames(orders), rows);
+  ASSERT_EQ(rows.rows.size(), 720U);
+  EXPECT_EQ(rows.column_sets.size(), 1U);
+  EXPECT_GT(rows.set_bytes, 720U * 128U);
+}
+
+constexpr std::uint64_t Inverse(std::uint64_t odd) {
+  std::uint64_t inverse = 1;  // each step doubles the bits that fit
+  for (int i = 0; i < 6; ++i) inverse *= 2 - odd * inverse;
+  return inverse;
+}
+
+// Undoes `bits ^= bits >> shift`.
+std::uint64_t UndoShift(std::uint64_t bits, int shift) {
+  for (; shift < 64; shift *= 2) bits ^= bits >> shift;
+  return bits;
+}
+
+// The name of eight bytes that has this hash.
+std::string NameOfHash(std::uint64_t hash) {
+  hash = UndoShift(hash, 32) * Inverse(0x9E3779B97F4A7C15U);
+  hash = (UndoShift(hash, 29) - 8) * Inverse(0xFF51AFD7ED558CCDU);
+  hash = UndoShift(hash, 32);
+  std::string name(sizeof hash, '\0');
+  std::memcpy(name.data(), &hash, sizeof hash);
+  return name;
+}
+
+// Two names, the second made so that the hash of both is that of all other such pairs.
+std::vector<std::vector<std::string>> PairsOfOneHash(std::size_t count) {
+  std::vector<std::vector<std::string>> pairs;
+  for (std::uint64_t number = 0; pairs.size() < count; ++number) {
+    std::string first = "a" + std::to_string(10'000'000 + number).substr(1);
+    std::uint64_t hash = (2 ^ HashName(first)) * 0x9E3779B97F4A7C15U;
+    hash ^= hash >> 29;
+    const std::string second = NameOfHash(hash ^ 12345);
+    const bool is_plain = std::all_of(second.begin(), second.end(),
+                                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    if (is_plain && IsXmlName(second)) pairs.push_back({std::move(first), second});
+  }
+  return pairs;
+}
+
+// Each record would be compared with all before it.
+TEST(PlanRows, LookAtFewNamesThatAreMadeToMeet) {
+  const auto pairs = PairsOfOneHash(40);
+  Prepared prepared = Prepare({"-all_data"});
+  EventRows rows;
+  TakeAll(prepared, LogOfNames(pairs), rows);
+  ASSERT_EQ(rows.rows.size(), pairs.size());
+  ASSERT_EQ(prepared.all.columns.size(), 1U);
+  EXPECT_LE(prepared.all.columns.begin()->second.size(), 16U);
+  for (std::size_t i = 0; i < pairs.size(); ++i) {
+    std::vector<std::string_view> cells;
+    ReadCells(rows.rows[i], cells);
+    ASSERT_EQ(cells.size(), 2U);
+    EXPECT_EQ(cells[0], "of " + std::string(rows.rows[i].columns->names[0]));
+    EXPECT_EQ(cells[1], "of " + std::string(rows.rows[i].columns->names[1]));
+    EXPECT_EQ(FindColumn(*rows.rows[i].columns, pairs[i][0], false) < 0, false);
+  }
 }
 
 }  // namespace
