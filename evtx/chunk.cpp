@@ -40,7 +40,7 @@ bool HasChunkSignature(Bytes bytes, std::uint64_t offset) {
 }
 
 void LoadChunk(Bytes data, std::uint64_t file_offset, bool with_names, EvtxChunk& chunk) {
-  chunk.data = data;
+  chunk.data = chunk.whole = data;
   chunk.file_offset = file_offset;
   ++chunk.serial;
   ReadAt(data, kChunkFirstNumber, chunk.first_number);

@@ -42,7 +42,8 @@ struct ChunkName {
 };
 
 struct EvtxChunk {
-  Bytes data;  // 65,536 bytes, the header included; fewer of a chunk or record that is cut
+  Bytes data;   // 65,536 bytes, the header included; fewer of a chunk or record that is cut
+  Bytes whole;  // the same, whatever the record at hand may be read by
   std::uint64_t file_offset = 0;
   std::uint64_t serial = 0;  // of those that this has stood for, counted from 1
   std::uint64_t first_number = 0;

@@ -34,6 +34,7 @@ constexpr std::u16string_view kIdName = u"EventRecordID";
 struct Writing {
   IdentityRoom& room;
   Bytes chunk;
+  Bytes whole;  // of the chunk
   bool vouched_for = true;
   StatedId id = {};     // of the record's own stream...
   bool has_id = false;  // ...and whether it holds one
@@ -258,10 +259,13 @@ bool PutBinaryXml(Writing& run, std::uint32_t begin, std::uint32_t end, int dept
 
 void BeginChunk(IdentityRoom& room, const EvtxDecoder& decoder) {
   const EvtxChunk& chunk = decoder.chunk;
-  if (room.chunk_offset == chunk.file_offset && room.chunk_size == chunk.data.size()) return;
-  room.chunk_offset = chunk.file_offset;
+  const bool is_same = room.chunk_serial == chunk.serial;
+  if (is_same && room.chunk_size == chunk.data.size()) return;
   room.chunk_size = chunk.data.size();
   room.definitions.clear();
+  // Records that are cut each by themselves still are of one chunk.
+  if (is_same) return;
+  room.chunk_serial = chunk.serial;
   room.chunk.reset();
   room.bytes_left = kFirstPerChunk;
 }
@@ -287,7 +291,7 @@ void PutPlace(Writing& run, std::uint32_t at, std::uint32_t size) {
     PutSized(run, Clip(run.chunk, at, size));
     return;
   }
-  if (!run.room.chunk) run.room.chunk = HashBytes(run.room.key, run.chunk);
+  if (!run.room.chunk) run.room.chunk = HashBytes(run.room.key, run.whole);
   Put(run, Part::kUnreadable);
   PutHash(run, *run.room.chunk);
   Put(run, at);
@@ -306,7 +310,8 @@ Hash128 IdentityOf(IdentityRoom& room, const EvtxDecoder& decoder, const Decoded
   BeginChunk(room, decoder);
   room.written.clear();
   room.slots.count = 0;
-  Writing run{room, decoder.chunk.data, event.recovery.checked == Checked::kAll};
+  Writing run{room, decoder.chunk.data, decoder.chunk.whole,
+              event.recovery.checked == Checked::kAll};
   const auto at = static_cast<std::uint32_t>(event.record_file_offset - event.chunk_file_offset);
   room.bytes_left = std::min(kMostPerChunk, room.bytes_left + kPerByte * event.share);
   if (!run.vouched_for) {

@@ -29,8 +29,8 @@ struct KnownDefinition {
 // What is remembered from record to record of a log.
 struct IdentityRoom {
   HashKey key;
-  std::uint64_t chunk_offset = 0;  // of the chunk that the rest is about
-  std::size_t chunk_size = 0;
+  std::uint64_t chunk_serial = 0;  // of the chunk that the rest is about
+  std::size_t chunk_size = 0;      // of its bytes that records were read by last
   std::map<std::uint32_t, KnownDefinition> definitions;  // by their offset
   std::optional<Hash128> chunk;                          // of all of its bytes
   std::uint64_t bytes_left = 0;       // that its records may come to; honest ones stay far below

@@ -234,7 +234,6 @@ void CarveOpenImage(LogPass& evtx, LogPass& evt, const ImageFile& image) {
   handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
     const std::uint64_t source = carver.slot.source;
     ComeFrom(evtx, source);
-    evtx.unique.room.chunk_size = 0;  // slots in one place may hold other bytes each time
     if (keeps) TakeNames(with, event, source, names);
     RouteEvtxRecord(evtx, with, event);
   };

@@ -376,5 +376,29 @@ TEST(EventIdentity, FindsTheEventsOfShuffledLogs) {
   for (const auto& [identity, text] : texts) EXPECT_TRUE(by_text.emplace(text, identity).second);
 }
 
+// They are read one by one without what lies behind them; their chunk is the same all the same.
+TEST(EventIdentity, LooksOnceAtTheChunkOfRecordsThatAreCut) {
+  EvtxBuilder log;
+  for (int i = 0; i < 50; ++i) {
+    log.AddRecord({.raw_body = ByteString(100, 0x55), .stated_size = 20, .size_copy = 20});
+  }
+  EvtxDecoder decoder;
+  decoder.policy = Policy::kComplete;
+  IdentityRoom room;
+  room.key = kKey;
+  std::size_t records = 0;
+  const ByteString chunks = log.BuildChunks();
+  EvtxHandlers handlers;
+  handlers.record = [&](EvtxDecoder& with, DecodedEvent& event) {
+    IdentityOf(room, with, event);
+    ++records;
+    EXPECT_LT(with.chunk.data.size(), chunks.size());
+    ASSERT_TRUE(room.chunk);
+    EXPECT_EQ(HexOf(*room.chunk), HexOf(HashBytes(kKey, chunks)));
+  };
+  WalkSlots(decoder, chunks, support::kEvtxHeaderSize, handlers);
+  EXPECT_EQ(records, 50U);
+}
+
 }  // namespace
 }  // namespace tarnlex

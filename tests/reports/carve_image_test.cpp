@@ -415,5 +415,30 @@ TEST(CarveImage, EndsSoonOverMillionsOfSignatures) {
   EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(60));
 }
 
+// What a chunk's records may take to be told apart they have together.
+TEST(CarvedImages, ReadADefinitionOnceForTheRecordsOfAChunk) {
+  EvtxBuilder builder;
+  for (int i = 0; i < 50; ++i) builder.AddEvent({.event_id = 4624, .data = {{"Name", "alice"}}});
+  const ByteString bytes = builder.Build();
+  ImageFile image;
+  image.file = InMemory(bytes);
+  image.next_stretch = [&](std::uint64_t offset) { return FileStretch{offset, bytes.size()}; };
+  const RunOptions options = JsonOptions();
+  std::string written;
+  TextSink out = MakeStringSink(written);
+  RunState run{out, MakeRecordOutput(out, out)};
+  const LogInfo log{.path = "image"};
+  QueryList queries = PlainQueries(log, options);
+  LogPass evtx{options, run, log, queries};
+  LogPass evt{options, run, log, queries};
+  UniqueEvents events;
+  BeginUniquePass(evtx.unique, events, false);
+  CarveOpenImage(evtx, evt, image);
+  EXPECT_EQ(evtx.account.carved.in_chunks, 50U);
+  EXPECT_EQ(evtx.account.unique.duplicates, 0U);
+  // Every record adds to what all of them have.
+  EXPECT_GT(evtx.unique.room.bytes_left, std::uint64_t{1} << 20);
+}
+
 }  // namespace
 }  // namespace tarnlex
