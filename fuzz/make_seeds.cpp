@@ -121,6 +121,39 @@ EvtxBuilder SmallLog() {
   return log;
 }
 
+// A chunk in which names end where it ends: an empty one and one of four characters.
+ByteString NamesAtTheEnd() {
+  constexpr std::size_t kEmpty = 0xFFF8;
+  constexpr std::size_t kNamed = 0xFFE6;  // with the zero unit behind it right before the empty one
+  EvtxBuilder log;
+  for (const auto name : {kEmpty, kNamed, kEmpty - 2}) {
+    ByteString body = Hex("0F 01 01 00 01 00 00 00 00");
+    PutU32(body, static_cast<std::uint32_t>(name));
+    PutBytes(body, Hex("03 00 00 00 00 00 00"));
+    log.AddRecord({.raw_body = body});
+  }
+  ByteString chunk = log.BuildChunks();
+  SetBytes(chunk, kNamed, Hex("00 00 00 00 00 00 04 00 44 00 61 00 74 00 61 00 00 00"));
+  return chunk;
+}
+
+// A chunk whose last records leave no room for a definition behind them.
+ByteString RecordsAtTheEnd() {
+  constexpr std::size_t kFirst = 65'489;
+  constexpr std::size_t kSize = 4;
+  constexpr std::size_t kDefinition = 34;
+  ByteString chunk = SmallLog().BuildChunks();
+  SetU32(chunk, 512 + kSize, static_cast<std::uint32_t>(kFirst - 512));
+  SetU32(chunk, 512 + kDefinition, 0x10001);
+  SetU32(chunk, kFirst + kSize, 1);
+  SetU32(chunk, kFirst + 1 + kSize, 0x01000000);
+  SetU32(chunk, kFirst + kDefinition, 0x9000);
+  for (const std::size_t definition : {0x9000U, 0x90U}) {
+    SetBytes(chunk, definition + 4, ByteString(16, 0x11));
+  }
+  return chunk;
+}
+
 void SaveEvtxSeeds() {
   const ByteString small = SmallLog().Build();
   Save("evtx", "small", small);
@@ -141,6 +174,10 @@ void SaveEvtxSeeds() {
   Save("recover", "unsigned", ByteString(chunk.begin(), chunk.begin() + 8191));
   Save("evtx", "bare_chunk", chunk);
   Save("chunk", "small", ByteString(chunk.begin(), chunk.begin() + 8192));
+  Save("chunk", "names_at_the_end", NamesAtTheEnd());
+  Save("chunk", "records_at_the_end", RecordsAtTheEnd());
+  Save("evtx", "names_at_the_end", NamesAtTheEnd());
+  Save("evtx", "records_at_the_end", RecordsAtTheEnd());
   Save("chunk", "first_record", ByteString(chunk.begin(), chunk.begin() + 2560));
   for (const auto& [name, fragment] : {std::pair{"nested", NestedFragment()},
                                        {"elements", PlainElements()},
@@ -225,6 +262,10 @@ void SaveReportSeeds() {
        "-provider, Microsoft-Windows-Security-Auditing, -pull, TargetUserName, "
        "-label, TargetUserName=User, -hist, TargetUserName\n",
        LikeRecords());
+  save("evtx_labels", 1, 1,
+       "!cmd, -enum_evtxlog, -pull, Provider Name, -label, Provider Name=who, -hist, Provider "
+       "Name\n",
+       SmallLog().Build());
   save("evt_commands", 1, 1,
        "!cmd, -enum_evtlog, -id, 0x210, -pull, 1|User, -pull, 2\n"
        "!cmd, -enum_evtlog, -string_exists, bob, -all_data\n"
