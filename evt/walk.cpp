@@ -56,7 +56,7 @@ bool Stop(EvtCursor& cursor) {
   const bool is_past_all = cursor.header_size > cursor.log.size;
   const std::uint64_t from = is_past_all ? kEvtHeaderUsed : cursor.offset;
   if (from < cursor.log.size) cursor.account.unwalked_bytes += cursor.log.size - from;
-  cursor.header_size = std::min(cursor.header_size, cursor.log.size);
+  cursor.header_size = std::min(cursor.header_size, cursor.log.size);  // told once
   cursor.offset = cursor.log.size;
   return false;
 }

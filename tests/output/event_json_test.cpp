@@ -200,26 +200,14 @@ TEST(EventJson, AnArrayThatWouldRepeatTooMuchIsOneText) {
 
 // All that lies in an element is said again with it.
 TEST(EventJson, AnArrayInsideOfAnElementCountsAsOftenAsThatIsRepeated) {
-  const Value few = support::RawValue(support::kByte | 0x80, support::ByteString(500, 7));
-  const Value many = support::RawValue(support::kByte | 0x80, support::ByteString(20'000, 7));
-  const std::string line =
-      Data({Element("X", {}, {Slot(0, 0x84), Element("Y", {}, {Slot(1, 0x84)})})}, {few, many});
+  const std::string line = Streamed(ArrayInsideOfRepeatedLog(), &RunOptions::event_json_form);
   EXPECT_LT(line.size(), 100'000U);
   EXPECT_NE(line.find("7, 7, 7"), line.npos);
 }
 
 // What a value names in one event another of its kind may call otherwise.
 TEST(EventJson, NamesThatValuesGiveAreThoseOfTheirEvent) {
-  support::EvtxBuilder log;
-  const std::vector<Node> nodes = {Element("Data", {Attribute("Name", Slot(0, support::kString))},
-                                           {Element("X", {}, {Slot(1, support::kString)})})};
-  for (const char* name : {"a", "b"}) {
-    log.AddRecord({.body = support::InstanceFragment(
-                       support::MakeTemplate(
-                           "event", {Element("Event", {}, {Element("EventData", {}, nodes)})}),
-                       {support::StringValue(name), support::StringValue("v")})});
-  }
-  const std::string lines = Streamed(log.Build(), &RunOptions::event_json_form);
+  const std::string lines = Streamed(NamedByValuesLog(), &RunOptions::event_json_form);
   EXPECT_NE(lines.find(R"("EventData":{"a":{"X":"v"}})"), lines.npos) << lines;
   EXPECT_NE(lines.find(R"("EventData":{"b":{"X":"v"}})"), lines.npos) << lines;
 }

@@ -120,10 +120,7 @@ TEST(EventXml, AttributesOfOneNameMayBeMany) {
 
 // All that lies in an element is said again with it.
 TEST(EventXml, AnArrayInsideOfAnElementCountsAsOftenAsThatIsRepeated) {
-  const Value few = support::RawValue(support::kByte | 0x80, support::ByteString(500, 7));
-  const Value many = support::RawValue(support::kByte | 0x80, support::ByteString(20'000, 7));
-  const std::string line =
-      Data({Element("X", {}, {Slot(0, 0x84), Element("Y", {}, {Slot(1, 0x84)})})}, {few, many});
+  const std::string line = Streamed(ArrayInsideOfRepeatedLog(), &RunOptions::event_xml_form);
   EXPECT_LT(line.size(), 100'000U);
   EXPECT_NE(line.find("7, 7, 7"), line.npos);
 }

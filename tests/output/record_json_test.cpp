@@ -34,16 +34,7 @@ TEST(RecordJson, RepeatedNamesAreAList) {
 
 // What a value names in one event another of its kind may call otherwise.
 TEST(RecordJson, NamesThatValuesGiveAreThoseOfTheirEvent) {
-  support::EvtxBuilder log;
-  const std::vector<Node> nodes = {Element("Data", {Attribute("Name", Slot(0, support::kString))},
-                                           {Element("X", {}, {Slot(1, support::kString)})})};
-  for (const char* name : {"a", "b"}) {
-    log.AddRecord({.body = support::InstanceFragment(
-                       support::MakeTemplate(
-                           "event", {Element("Event", {}, {Element("EventData", {}, nodes)})}),
-                       {support::StringValue(name), support::StringValue("v")})});
-  }
-  const std::string lines = Streamed(log.Build(), &RunOptions::json_form);
+  const std::string lines = Streamed(NamedByValuesLog(), &RunOptions::json_form);
   EXPECT_NE(lines.find(R"("EventData":{"a":{"X":"v"}})"), lines.npos) << lines;
   EXPECT_NE(lines.find(R"("EventData":{"b":{"X":"v"}})"), lines.npos) << lines;
 }

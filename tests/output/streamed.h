@@ -52,17 +52,48 @@ inline std::string Streamed(const support::ByteString& log, bool RunOptions::*fo
   return text;
 }
 
-// A log of one event whose "EventData" holds `nodes`.
-inline support::ByteString EventDataLog(std::vector<support::Node> nodes,
-                                        std::vector<support::Value> values) {
-  support::EvtxBuilder log;
+// Adds an event whose "EventData" holds `nodes`.
+inline void AddEventData(support::EvtxBuilder& log, std::vector<support::Node> nodes,
+                         std::vector<support::Value> values) {
   log.AddRecord(
       {.body = support::InstanceFragment(
            support::MakeTemplate(
                "event", {support::Element("Event", {},
                                           {support::Element("EventData", {}, std::move(nodes))})}),
            std::move(values))});
+}
+
+// A log of one such event.
+inline support::ByteString EventDataLog(std::vector<support::Node> nodes,
+                                        std::vector<support::Value> values) {
+  support::EvtxBuilder log;
+  AddEventData(log, std::move(nodes), std::move(values));
   return log.Build();
+}
+
+// Two events of one kind, "a" and "b", of which a value says what the "Data" is called.
+inline support::ByteString NamedByValuesLog() {
+  using support::Element;
+  support::EvtxBuilder log;
+  for (const char* name : {"a", "b"}) {
+    AddEventData(log,
+                 {Element("Data", {support::Attribute("Name", support::Slot(0, support::kString))},
+                          {Element("X", {}, {support::Slot(1, support::kString)})})},
+                 {support::StringValue(name), support::StringValue("v")});
+  }
+  return log.Build();
+}
+
+// An element that would be repeated for each of 500 values, with another of 20,000 inside.
+inline support::ByteString ArrayInsideOfRepeatedLog() {
+  using support::Element;
+  const auto array = [](std::size_t count) {
+    return support::RawValue(support::kByte | 0x80, support::ByteString(count, 7));
+  };
+  return EventDataLog({Element("X", {},
+                               {support::Slot(0, support::kByte | 0x80),
+                                Element("Y", {}, {support::Slot(1, support::kByte | 0x80)})})},
+                      {array(500), array(20'000)});
 }
 
 // What stands between `front` and `back` in a line; the whole line where they do not.
